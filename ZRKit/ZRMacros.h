@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+
+namespace ZRKit {
+
+/// Writes the kit's assertion line to the log, with the current call stack, and returns: a broken
+/// precondition never ends the program. The names are those of the system's interface, not of the C++ source.
+///
+/// \param function   the operation's name, such as "-[ZRXPC performXPCWithObject:]"
+/// \param condition  the source text of what failed to hold
+/// \param file       the source's name without a suffix
+/// \param line       its line number
+/// \param message    what stands first in the line
+void zxAssertFailed(const char *function, const char *condition, const char *file, int line,
+                    const char *message = "Assertion");
+
+} // namespace ZRKit
