@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QRectF>
+#include <QString>
+#include <QVariantMap>
+#include <memory>
+
+/// Keys of a document's attributes. The values are strings, those of the two dates `QDateTime` in UTC.
+inline const QString PDFDocumentTitleAttribute = QStringLiteral("Title");
+inline const QString PDFDocumentAuthorAttribute = QStringLiteral("Author");
+inline const QString PDFDocumentSubjectAttribute = QStringLiteral("Subject");
+inline const QString PDFDocumentKeywordsAttribute = QStringLiteral("Keywords");
+inline const QString PDFDocumentCreatorAttribute = QStringLiteral("Creator");
+inline const QString PDFDocumentProducerAttribute = QStringLiteral("Producer");
+inline const QString PDFDocumentCreationDateAttribute = QStringLiteral("CreationDate");
+inline const QString PDFDocumentModificationDateAttribute = QStringLiteral("ModDate");
+
+/// A PDF document (ISO 32000) whose attributes and page boxes can be read and changed.
+///
+/// Nothing is changed in place: changes are gathered and applied together by `dataRepresentation()`. Any
+/// bytes may be given; what cannot be read, even after repair, or needs a password makes a nil document. A
+/// document may be used by one thread at a time, several documents by as many threads.
+class PDFDocument {
+public:
+    /// Opens the document in `data`, which is shared, not copied.
+    explicit PDFDocument(const QByteArray &data);
+    ~PDFDocument();
+    PDFDocument(PDFDocument &&) noexcept;
+    PDFDocument &operator=(PDFDocument &&) noexcept;
+
+    /// True where the data held no readable document.
+    bool isNil() const { return !m_file; }
+
+    /// The attributes that the document has, as its information dictionary tells them; empty for nil.
+    QVariantMap documentAttributes() const;
+    /// Makes these the document's attributes: what is absent, nil or the null marker is removed. XMP metadata
+    /// follows where the document has it; a packet that is not well-formed is removed with its old values.
+    /// Unknown keys are ignored, dates are kept to the second, and characters that PDF text cannot carry
+    /// (unpaired surrogates, U+001B) are replaced by U+FFFD.
+    void setDocumentAttributes(const QVariantMap &attributes);
+
+    /// The number of pages; 0 for nil.
+    int pageCount() const;
+    /// The visible box of a page (counted from 0) in points, any UserUnit applied; null where there is no
+    /// such page.
+    QRectF pageBox(int page) const;
+    /// Cuts or widens a page to the rectangle `box`: in points from the top left corner of its present box, y
+    /// downward, before any page rotation. The page then starts at (0, 0), and links and destinations move
+    /// along. Sides above 14,400 points get a UserUnit (and PDF 1.6), so that the true size stays and readers
+    /// with that limit show all of it. False where there is no such page or the rectangle has no area.
+    bool setPageBox(int page, const QRectF &box);
+    /// The same from the top left corner on.
+    bool setPageBox(int page, const QSizeF &size) { return setPageBox(page, QRectF(QPointF(0, 0), size)); }
+
+    /// The document with all changes as a whole new file, which holds none of the replaced values; nil where
+    /// the document is nil or cannot be written.
+    QByteArray dataRepresentation() const;
+
+private:
+    QByteArray m_data;
+    std::unique_ptr<class PDFFile> m_file;
+    std::unique_ptr<struct PDFChanges> m_changes;
+};
