@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QSizeF>
+#include <QString>
+
+class DevToolsSession;
+
+/// What is to be done with a loaded page.
+struct PagePrintOptions {
+    /// Structure tags for screen readers and other tools; they cost time and bytes.
+    bool tagged = false;
+};
+
+/// A loaded page as PDF: one page that shows what the screen shows.
+struct PagePrint {
+    /// Null when printing failed; `error` then says why.
+    QByteArray pdf;
+    /// The document's size in CSS pixels: what the page's box has to be in points. The paper that was printed
+    /// on may be a little larger.
+    QSizeF size;
+    QString error;
+};
+
+/// Prepares the page in the session's main frame and prints it, all of the document on one page.
+///
+/// The page has finished loading, in an 800 x 1131 viewport; it is not used again without a new document.
+/// Main thread; runs the main run loop while it waits for the browser.
+///
+/// \param page       the page's session
+/// \param mainFrame  the main frame's identifier
+PagePrint printLoadedPage(DevToolsSession &page, const QString &mainFrame,
+                          const PagePrintOptions &options = {});
