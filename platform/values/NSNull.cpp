@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSNull.h"
 
+#include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSError.h"
 
 #include <QDateTime>
@@ -35,6 +36,8 @@ QString NSDescription(const QVariant &value) {
         return QStringLiteral("<null>");
     if (value.metaType() == QMetaType::fromType<NSError>())
         return value.value<NSError>().description();
+    if (value.metaType() == QMetaType::fromType<NSDecimalNumber>())
+        return value.value<NSDecimalNumber>().stringValue();
     if (value.canConvert<QString>())
         return value.toString();
     QString text;

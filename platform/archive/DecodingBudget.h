@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSSet.h"
+
+#include <QHash>
+#include <cstdint>
+
+/// Bounds on what one untrusted document may grow into and cost while it is decoded.
+///
+/// Containers that several others share are decoded once, so memory follows the document's size; but whoever
+/// walks the result meets them once per place. So values are counted per place, and a document that
+/// multiplies itself by sharing is refused.
+class DecodingBudget {
+public:
+    /// Containers within containers.
+    static constexpr int MaxDepth = 512;
+    /// Values in the whole tree, each counted once per place it appears at.
+    static constexpr quint32 MaxValues = 4'000'000;
+
+    explicit DecodingBudget(qsizetype documentSize);
+
+    /// Throws once more than MaxValues were added.
+    void addValues(quint64 count);
+    /// Bytes that are compared, hashed or converted beyond the first reading; throws where they are out of
+    /// proportion to the document.
+    void addWork(quint64 bytes);
+    /// Throws past MaxDepth.
+    static void checkDepth(int depth);
+
+private:
+    quint64 m_values = MaxValues;
+    quint64 m_work;
+};
+
+/// What is known of a value beside the value: how large it is when walked.
+struct DecodedSize {
+    quint64 bytes = 0;
+    quint32 values = 1;
+
+    /// Throws where the sum is past DecodingBudget::MaxValues.
+    void add(const DecodedSize &part);
+};
+
+/// Fills a set from untrusted values: refuses floods of elements that hash alike but differ.
+class SetBuilder {
+public:
+    explicit SetBuilder(DecodingBudget &budget) : m_budget(budget) {}
+
+    void insert(const QVariant &value, const DecodedSize &size);
+    QVariant take() { return QVariant::fromValue(std::move(m_set)); }
+
+private:
+    DecodingBudget &m_budget;
+    NSSet m_set;
+    QHash<size_t, int> m_alike;
+};
+
+/// Fills a dictionary from untrusted keys and values: each key once.
+class DictionaryBuilder {
+public:
+    explicit DictionaryBuilder(DecodingBudget &budget) : m_budget(budget) {}
+
+    void insert(const QString &key, const QVariant &value);
+    QVariant take() { return QVariant(std::move(m_map)); }
+
+private:
+    DecodingBudget &m_budget;
+    QVariantMap m_map;
+};
