@@ -31,3 +31,4 @@ private:
 
 inline const QString NSInvalidArgumentException = QStringLiteral("NSInvalidArgumentException");
 inline const QString NSInternalInconsistencyException = QStringLiteral("NSInternalInconsistencyException");
+inline const QString NSRangeException = QStringLiteral("NSRangeException");

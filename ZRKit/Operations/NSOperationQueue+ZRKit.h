@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ZRKit/Operations/ZROperationQueue.h"
+
+namespace ZRKit {
+
+/// Makes an operation of the block, adds it to the queue and returns it, so that the caller can cancel it or
+/// wait.
+std::shared_ptr<ZROperation> addBlock(NSOperationQueue &queue, ZROperation::Block block);
+
+/// The same with an asynchronous operation: the work must have completeOperation() called on it in the end.
+std::shared_ptr<ZROperationConcurrent>
+addConcurrentBlock(NSOperationQueue &queue, ZROperationConcurrent::ConcurrentBlock block,
+                   ZROperationConcurrent::ConcurrentBlock onCompletion = nullptr);
+
+} // namespace ZRKit

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+#include "platform/operations/DispatchQueue.h"
+
+#include "platform/operations/NSThread.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSLog.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
+#include <exception>
+
+/// Lives in the main thread; each event it gets says that there are blocks to run.
+class DispatchQueue::Receiver : public QObject {
+public:
+    static QEvent::Type eventType() {
+        static const auto type = QEvent::Type(QEvent::registerEventType());
+        return type;
+    }
+
+protected:
+    bool event(QEvent *event) override {
+        if (event->type() != eventType())
+            return QObject::event(event);
+        DispatchQueue::mainQueue().drain();
+        return true;
+    }
+};
+
+void startDispatchQueue() {
+    DispatchQueue::applicationStarted();
+}
+Q_COREAPP_STARTUP_FUNCTION(startDispatchQueue)
+
+DispatchQueue &DispatchQueue::mainQueue() {
+    // Never destroyed: other threads may still add blocks while the process ends.
+    static auto *queue = new DispatchQueue;
+    return *queue;
+}
+
+void DispatchQueue::applicationStarted() {
+    DispatchQueue &queue = mainQueue();
+    const std::lock_guard lock(queue.m_mutex);
+    if (!queue.m_receiver) {
+        queue.m_receiver = new Receiver;
+        queue.m_receiver->moveToThread(QCoreApplication::instance()->thread());
+    }
+    // An application that ended took its undelivered events with it.
+    queue.m_woken = false;
+    if (!queue.m_blocks.empty())
+        queue.wake();
+}
+
+void DispatchQueue::wake() {
+    if (m_woken || !m_receiver)
+        return;
+    m_woken = true;
+    QCoreApplication::postEvent(m_receiver, new QEvent(Receiver::eventType()));
+}
+
+void DispatchQueue::add(std::function<void()> block) {
+    const std::lock_guard lock(m_mutex);
+    m_blocks.push_back(std::move(block));
+    wake();
+}
+
+void DispatchQueue::async(std::function<void()> block) {
+    add([block = std::move(block)] {
+        try {
+            block();
+        } catch (...) {
+            NSLog("Exception in a block of the main queue: %@", NSException::currentDescription());
+        }
+    });
+}
+
+void DispatchQueue::sync(const std::function<void()> &block) {
+    if (NSThread::isMainThread()) {
+        std::unique_lock lock(m_mutex);
+        const bool nested = std::exchange(m_running, true);
+        lock.unlock();
+        std::exception_ptr failure;
+        try {
+            block();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        lock.lock();
+        m_running = nested;
+        if (!nested && !m_blocks.empty())
+            wake();
+        lock.unlock();
+        if (failure)
+            std::rethrow_exception(failure);
+        return;
+    }
+
+    std::mutex mutex;
+    std::condition_variable finished;
+    bool done = false;
+    std::exception_ptr failure;
+    add([&] {
+        try {
+            block();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        // Under the lock, because the waiting thread owns the condition and may leave as soon as it is free.
+        const std::lock_guard lock(mutex);
+        done = true;
+        finished.notify_one();
+    });
+    std::unique_lock lock(mutex);
+    finished.wait(lock, [&] { return done; });
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void DispatchQueue::drain() {
+    std::unique_lock lock(m_mutex);
+    m_woken = false;
+    if (m_running)
+        return; // whoever is running goes on with what waits
+    m_running = true;
+    // Only those that wait now: blocks that add blocks must not keep other events from being served.
+    for (auto count = m_blocks.size(); count > 0 && !m_blocks.empty(); --count) {
+        std::function<void()> block = std::move(m_blocks.front());
+        m_blocks.pop_front();
+        lock.unlock();
+        block();
+        block = nullptr;
+        lock.lock();
+    }
+    m_running = false;
+    if (!m_blocks.empty())
+        wake();
+}

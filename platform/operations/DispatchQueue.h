@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+
+class QObject;
+
+/// The queue of blocks that run on the main thread, one after the other, in the order of their arrival.
+///
+/// The main thread's event loop runs them, whoever runs that loop: QCoreApplication::exec(), NSRunLoop, or
+/// any nested loop. No block starts while another one of the queue is running, even if that one runs the
+/// event loop.
+class DispatchQueue {
+public:
+    DispatchQueue(const DispatchQueue &) = delete;
+    DispatchQueue &operator=(const DispatchQueue &) = delete;
+
+    static DispatchQueue &mainQueue();
+
+    /// Adds a block and returns at once; any thread. Blocks added before there is an application wait for it.
+    /// An exception that leaves the block is logged.
+    void async(std::function<void()> block);
+
+    /// Adds a block and waits until it has run; what it throws is thrown here. On the main thread itself the
+    /// block runs at once, as a block of the queue.
+    void sync(const std::function<void()> &block);
+
+private:
+    class Receiver;
+
+    DispatchQueue() = default;
+    static void applicationStarted();
+    void add(std::function<void()> block);
+    void drain();
+    void wake();
+
+    std::mutex m_mutex;
+    std::deque<std::function<void()>> m_blocks;
+    Receiver *m_receiver = nullptr;
+    bool m_running = false;
+    bool m_woken = false;
+
+    friend void startDispatchQueue();
+};
