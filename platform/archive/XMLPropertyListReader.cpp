@@ -136,10 +136,23 @@ QVariant XMLPropertyListReader::readDictionary(int depth) {
 }
 
 QString XMLPropertyListReader::readText() {
-    const QString text = m_xml.readElementText();
-    if (m_xml.hasError())
-        refuse(QStringLiteral("broken XML"));
-    return text.isNull() ? QStringLiteral("") : text;
+    QString text = QStringLiteral("");
+    for (;;) {
+        switch (m_xml.readNext()) {
+        case QXmlStreamReader::Characters:
+            text += m_xml.text();
+            break;
+        case QXmlStreamReader::Comment:
+        case QXmlStreamReader::ProcessingInstruction:
+            break;
+        case QXmlStreamReader::EndElement:
+            return text;
+        case QXmlStreamReader::EntityReference:
+            refuse(QStringLiteral("an unknown entity"));
+        default:
+            refuse(QStringLiteral("an element where text belongs"));
+        }
+    }
 }
 
 void XMLPropertyListReader::refuse(const QString &reason) const {

@@ -62,9 +62,9 @@ QString RandomTrees::text() {
     return text;
 }
 
-QVariant RandomTrees::leaf(bool inArchive) {
+QVariant RandomTrees::leaf(Kinds kinds) {
     const quint64 bits = m_random.generate64() >> m_random.bounded(64);
-    switch (m_random.bounded(inArchive ? 12 : 8)) {
+    switch (m_random.bounded(kinds == Kinds::Archive ? 12 : 8)) {
     case 0:
         return text();
     case 1: {
@@ -84,9 +84,9 @@ QVariant RandomTrees::leaf(bool inArchive) {
         return m_random.bounded(3) ? m_random.generateDouble() * std::pow(10, m_random.bounded(600) - 300)
                                    : std::bit_cast<double>(m_random.generate64());
     case 6:
-        return QDateTime::fromMSecsSinceEpoch(qint64(m_random.generate64() % Q_UINT64_C(2000000000000000)) -
-                                                  Q_INT64_C(1000000000000000),
-                                              Qt::UTC);
+        // Within the years 1 to 9999.
+        return QDateTime::fromMSecsSinceEpoch(
+            qint64(m_random.generate64() % Q_UINT64_C(315537897599999)) - Q_INT64_C(62135596800000), Qt::UTC);
     case 7:
         return NSNull();
     case 8:
@@ -105,25 +105,25 @@ QVariant RandomTrees::leaf(bool inArchive) {
     }
 }
 
-QVariant RandomTrees::tree(int depth, bool inArchive) {
-    const int kind = depth == 0 ? 0 : m_random.bounded(inArchive ? 7 : 6);
+QVariant RandomTrees::tree(int depth, Kinds kinds) {
+    static constexpr int containers[] = {7, 5, 6};
+    const int kind = depth == 0 ? 0 : m_random.bounded(containers[int(kinds)]);
     const int count = m_random.bounded(m_random.bounded(8) ? 6 : 40);
     switch (kind) {
     case 3: {
         QVariantList list;
         for (int i = 0; i < count; ++i)
             list.append(i > 0 && m_random.bounded(8) == 0 ? list.at(m_random.bounded(i))
-                                                          : tree(depth - 1, inArchive));
+                                                          : tree(depth - 1, kinds));
         return list;
     }
     case 4: {
         QVariantMap map;
         for (int i = 0; i < count; ++i)
-            map.insert(text(), tree(depth - 1, inArchive));
+            map.insert(text(), tree(depth - 1, kinds));
         return map;
     }
     case 5: {
-        // A set is equal to itself only where its elements are, which not-a-number never is.
         NSSet set;
         for (int i = 0; i < count; ++i) {
             const QVariant element =
@@ -135,18 +135,18 @@ QVariant RandomTrees::tree(int depth, bool inArchive) {
     case 6: {
         QVariantMap details;
         for (int i = 0; i < count; ++i)
-            details.insert(text(), tree(depth - 1, inArchive));
+            details.insert(text(), tree(depth - 1, kinds));
         return QVariant::fromValue(NSError(text(), qint64(m_random.generate64()), details));
     }
     default:
-        return leaf(inArchive);
+        return leaf(kinds);
     }
 }
 
 QVariant RandomTrees::archivable(int depth) {
-    return tree(depth, true);
+    return tree(depth, Kinds::Archive);
 }
 
-QVariant RandomTrees::propertyList(int depth) {
-    return tree(depth, false);
+QVariant RandomTrees::propertyList(bool withSets, int depth) {
+    return tree(depth, withSets ? Kinds::PropertyListWithSets : Kinds::PropertyList);
 }

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/values/NSException.h"
+
 #include <QByteArray>
 #include <QRandomGenerator>
 #include <QVariant>
+#include <gtest/gtest.h>
 
 /// Whether two trees are the same in types and values. Not-a-number is the same as itself here; sets are
 /// compared with their own equality.
@@ -16,23 +19,31 @@ public:
 
     /// A tree of every kind that keyed archives hold, in the types that they are read back as.
     QVariant archivable(int depth = 4);
-    /// The same for property lists, without nil and references.
-    QVariant propertyList(int depth = 4);
+    /// The same for property lists, without nil and references; sets only where they are wanted.
+    QVariant propertyList(bool withSets, int depth = 4);
     QString text();
 
 private:
-    QVariant leaf(bool inArchive);
-    QVariant tree(int depth, bool inArchive);
+    enum class Kinds { Archive, PropertyList, PropertyListWithSets };
+    QVariant leaf(Kinds kinds);
+    QVariant tree(int depth, Kinds kinds);
 
     QRandomGenerator m_random;
 };
 
-/// Runs a statement that must throw an NSException of a name; the reason must hold a text.
-#define EXPECT_NSEXCEPTION(statement, exceptionName, text)                                                   \
-    try {                                                                                                    \
-        statement;                                                                                           \
-        ADD_FAILURE() << "nothing was thrown";                                                               \
-    } catch (const NSException &e) {                                                                         \
-        EXPECT_EQ(e.name(), exceptionName);                                                                  \
-        EXPECT_TRUE(e.reason().contains(QLatin1String(text))) << qPrintable(e.reason());                     \
+/// Runs a function that must throw an NSException of a name, whose reason holds a text.
+template <typename Function>
+testing::AssertionResult throwsException(Function run, const QString &name, const char *text) {
+    try {
+        run();
+    } catch (const NSException &e) {
+        if (e.name() == name && e.reason().contains(QLatin1String(text)))
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure()
+               << "threw " << qPrintable(e.name()) << ": " << qPrintable(e.reason());
     }
+    return testing::AssertionFailure() << "nothing was thrown";
+}
+
+#define EXPECT_NSEXCEPTION(expression, name, text)                                                           \
+    EXPECT_TRUE(throwsException([&] { (void)(expression); }, name, text))
