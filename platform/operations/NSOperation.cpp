@@ -265,6 +265,7 @@ void NSOperation::didChangeValueForKey(const QString &key) {
     if (key == NSOperationIsFinishedKey && isFinished()) {
         didFinish();
     } else if (key == NSOperationIsReadyKey) {
+        ++d->readinessAnnouncements;
         std::shared_ptr<NSOperationQueuePrivate> queue;
         {
             const std::lock_guard lock(d->mutex);

@@ -9,7 +9,7 @@
 #include "platform/values/NSLog.h"
 
 #include <algorithm>
-#include <limits>
+#include <chrono>
 #include <unordered_set>
 
 namespace {
@@ -49,7 +49,9 @@ int NSOperationQueuePrivate::limit() const {
 void NSOperationQueuePrivate::setLimit(int limit) {
     Lock lock(m_mutex);
     m_limit = limit;
-    sendRunners(lock);
+    const std::size_t runners = missingRunners();
+    lock.unlock();
+    sendRunners(runners);
 }
 
 bool NSOperationQueuePrivate::isSuspended() const {
@@ -60,7 +62,9 @@ bool NSOperationQueuePrivate::isSuspended() const {
 void NSOperationQueuePrivate::setSuspended(bool suspended) {
     Lock lock(m_mutex);
     m_suspended = suspended;
-    sendRunners(lock);
+    const std::size_t runners = missingRunners();
+    lock.unlock();
+    sendRunners(runners);
 }
 
 void NSOperationQueuePrivate::add(const std::vector<std::shared_ptr<NSOperation>> &operations) {
@@ -95,97 +99,137 @@ void NSOperationQueuePrivate::add(const std::vector<std::shared_ptr<NSOperation>
         throw NSException(NSInvalidArgumentException, QString::fromLatin1(refusal));
     }
 
-    {
-        const Lock lock(m_mutex);
-        for (const auto &operation : operations) {
-            m_items.emplace_hint(m_items.end(), ++m_lastNumber,
-                                 Item{operation, Stage::Waiting, operation->queuePriority()});
-            m_numbers.emplace(operation.get(), m_lastNumber);
-        }
-    }
+    // From here on the operations tell of changes; those from before their items are listed go unheard and
+    // are looked for while listing.
+    Items added;
+    std::vector<unsigned> announcements;
+    announcements.reserve(operations.size());
     for (const auto &operation : operations) {
-        readinessDidChange(operation.get());
-        // A change of priority, or the end, before the operation was listed went unheard.
-        priorityDidChange(operation.get());
-        bool finished = false;
-        {
-            const std::lock_guard lock(operation->d->mutex);
-            finished = operation->d->finishAnnounced;
-        }
-        if (finished)
-            operationDidFinish(operation.get());
+        announcements.push_back(operation->d->readinessAnnouncements);
+        added.push_back({operation, 0, operation->isReady() ? Stage::Ready : Stage::Waiting});
     }
+    std::vector<NSOperation *> unsure;
+    Lock lock(m_mutex);
+    for (const unsigned announced : announcements) {
+        const auto item = added.begin();
+        NSOperationPrivate &operation = *item->operation->d;
+        if (operation.finishAnnounced) {
+            m_waiting.splice(m_waiting.end(), added, item);
+            m_waiting.pop_back();
+            continue;
+        }
+        if (operation.readinessAnnouncements != announced) {
+            item->stage = Stage::Waiting;
+            unsure.push_back(item->operation.get());
+        }
+        item->number = ++m_lastNumber;
+        item->priority = operation.priority;
+        operation.item = item;
+        ++m_count;
+        m_readyCount += item->stage == Stage::Ready;
+        Items &list = listOf(*item);
+        list.splice(list.end(), added, item);
+    }
+    const std::size_t runners = missingRunners();
+    lock.unlock();
+    sendRunners(runners);
+    for (NSOperation *operation : unsure)
+        readinessDidChange(operation);
 }
 
 std::vector<std::shared_ptr<NSOperation>> NSOperationQueuePrivate::operations() const {
     const Lock lock(m_mutex);
+    std::vector<std::pair<std::uint64_t, std::shared_ptr<NSOperation>>> numbered;
+    numbered.reserve(m_count);
+    const auto collect = [&](const Items &items) {
+        for (const Item &item : items)
+            numbered.emplace_back(item.number, item.operation);
+    };
+    collect(m_waiting);
+    collect(m_running);
+    std::for_each(m_ready.begin(), m_ready.end(), collect);
+    std::sort(numbered.begin(), numbered.end());
     std::vector<std::shared_ptr<NSOperation>> all;
-    all.reserve(m_items.size());
-    for (const auto &[number, item] : m_items)
-        all.push_back(item.operation);
+    all.reserve(numbered.size());
+    for (auto &[number, operation] : numbered)
+        all.push_back(std::move(operation));
     return all;
 }
 
 std::size_t NSOperationQueuePrivate::count() const {
     const Lock lock(m_mutex);
-    return m_items.size();
+    return m_count;
 }
 
 void NSOperationQueuePrivate::waitUntilEmpty() {
     Lock lock(m_mutex);
-    m_empty.wait(lock, [this] { return m_items.empty(); });
+    m_empty.wait(lock, [this] { return m_count == 0; });
 }
 
 void NSOperationQueuePrivate::abandon() {
     std::vector<std::shared_ptr<NSOperation>> stranded;
     {
-        Lock lock(m_mutex);
-        if (m_items.empty())
+        const Lock lock(m_mutex);
+        if (m_count == 0)
             return;
         m_abandoned = true;
         Abandoned &all = abandoned();
         const std::lock_guard allLock(all.mutex);
         all.queues.insert(shared_from_this());
-        if (m_suspended || m_limit == 0)
-            for (const auto &[number, item] : m_items)
-                if (item.stage != Stage::Running)
+        if (m_suspended || m_limit == 0) {
+            const auto collect = [&](const Items &items) {
+                for (const Item &item : items)
                     stranded.push_back(item.operation);
+            };
+            collect(m_waiting);
+            std::for_each(m_ready.begin(), m_ready.end(), collect);
+        }
     }
     for (const auto &operation : stranded)
         operation->cancel();
-    Lock lock(m_mutex);
-    m_suspended = false;
-    if (m_limit == 0)
-        m_limit = NSOperationQueueDefaultMaxConcurrentOperationCount;
-    sendRunners(lock);
+    if (limit() == 0)
+        setLimit(NSOperationQueueDefaultMaxConcurrentOperationCount);
+    setSuspended(false);
 }
 
-NSOperationQueuePrivate::Items::iterator NSOperationQueuePrivate::find(const NSOperation *operation) {
-    const auto number = m_numbers.find(operation);
-    return number == m_numbers.end() ? m_items.end() : m_items.find(number->second);
+NSOperationQueuePrivate::Items &NSOperationQueuePrivate::listOf(const Item &item) {
+    switch (item.stage) {
+    case Stage::Waiting:
+        return m_waiting;
+    case Stage::Running:
+        return m_running;
+    case Stage::Ready:
+        break;
+    }
+    return m_ready[std::size_t(2 - item.priority / 4)];
 }
 
-void NSOperationQueuePrivate::leaveReady(Items::iterator item) {
-    ready(item->second.priority).erase(item->first);
-    --m_readyCount;
+void NSOperationQueuePrivate::move(Items::iterator item, Stage stage, int priority) {
+    Items &from = listOf(*item);
+    m_readyCount -= item->stage == Stage::Ready;
+    item->stage = stage;
+    item->priority = priority;
+    m_readyCount += stage == Stage::Ready;
+    Items &to = listOf(*item);
+    auto before = to.end();
+    if (stage == Stage::Ready)
+        while (before != to.begin() && std::prev(before)->number > item->number)
+            --before;
+    to.splice(before, from, item);
 }
 
-void NSOperationQueuePrivate::operationDidFinish(const NSOperation *operation) {
-    // Declared before the lock: the operation may be freed here, and that is no business of the lock.
-    std::shared_ptr<NSOperation> gone;
+void NSOperationQueuePrivate::operationDidFinish(NSOperation *operation) {
+    // Freed after the lock is.
+    Items gone;
     std::shared_ptr<NSOperationQueuePrivate> self;
     Lock lock(m_mutex);
-    const auto item = find(operation);
-    if (item == m_items.end())
+    if (!operation->d->item)
         return;
-    if (item->second.stage == Stage::Ready)
-        leaveReady(item);
-    else if (item->second.stage == Stage::Running)
-        --m_running;
-    gone = std::move(item->second.operation);
-    m_numbers.erase(operation);
-    m_items.erase(item);
-    if (m_items.empty()) {
+    const auto item = *operation->d->item;
+    operation->d->item.reset();
+    m_readyCount -= item->stage == Stage::Ready;
+    gone.splice(gone.end(), listOf(*item), item);
+    if (--m_count == 0) {
         m_empty.notify_all();
         if (m_abandoned) {
             self = shared_from_this();
@@ -194,114 +238,107 @@ void NSOperationQueuePrivate::operationDidFinish(const NSOperation *operation) {
             all.queues.erase(self);
         }
     }
-    if (operation != runningHere)
-        sendRunners(lock);
+    // The place of what ran here is used by its runner.
+    const std::size_t runners = operation == runningHere ? 0 : missingRunners();
+    lock.unlock();
+    sendRunners(runners);
 }
 
 void NSOperationQueuePrivate::readinessDidChange(NSOperation *operation) {
+    const auto unsettled = [&] {
+        return operation->d->item && (*operation->d->item)->stage != Stage::Running;
+    };
     unsigned asked = 0;
     {
         const Lock lock(m_mutex);
-        const auto item = find(operation);
-        if (item == m_items.end() || item->second.stage == Stage::Running)
+        if (!unsettled())
             return;
-        asked = ++item->second.asked;
+        asked = ++(*operation->d->item)->asked;
     }
     const bool isReady = operation->isReady();
     Lock lock(m_mutex);
-    const auto item = find(operation);
-    if (item == m_items.end() || item->second.stage == Stage::Running || item->second.asked != asked ||
-        isReady == (item->second.stage == Stage::Ready))
+    if (!unsettled())
         return;
-    if (!isReady) {
-        leaveReady(item);
-        item->second.stage = Stage::Waiting;
+    const auto item = *operation->d->item;
+    if (item->asked != asked || isReady == (item->stage == Stage::Ready))
         return;
-    }
-    auto &list = ready(item->second.priority);
-    list.emplace_hint(list.end(), item->first, operation);
-    ++m_readyCount;
-    item->second.stage = Stage::Ready;
-    sendRunners(lock);
+    move(item, isReady ? Stage::Ready : Stage::Waiting, item->priority);
+    const std::size_t runners = missingRunners();
+    lock.unlock();
+    sendRunners(runners);
 }
 
 void NSOperationQueuePrivate::priorityDidChange(NSOperation *operation) {
     const Lock lock(m_mutex);
-    const auto item = find(operation);
-    if (item == m_items.end())
+    if (!operation->d->item)
         return;
-    const int priority = operation->queuePriority();
-    if (item->second.priority == priority)
-        return;
-    if (item->second.stage == Stage::Ready) {
-        ready(item->second.priority).erase(item->first);
-        ready(priority).emplace(item->first, operation);
-    }
-    item->second.priority = priority;
+    const auto item = *operation->d->item;
+    const int priority = operation->d->priority;
+    if (item->priority != priority)
+        move(item, item->stage, priority);
 }
 
-void NSOperationQueuePrivate::sendRunners(Lock &lock) {
-    std::size_t wanted = 0;
-    if (!m_suspended) {
-        const std::size_t places = m_limit < 0 ? std::numeric_limits<std::size_t>::max()
-                                   : std::size_t(m_limit) > m_running ? std::size_t(m_limit) - m_running
-                                                                      : 0;
-        wanted = std::min(m_readyCount, places);
-    }
-    const std::size_t more = wanted > m_runners ? wanted - m_runners : 0;
-    m_runners += more;
-    lock.unlock();
-    if (more == 0)
-        return;
-    const auto runner = [self = shared_from_this()] { self->run(); };
-    if (!m_onMainThread) {
-        WorkerPool::shared().submit(runner, more);
-        return;
-    }
-    for (std::size_t i = 0; i < more; ++i)
-        DispatchQueue::mainQueue().async(runner);
+std::size_t NSOperationQueuePrivate::startable() const {
+    if (m_suspended)
+        return 0;
+    if (m_limit < 0)
+        return m_readyCount;
+    const auto limit = std::size_t(m_limit);
+    return limit > m_running.size() ? std::min(m_readyCount, limit - m_running.size()) : 0;
 }
 
-void NSOperationQueuePrivate::run() {
+std::size_t NSOperationQueuePrivate::missingRunners() {
+    // No more than can make progress: each one that gets a thread sends the next.
+    const std::size_t wanted = std::min(startable(), m_onMainThread ? 1 : WorkerPool::shared().processors());
+    const std::size_t missing = wanted > m_runners ? wanted - m_runners : 0;
+    m_runners += missing;
+    return missing;
+}
+
+void NSOperationQueuePrivate::sendRunners(std::size_t count) {
+    if (count == 0)
+        return;
+    if (m_onMainThread)
+        DispatchQueue::mainQueue().async([self = shared_from_this()] { self->runOnWorker(); });
+    else
+        WorkerPool::shared().submit(shared_from_this(), count);
+}
+
+void NSOperationQueuePrivate::runOnWorker() {
+    // A thread that others wait for is given back after this time.
+    constexpr auto slice = std::chrono::milliseconds(1);
+    const auto begin = std::chrono::steady_clock::now();
     Lock lock(m_mutex);
     --m_runners;
-    while (runOne(lock)) {
-        // What became free is used by this very thread, unless others wait for a thread.
-        if (m_runners > 0 || m_onMainThread || WorkerPool::shared().hasWaitingTasks())
+    while (startable() > 0) {
+        runOne(lock);
+        if (m_onMainThread ||
+            (WorkerPool::shared().hasWaitingJobs() && std::chrono::steady_clock::now() - begin > slice))
             break;
     }
-    sendRunners(lock);
+    const std::size_t runners = missingRunners();
+    lock.unlock();
+    sendRunners(runners);
 }
 
-bool NSOperationQueuePrivate::runOne(Lock &lock) {
-    if (m_suspended || m_readyCount == 0 || (m_limit >= 0 && m_running >= std::size_t(m_limit)))
-        return false;
-    const auto list =
-        std::find_if(m_ready.begin(), m_ready.end(), [](const auto &ready) { return !ready.empty(); });
-    const auto item = m_items.find(list->begin()->first);
-    leaveReady(item);
-    item->second.stage = Stage::Running;
-    ++m_running;
-    std::shared_ptr<NSOperation> operation = item->second.operation;
+void NSOperationQueuePrivate::runOne(Lock &lock) {
+    const auto item = std::find_if(m_ready.begin(), m_ready.end(), [](const Items &ready) {
+                          return !ready.empty();
+                      })->begin();
+    std::shared_ptr<NSOperation> operation = item->operation;
+    move(item, Stage::Running, item->priority);
+    const std::size_t runners = missingRunners();
     lock.unlock();
+    sendRunners(runners);
 
-    bool stillReady = false;
+    bool ready = false;
     {
         NSOperationPrivate &state = *operation->d;
         const std::lock_guard operationLock(state.mutex);
-        stillReady = state.cancelled || state.unfinished.empty();
-        state.claimed = stillReady;
+        ready = state.cancelled || state.unfinished.empty();
+        state.claimed = ready;
     }
-    if (!stillReady) {
-        // A dependency was added while the operation was on its way.
-        lock.lock();
-        if (const auto again = find(operation.get()); again != m_items.end()) {
-            again->second.stage = Stage::Waiting;
-            --m_running;
-        }
-        lock.unlock();
-        readinessDidChange(operation.get());
-    } else {
+    if (ready) {
         const auto *outer = std::exchange(runningHere, operation->isConcurrent() ? nullptr : operation.get());
         try {
             operation->start();
@@ -309,10 +346,17 @@ bool NSOperationQueuePrivate::runOne(Lock &lock) {
             NSLog("Exception in operation %@: %@", operation->name(), NSException::currentDescription());
         }
         runningHere = outer;
+    } else {
+        // A dependency was added while the operation was on its way.
+        {
+            const Lock again(m_mutex);
+            if (operation->d->item)
+                move(*operation->d->item, Stage::Waiting, (*operation->d->item)->priority);
+        }
+        readinessDidChange(operation.get());
     }
     operation.reset();
     lock.lock();
-    return true;
 }
 
 NSOperationQueue::NSOperationQueue(QObject *parent)

@@ -2,22 +2,38 @@
 #pragma once
 
 #include "platform/operations/NSOperation.h"
+#include "platform/operations/WorkerPool.h"
 
 #include <array>
 #include <condition_variable>
 #include <cstdint>
-#include <map>
+#include <list>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 #include <vector>
+
+/// An operation's place in its queue.
+struct NSOperationQueueItem {
+    enum class Stage { Waiting, Ready, Running };
+
+    std::shared_ptr<NSOperation> operation;
+    /// Counts what the queue was given.
+    std::uint64_t number = 0;
+    Stage stage = Stage::Waiting;
+    int priority = NSOperationQueuePriorityNormal;
+    /// Counts questions for readiness: only the latest answer holds.
+    unsigned asked = 0;
+};
+using NSOperationQueueItems = std::list<NSOperationQueueItem>;
 
 /// A queue's inner state. It outlives the queue while operations are left. No code of others is called while
 /// the mutex is held.
 ///
-/// For each operation that may start now, a runner is sent to the threads; the runner picks the operation
-/// only when it gets a thread, so that what became ready or more urgent in between is considered.
-class NSOperationQueuePrivate : public std::enable_shared_from_this<NSOperationQueuePrivate> {
+/// While operations may start, runners are sent to the threads; a runner picks an operation only when it has
+/// got a thread, so that what became ready or more urgent in between is considered, and goes on as long as
+/// there are some.
+class NSOperationQueuePrivate : public WorkerPool::Job,
+                                public std::enable_shared_from_this<NSOperationQueuePrivate> {
 public:
     explicit NSOperationQueuePrivate(bool onMainThread) : m_onMainThread(onMainThread) {}
 
@@ -36,30 +52,27 @@ public:
     void abandon();
 
     // What operations tell.
-    void operationDidFinish(const NSOperation *operation);
+    void operationDidFinish(NSOperation *operation);
     void readinessDidChange(NSOperation *operation);
     void priorityDidChange(NSOperation *operation);
 
+    void runOnWorker() override;
+
 private:
-    using Number = std::uint64_t;
-    enum class Stage { Waiting, Ready, Running };
-    struct Item {
-        std::shared_ptr<NSOperation> operation;
-        Stage stage = Stage::Waiting;
-        int priority = 0;
-        /// Counts questions for readiness: only the latest answer holds.
-        unsigned asked = 0;
-    };
-    using Items = std::map<Number, Item>;
+    using Item = NSOperationQueueItem;
+    using Items = NSOperationQueueItems;
+    using Stage = NSOperationQueueItem::Stage;
     using Lock = std::unique_lock<std::mutex>;
 
-    Items::iterator find(const NSOperation *operation);
-    std::map<Number, NSOperation *> &ready(int priority) { return m_ready[std::size_t(2 - priority / 4)]; }
-    void leaveReady(Items::iterator item);
-    /// Unlocks.
-    void sendRunners(Lock &lock);
-    void run();
-    bool runOne(Lock &lock);
+    Items &listOf(const Item &item);
+    /// Moves an item from the list it is in to where it belongs in the one of another stage and priority.
+    void move(Items::iterator item, Stage stage, int priority);
+    /// How many of the ready operations may start now.
+    std::size_t startable() const;
+    /// How many runners are missing; counts them as sent.
+    std::size_t missingRunners();
+    void sendRunners(std::size_t count);
+    void runOne(Lock &lock);
 
     const bool m_onMainThread;
     mutable std::mutex m_mutex;
@@ -68,12 +81,13 @@ private:
     int m_limit = -1;
     bool m_suspended = false;
     bool m_abandoned = false;
-    Number m_lastNumber = 0;
-    Items m_items;
-    std::unordered_map<const NSOperation *, Number> m_numbers;
-    /// By priority, the most urgent first.
-    std::array<std::map<Number, NSOperation *>, 5> m_ready;
+    std::uint64_t m_lastNumber = 0;
+    // Each item is in one of these.
+    Items m_waiting;
+    Items m_running;
+    std::array<Items, 5> m_ready; ///< by priority, the most urgent first, then by number
     std::size_t m_readyCount = 0;
-    std::size_t m_running = 0;
+    std::size_t m_count = 0;
+    /// Sent, and not yet on a thread.
     std::size_t m_runners = 0;
 };

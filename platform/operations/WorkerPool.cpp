@@ -21,6 +21,15 @@ constexpr auto idleTime = 10s;
 constexpr auto watchInterval = 5ms;
 constexpr std::size_t mostWorkers = 512;
 
+class Block : public WorkerPool::Job {
+public:
+    explicit Block(std::function<void()> block) : m_block(std::move(block)) {}
+    void runOnWorker() override { m_block(); }
+
+private:
+    const std::function<void()> m_block;
+};
+
 /// Whether a thread of this process has, or waits for, a processor; when in doubt, it has.
 bool isRunning(pid_t thread) {
     std::array<char, 64> path{};
@@ -47,23 +56,33 @@ WorkerPool &WorkerPool::shared() {
     return *pool;
 }
 
-void WorkerPool::submit(const Task &task, std::size_t times) {
+void WorkerPool::submit(const std::shared_ptr<Job> &job, std::size_t times) {
     const std::lock_guard lock(m_mutex);
-    for (; times > 0; --times) {
-        m_tasks.push_back(task);
-        if (m_tasks.size() <= m_idle)
-            m_work.notify_one();
-        else if (m_workers.size() < m_processors)
-            addWorker();
-    }
-    m_waiting.store(m_tasks.size(), std::memory_order_relaxed);
-    if (m_tasks.size() <= m_idle || m_workers.size() < m_processors)
+    m_jobs.insert(m_jobs.end(), times, job);
+    m_waiting.store(m_jobs.size(), std::memory_order_relaxed);
+    callWorker();
+}
+
+void WorkerPool::submit(std::function<void()> block) {
+    submit(std::make_shared<Block>(std::move(block)));
+}
+
+/// Sees to it that a thread comes for the waiting jobs.
+void WorkerPool::callWorker() {
+    if (m_jobs.empty() || m_calling)
         return;
-    if (!m_watching) {
-        m_watching = true;
+    if (m_idle > 0) {
+        m_calling = true;
+        m_work.notify_one();
+    } else if (m_workers.size() < m_processors) {
+        m_calling = addWorker();
+    } else if (m_watcher == Watcher::None) {
+        m_watcher = Watcher::Awake;
         std::thread([this] { watch(); }).detach();
+    } else if (m_watcher == Watcher::Asleep) {
+        m_watcher = Watcher::Awake;
+        m_stalled.notify_one();
     }
-    m_stalled.notify_one();
 }
 
 bool WorkerPool::addWorker() {
@@ -71,7 +90,7 @@ bool WorkerPool::addWorker() {
     try {
         std::thread([this, self = worker.get()] { work(self); }).detach();
     } catch (const std::system_error &) {
-        // The threads there are take the tasks in turn.
+        // The threads that are there take the jobs in turn.
         if (m_workers.empty())
             throw;
         return false;
@@ -80,25 +99,32 @@ bool WorkerPool::addWorker() {
     return true;
 }
 
+bool WorkerPool::waitForJob(std::unique_lock<std::mutex> &lock) {
+    const auto end = std::chrono::steady_clock::now() + idleTime;
+    auto status = std::cv_status::no_timeout;
+    ++m_idle;
+    while (m_jobs.empty() && status == std::cv_status::no_timeout) {
+        status = m_work.wait_until(lock, end);
+        m_calling = false;
+    }
+    --m_idle;
+    return !m_jobs.empty();
+}
+
 void WorkerPool::work(Worker *self) {
     NSThread::currentThread().setName(QStringLiteral("zr-worker"));
     std::unique_lock lock(m_mutex);
     self->thread = ::gettid();
-    for (;;) {
-        if (m_tasks.empty()) {
-            ++m_idle;
-            const bool more = m_work.wait_for(lock, idleTime, [this] { return !m_tasks.empty(); });
-            --m_idle;
-            if (!more)
-                break;
-        }
-        Task task = std::move(m_tasks.front());
-        m_tasks.pop_front();
-        m_waiting.store(m_tasks.size(), std::memory_order_relaxed);
+    m_calling = false;
+    while (!m_jobs.empty() || waitForJob(lock)) {
+        std::shared_ptr<Job> job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+        m_waiting.store(m_jobs.size(), std::memory_order_relaxed);
+        callWorker();
         self->busy = true;
         lock.unlock();
-        task();
-        task = nullptr;
+        job->runOnWorker();
+        job.reset();
         lock.lock();
         self->busy = false;
     }
@@ -112,18 +138,23 @@ std::size_t WorkerPool::runningWorkers() const {
     }));
 }
 
+/// Looks after jobs that wait while threads are blocked.
 void WorkerPool::watch() {
     NSThread::currentThread().setName(QStringLiteral("zr-watcher"));
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_stalled.wait(lock, [this] { return m_tasks.size() > m_idle; });
+        while (m_jobs.empty()) {
+            m_watcher = Watcher::Asleep;
+            m_stalled.wait(lock);
+        }
+        m_watcher = Watcher::Awake;
         lock.unlock();
         std::this_thread::sleep_for(watchInterval);
         lock.lock();
-        const std::size_t waiting = m_tasks.size() > m_idle ? m_tasks.size() - m_idle : 0;
-        const std::size_t running = waiting ? runningWorkers() : m_processors;
-        for (std::size_t n = running; n < std::min(m_processors, running + waiting); ++n)
-            if (m_workers.size() >= mostWorkers || !addWorker())
+        const std::size_t running = runningWorkers();
+        const std::size_t wanted = std::min(m_processors, running + m_jobs.size());
+        for (std::size_t n = running; n < wanted && m_workers.size() < mostWorkers; ++n)
+            if (!addWorker())
                 break;
     }
 }

@@ -11,34 +11,37 @@
 
 namespace {
 
-TEST(WorkerPool, RunsEachTaskAsOftenAsAsked) {
-    std::atomic<int> ran{0};
-    Gate done;
-    WorkerPool::shared().submit(
-        [&] {
+TEST(WorkerPool, RunsEachJobAsOftenAsAsked) {
+    struct Job : WorkerPool::Job {
+        std::atomic<int> ran{0};
+        Gate done;
+        void runOnWorker() override {
             if (++ran == 1000)
                 done.open();
-        },
-        1000);
-    EXPECT_TRUE(done.pass());
-    EXPECT_EQ(ran, 1000);
+        }
+    };
+    const auto job = std::make_shared<Job>();
+    WorkerPool::shared().submit(job, 0);
+    WorkerPool::shared().submit(job, 1);
+    WorkerPool::shared().submit(job, 999);
+    EXPECT_TRUE(job->done.pass());
+    EXPECT_EQ(job->ran, 1000);
 }
 
-TEST(WorkerPool, BlockedTasksAreMadeUpForByMoreThreads) {
-    constexpr int tasks = 64;
+TEST(WorkerPool, BlockedJobsAreMadeUpForByMoreThreads) {
+    constexpr int blocks = 64;
     std::atomic<int> inside{0};
     std::atomic<int> left{0};
     Gate all;
     Gate done;
-    WorkerPool::shared().submit(
-        [&] {
-            if (++inside == tasks)
+    for (int i = 0; i < blocks; ++i)
+        WorkerPool::shared().submit([&] {
+            if (++inside == blocks)
                 all.open();
             EXPECT_TRUE(all.pass());
-            if (++left == tasks)
+            if (++left == blocks)
                 done.open();
-        },
-        tasks);
+        });
     EXPECT_TRUE(done.pass());
 }
 
