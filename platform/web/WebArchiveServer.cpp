@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "platform/web/WebArchiveServer.h"
+
+#include "platform/web/DevToolsSession.h"
+#include "platform/web/WebDocumentSniffer.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <utility>
+
+namespace {
+
+/// The Content-Type to serve a resource with, for what the page wants it as.
+QByteArray contentTypeFor(const WebResource &resource, const QString &wantedAs) {
+    const bool isVague = resource.mimeType.isEmpty() || resource.mimeType == "application/octet-stream" ||
+                         resource.mimeType == "text/plain";
+    if (!isVague)
+        return resource.contentType();
+    // Saved from files or by mail programs, parts often have no type that the engine would take them by.
+    WebResource typed = resource;
+    if (wantedAs == QLatin1StringView("Stylesheet"))
+        typed.mimeType = "text/css";
+    else if (wantedAs == QLatin1StringView("Image"))
+        typed.mimeType = WebDocumentSniffer::mimeTypeOfKind(WebDocumentSniffer::kindOfData(resource.data));
+    return typed.contentType();
+}
+
+QJsonObject header(const char *name, const QByteArray &value) {
+    return {{QStringLiteral("name"), QLatin1StringView(name)},
+            {QStringLiteral("value"), QString::fromUtf8(value)}};
+}
+
+} // namespace
+
+WebArchiveServer::WebArchiveServer(DevToolsSession &page, WebArchive archive)
+    : m_page(page), m_archive(std::move(archive)) {
+    m_page.on("Fetch.requestPaused", [this](const DevToolsMessage &event) { answer(event); });
+    // The setting has to be known before a navigation brings in another renderer, which is told of it then.
+    m_page.callAndWait("Page.setBypassCSP", DevToolsParams().add("enabled", true));
+    m_page.call("Fetch.enable", DevToolsParams().addJson("patterns", "[{\"urlPattern\":\"*\"}]"));
+}
+
+WebArchiveServer::~WebArchiveServer() {
+    m_page.on("Fetch.requestPaused", {});
+    m_page.call("Fetch.disable");
+    m_page.call("Page.setBypassCSP", DevToolsParams().add("enabled", false));
+}
+
+void WebArchiveServer::answer(const DevToolsMessage &event) {
+    const QJsonObject params = event.object();
+    const QJsonObject request = params[u"request"].toObject();
+    const QString wantedAs = params[u"resourceType"].toString();
+    const QByteArray requestId = params[u"requestId"].toString().toUtf8();
+    if (const WebResource *resource = m_archive.resourceForURL(request[u"url"].toString().toUtf8())) {
+        fulfil(requestId, *resource, contentTypeFor(*resource, wantedAs),
+               request[u"headers"].toObject()[u"Origin"].toString().toUtf8());
+        return;
+    }
+    // An aborted page leaves its frame empty; a failed one would put an error page of the browser's there.
+    const bool isPage = wantedAs == QLatin1StringView("Document");
+    m_page.call(
+        "Fetch.failRequest",
+        DevToolsParams().add("requestId", requestId).add("errorReason", isPage ? "Aborted" : "Failed"));
+}
+
+void WebArchiveServer::fulfil(const QByteArray &requestId, const WebResource &resource,
+                              const QByteArray &contentType, const QByteArray &origin) {
+    // Fonts and the like are asked for across origins, and whoever saved them was allowed to have them.
+    QJsonArray headers{header("Access-Control-Allow-Origin", origin.isEmpty() ? QByteArray("*") : origin),
+                       header("Access-Control-Allow-Credentials", "true"),
+                       header("Cross-Origin-Resource-Policy", "cross-origin"),
+                       header("Cache-Control", "no-store")};
+    if (!contentType.isEmpty())
+        headers.append(header("Content-Type", contentType));
+    m_page.call("Fetch.fulfillRequest", DevToolsParams()
+                                            .add("requestId", requestId)
+                                            .add("responseCode", 200)
+                                            .add("responseHeaders", QJsonValue(headers))
+                                            .add("body", resource.data.toBase64()));
+}
