@@ -3,6 +3,7 @@
 
 #include "platform/archive/NSPropertyList.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace {
@@ -37,9 +38,15 @@ void DecodingBudget::checkDepth(int depth) {
         refuse(QStringLiteral("the document is nested deeper than %1 levels").arg(MaxDepth));
 }
 
-void DecodedSize::add(const DecodedSize &part) {
-    values += part.values;
-    bytes += part.bytes;
+void DecodedSize::addElement(const DecodedSize &element) {
+    addContent(element);
+    height = std::max(height, element.height + 1);
+    DecodingBudget::checkDepth(int(height));
+}
+
+void DecodedSize::addContent(const DecodedSize &content) {
+    values += content.values;
+    bytes += content.bytes;
     if (values > DecodingBudget::MaxValues)
         refuse(QStringLiteral("shared parts grow the document to more than %1 values")
                    .arg(DecodingBudget::MaxValues));

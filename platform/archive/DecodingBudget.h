@@ -33,13 +33,17 @@ private:
     quint64 m_work;
 };
 
-/// What is known of a value beside the value: how large it is when walked.
+/// What is known of a value beside the value: how large and how deep it is when walked.
 struct DecodedSize {
     quint64 bytes = 0;
     quint32 values = 1;
+    quint32 height = 0;
 
-    /// Throws where the sum is past DecodingBudget::MaxValues.
-    void add(const DecodedSize &part);
+    /// Counts an element of a container. Throws past DecodingBudget::MaxValues or MaxDepth: a part that was
+    /// decoded elsewhere before brings its own height along.
+    void addElement(const DecodedSize &element);
+    /// Counts what a value is made from and is no level of its own.
+    void addContent(const DecodedSize &content);
 };
 
 /// Fills a set from untrusted values: refuses floods of elements that hash alike but differ.

@@ -136,11 +136,11 @@ QByteArray Archiver::archive(const QVariant &root) {
 }
 
 Archiver::Uid Archiver::encode(const QVariant &value, int depth) {
-    if (NSIsNil(value))
-        return 0;
     if (depth > DecodingBudget::MaxDepth)
         refuse(QStringLiteral("a value nested deeper than %1 levels cannot be archived")
                    .arg(DecodingBudget::MaxDepth));
+    if (NSIsNil(value))
+        return 0;
     const QMetaType type = value.metaType();
     switch (type.id()) {
     case QMetaType::Nullptr:

@@ -151,7 +151,9 @@ const Unarchiver::Value &Unarchiver::decode(quint64 uid, int depth) {
         return value;
     if (value.state == State::Open)
         refuse(QStringLiteral("an object holds itself"));
-    DecodingBudget::checkDepth(depth);
+    // An object within a field is a level here, but not of the value; the value's own are counted on the way
+    // back.
+    DecodingBudget::checkDepth(depth / 2);
     const Ref ref = m_reader.element(m_objects, uid);
     const Object object = m_reader.object(ref);
     if (object.kind == Kind::Dictionary) {
@@ -246,19 +248,22 @@ QVariant Unarchiver::decodeUrl(const Object &object, Value &into, int depth) {
     const auto relative = requiredAttribute<QString>(object, "NS.relative", into, depth);
     m_budget.addWork(2 * quint64(relative.size()));
     QUrl url = QUrl::fromEncoded(relative.toUtf8());
-    if (!relative.isEmpty() && !url.isValid())
-        refuse(QStringLiteral("a URL cannot be read: %1").arg(url.errorString()));
+    const bool readable = relative.isEmpty() || url.isValid();
     if (const auto ref = field(object, "NS.base")) {
         const Value &base = attribute(*ref, depth + 1);
         if (const QUrl *baseUrl = as<QUrl>(base.value)) {
             m_budget.addWork(base.size.bytes);
-            into.size.add(base.size);
+            into.size.addContent(base.size);
             url = baseUrl->resolved(url);
         } else if (base.value.isValid()) {
             refuse(QStringLiteral("the base of a URL is no URL"));
         }
     }
-    return url.isEmpty() ? QVariant() : QVariant(url);
+    if (readable && url.isEmpty())
+        return {};
+    if (!readable || !url.isValid())
+        refuse(QStringLiteral("a URL cannot be read: %1").arg(url.errorString()));
+    return url;
 }
 
 QVariant Unarchiver::decodeError(const Object &object, Value &into, int depth) {
@@ -267,11 +272,12 @@ QVariant Unarchiver::decodeError(const Object &object, Value &into, int depth) {
     QVariantMap details;
     if (const auto ref = field(object, "NSUserInfo")) {
         const Value &userInfo = attribute(*ref, depth + 1);
-        into.size.add(userInfo.size);
-        if (const QVariantMap *map = as<QVariantMap>(userInfo.value))
+        if (const QVariantMap *map = as<QVariantMap>(userInfo.value)) {
+            into.size.addElement(userInfo.size);
             details = *map;
-        else if (userInfo.value.isValid())
+        } else if (userInfo.value.isValid()) {
             refuse(QStringLiteral("the details of an error are no dictionary"));
+        }
     }
     return QVariant::fromValue(NSError(domain, code, details));
 }
@@ -304,7 +310,7 @@ QVariant Unarchiver::decodeArray(const Object &object, Value &into, int depth) {
     list.reserve(qsizetype(array.count));
     for (quint64 i = 0; i < array.count; ++i) {
         const Value &element = decode(reference(m_reader.element(array, i)), depth + 1);
-        into.size.add(element.size);
+        into.size.addElement(element.size);
         list.append(element.value);
     }
     return list;
@@ -315,7 +321,7 @@ QVariant Unarchiver::decodeSet(const Object &object, Value &into, int depth) {
     SetBuilder set(m_budget);
     for (quint64 i = 0; i < array.count; ++i) {
         const Value &element = decode(reference(m_reader.element(array, i)), depth + 1);
-        into.size.add(element.size);
+        into.size.addElement(element.size);
         set.insert(element.value, element.size);
     }
     return set.take();
@@ -333,8 +339,8 @@ QVariant Unarchiver::decodeDictionary(const Object &object, Value &into, int dep
         if (!text)
             refuse(QStringLiteral("the key of a dictionary is no string"));
         const Value &value = decode(reference(m_reader.element(values, i)), depth + 1);
-        into.size.add(key.size);
-        into.size.add(value.size);
+        into.size.addElement(key.size);
+        into.size.addElement(value.size);
         dictionary.insert(*text, value.value);
     }
     return dictionary.take();
@@ -387,7 +393,7 @@ T Unarchiver::requiredAttribute(const Object &object, QByteArrayView name, Value
     const T *content = as<T>(value.value);
     if (!content)
         refuse(QStringLiteral("the field %1 is of the wrong kind").arg(QLatin1String(name)));
-    into.size.add(value.size);
+    into.size.addContent(value.size);
     return *content;
 }
 

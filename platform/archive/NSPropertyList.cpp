@@ -168,9 +168,9 @@ const Reader::Value &Reader::read(Ref ref, int depth) {
         return value;
     if (value.state == State::Open)
         refuseToRead(QStringLiteral("a container holds itself"));
+    DecodingBudget::checkDepth(depth);
     const Object object = m_reader.object(ref);
     if (object.isContainer()) {
-        DecodingBudget::checkDepth(depth);
         value.state = State::Open;
         readContainer(object, value, depth);
     } else {
@@ -190,7 +190,7 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
         list.reserve(qsizetype(object.count));
         for (quint64 i = 0; i < object.count; ++i) {
             const Value &element = read(m_reader.element(object, i), depth + 1);
-            into.size.add(element.size);
+            into.size.addElement(element.size);
             list.append(element.value);
         }
         into.value = std::move(list);
@@ -200,7 +200,7 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
         SetBuilder set(m_budget);
         for (quint64 i = 0; i < object.count; ++i) {
             const Value &element = read(m_reader.element(object, i), depth + 1);
-            into.size.add(element.size);
+            into.size.addElement(element.size);
             set.insert(element.value, element.size);
         }
         into.value = set.take();
@@ -213,8 +213,8 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
             if (key.value.metaType().id() != QMetaType::QString)
                 refuseToRead(QStringLiteral("the key of a dictionary is no string"));
             const Value &element = read(m_reader.value(object, i), depth + 1);
-            into.size.add(key.size);
-            into.size.add(element.size);
+            into.size.addElement(key.size);
+            into.size.addElement(element.size);
             dictionary.insert(as<QString>(key.value), element.value);
         }
         into.value = dictionary.take();

@@ -60,6 +60,7 @@ QVariant XMLPropertyListReader::read() {
 }
 
 QVariant XMLPropertyListReader::readValue(int depth) {
+    DecodingBudget::checkDepth(depth);
     m_budget.addValues(1);
     const QStringView name = m_xml.name();
     if (name == QLatin1String("dict"))
@@ -105,7 +106,6 @@ QVariant XMLPropertyListReader::readValue(int depth) {
 }
 
 QVariant XMLPropertyListReader::readArray(int depth) {
-    DecodingBudget::checkDepth(depth);
     QVariantList list;
     while (m_xml.readNextStartElement())
         list.append(readValue(depth + 1));
@@ -113,7 +113,6 @@ QVariant XMLPropertyListReader::readArray(int depth) {
 }
 
 QVariant XMLPropertyListReader::readDictionary(int depth) {
-    DecodingBudget::checkDepth(depth);
     DictionaryBuilder dictionary(m_budget);
     int pairs = 0;
     QVariant reference;

@@ -475,6 +475,45 @@ TEST(HostileArchive, NestingDeeperThanTheLimit) {
     EXPECT_ARCHIVE_REFUSED(archiveOf(objects), "deeper than 512");
 }
 
+TEST(HostileArchive, NestingAssembledFromSharedPartsIsLimitedToo) {
+    // Chains of 300 arrays, each ending in the one before, which was decoded already.
+    constexpr quint64 Chains = 1000, Length = 300, Class = 2 + Chains * Length;
+    QVariantList objects(1), starts;
+    for (quint64 chain = 0; chain < Chains; ++chain) {
+        const quint64 start = 2 + chain * Length;
+        starts.append(uid(start));
+        for (quint64 i = 1; i < Length; ++i)
+            objects.append(object(Class, elements({uid(start + i)})));
+        objects.append(
+            object(Class, elements(chain == 0 ? QVariantList{} : QVariantList{uid(start - Length)})));
+    }
+    objects[0] = object(Class, elements(starts));
+    objects.append(classNamed("NSArray"));
+    EXPECT_ARCHIVE_REFUSED(archiveOf(objects), "deeper than 512");
+}
+
+TEST(HostilePropertyList, NestingAssembledFromSharedPartsIsLimitedToo) {
+    RawList list;
+    list.refSize = 4;
+    constexpr quint32 Chains = 1000, Length = 300;
+    const auto ref = [](quint32 to) {
+        QByteArray bytes(4, '\0');
+        qToBigEndian(to, bytes.data());
+        return bytes;
+    };
+    QByteArray top = hex("af 11 03e8");
+    for (quint32 chain = 0; chain < Chains; ++chain)
+        top += ref(1 + chain * Length);
+    list.objects.push_back(top);
+    for (quint32 chain = 0; chain < Chains; ++chain) {
+        const quint32 start = 1 + chain * Length;
+        for (quint32 i = 1; i < Length; ++i)
+            list.objects.push_back(hex("a1") + ref(start + i));
+        list.objects.push_back(chain == 0 ? hex("a0") : hex("a1") + ref(start - Length));
+    }
+    EXPECT_REFUSED(list.bytes(), "deeper than 512");
+}
+
 TEST(HostileArchive, SharingThatMultiplies) {
     for (const bool sets : {false, true}) {
         QVariantList objects;

@@ -263,12 +263,17 @@ TEST(NSKeyedArchiver, KindsThatCannotBeArchivedThrowAndNameTheirClass) {
 }
 
 TEST(NSKeyedArchiver, DepthIsLimitedOnBothSidesAlike) {
-    QVariant tree = qlonglong(1);
-    for (int i = 0; i < DecodingBudget::MaxDepth; ++i)
-        tree = QVariantList{tree};
-    expectSame(tree);
-    EXPECT_NSEXCEPTION(NSKeyedArchiver::archivedDataWithRootObject(QVariantList{tree}),
-                       NSInvalidArchiveOperationException, "deeper than 512");
+    for (const QVariant &innermost :
+         {QVariant(qlonglong(1)), QVariant(), QVariant(QVariantList{}), QVariant(QStringLiteral("$null")),
+          QVariant::fromValue(NSError(QStringLiteral("d"), 1)),
+          QVariant(QUrl(QStringLiteral("https://host.test/")))}) {
+        QVariant tree = innermost;
+        for (int i = 0; i < DecodingBudget::MaxDepth; ++i)
+            tree = QVariantList{tree};
+        expectSame(tree);
+        EXPECT_NSEXCEPTION(NSKeyedArchiver::archivedDataWithRootObject(QVariantList{tree}),
+                           NSInvalidArchiveOperationException, "deeper than 512");
+    }
 }
 
 TEST(NSKeyedArchiver, RandomTreesComeBack) {

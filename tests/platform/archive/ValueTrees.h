@@ -2,15 +2,12 @@
 #pragma once
 
 #include "platform/values/NSException.h"
+#include "tests/platform/archive/Identical.h"
 
 #include <QByteArray>
 #include <QRandomGenerator>
 #include <QVariant>
 #include <gtest/gtest.h>
-
-/// Whether two trees are the same in types and values. Not-a-number is the same as itself here; sets are
-/// compared with their own equality.
-bool identical(const QVariant &a, const QVariant &b);
 
 /// Makes trees at random; the same seed gives the same trees.
 class RandomTrees {
