@@ -66,10 +66,12 @@ public:
         m_at += data.size();
     }
     void ascii(const QString &text) {
-        const char16_t *const units = reinterpret_cast<const char16_t *>(text.utf16());
-        for (qsizetype i = 0; i < text.size(); ++i)
-            m_at[i] = char(units[i]);
-        m_at += text.size();
+        const ushort *const units = text.utf16();
+        const qsizetype size = text.size();
+        char *const to = m_at;
+        for (qsizetype i = 0; i < size; ++i)
+            to[i] = char(units[i]);
+        m_at += size;
     }
     void utf16(const QString &text) {
         qToBigEndian<quint16>(text.utf16(), text.size(), m_at);

@@ -16,7 +16,8 @@
 #include <QUuid>
 #include <QtEndian>
 #include <cmath>
-#include <utility>
+#include <initializer_list>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -62,6 +63,39 @@ QStringList classNames(Class which) {
     Q_UNREACHABLE();
 }
 
+/// The names of the objects' fields.
+enum class Key : quint8 {
+    Class,
+    ClassName,
+    Classes,
+    Base,
+    ByteOrder,
+    Code,
+    Compact,
+    Domain,
+    Exponent,
+    Keys,
+    Length,
+    Mantissa,
+    Negative,
+    Objects,
+    Relative,
+    String,
+    Time,
+    UserInfo,
+    UuidBytes
+};
+constexpr QLatin1String KeyTexts[] = {
+    QLatin1String("$class"),      QLatin1String("$classname"),     QLatin1String("$classes"),
+    QLatin1String("NS.base"),     QLatin1String("NS.mantissa.bo"), QLatin1String("NSCode"),
+    QLatin1String("NS.compact"),  QLatin1String("NSDomain"),       QLatin1String("NS.exponent"),
+    QLatin1String("NS.keys"),     QLatin1String("NS.length"),      QLatin1String("NS.mantissa"),
+    QLatin1String("NS.negative"), QLatin1String("NS.objects"),     QLatin1String("NS.relative"),
+    QLatin1String("NS.string"),   QLatin1String("NS.time"),        QLatin1String("NSUserInfo"),
+    QLatin1String("NS.uuidbytes")};
+constexpr int KeyCount = int(std::size(KeyTexts));
+static_assert(int(Key::UuidBytes) + 1 == KeyCount, "a text for each key");
+
 class Archiver {
 public:
     QByteArray archive(const QVariant &root);
@@ -69,7 +103,12 @@ public:
 private:
     using Ref = BinaryPropertyListWriter::Ref;
     using Uid = quint32;
-    using Field = std::pair<QString, Ref>;
+    /// "Not made yet" for references and for the numbers of plain values, which object 0 never is.
+    static constexpr Ref None = 0;
+    struct Field {
+        Key key;
+        Ref value;
+    };
 
     Uid encode(const QVariant &value, int depth);
     Uid encodeList(const QVariantList &list, int depth);
@@ -84,13 +123,14 @@ private:
     /// The number of a plain value; equal objects of the property list are one object of the archive.
     Uid plain(Ref ref);
     Uid newObject();
-    void setObject(Uid uid, Class which, const std::vector<Field> &fields);
-    Uid newObject(Class which, const std::vector<Field> &fields);
+    void setObject(Uid uid, Class which, std::initializer_list<Field> fields);
+    Uid newObject(Class which, std::initializer_list<Field> fields);
     Uid classObject(Class which);
     Ref text(const QString &string) { return m_writer.addString(string); }
-    Ref reference(Uid uid) { return m_writer.addUid(uid); }
+    Ref key(Key key);
+    Ref reference(Uid uid);
     Ref references(const std::vector<Uid> &uids);
-    Ref dictionary(const std::vector<Field> &fields);
+    Ref dictionary(std::initializer_list<Field> fields, Ref classReference = None);
 
     /// Remembers where a container that the root shares was archived. The root keeps it alive, so its
     /// storage's address tells it for as long as archiving takes.
@@ -108,9 +148,11 @@ private:
 
     BinaryPropertyListWriter m_writer;
     std::vector<Ref> m_objects;
-    QHash<Ref, Uid> m_plain;
+    std::vector<Ref> m_references; // by object
+    std::vector<Uid> m_plain;      // by plain value
     QHash<Shared, Uid> m_shared;
     Uid m_classes[ClassCount] = {};
+    Ref m_keys[KeyCount] = {};
 };
 
 QByteArray Archiver::archive(const QVariant &root) {
@@ -120,17 +162,18 @@ QByteArray Archiver::archive(const QVariant &root) {
     const Uid rootUid = encode(root, 0);
     m_writer.setArray(objects, m_objects);
 
-    const std::vector<Field> fields = {
-        {QStringLiteral("$version"), m_writer.addInteger(100000)},
-        {QStringLiteral("$archiver"), text(QStringLiteral("NSKeyedArchiver"))},
-        {QStringLiteral("$top"), dictionary({{QStringLiteral("root"), reference(rootUid)}})},
-        {QStringLiteral("$objects"), objects},
-    };
     std::vector<Ref> keys, values;
-    for (const auto &[key, value] : fields) {
-        keys.push_back(text(key));
+    const auto add = [&](const char *key, Ref value) {
+        keys.push_back(text(QString::fromLatin1(key)));
         values.push_back(value);
-    }
+    };
+    add("$version", m_writer.addInteger(100000));
+    add("$archiver", text(QStringLiteral("NSKeyedArchiver")));
+    const Ref rootFields = m_writer.reserve();
+    const Ref rootKey = text(QStringLiteral("root"));
+    m_writer.setDictionary(rootFields, {rootKey}, {reference(rootUid)});
+    add("$top", rootFields);
+    add("$objects", objects);
     m_writer.setDictionary(top, keys, values);
     return m_writer.document();
 }
@@ -172,7 +215,7 @@ Archiver::Uid Archiver::encode(const QVariant &value, int depth) {
         const double seconds = PropertyListDate::toSeconds(as<QDateTime>(value));
         if (std::isnan(seconds))
             refuse(QStringLiteral("a date out of range cannot be archived"));
-        return newObject(Class::Date, {{QStringLiteral("NS.time"), m_writer.addReal(seconds)}});
+        return newObject(Class::Date, {{Key::Time, m_writer.addReal(seconds)}});
     }
     case QMetaType::QUrl: {
         const auto &url = as<QUrl>(value);
@@ -180,14 +223,11 @@ Archiver::Uid Archiver::encode(const QVariant &value, int depth) {
             refuse(QStringLiteral("an invalid URL cannot be archived: %1").arg(url.errorString()));
         const Uid uid = newObject();
         const Uid relative = encodeString(QString::fromLatin1(url.toEncoded()));
-        setObject(uid, Class::Url,
-                  {{QStringLiteral("NS.base"), reference(0)},
-                   {QStringLiteral("NS.relative"), reference(relative)}});
+        setObject(uid, Class::Url, {{Key::Base, reference(0)}, {Key::Relative, reference(relative)}});
         return uid;
     }
     case QMetaType::QUuid:
-        return newObject(Class::Uuid,
-                         {{QStringLiteral("NS.uuidbytes"), m_writer.addData(as<QUuid>(value).toRfc4122())}});
+        return newObject(Class::Uuid, {{Key::UuidBytes, m_writer.addData(as<QUuid>(value).toRfc4122())}});
     case QMetaType::QVariantList: {
         const auto &list = as<QVariantList>(value);
         return once({list.constData(), list.size(), type.id()},
@@ -233,7 +273,7 @@ Archiver::Uid Archiver::once(const Shared &shared, Encode encode) {
 Archiver::Uid Archiver::encodeString(const QString &string) {
     // A plain string of this text stands for nil, so it is archived as an object that holds it.
     if (string == QLatin1String("$null"))
-        return newObject(Class::String, {{QStringLiteral("NS.string"), text(string)}});
+        return newObject(Class::String, {{Key::String, text(string)}});
     return plain(text(string));
 }
 
@@ -244,7 +284,7 @@ Archiver::Uid Archiver::encodeElements(Class which, const Elements &elements, in
     uids.reserve(size_t(elements.size()));
     for (const auto &element : elements)
         uids.push_back(encode(element, depth + 1));
-    setObject(uid, which, {{QStringLiteral("NS.objects"), references(uids)}});
+    setObject(uid, which, {{Key::Objects, references(uids)}});
     return uid;
 }
 
@@ -258,9 +298,7 @@ Archiver::Uid Archiver::encodeDictionary(const Pairs &pairs, int depth) {
         keys.push_back(encodeString(it.key()));
     for (auto it = pairs.cbegin(); it != pairs.cend(); ++it)
         values.push_back(encode(it.value(), depth + 1));
-    setObject(
-        uid, Class::Dictionary,
-        {{QStringLiteral("NS.keys"), references(keys)}, {QStringLiteral("NS.objects"), references(values)}});
+    setObject(uid, Class::Dictionary, {{Key::Keys, references(keys)}, {Key::Objects, references(values)}});
     return uid;
 }
 
@@ -270,9 +308,9 @@ Archiver::Uid Archiver::encodeError(const NSError &error, int depth) {
     const QVariantMap details = error.userInfo();
     const Uid userInfo = details.isEmpty() ? 0 : encodeDictionary(details, depth + 1);
     setObject(uid, Class::Error,
-              {{QStringLiteral("NSCode"), m_writer.addInteger(error.code())},
-               {QStringLiteral("NSDomain"), reference(domain)},
-               {QStringLiteral("NSUserInfo"), reference(userInfo)}});
+              {{Key::Code, m_writer.addInteger(error.code())},
+               {Key::Domain, reference(domain)},
+               {Key::UserInfo, reference(userInfo)}});
     return uid;
 }
 
@@ -284,38 +322,35 @@ Archiver::Uid Archiver::encodeDecimal(const NSDecimalNumber &number) {
     int parts = 8;
     while (parts > 0 && mantissa[2 * parts - 1] == 0 && mantissa[2 * parts - 2] == 0)
         --parts;
-    return newObject(
-        Class::DecimalNumber,
-        {{QStringLiteral("NS.exponent"), m_writer.addInteger(number.exponent())},
-         {QStringLiteral("NS.length"), m_writer.addInteger(parts)},
-         {QStringLiteral("NS.negative"), m_writer.addBool(number.isNegative() || number.isNaN())},
-         {QStringLiteral("NS.compact"), m_writer.addBool(true)},
-         {QStringLiteral("NS.mantissa"), m_writer.addData(mantissa)},
-         {QStringLiteral("NS.mantissa.bo"), m_writer.addInteger(1)}});
+    return newObject(Class::DecimalNumber,
+                     {{Key::Exponent, m_writer.addInteger(number.exponent())},
+                      {Key::Length, m_writer.addInteger(parts)},
+                      {Key::Negative, m_writer.addBool(number.isNegative() || number.isNaN())},
+                      {Key::Compact, m_writer.addBool(true)},
+                      {Key::Mantissa, m_writer.addData(mantissa)},
+                      {Key::ByteOrder, m_writer.addInteger(1)}});
 }
 
 Archiver::Uid Archiver::plain(Ref ref) {
-    const auto known = m_plain.constFind(ref);
-    if (known != m_plain.constEnd())
-        return *known;
-    const Uid uid = newObject();
-    m_objects[uid] = ref;
-    m_plain.insert(ref, uid);
-    return uid;
+    if (ref >= m_plain.size())
+        m_plain.resize(ref + ref / 2 + 16, None);
+    if (m_plain[ref] == None) {
+        m_plain[ref] = newObject();
+        m_objects[m_plain[ref]] = ref;
+    }
+    return m_plain[ref];
 }
 
 Archiver::Uid Archiver::newObject() {
-    m_objects.push_back(0);
+    m_objects.push_back(None);
     return Uid(m_objects.size() - 1);
 }
 
-void Archiver::setObject(Uid uid, Class which, const std::vector<Field> &fields) {
-    std::vector<Field> all = fields;
-    all.emplace_back(QStringLiteral("$class"), reference(classObject(which)));
-    m_objects[uid] = dictionary(all);
+void Archiver::setObject(Uid uid, Class which, std::initializer_list<Field> fields) {
+    m_objects[uid] = dictionary(fields, reference(classObject(which)));
 }
 
-Archiver::Uid Archiver::newObject(Class which, const std::vector<Field> &fields) {
+Archiver::Uid Archiver::newObject(Class which, std::initializer_list<Field> fields) {
     const Uid uid = newObject();
     setObject(uid, which, fields);
     return uid;
@@ -331,10 +366,24 @@ Archiver::Uid Archiver::classObject(Class which) {
         const Ref list = m_writer.reserve();
         m_writer.setArray(list, classes);
         uid = newObject();
-        m_objects[uid] = dictionary(
-            {{QStringLiteral("$classname"), text(names.first())}, {QStringLiteral("$classes"), list}});
+        m_objects[uid] = dictionary({{Key::ClassName, text(names.first())}, {Key::Classes, list}});
     }
     return uid;
+}
+
+Archiver::Ref Archiver::key(Key key) {
+    Ref &ref = m_keys[int(key)];
+    if (ref == None)
+        ref = text(KeyTexts[int(key)]);
+    return ref;
+}
+
+Archiver::Ref Archiver::reference(Uid uid) {
+    if (uid >= m_references.size())
+        m_references.resize(uid + uid / 2 + 16, None);
+    if (m_references[uid] == None)
+        m_references[uid] = m_writer.addUid(uid);
+    return m_references[uid];
 }
 
 Archiver::Ref Archiver::references(const std::vector<Uid> &uids) {
@@ -347,12 +396,18 @@ Archiver::Ref Archiver::references(const std::vector<Uid> &uids) {
     return ref;
 }
 
-Archiver::Ref Archiver::dictionary(const std::vector<Field> &fields) {
+Archiver::Ref Archiver::dictionary(std::initializer_list<Field> fields, Ref classReference) {
     const Ref ref = m_writer.reserve();
     std::vector<Ref> keys, values;
-    for (const auto &[key, value] : fields) {
-        keys.push_back(text(key));
-        values.push_back(value);
+    keys.reserve(fields.size() + 1);
+    values.reserve(fields.size() + 1);
+    for (const Field &field : fields) {
+        keys.push_back(key(field.key));
+        values.push_back(field.value);
+    }
+    if (classReference != None) {
+        keys.push_back(key(Key::Class));
+        values.push_back(classReference);
     }
     m_writer.setDictionary(ref, keys, values);
     return ref;

@@ -55,20 +55,20 @@ QVariant smallList() {
 // The archive of "hi".
 const QByteArray SmallArchive =
     QByteArray::fromHex("62706c6973743030"
-                        "d4 090a0b0c 04050701"                  // 0 at 08
+                        "d4 05070b0c 04060801"                  // 0 at 08
                         "a2 02 03"                              // 1 at 11: $objects
                         "55 246e756c6c"                         // 2 at 14: "$null"
                         "52 6869"                               // 3 at 1a: "hi"
                         "12 000186a0"                           // 4 at 1d: 100000
-                        "5f100f 4e534b657965644172636869766572" // 5 at 22: "NSKeyedArchiver"
-                        "80 01"                                 // 6 at 34: reference to object 1
-                        "d1 08 06"                              // 7 at 36: $top
-                        "54 726f6f74"                           // 8 at 39: "root"
-                        "58 2476657273696f6e"                   // 9 at 3e: "$version"
-                        "59 246172636869766572"                 // 10 at 47: "$archiver"
+                        "58 2476657273696f6e"                   // 5 at 22: "$version"
+                        "5f100f 4e534b657965644172636869766572" // 6 at 2b: "NSKeyedArchiver"
+                        "59 246172636869766572"                 // 7 at 3d: "$archiver"
+                        "d1 09 0a"                              // 8 at 47: $top
+                        "54 726f6f74"                           // 9 at 4a: "root"
+                        "80 01"                                 // 10 at 4f: reference to object 1
                         "54 24746f70"                           // 11 at 51: "$top"
                         "58 246f626a65637473"                   // 12 at 56: "$objects"
-                        "08 11 14 1a 1d 22 34 36 39 3e 47 51 56"
+                        "08 11 14 1a 1d 22 2b 3d 47 4a 4f 51 56"
                         "000000000000 01 01"
                         "000000000000000d"
                         "0000000000000000"
