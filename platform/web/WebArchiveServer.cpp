@@ -34,23 +34,24 @@ QJsonObject header(const char *name, const QByteArray &value) {
 
 WebArchiveServer::WebArchiveServer(DevToolsSession &page, WebArchive archive)
     : m_page(page), m_archive(std::move(archive)) {
-    m_page.on("Fetch.requestPaused", [this](const DevToolsMessage &event) { answer(event); });
-    // The setting has to be known before a navigation brings in another renderer, which is told of it then.
-    m_page.callAndWait("Page.setBypassCSP", DevToolsParams().add("enabled", true));
-    m_page.call("Fetch.enable", DevToolsParams().addJson("patterns", "[{\"urlPattern\":\"*\"}]"));
 }
 
 WebArchiveServer::~WebArchiveServer() {
-    m_page.on("Fetch.requestPaused", {});
     m_page.call("Fetch.disable");
     m_page.call("Page.setBypassCSP", DevToolsParams().add("enabled", false));
 }
 
-void WebArchiveServer::answer(const DevToolsMessage &event) {
-    const QJsonObject params = event.object();
-    const QJsonObject request = params[u"request"].toObject();
-    const QString wantedAs = params[u"resourceType"].toString();
-    const QByteArray requestId = params[u"requestId"].toString().toUtf8();
+void WebArchiveServer::start(std::function<void()> ready) {
+    m_page.call("Fetch.enable", DevToolsParams().addJson("patterns", "[{\"urlPattern\":\"*\"}]"));
+    // The setting has to be known before a navigation brings in another renderer, which is told of it then.
+    m_page.call("Page.setBypassCSP", DevToolsParams().add("enabled", true),
+                [ready = std::move(ready)](const DevToolsMessage &) { ready(); });
+}
+
+void WebArchiveServer::answer(const QJsonObject &event) {
+    const QJsonObject request = event[u"request"].toObject();
+    const QString wantedAs = event[u"resourceType"].toString();
+    const QByteArray requestId = event[u"requestId"].toString().toUtf8();
     if (const WebResource *resource = m_archive.resourceForURL(request[u"url"].toString().toUtf8())) {
         fulfil(requestId, *resource, contentTypeFor(*resource, wantedAs),
                request[u"headers"].toObject()[u"Origin"].toString().toUtf8());

@@ -3,14 +3,17 @@
 
 #include "platform/web/WebArchive.h"
 
-class DevToolsMessage;
+#include <QJsonObject>
+#include <functional>
+
 class DevToolsSession;
 
 /// Answers all requests of a page from an archive, as long as the object lives.
 ///
 /// \code
 /// WebArchiveServer server(page, std::move(archive));
-/// page.call("Page.navigate", DevToolsParams().add("url", server.url()));
+/// page.on("Fetch.requestPaused", [&](const DevToolsMessage &event) { server.answer(event.object()); });
+/// server.start([&] { page.call("Page.navigate", DevToolsParams().add("url", server.url())); });
 /// \endcode
 ///
 /// What the archive has not fails, and nothing is asked of a network, a file or a cache. The page's content
@@ -18,18 +21,21 @@ class DevToolsSession;
 /// is the one that handles the session's Fetch.requestPaused.
 class WebArchiveServer {
 public:
-    /// Runs the main run loop until the page is ready to be sent somewhere.
     /// \param page  the page's session; outlives the server
     WebArchiveServer(DevToolsSession &page, WebArchive archive);
     ~WebArchiveServer();
     WebArchiveServer(const WebArchiveServer &) = delete;
     WebArchiveServer &operator=(const WebArchiveServer &) = delete;
 
+    /// Makes every request of the page stop and ask, and calls `ready` when the page may be sent to url().
+    void start(std::function<void()> ready);
+    /// Answers one request: the parameters of a Fetch.requestPaused event.
+    void answer(const QJsonObject &event);
+
     /// The address of the main resource, to go to.
     const QByteArray &url() const { return m_archive.mainResource().url; }
 
 private:
-    void answer(const DevToolsMessage &event);
     void fulfil(const QByteArray &requestId, const WebResource &resource, const QByteArray &contentType,
                 const QByteArray &origin);
 

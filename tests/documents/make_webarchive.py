@@ -28,4 +28,4 @@ archive = {
     "WebSubframeArchives": [{"WebMainResource": resource("frame.html", "text/html", "UTF-8")}],
 }
 form = {"binary": plistlib.FMT_BINARY, "xml": plistlib.FMT_XML}[sys.argv[1]]
-plistlib.dump(archive, sys.stdout.buffer, fmt=form)
+sys.stdout.buffer.write(plistlib.dumps(archive, fmt=form))

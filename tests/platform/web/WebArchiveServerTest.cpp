@@ -57,6 +57,17 @@ QString textOfFrame(BrowserPage &page, int index) {
     return page.evaluate(origin.arg(index)).toString();
 }
 
+/// Goes to the archive's page and waits for it.
+void serve(BrowserPage &page, WebArchiveServer &server) {
+    page.session().on("Fetch.requestPaused",
+                      [&](const DevToolsMessage &event) { server.answer(event.object()); });
+    bool isReady = false;
+    server.start([&] { isReady = true; });
+    while (!isReady && page.session().isOpen())
+        DevToolsPipe::waitForEvents();
+    page.navigate(QString::fromUtf8(server.url()));
+}
+
 /// Checks that tests/documents/page is there with all of its parts.
 void expectSamplePage(BrowserPage &page) {
     EXPECT_EQ(colourOf(page, "h1"), QStringLiteral("rgb(10, 20, 30)"));
@@ -109,7 +120,7 @@ TEST(WebArchiveServer, MIMEArchiveIsServedWholeWithItsContentIDs) {
                   "http://a.example/d/f.html",
                   "<p>framed<img src=i.png>")}));
     EXPECT_EQ(server.url(), "http://a.example/d/p.html");
-    page.navigate(QString::fromUtf8(server.url()));
+    serve(page, server);
     EXPECT_EQ(page.evaluate(QStringLiteral("document.querySelector('#one').innerText")).toString(),
               QString::fromUtf8("café"));
     EXPECT_EQ(colourOf(page, "#one"), QStringLiteral("rgb(1, 2, 3)"));
@@ -141,7 +152,7 @@ TEST(WebArchiveServer, PropertyListArchiveIsServedWithFramesOfOtherSites) {
     const auto archive = WebArchive::archiveWithPropertyList(NSPropertyList::dataFromPropertyList(root));
     ASSERT_TRUE(archive);
     WebArchiveServer server(page.session(), *archive);
-    page.navigate(QString::fromUtf8(server.url()));
+    serve(page, server);
     EXPECT_EQ(colourOf(page, "p"), QStringLiteral("rgb(7, 8, 9)"));
     const QJsonObject tree =
         page.session().callAndWait("Page.getResourceTree").object()[u"frameTree"].toObject();
@@ -167,13 +178,14 @@ TEST(WebArchiveServer, WhatTheArchiveHasNotTouchesNeitherNetworkNorFiles) {
     html.replace(listener.origin() + "import", "@import")
         .replace(listener.origin() + "font-face", "@font-face");
     WebArchiveServer server(page.session(), related({part("Content-Type: text/html", html)}));
-    page.navigate(QString::fromUtf8(server.url()));
+    serve(page, server);
     EXPECT_EQ(page.evaluate(QStringLiteral("document.querySelector('p').innerText")).toString(),
               QStringLiteral("x"));
     EXPECT_EQ(widthsOfPictures(page), (QJsonArray{0, 0}));
     EXPECT_FALSE(listener.hasBeenVisited());
     // The same requests do reach the listener without a server.
     page.session().callAndWait("Fetch.disable");
+    page.session().on("Fetch.requestPaused", {});
     page.evaluate(QStringLiteral("fetch('%1x', {mode: 'no-cors'}).catch(() => 0), 0")
                       .arg(QString::fromUtf8(listener.origin())));
     bool visited = false;
@@ -203,7 +215,7 @@ TEST(WebArchiveServer, FontsOfOtherOriginsAreAllowed) {
                         event.object()[u"corsErrorStatus"].toObject()[u"corsError"].toString();
     });
     page.session().callAndWait("Network.enable");
-    page.navigate(QString::fromUtf8(server.url()));
+    serve(page, server);
     EXPECT_EQ(widthsOfPictures(page), (QJsonArray{2, 2}));
     EXPECT_EQ(failures, QStringList());
 }
@@ -220,7 +232,7 @@ TEST(WebArchiveServer, PropertyListsOfAnotherWriterAreServedWhole) {
         ASSERT_TRUE(archive) << form;
         BrowserPage page;
         WebArchiveServer server(page.session(), *archive);
-        page.navigate(QString::fromUtf8(server.url()));
+        serve(page, server);
         expectSamplePage(page);
     }
 }
@@ -241,6 +253,6 @@ TEST(WebArchiveServer, TheBrowsersOwnSnapshotsComeBackWhole) {
     ASSERT_TRUE(archive);
     BrowserPage page;
     WebArchiveServer server(page.session(), *archive);
-    page.navigate(QString::fromUtf8(server.url()));
+    serve(page, server);
     expectSamplePage(page);
 }
