@@ -43,6 +43,10 @@ DevToolsPipe::~DevToolsPipe() {
     m_open = false;
     std::vector<Pending> calls(m_pending.cbegin(), m_pending.cend());
     m_pending.clear();
+    for (DevToolsSession *session : std::exchange(m_sessions, {})) {
+        session->m_pipe = nullptr;
+        session->m_closedWhy = goneText();
+    }
     fail(std::move(calls), goneText());
 }
 
@@ -54,8 +58,9 @@ void DevToolsPipe::addSession(DevToolsSession *session) {
     m_sessions.insert(session->sessionId(), session);
 }
 
-void DevToolsPipe::removeSession(DevToolsSession *session) {
-    m_sessions.remove(session->sessionId());
+void DevToolsPipe::removeSession(DevToolsSession *session, const QString &why) {
+    if (m_sessions.value(session->sessionId()) == session)
+        m_sessions.remove(session->sessionId());
     std::vector<Pending> calls;
     for (auto it = m_pending.begin(); it != m_pending.end();) {
         if (it->session == session) {
@@ -65,7 +70,7 @@ void DevToolsPipe::removeSession(DevToolsSession *session) {
             ++it;
         }
     }
-    fail(std::move(calls), QStringLiteral("The page has gone"));
+    fail(std::move(calls), why);
 }
 
 void DevToolsPipe::fail(std::vector<Pending> calls, const QString &why) {

@@ -46,7 +46,7 @@ private:
               ReplyHandler handler);
     void addSession(DevToolsSession *session);
     /// Answers the session's pending calls with a failure.
-    void removeSession(DevToolsSession *session);
+    void removeSession(DevToolsSession *session, const QString &why);
 
     void writeSome();
     void readSome();

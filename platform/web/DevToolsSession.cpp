@@ -2,16 +2,27 @@
 #include "platform/web/DevToolsSession.h"
 
 DevToolsSession::DevToolsSession(DevToolsPipe &pipe, const QByteArray &sessionId)
-    : m_pipe(pipe), m_sessionId(sessionId) {
-    m_pipe.addSession(this);
+    : m_pipe(&pipe), m_sessionId(sessionId) {
+    m_pipe->addSession(this);
 }
 
 DevToolsSession::~DevToolsSession() {
-    m_pipe.removeSession(this);
+    close(QStringLiteral("The page has gone"));
+}
+
+void DevToolsSession::close(const QString &why) {
+    DevToolsPipe *pipe = std::exchange(m_pipe, nullptr);
+    if (!pipe)
+        return;
+    m_closedWhy = why;
+    pipe->removeSession(this, why);
 }
 
 void DevToolsSession::call(const char *method, const DevToolsParams &params, ReplyHandler handler) {
-    m_pipe.call(this, method, params, std::move(handler));
+    if (m_pipe)
+        m_pipe->call(this, method, params, std::move(handler));
+    else if (handler)
+        handler(DevToolsMessage::failure(m_closedWhy));
 }
 
 DevToolsMessage DevToolsSession::callAndWait(const char *method, const DevToolsParams &params) {

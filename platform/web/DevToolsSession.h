@@ -18,7 +18,7 @@ public:
     using ReplyHandler = DevToolsPipe::ReplyHandler;
     using EventHandler = std::function<void(const DevToolsMessage &)>;
 
-    /// \param pipe       outlives the session
+    /// \param pipe       when it goes first, the session is closed
     /// \param sessionId  as Target.attachToTarget gave it; empty for the browser itself
     explicit DevToolsSession(DevToolsPipe &pipe, const QByteArray &sessionId = {});
     ~DevToolsSession();
@@ -26,8 +26,10 @@ public:
     DevToolsSession &operator=(const DevToolsSession &) = delete;
 
     const QByteArray &sessionId() const { return m_sessionId; }
-    /// False once the browser has gone.
-    bool isOpen() const { return m_pipe.isOpen(); }
+    /// False once the browser has gone or the session was closed.
+    bool isOpen() const { return m_pipe && m_pipe->isOpen(); }
+    /// Answers pending calls with a failure, and later ones too: for a page whose process has ended.
+    void close(const QString &why);
 
     /// Sends a call and returns at once; the reply, if anyone wants it, arrives from the event loop.
     void call(const char *method, const DevToolsParams &params = {}, ReplyHandler handler = {});
@@ -42,7 +44,8 @@ private:
     friend class DevToolsPipe;
     void deliver(const DevToolsMessage &event);
 
-    DevToolsPipe &m_pipe;
+    DevToolsPipe *m_pipe;
     const QByteArray m_sessionId;
+    QString m_closedWhy;
     QHash<QByteArray, EventHandler> m_handlers;
 };

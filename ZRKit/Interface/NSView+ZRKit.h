@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/interface/NSAutoresizingMask.h"
+
+namespace ZRKit {
+
+/// Makes the view grow and shrink with its superview in both directions (mask 18), or not at all (mask 0).
+/// \return the view
+template <typename View>
+View *setStretch(View *view, bool flag) {
+    view->setAutoresizingMask(flag ? NSViewWidthSizable | NSViewHeightSizable : NSViewNotSizable);
+    return view;
+}
+
+} // namespace ZRKit

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Service/ZRConvertHTML.h"
+
+#include "ZRKit/Interface/NSView+ZRKit.h"
+#include "platform/files/NSWorkspace.h"
+#include "platform/operations/DispatchQueue.h"
+#include "platform/operations/NSRunLoop.h"
+#include "platform/operations/NSThread.h"
+#include "platform/values/NSLog.h"
+#include "platform/values/NSNull.h"
+#include "platform/web/WebView.h"
+
+#include <QUrl>
+
+namespace {
+
+constexpr double pageWidth = 800.0;
+/// The width times the square root of two: a sheet of the A series.
+constexpr double pageHeight = 1131.370849898476;
+/// Seconds between two looks at whether the document is there.
+constexpr double slice = 0.0001;
+
+} // namespace
+
+ZRConvertHTML::ZRConvertHTML(const QVariant &fileData, const QString &utiType, bool tagged)
+    : m_data(fileData), m_utiType(utiType), m_tagged(tagged) {
+    if (NSThread::isMainThread())
+        work();
+    else
+        DispatchQueue::mainQueue().sync([this] { work(); });
+}
+
+ZRConvertHTML::~ZRConvertHTML() = default;
+
+bool ZRConvertHTML::work() {
+    m_webView = std::make_unique<WebView>(QRectF(0, 0, pageWidth, pageHeight));
+    WebPreferences &preferences = m_webView->preferences();
+    preferences.setDefaultFontSize(16);
+    preferences.setDefaultFixedFontSize(14);
+    preferences.setCacheModel(2);
+    preferences.setUsesPageCache(false);
+    preferences.setPlugInsEnabled(false);
+    preferences.setJavaEnabled(false);
+    preferences.setJavaScriptEnabled(false);
+    preferences.setJavaScriptCanOpenWindowsAutomatically(false);
+    preferences.setTagsPDF(m_tagged);
+    ZRKit::setStretch(m_webView.get(), true);
+    m_webView->setFrameLoadDelegate(this);
+    m_webView->setMaintainsBackForwardList(false);
+
+    if (NSIsNil(m_data) || (m_data.typeId() != QMetaType::QString && m_data.typeId() != QMetaType::QUrl))
+        useData(m_data.typeId() == QMetaType::QByteArray ? m_data.toByteArray() : QByteArray());
+    else if (m_data.typeId() == QMetaType::QString)
+        useHTML(m_data.toString());
+    else
+        useURL(m_data.toUrl());
+
+    while (!m_done)
+        NSRunLoop::mainRunLoop().runUntilDate(slice);
+    m_webView.reset();
+    return true;
+}
+
+void ZRConvertHTML::useHTML(const QString &html) {
+    if (m_webView)
+        m_webView->mainFrame()->loadHTMLString(html);
+}
+
+void ZRConvertHTML::useURL(const QUrl &url) {
+    if (m_webView)
+        m_webView->mainFrame()->loadRequest(url);
+}
+
+void ZRConvertHTML::useData(const QByteArray &data) {
+    if (m_webView)
+        m_webView->mainFrame()->loadData(data);
+}
+
+void ZRConvertHTML::extractPDFAsOnePage() {
+    if (m_done || !m_webView)
+        return;
+    WebDocumentView *view = m_webView->mainFrame()->frameView()->documentView();
+    const QRectF rect = view ? view->frame() : QRectF();
+    m_pdfData = view ? view->dataWithPDFInsideRect(rect) : QByteArray();
+}
+
+void ZRConvertHTML::webViewDidFailProvisionalLoadWithError(WebView *, const NSError &error, WebFrame *frame) {
+    NSLog("didFailProvisionalLoadWithError %@ %@", error, frame->description());
+    if (m_webView && frame == m_webView->mainFrame())
+        m_done = true;
+}
+
+void ZRConvertHTML::webViewDidFailLoadWithError(WebView *, const NSError &error, WebFrame *frame) {
+    NSLog("didFailLoadWithError %@ %@", error, frame->description());
+    if (m_webView && frame == m_webView->mainFrame())
+        m_done = true;
+}
+
+void ZRConvertHTML::webViewDidFinishLoadForFrame(WebView *, WebFrame *frame) {
+    NSLog("didFinishLoadForFrame %@", frame->description());
+    if (m_webView && frame == m_webView->mainFrame()) {
+        extractPDFAsOnePage();
+        m_done = true;
+    }
+}
+
+bool ZRConvertHTML::conformsToUTITypes(const QStringList &utiTypes) const {
+    for (const QString &type : utiTypes) {
+        if (NSWorkspace::sharedWorkspace()->typeConformsToType(m_utiType, type))
+            return true;
+    }
+    return false;
+}

@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: MIT
+#include "platform/web/WebEngine.h"
+
+#include "platform/web/WebError.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <algorithm>
+
+namespace {
+
+/// Documents that one page serves at most.
+constexpr int maxLoads = 100;
+/// Milliseconds after a task before a page is made for the next one.
+constexpr int makingDelay = 10;
+
+bool prepared = false;
+
+QString goneText() {
+    return QStringLiteral("The browser has gone");
+}
+
+} // namespace
+
+void startWebEngine() {
+    WebEngine::applicationStarted();
+}
+Q_COREAPP_STARTUP_FUNCTION(startWebEngine)
+
+WebEngine &WebEngine::shared() {
+    // Never destroyed: the keeper ends the browser when this process ends, however it does.
+    static auto *engine = new WebEngine;
+    return *engine;
+}
+
+void WebEngine::prepare() {
+    prepared = true;
+    WebEngine &engine = shared();
+    if (!engine.m_process)
+        engine.m_process = BrowserProcess::start();
+    if (QCoreApplication::instance())
+        engine.start();
+}
+
+void WebEngine::applicationStarted() {
+    if (prepared)
+        shared().start();
+    // Sockets can't be watched without an application.
+    qAddPostRoutine([] { shared().shutDown(); });
+}
+
+void WebEngine::start() {
+    if (m_pipe)
+        return;
+    if (!m_process)
+        m_process = BrowserProcess::start();
+    if (!m_process)
+        return;
+    connectPipe();
+    makePage();
+}
+
+void WebEngine::connectPipe() {
+    m_pipe = std::make_unique<DevToolsPipe>(m_process->commandFd(), m_process->replyFd());
+    m_browser = std::make_unique<DevToolsSession>(*m_pipe);
+    m_pipe->setClosedHandler([this] { browserGone(); });
+}
+
+void WebEngine::browserGone() {
+    const bool wasHealthy = std::exchange(m_wasHealthy, false);
+    failLentPages(goneText());
+    m_ready.reset();
+    m_inWork.clear();
+    m_making = 0;
+    failRequests(goneText());
+    // The pipe is on the stack: it goes later.
+    QTimer::singleShot(0, [this, wasHealthy] {
+        if (!m_pipe || m_pipe->isOpen())
+            return;
+        shutDown();
+        // One that never came up would not come up the next time either, unless someone asks.
+        if (wasHealthy || !m_requests.empty())
+            start();
+    });
+}
+
+void WebEngine::shutDown() {
+    m_wasHealthy = false;
+    m_ready.reset();
+    m_inWork.clear();
+    m_making = 0;
+    failLentPages(goneText());
+    m_browser.reset();
+    m_pipe.reset();
+    m_process.reset();
+}
+
+void WebEngine::failLentPages(const QString &why) {
+    // Pages that are lent belong to their views, which may throw them away when they hear of it.
+    for (WebPage *page : std::vector<WebPage *>(m_lent)) {
+        if (std::find(m_lent.cbegin(), m_lent.cend(), page) != m_lent.cend())
+            page->fail(why);
+    }
+}
+
+int WebEngine::requestPage(PageHandler handler) {
+    const int number = ++m_lastNumber;
+    m_requests.push_back({number, std::move(handler)});
+    start();
+    if (!m_pipe)
+        failRequests(QStringLiteral("The browser cannot be started"));
+    else
+        serve();
+    return number;
+}
+
+void WebEngine::cancelRequest(int number) {
+    std::erase_if(m_requests, [number](const Request &request) { return request.number == number; });
+}
+
+void WebEngine::failRequests(const QString &why) {
+    for (Request &request : std::exchange(m_requests, {}))
+        request.handler(nullptr, WebLoadError(why));
+}
+
+void WebEngine::serve() {
+    if (!m_pipe || !m_pipe->isOpen())
+        return;
+    while (m_ready && !m_requests.empty()) {
+        const Request request = std::move(m_requests.front());
+        m_requests.pop_front();
+        m_lent.push_back(m_ready.get());
+        request.handler(std::move(m_ready), {});
+    }
+    while (m_making < int(m_requests.size()))
+        makePage();
+}
+
+void WebEngine::takeBack(std::unique_ptr<WebPage> page) {
+    std::erase(m_lent, page.get());
+    page->setEvents({});
+    if (!m_pipe || !m_pipe->isOpen())
+        return;
+    if (!page->isReusable() || page->loads() >= maxLoads || m_ready) {
+        discard(std::move(page));
+        // Whoever asked for the last document is served first; a page that is asked for is made at once.
+        QTimer::singleShot(makingDelay, [this] {
+            if (m_pipe && m_pipe->isOpen() && !m_ready && m_making == 0)
+                makePage();
+        });
+        return;
+    }
+    WebPage *resetting = page.get();
+    m_inWork.push_back(std::move(page));
+    ++m_making;
+    resetting->reset([this, resetting](bool blank) {
+        const auto found = std::find_if(m_inWork.begin(), m_inWork.end(),
+                                        [resetting](const auto &entry) { return entry.get() == resetting; });
+        if (found == m_inWork.end())
+            return;
+        std::unique_ptr<WebPage> done = std::move(*found);
+        m_inWork.erase(found);
+        if (blank) {
+            pageReady(std::move(done));
+        } else {
+            --m_making;
+            discard(std::move(done));
+            serve();
+        }
+    });
+}
+
+void WebEngine::discard(std::unique_ptr<WebPage> page) {
+    // The context takes the page with it, and everything that it has stored.
+    m_browser->call("Target.disposeBrowserContext",
+                    DevToolsParams().add("browserContextId", page->context()));
+}
+
+void WebEngine::makePage() {
+    ++m_making;
+    m_browser->call(
+        "Target.createBrowserContext", DevToolsParams().add("disposeOnDetach", true),
+        [this](const DevToolsMessage &reply) {
+            if (reply.isError())
+                return pageFailed(reply.error());
+            const QByteArray context = reply.object()[u"browserContextId"].toString().toLatin1();
+            m_browser->call("Browser.setDownloadBehavior",
+                            DevToolsParams().add("behavior", "deny").add("browserContextId", context));
+            m_browser->call("Target.createTarget",
+                            DevToolsParams().add("url", "about:blank").add("browserContextId", context),
+                            [this, context](const DevToolsMessage &created) {
+                                if (created.isError())
+                                    return pageFailed(created.error());
+                                attach(context, created.object()[u"targetId"].toString().toLatin1());
+                            });
+        });
+}
+
+void WebEngine::attach(const QByteArray &context, const QByteArray &target) {
+    m_browser->call("Target.attachToTarget", DevToolsParams().add("targetId", target).add("flatten", true),
+                    [this, context, target](const DevToolsMessage &reply) {
+                        if (reply.isError())
+                            return pageFailed(reply.error());
+                        m_inWork.push_back(std::make_unique<WebPage>(
+                            *m_pipe, context, target, reply.object()[u"sessionId"].toString().toLatin1()));
+                        WebPage *page = m_inWork.back().get();
+                        page->setUp([this, page](bool ready) {
+                            const auto found =
+                                std::find_if(m_inWork.begin(), m_inWork.end(),
+                                             [page](const auto &entry) { return entry.get() == page; });
+                            if (found == m_inWork.end())
+                                return;
+                            std::unique_ptr<WebPage> done = std::move(*found);
+                            m_inWork.erase(found);
+                            if (ready)
+                                pageReady(std::move(done));
+                            else
+                                pageFailed(QStringLiteral("The page cannot be set up"));
+                        });
+                    });
+}
+
+void WebEngine::pageReady(std::unique_ptr<WebPage> page) {
+    --m_making;
+    m_wasHealthy = true;
+    if (m_ready)
+        discard(std::move(page));
+    else
+        m_ready = std::move(page);
+    serve();
+}
+
+void WebEngine::pageFailed(const QString &why) {
+    // A browser that has gone answers everything so; that is dealt with once, when its pipe closes.
+    if (!m_pipe || !m_pipe->isOpen())
+        return;
+    --m_making;
+    failRequests(why);
+}

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSError.h"
+#include "platform/web/BrowserProcess.h"
+#include "platform/web/WebPage.h"
+
+#include <deque>
+#include <vector>
+
+/// The process's one browser and its pages: started as early as possible, started again when it has died.
+///
+/// A page serves one document after the other as long as they are self-contained; what has met the network or
+/// files, or has failed, is thrown away together with its browser context, its cookies, cache and process.
+/// One blank page is kept ready. Main thread only.
+class WebEngine {
+public:
+    /// Starts the browser, unless it is running. May be called before there is a QCoreApplication, and should
+    /// be the first thing that a service does: the browser then comes up while the service does.
+    static void prepare();
+    static WebEngine &shared();
+
+    /// Gets the page, or null and the reason why there is none.
+    using PageHandler = std::function<void(std::unique_ptr<WebPage> page, const NSError &error)>;
+    /// Asks for a blank page of one's own; the handler is called from the event loop, or at once when a page
+    /// is ready. \return a number for `cancelRequest`
+    int requestPage(PageHandler handler);
+    void cancelRequest(int number);
+    /// Gives a page back.
+    void takeBack(std::unique_ptr<WebPage> page);
+
+    /// The running browser, null while there is none; for those who watch over it.
+    BrowserProcess *process() const { return m_process.get(); }
+
+    /// Ends the browser and everything of it. The next request starts another one.
+    void shutDown();
+
+private:
+    struct Request {
+        int number;
+        PageHandler handler;
+    };
+
+    WebEngine() = default;
+    static void applicationStarted();
+    friend void startWebEngine();
+
+    void start();
+    void connectPipe();
+    void browserGone();
+    void makePage();
+    void attach(const QByteArray &context, const QByteArray &target);
+    void pageFailed(const QString &why);
+    void pageReady(std::unique_ptr<WebPage> page);
+    void discard(std::unique_ptr<WebPage> page);
+    void serve();
+    void failRequests(const QString &why);
+    void failLentPages(const QString &why);
+
+    std::unique_ptr<BrowserProcess> m_process;
+    std::unique_ptr<DevToolsPipe> m_pipe;
+    std::unique_ptr<DevToolsSession> m_browser;
+    std::vector<std::unique_ptr<WebPage>> m_inWork; ///< being set up or made blank again
+    std::unique_ptr<WebPage> m_ready;
+    std::vector<WebPage *> m_lent;
+    std::deque<Request> m_requests;
+    int m_making = 0; ///< pages on their way to being ready
+    int m_lastNumber = 0;
+    bool m_wasHealthy = false;
+};

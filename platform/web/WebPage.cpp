@@ -1,0 +1,394 @@
+// SPDX-License-Identifier: MIT
+#include "platform/web/WebPage.h"
+
+#include "platform/web/WebArchiveServer.h"
+#include "platform/web/WebDocumentTraits.h"
+#include "platform/web/WebError.h"
+
+#include <QJsonArray>
+
+namespace {
+
+/// Lays the document out, which asks for what only styles refer to, and waits for its fonts.
+constexpr char settleScript[] =
+    "document.documentElement&&document.documentElement.offsetHeight;document.fonts.ready.then(()=>0)";
+
+/// Only requests for documents, in the main frame and others, stop and ask.
+constexpr char watchDocuments[] = "[{\"resourceType\":\"Document\"}]";
+
+/// Calls a callback that may throw away the page, and with it the callback.
+template <typename... Arguments>
+void tell(const std::function<void(Arguments...)> &callback, const auto &...arguments) {
+    if (const std::function<void(Arguments...)> kept = callback)
+        kept(arguments...);
+}
+
+bool isOutside(QStringView url) {
+    return !url.startsWith(u"data:") && !url.startsWith(u"about:") && !url.startsWith(u"blob:");
+}
+
+} // namespace
+
+WebPage::WebPage(DevToolsPipe &pipe, const QByteArray &context, const QByteArray &target,
+                 const QByteArray &session)
+    : m_context(context), m_target(target), m_self(std::make_shared<WebPage *>(this)),
+      m_session(pipe, session) {
+    listen();
+}
+
+WebPage::~WebPage() {
+    m_server.reset();
+    *m_self = nullptr;
+}
+
+void WebPage::listen() {
+    m_session.on("Page.loadEventFired", [this](const DevToolsMessage &) {
+        if (const std::function<void()> handler = std::exchange(m_onLoadEvent, {})) {
+            handler();
+            return;
+        }
+        m_loadEventSeen = true;
+        settle();
+    });
+    m_session.on("Page.frameAttached", [this](const DevToolsMessage &event) {
+        m_leavesTraces = true;
+        const QJsonObject object = event.object();
+        if (m_state == State::Loading)
+            tell(m_events.didAttachFrame, object[u"frameId"].toString(), object[u"parentFrameId"].toString());
+    });
+    m_session.on("Page.frameDetached", [this](const DevToolsMessage &event) {
+        tell(m_events.didDetachFrame, event.object()[u"frameId"].toString());
+    });
+    m_session.on("Page.frameRequestedNavigation", [this](const DevToolsMessage &event) {
+        m_metOutside = m_metOutside || isOutside(event.object()[u"url"].toString());
+    });
+    m_session.on("Page.frameNavigated", [this](const DevToolsMessage &event) {
+        const QJsonValue frame = event.object()[u"frame"];
+        if (m_state == State::Loading)
+            tell(m_events.didCommitFrame, frame[u"id"].toString(), frame[u"url"].toString());
+    });
+    m_session.on("Page.frameStoppedLoading", [this](const DevToolsMessage &event) {
+        const QString frame = event.object()[u"frameId"].toString();
+        if (m_state == State::Loading && frame != mainFrame() && !m_failedFrames.remove(frame))
+            tell(m_events.didFinishSubframe, frame);
+    });
+    m_session.on("Network.requestWillBeSent",
+                 [this](const DevToolsMessage &event) { requestStarted(event); });
+    m_session.on("Network.responseReceived", [this](const DevToolsMessage &event) {
+        // A picture that never ends is there with its first part.
+        const QJsonObject object = event.object();
+        if (object[u"response"][u"mimeType"].toString() == QLatin1StringView("multipart/x-mixed-replace"))
+            m_pendingRequests.remove(object[u"requestId"].toString().toLatin1());
+    });
+    m_session.on("Network.loadingFinished",
+                 [this](const DevToolsMessage &event) { requestEnded(event, false); });
+    m_session.on("Network.loadingFailed",
+                 [this](const DevToolsMessage &event) { requestEnded(event, true); });
+    m_session.on("Fetch.requestPaused",
+                 [this](const DevToolsMessage &event) { requestPaused(event.object()); });
+    m_session.on("Inspector.targetCrashed",
+                 [this](const DevToolsMessage &) { fail(QStringLiteral("The page's process has ended")); });
+    m_session.on("Inspector.detached",
+                 [this](const DevToolsMessage &) { fail(QStringLiteral("The page has gone")); });
+}
+
+void WebPage::setUp(std::function<void(bool)> handler) {
+    m_session.call("Page.enable");
+    m_session.call("Inspector.enable");
+    m_session.call("Network.enable",
+                   DevToolsParams().add("maxTotalBufferSize", 0).add("maxResourceBufferSize", 0));
+    m_session.call("Emulation.setScriptExecutionDisabled", DevToolsParams().add("value", true));
+    m_session.call(
+        "Emulation.setEmulatedMedia", DevToolsParams().add("media", "screen"),
+        [handler = std::move(handler)](const DevToolsMessage &reply) { handler(!reply.isError()); });
+}
+
+DevToolsPipe::ReplyHandler WebPage::during(std::function<void(const DevToolsMessage &)> handler) {
+    return [self = m_self, load = m_load, handler = std::move(handler)](const DevToolsMessage &reply) {
+        if (*self && (*self)->m_load == load)
+            handler(reply);
+    };
+}
+
+void WebPage::setPreferences(const WebPreferences &preferences) {
+    if (preferences.defaultFontSize() != m_fontSize ||
+        preferences.defaultFixedFontSize() != m_fixedFontSize) {
+        m_fontSize = preferences.defaultFontSize();
+        m_fixedFontSize = preferences.defaultFixedFontSize();
+        // The next user of a page expects the usual sizes.
+        m_spent = true;
+        m_session.call(
+            "Page.setFontSizes",
+            DevToolsParams().add("fontSizes", QJsonObject{{QStringLiteral("standard"), m_fontSize},
+                                                          {QStringLiteral("fixed"), m_fixedFontSize}}));
+    }
+    const bool disableCache = preferences.cacheModel() != 2;
+    if (disableCache != m_cacheDisabled) {
+        m_cacheDisabled = disableCache;
+        m_session.call("Network.setCacheDisabled", DevToolsParams().add("cacheDisabled", disableCache));
+    }
+}
+
+void WebPage::begin(bool mayReachOutside) {
+    ++m_load;
+    ++m_loads;
+    m_state = State::Loading;
+    m_committed = m_loadEventSeen = m_settling = m_leavesTraces = false;
+    m_mayLoadFonts = mayReachOutside;
+    m_metOutside = m_metOutside || mayReachOutside;
+    m_mainFailure = NSError();
+    m_pendingRequests.clear();
+    m_documentRequests.clear();
+    m_failedFrames.clear();
+    m_onLoadEvent = {};
+    m_url.clear();
+}
+
+void WebPage::loadMarkup(const QString &markup) {
+    begin(false);
+    m_mayLoadFonts = WebDocumentTraits::mayLoadFonts(markup);
+    m_leavesTraces = WebDocumentTraits::mayLeaveTraces(markup);
+    setContent(markup);
+}
+
+void WebPage::loadMarkup(const QString &markup, const QString &blankUrl) {
+    begin(false);
+    m_mayLoadFonts = WebDocumentTraits::mayLoadFonts(markup);
+    m_leavesTraces = true;
+    // The blank document has a load event of its own.
+    m_onLoadEvent = [this, markup] { setContent(markup); };
+    m_session.call(
+        "Page.navigate", DevToolsParams().add("url", blankUrl), during([this](const DevToolsMessage &reply) {
+            const QString error = reply.isError() ? reply.error() : reply.object()[u"errorText"].toString();
+            if (!error.isEmpty())
+                failProvisional(WebLoadError(error));
+        }));
+}
+
+void WebPage::setContent(const QString &markup) {
+    m_session.call("Page.setDocumentContent", DevToolsParams().add("frameId", m_target).add("html", markup),
+                   during([this](const DevToolsMessage &reply) {
+                       if (reply.isError())
+                           failProvisional(WebLoadError(reply.error()));
+                       else
+                           commit();
+                   }));
+}
+
+void WebPage::loadMarkup(const QString &markup, const QByteArray &mimeType, const QUrl &url) {
+    begin(true);
+    m_mainBody = markup.toUtf8();
+    m_mainType = mimeType + ";charset=utf-8";
+    m_url = url.toString(QUrl::FullyEncoded);
+    m_session.call("Fetch.enable", DevToolsParams().addJson("patterns", watchDocuments));
+    navigate(m_url, [this] { commit(); });
+}
+
+void WebPage::loadUrl(const QUrl &url) {
+    begin(true);
+    m_url = url.toString(QUrl::FullyEncoded);
+    // Requests for documents are watched: once the page is loaded, a scheduled reload must not replace it.
+    m_session.call("Fetch.enable", DevToolsParams().addJson("patterns", watchDocuments));
+    navigate(m_url, [this] { commit(); });
+}
+
+void WebPage::loadArchive(const WebArchive &archive) {
+    begin(true);
+    const std::shared_ptr<WebPage *> self = m_self;
+    const int load = m_load;
+    auto server = std::make_unique<WebArchiveServer>(m_session, archive);
+    // Making it runs the run loop, which may have brought the end of this page or of its load.
+    if (!*self || m_load != load || m_state != State::Loading)
+        return;
+    m_server = std::move(server);
+    m_url = QString::fromUtf8(m_server->url());
+    navigate(m_url, [this] { commit(); });
+}
+
+void WebPage::navigate(const QString &url, std::function<void()> committed) {
+    m_session.call("Page.navigate", DevToolsParams().add("url", url),
+                   during([this, url, committed = std::move(committed)](const DevToolsMessage &reply) {
+                       const QJsonObject result = reply.object();
+                       const QString error =
+                           reply.isError() ? reply.error() : result[u"errorText"].toString();
+                       if (error == QLatin1StringView("net::ERR_HTTP_RESPONSE_CODE_FAILURE")) {
+                           // A server's error page without content: a blank page, not the browser's own
+                           // message.
+                           m_mainFailure = NSError();
+                           afterLoadEvent([this] {
+                               afterLoadEvent([this] { setContent(QString()); });
+                               m_session.call("Page.navigate", DevToolsParams().add("url", "about:blank"));
+                           });
+                       } else if (!error.isEmpty()) {
+                           failProvisional(WebLoadError(error, url));
+                       } else {
+                           // Within the blank page's own address there is nothing to load and no event to
+                           // come.
+                           m_loadEventSeen = m_loadEventSeen || !result.contains(u"loaderId");
+                           committed();
+                       }
+                   }));
+}
+
+void WebPage::afterLoadEvent(std::function<void()> next) {
+    if (std::exchange(m_loadEventSeen, false))
+        next();
+    else
+        m_onLoadEvent = std::move(next);
+}
+
+void WebPage::commit() {
+    m_committed = true;
+    if (m_mainFailure)
+        failCommitted(m_mainFailure);
+    else
+        settle();
+}
+
+void WebPage::requestPaused(const QJsonObject &event) {
+    const QJsonValue request = event[u"requestId"];
+    const bool isDocument = event[u"resourceType"].toString() == QLatin1StringView("Document");
+    if (isDocument && m_loadEventSeen)
+        return;
+    if (isDocument && !m_mainType.isEmpty() && event[u"frameId"].toString() == mainFrame()) {
+        fulfill(request, m_mainType, m_mainBody);
+        return;
+    }
+    m_session.call("Fetch.continueRequest", DevToolsParams().add("requestId", request));
+}
+
+void WebPage::fulfill(const QJsonValue &request, const QByteArray &contentType, const QByteArray &body) {
+    const QJsonArray headers{QJsonObject{{QStringLiteral("name"), QStringLiteral("Content-Type")},
+                                         {QStringLiteral("value"), QString::fromLatin1(contentType)}}};
+    m_session.call("Fetch.fulfillRequest", DevToolsParams()
+                                               .add("requestId", request)
+                                               .add("responseCode", 200)
+                                               .add("responseHeaders", headers)
+                                               .add("body", body.toBase64()));
+}
+
+void WebPage::requestStarted(const DevToolsMessage &event) {
+    const QJsonObject object = event.object();
+    const QByteArray request = object[u"requestId"].toString().toLatin1();
+    const QString type = object[u"type"].toString();
+    m_metOutside = m_metOutside || isOutside(object[u"request"][u"url"].toString());
+    if (type == QLatin1StringView("Document"))
+        m_documentRequests.insert(request, object[u"frameId"].toString());
+    else if (type == QLatin1StringView("Image") || type == QLatin1StringView("Stylesheet") ||
+             type == QLatin1StringView("Font"))
+        m_pendingRequests.insert(request);
+}
+
+void WebPage::requestEnded(const DevToolsMessage &event, bool failed) {
+    const QJsonObject object = event.object();
+    const QByteArray request = object[u"requestId"].toString().toLatin1();
+    const QString frame = failed ? m_documentRequests.take(request) : QString();
+    if (!frame.isNull() && m_state == State::Loading) {
+        const NSError error = WebLoadError(object[u"errorText"].toString(), m_url);
+        if (frame == mainFrame()) {
+            // Whether it is the provisional load that failed is told by the reply to the navigation.
+            m_mainFailure = error;
+            if (m_committed)
+                failCommitted(error);
+            return;
+        }
+        m_failedFrames.insert(frame);
+        tell(m_events.didFailSubframe, error, frame);
+        return;
+    }
+    if (m_pendingRequests.remove(request) && m_pendingRequests.isEmpty() && m_settling) {
+        m_settling = false;
+        settle();
+    }
+}
+
+void WebPage::settle() {
+    if (m_state != State::Loading || !m_committed || !m_loadEventSeen || m_settling)
+        return;
+    if (!m_metOutside && !m_mayLoadFonts) {
+        finish();
+        return;
+    }
+    m_settling = true;
+    m_session.call("Runtime.evaluate",
+                   DevToolsParams().add("expression", settleScript).add("awaitPromise", true),
+                   during([this](const DevToolsMessage &reply) {
+                       if (m_state != State::Loading)
+                           return;
+                       if (reply.isError())
+                           failCommitted(WebLoadError(reply.error(), m_url));
+                       else if (m_pendingRequests.isEmpty())
+                           finish();
+                       // Otherwise the last of the requests goes on.
+                   }));
+}
+
+void WebPage::finish() {
+    m_state = State::Finished;
+    tell(m_events.didFinishLoad);
+}
+
+void WebPage::failProvisional(const NSError &error) {
+    if (m_state != State::Loading)
+        return;
+    m_state = State::Failed;
+    m_spent = true;
+    tell(m_events.didFailProvisionalLoad, error);
+}
+
+void WebPage::failCommitted(const NSError &error) {
+    if (m_state != State::Loading)
+        return;
+    m_state = State::Failed;
+    m_spent = true;
+    tell(m_events.didFailLoad, error);
+}
+
+void WebPage::fail(const QString &why) {
+    m_spent = true;
+    const std::shared_ptr<WebPage *> self = m_self;
+    m_session.close(why);
+    if (!*self)
+        return;
+    if (m_committed)
+        failCommitted(WebLoadError(why, m_url));
+    else
+        failProvisional(WebLoadError(why, m_url));
+}
+
+void WebPage::stop() {
+    ++m_load;
+    if (m_state == State::Loading) {
+        m_spent = true;
+        m_session.call("Page.stopLoading");
+    }
+    m_state = State::Failed;
+    m_onLoadEvent = {};
+}
+
+bool WebPage::isReusable() const {
+    return !m_spent && !m_metOutside && m_session.isOpen() && m_state != State::Loading;
+}
+
+void WebPage::reset(std::function<void(bool)> handler) {
+    ++m_load;
+    m_state = State::Blank;
+    m_events = {};
+    // The blank page is there when both its content and its load event are.
+    auto missing = std::make_shared<int>(2);
+    const auto one = [this, missing, handler = std::move(handler)](bool ok) {
+        if (!ok)
+            *missing = 0;
+        else if (*missing == 0 || --*missing > 0)
+            return;
+        m_onLoadEvent = {};
+        handler(ok);
+    };
+    m_onLoadEvent = [one] { one(true); };
+    const auto reply = during([one](const DevToolsMessage &message) { one(!message.isError()); });
+    if (m_leavesTraces)
+        m_session.call("Page.navigate", DevToolsParams().add("url", "about:blank"), reply);
+    else
+        m_session.call("Page.setDocumentContent", DevToolsParams().add("frameId", m_target).add("html", ""),
+                       reply);
+}
