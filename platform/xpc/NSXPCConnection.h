@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSError.h"
+#include "platform/values/NSException.h"
+#include "platform/xpc/NSXPCInterface.h"
+#include "platform/xpc/NSXPCProxy.h"
+
+#include <QObject>
+#include <functional>
+#include <memory>
+#include <sys/types.h>
+
+class NSXPCListenerEndpoint;
+class XPCConnectionCore;
+class XPCLink;
+
+inline const QString NSCocoaErrorDomain = QStringLiteral("NSCocoaErrorDomain");
+/// The service went away while a reply was due; a connection by name may be used again.
+inline constexpr int NSXPCConnectionInterrupted = 4097;
+/// The connection can't be made, or was invalidated.
+inline constexpr int NSXPCConnectionInvalid = 4099;
+/// The other side refused the message, or its reply was none.
+inline constexpr int NSXPCConnectionReplyInvalid = 4101;
+
+/// A two-way connection between two processes, or two parts of one.
+///
+/// A new connection is suspended: set it up, then resume() it. Messages and replies that arrive are delivered
+/// one after another, in the order in which they were sent, on the connection's own thread; handlers are
+/// called there too. A connection that is resumed lives until it is invalidated or its last holder drops it.
+///
+///     auto connection = std::make_shared<NSXPCConnection>(QStringLiteral("com.example.greeter"));
+///     connection->setRemoteObjectInterface(NSXPCInterface::interfaceWithProtocol<Greeter>());
+///     connection->resume();
+///     connection->remoteObjectProxyWithErrorHandler<Greeter>(onError)->greet(name, onReply);
+///
+/// Where the other side is lost, the error handlers of messages that wait for a reply are called, their reply
+/// blocks never. A connection by service name is then interrupted: the next message finds, or starts, the
+/// service again. Any other connection is invalid from then on. All operations may be called on any thread.
+class NSXPCConnection {
+public:
+    using ErrorHandler = XPCRemote::ErrorHandler;
+    using Handler = std::function<void()>;
+
+    /// A connection to the service of that name, see XPCActivator on how it is found and started.
+    /// Throws NSException where the name is nil.
+    explicit NSXPCConnection(const QString &serviceName);
+    /// A connection to a listener of this process.
+    explicit NSXPCConnection(const NSXPCListenerEndpoint &endpoint);
+    /// The accepted side of a connection.
+    explicit NSXPCConnection(std::shared_ptr<XPCLink> link);
+    /// Invalidates the connection.
+    ~NSXPCConnection();
+    NSXPCConnection(const NSXPCConnection &) = delete;
+    NSXPCConnection &operator=(const NSXPCConnection &) = delete;
+
+    /// nil where the connection isn't one by name.
+    QString serviceName() const;
+
+    /// The other side's process: the one that this process has started last for a connection by name, the
+    /// peer of an accepted connection; 0 where it isn't known.
+    pid_t processIdentifier() const;
+
+    /// What may be sent to the other side.
+    std::shared_ptr<const NSXPCInterface> remoteObjectInterface() const;
+    void setRemoteObjectInterface(std::shared_ptr<const NSXPCInterface> interface);
+    /// What the other side may send; where it is nil, or the object is, every message is refused.
+    std::shared_ptr<const NSXPCInterface> exportedInterface() const;
+    void setExportedInterface(std::shared_ptr<const NSXPCInterface> interface);
+    /// The receiver of the other side's messages; held until the connection is invalid.
+    std::shared_ptr<QObject> exportedObject() const;
+    void setExportedObject(std::shared_ptr<QObject> object);
+
+    /// Called when the service is lost and the connection may be used again.
+    void setInterruptionHandler(Handler handler);
+    /// Called once, as the connection's last call, when it is invalid for good.
+    void setInvalidationHandler(Handler handler);
+    /// Called as soon as the other side has gone, even while one of its messages is being handled, on a
+    /// thread of the machinery; for work that needn't be finished then. At once where it has gone already. It
+    /// must not block.
+    void setHangupHandler(Handler handler);
+
+    /// Starts or, after as many calls of suspend(), restarts delivery. The first call connects.
+    void resume();
+    /// Stops delivery until resume(); what is being handled is finished.
+    void suspend();
+    /// Ends the connection; what waits for a reply gets its error handler called.
+    void invalidate();
+
+    /// An object that sends its messages to the other side. Throws NSException where the remote-object
+    /// interface isn't one of that protocol. \param errorHandler  called for each message whose reply can't
+    /// come; may be empty
+    template <typename Protocol>
+    std::shared_ptr<Protocol> remoteObjectProxyWithErrorHandler(ErrorHandler errorHandler) {
+        if (remoteObjectInterface() != NSXPCInterface::interfaceWithProtocol<Protocol>())
+            throw NSException(NSInternalInconsistencyException,
+                              QStringLiteral("the remote-object interface is not one of this protocol"));
+        return std::make_shared<typename NSXPCProtocolDescription<Protocol>::Proxy>(
+            XPCRemote(m_core, std::move(errorHandler)));
+    }
+    template <typename Protocol>
+    std::shared_ptr<Protocol> remoteObjectProxy() {
+        return remoteObjectProxyWithErrorHandler<Protocol>({});
+    }
+
+private:
+    friend class NSXPCListener;
+    std::shared_ptr<XPCConnectionCore> m_core;
+};

@@ -1,0 +1,294 @@
+// SPDX-License-Identifier: MIT
+#include "platform/xpc/NSXPCListener.h"
+
+#include "platform/values/NSException.h"
+#include "platform/values/NSLog.h"
+#include "platform/xpc/NSXPCConnection.h"
+#include "platform/xpc/XPCConnectionCore.h"
+#include "platform/xpc/XPCServiceProcess.h"
+#include "platform/xpc/XPCSocket.h"
+#include "platform/xpc/XPCThread.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <mutex>
+#include <poll.h>
+#include <set>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A client that has just connected is about to send: a leaving service gives it this long.
+constexpr std::chrono::milliseconds grace{250};
+
+} // namespace
+
+/// What the listener's thread works with; it may outlive the listener.
+class NSXPCListener::Core : public std::enable_shared_from_this<Core> {
+public:
+    Core(XPCDescriptor socket, NSXPCListenerEndpoint endpoint)
+        : m_socket(std::move(socket)), m_endpoint(std::move(endpoint)),
+          m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+          m_spare(::open("/dev/null", O_RDONLY | O_CLOEXEC)) {
+        if (m_socket)
+            ::fcntl(m_socket.get(), F_SETFL, ::fcntl(m_socket.get(), F_GETFL) | O_NONBLOCK);
+    }
+
+    void start(NSXPCListener *listener, XPCDescriptor termination) {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_listener = listener;
+            if (m_invalid || std::exchange(m_running, true))
+                return;
+        }
+        m_termination = std::move(termination);
+        XPCThreadDetach("xpc-listener", [core = shared_from_this()] { core->run(); });
+    }
+
+    void invalidate() {
+        std::unique_lock lock(m_mutex);
+        m_invalid = true;
+        m_listener = nullptr;
+        wake();
+        // No call of the delegate is under way once this returns, unless it is the delegate that calls.
+        if (m_accepting && m_acceptor != std::this_thread::get_id())
+            m_accepted.wait(lock, [this] { return !m_accepting; });
+    }
+
+    void setDelegate(const std::shared_ptr<NSXPCListenerDelegate> &delegate) {
+        const std::lock_guard lock(m_mutex);
+        m_delegate = delegate;
+    }
+    std::shared_ptr<NSXPCListenerDelegate> delegate() const {
+        const std::lock_guard lock(m_mutex);
+        return m_delegate.lock();
+    }
+    const NSXPCListenerEndpoint &endpoint() const { return m_endpoint; }
+
+private:
+    void wake() const {
+        const quint64 one = 1;
+        [[maybe_unused]] const ssize_t written = ::write(m_wake.get(), &one, sizeof one);
+    }
+
+    void run() {
+        for (int timeout = -1;;) {
+            pollfd waits[] = {{m_socket.get(), POLLIN, 0},
+                              {m_wake.get(), POLLIN, 0},
+                              {m_draining ? -1 : m_termination.get(), POLLIN, 0}};
+            ::poll(waits, 3, timeout);
+            if (waits[1].revents) {
+                quint64 count = 0;
+                [[maybe_unused]] const ssize_t got = ::read(m_wake.get(), &count, sizeof count);
+            }
+            {
+                const std::lock_guard lock(m_mutex);
+                if (m_invalid)
+                    break;
+            }
+            if (waits[2].revents)
+                m_draining = true;
+            if (waits[0].revents & (POLLERR | POLLNVAL))
+                break;
+            if (waits[0].revents & POLLIN) {
+                acceptOne();
+                timeout = m_draining ? 0 : -1;
+                continue;
+            }
+            if (m_draining) {
+                timeout = millisecondsUntilQuiet();
+                if (timeout == 0) {
+                    std::fflush(nullptr);
+                    ::_exit(0);
+                }
+            }
+        }
+        m_socket.reset();
+    }
+
+    void acceptOne() {
+        XPCDescriptor socket(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        if (!socket) {
+            // Out of descriptors the caller would wait for ever and we would be woken for ever: close it.
+            if ((errno == EMFILE || errno == ENFILE) && m_spare) {
+                m_spare.reset();
+                XPCDescriptor(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC)).reset();
+                m_spare.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+                NSLog(QStringLiteral("NSXPCListener: out of file descriptors, a connection was closed"));
+            }
+            return;
+        }
+        if (!XPCPeerIsSameUser(socket.get())) {
+            NSLog(QStringLiteral("NSXPCListener: a connection of another user was closed"));
+            return;
+        }
+        std::shared_ptr<NSXPCListenerDelegate> delegate;
+        NSXPCListener *listener = nullptr;
+        {
+            const std::lock_guard lock(m_mutex);
+            delegate = m_delegate.lock();
+            listener = m_listener;
+            if (!delegate || !listener)
+                return;
+            m_accepting = true;
+            m_acceptor = std::this_thread::get_id();
+        }
+        auto connection =
+            std::make_shared<NSXPCConnection>(XPCLink::make(std::move(socket), XPCLink::End::Accepted));
+        const auto core = connection->m_core;
+        {
+            const std::lock_guard lock(m_mutex);
+            m_connections.insert(connection);
+        }
+        const auto forget = [self = shared_from_this(), weak = std::weak_ptr(connection)] {
+            self->forget(weak.lock());
+        };
+        core->setListenerHandlers(forget, [self = shared_from_this()] {
+            if (self->m_draining)
+                self->wake();
+        });
+        bool accepted = false;
+        try {
+            accepted = delegate->listenerShouldAcceptNewConnection(listener, connection);
+        } catch (...) {
+            NSLog("NSXPCListener: exception in the delegate: %@", NSException::currentDescription());
+        }
+        if (!accepted) {
+            connection->invalidate();
+            forget();
+        }
+        {
+            const std::lock_guard lock(m_mutex);
+            m_accepting = false;
+        }
+        m_accepted.notify_all();
+    }
+
+    void forget(const std::shared_ptr<NSXPCConnection> &connection) {
+        const std::lock_guard lock(m_mutex);
+        m_connections.erase(connection);
+        if (m_draining)
+            wake();
+    }
+
+    /// How long a leaving service has to wait before it looks again: 0 when nobody waits for it any more.
+    int millisecondsUntilQuiet() const {
+        std::set<std::shared_ptr<NSXPCConnection>> connections;
+        {
+            const std::lock_guard lock(m_mutex);
+            connections = m_connections;
+        }
+        // -1: somebody's task is being worked on, and its end wakes us.
+        int longest = 0;
+        bool isWorking = false;
+        const auto now = Clock::now();
+        for (const auto &connection : connections) {
+            const auto &core = *connection->m_core;
+            if (core.isBusy()) {
+                isWorking = true;
+                continue;
+            }
+            const auto quiet = core.quietSince();
+            const auto left = quiet ? *quiet + grace - now : Clock::duration(grace);
+            if (left > Clock::duration::zero())
+                longest = std::max(
+                    longest, 1 + int(std::chrono::duration_cast<std::chrono::milliseconds>(left).count()));
+        }
+        return longest ? longest : isWorking ? -1 : 0;
+    }
+
+    XPCDescriptor m_socket;
+    const NSXPCListenerEndpoint m_endpoint;
+    const XPCDescriptor m_wake;
+    XPCDescriptor m_spare;
+    XPCDescriptor m_termination;
+    std::atomic<bool> m_draining = false;
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_accepted;
+    NSXPCListener *m_listener = nullptr;
+    std::weak_ptr<NSXPCListenerDelegate> m_delegate;
+    std::set<std::shared_ptr<NSXPCConnection>> m_connections;
+    std::thread::id m_acceptor;
+    bool m_accepting = false;
+    bool m_running = false;
+    bool m_invalid = false;
+};
+
+NSXPCListener::NSXPCListener(XPCDescriptor socket, const NSXPCListenerEndpoint &endpoint)
+    : m_core(std::make_shared<Core>(std::move(socket), endpoint)) {
+}
+
+NSXPCListener::~NSXPCListener() {
+    invalidate();
+}
+
+NSXPCListener *NSXPCListener::serviceListener() {
+    // Never destroyed: it lives as long as the process.
+    static auto *listener = [] {
+        QString reason;
+        XPCDescriptor socket = XPCServiceProcess::takeSocket(&reason);
+        if (!socket) {
+            NSLog("NSXPCListener: %@", reason);
+            std::fflush(nullptr);
+            ::_exit(1);
+        }
+        XPCServiceProcess::watchLifeline();
+        auto *made = new NSXPCListener(std::move(socket));
+        made->m_isService = true;
+        return made;
+    }();
+    return listener;
+}
+
+std::unique_ptr<NSXPCListener> NSXPCListener::anonymousListener() {
+    QString reason;
+    XPCPrivateSocket socket = XPCPrivateSocket::make(&reason);
+    if (!socket.listening)
+        throw NSException(NSInternalInconsistencyException, reason);
+    return std::make_unique<NSXPCListener>(std::move(socket.listening),
+                                           NSXPCListenerEndpoint(std::move(socket.address)));
+}
+
+void NSXPCListener::setDelegate(const std::shared_ptr<NSXPCListenerDelegate> &delegate) {
+    m_core->setDelegate(delegate);
+}
+
+std::shared_ptr<NSXPCListenerDelegate> NSXPCListener::delegate() const {
+    return m_core->delegate();
+}
+
+NSXPCListenerEndpoint NSXPCListener::endpoint() const {
+    return m_core->endpoint();
+}
+
+void NSXPCListener::resume() {
+    if (!m_isService) {
+        m_core->start(this, {});
+        return;
+    }
+    // Qt takes the first thread that asks for the main one.
+    QThread::currentThread();
+    m_core->start(this, XPCServiceProcess::watchTermination());
+    std::unique_ptr<QCoreApplication> application;
+    static int count = 1;
+    static char name[] = "service";
+    static char *arguments[] = {name, nullptr};
+    if (!QCoreApplication::instance())
+        application = std::make_unique<QCoreApplication>(count, arguments);
+    for (;;)
+        QCoreApplication::exec();
+}
+
+void NSXPCListener::invalidate() {
+    m_core->invalidate();
+}

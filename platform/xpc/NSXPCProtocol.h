@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSError.h"
+#include "platform/values/NSNull.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+#include <QUrl>
+#include <QUuid>
+#include <QVariant>
+#include <algorithm>
+#include <concepts>
+#include <cstddef>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+class QObject;
+
+/// A method's name on the wire, such as "performWithData:block:".
+template <std::size_t N>
+struct NSXPCSelector {
+    char text[N];
+    constexpr NSXPCSelector(const char (&name)[N]) { std::copy_n(name, N, text); }
+    constexpr std::string_view view() const { return {text, N - 1}; }
+};
+
+/// One method of a protocol: its selector and the virtual member function it stands for. The function returns
+/// nothing; at most one of its parameters is a reply block, a std::function that returns nothing.
+template <NSXPCSelector Selector, auto Function>
+struct NSXPCMethod {};
+
+template <typename... Methods>
+struct NSXPCMethods {};
+
+/// Describes a protocol, that is a class of virtual functions, to the connection machinery. Specialise it:
+///
+///     template <> struct NSXPCProtocolDescription<Greeter> {
+///         static constexpr char name[] = "Greeter";
+///         using Methods = NSXPCMethods<NSXPCMethod<"greet:reply:", &Greeter::greet>>;
+///         using Proxy = GreeterProxy;
+///     };
+///
+/// Proxy is a class that implements the protocol by forwarding, see NSXPCProxy. Parameters are data, strings,
+/// numbers, booleans, dates, URLs, UUIDs, arrays, dictionaries, errors, or any of them as QVariant.
+template <typename Protocol>
+struct NSXPCProtocolDescription;
+
+/// How a parameter of a type travels: as a value of a keyed archive, nil as an invalid one. `from` gives
+/// nothing where the value is of another kind.
+template <typename T>
+struct NSXPCValue {
+    static QVariant to(const T &value) {
+        QVariant variant = QVariant::fromValue(value);
+        return NSIsNil(variant) ? QVariant() : variant;
+    }
+    static std::optional<T> from(const QVariant &value) {
+        if (!value.isValid())
+            return T();
+        if (value.metaType() != QMetaType::fromType<T>())
+            return std::nullopt;
+        return value.value<T>();
+    }
+};
+
+template <>
+struct NSXPCValue<QVariant> {
+    static QVariant to(const QVariant &value) { return value; }
+    static std::optional<QVariant> from(const QVariant &value) { return value; }
+};
+
+template <std::integral T>
+requires(!std::same_as<T, bool>) struct NSXPCValue<T> {
+    static QVariant to(T value) {
+        if constexpr (std::is_signed_v<T>)
+            return QVariant::fromValue(qlonglong(value));
+        else
+            return QVariant::fromValue(qulonglong(value));
+    }
+    static std::optional<T> from(const QVariant &value) {
+        switch (value.metaType().id()) {
+        case QMetaType::Int:
+        case QMetaType::LongLong:
+            return inRange(value.toLongLong());
+        case QMetaType::UInt:
+        case QMetaType::ULongLong:
+            return inRange(value.toULongLong());
+        default:
+            return std::nullopt;
+        }
+    }
+
+private:
+    template <typename Number>
+    static std::optional<T> inRange(Number number) {
+        return std::in_range<T>(number) ? std::optional<T>(T(number)) : std::nullopt;
+    }
+};
+
+template <std::floating_point T>
+struct NSXPCValue<T> {
+    static QVariant to(T value) { return QVariant::fromValue(double(value)); }
+    static std::optional<T> from(const QVariant &value) {
+        switch (value.metaType().id()) {
+        case QMetaType::Int:
+        case QMetaType::LongLong:
+        case QMetaType::UInt:
+        case QMetaType::ULongLong:
+        case QMetaType::Float:
+        case QMetaType::Double:
+            return T(value.toDouble());
+        default:
+            return std::nullopt;
+        }
+    }
+};
+
+namespace NSXPCDetail {
+
+template <typename T>
+struct ReplyBlock : std::false_type {};
+template <typename... Results>
+struct ReplyBlock<std::function<void(Results...)>> : std::true_type {
+    using Values = std::tuple<std::remove_cvref_t<Results>...>;
+};
+
+template <typename T>
+inline constexpr bool isReplyBlock = ReplyBlock<std::remove_cvref_t<T>>::value;
+
+template <typename... Values, std::size_t... Index>
+std::optional<std::tuple<Values...>> unpack(const QVariantList &list, std::index_sequence<Index...>) {
+    [[maybe_unused]] std::tuple<std::optional<Values>...> values(
+        NSXPCValue<Values>::from(list.at(qsizetype(Index)))...);
+    if ((... && std::get<Index>(values).has_value()))
+        return std::tuple<Values...>(std::move(*std::get<Index>(values))...);
+    return std::nullopt;
+}
+
+/// The typed values of a list; nothing where their number or a kind is another.
+template <typename... Values>
+std::optional<std::tuple<Values...>> unpack(const QVariantList &list, std::tuple<Values...> *) {
+    if (list.size() != qsizetype(sizeof...(Values)))
+        return std::nullopt;
+    return unpack<Values...>(list, std::index_sequence_for<Values...>());
+}
+
+template <auto Function>
+struct Tag {};
+
+} // namespace NSXPCDetail

@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: MIT
+#include "platform/xpc/XPCActivator.h"
+
+#include "platform/xpc/XPCReactor.h"
+#include "platform/xpc/XPCSocket.h"
+#include "platform/xpc/XPCSpawn.h"
+#include "platform/xpc/XPCThread.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/epoll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <vector>
+
+struct XPCActivator::Instance {
+    QString name;
+    XPCDescriptor address;
+    XPCSpawned process;
+    quint64 token = 0;
+};
+
+struct XPCActivator::Watcher {
+    quint64 token = 0;
+    QString name;
+    ExitHandler handler;
+    // Recursive, so that a handler may remove itself.
+    std::recursive_mutex running;
+    bool removed = false;
+};
+
+namespace {
+
+/// Whether the process has begun to exit. Its connections close somewhat before it can be waited for.
+bool isEnding(pid_t process) {
+    const XPCDescriptor file(
+        ::open(("/proc/" + QByteArray::number(process) + "/stat").constData(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 1024> text{};
+    if (!file || ::read(file.get(), text.data(), text.size() - 1) <= 0)
+        return true;
+    // Behind the name, which may hold anything: state, five numbers, the kernel's flags.
+    const char *afterName = std::strrchr(text.data(), ')');
+    char state = 0;
+    unsigned flags = 0;
+    constexpr unsigned exiting = 0x4;
+    return !afterName || std::sscanf(afterName, ") %c %*d %*d %*d %*d %*d %u", &state, &flags) != 2 ||
+           state == 'Z' || state == 'X' || (flags & exiting);
+}
+
+} // namespace
+
+XPCActivator &XPCActivator::shared() {
+    // Never destroyed: machinery threads outlive static objects.
+    static auto *activator = new XPCActivator;
+    return *activator;
+}
+
+bool XPCActivator::isName(const QString &name) {
+    const qsizetype at = name.indexOf(QLatin1Char('@'));
+    if (name.isEmpty() || name.size() > 200 || name.startsWith(QLatin1Char('.')) || at == 0 ||
+        at == name.size() - 1)
+        return false;
+    return std::all_of(name.begin(), name.end(), [&](const QChar &c) {
+        return (c.unicode() < 128 && c.isLetterOrNumber()) || c == QLatin1Char('.') ||
+               c == QLatin1Char('-') || c == QLatin1Char('_') || &c == name.constData() + at;
+    });
+}
+
+QByteArray XPCActivator::executable(const QString &name) {
+    QByteArray program(4096, Qt::Uninitialized);
+    const ssize_t length = ::readlink("/proc/self/exe", program.data(), std::size_t(program.size()));
+    program.truncate(std::max<qsizetype>(length, 0));
+    const QByteArray folder = program.left(std::max<qsizetype>(program.lastIndexOf('/'), 0));
+    const QByteArray prefix = folder.left(std::max<qsizetype>(folder.lastIndexOf('/'), 0));
+    const QByteArray file = name.section(QLatin1Char('@'), 0, 0).toLatin1();
+    for (const QByteArray &path : {folder + "/XPCServices/" + file, prefix + "/libexec/zrkit/" + file,
+                                   QByteArray(ZR_SERVICE_FOLDER "/") + file}) {
+        struct stat status {};
+        if (::stat(path.constData(), &status) == 0 && S_ISREG(status.st_mode) &&
+            ::access(path.constData(), X_OK) == 0)
+            return path;
+    }
+    return {};
+}
+
+XPCDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *process) {
+    *process = 0;
+    if (!isName(name)) {
+        *error = QStringLiteral("\"%1\" is not the name of a service").arg(name);
+        return {};
+    }
+    if (const QByteArray runtime = XPCRuntimeFolder(); !runtime.isEmpty()) {
+        if (XPCDescriptor socket = XPCConnect(runtime + '/' + name.toLatin1() + ".sock"))
+            return socket;
+    }
+    // A process in its last moments refuses; its successor is started at once.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        std::shared_ptr<Instance> instance;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (const auto found = m_instances.find(name); found != m_instances.end())
+                instance = found->second;
+            else if ((instance = start(name, error)))
+                m_instances.emplace(name, instance);
+            else
+                return {};
+        }
+        if (XPCDescriptor socket = XPCConnect(instance->address)) {
+            *process = instance->process.pid;
+            return socket;
+        }
+        *error = QStringLiteral("%1: %2").arg(name, QString::fromLocal8Bit(std::strerror(errno)));
+        const std::lock_guard lock(m_mutex);
+        if (const auto found = m_instances.find(name);
+            found != m_instances.end() && found->second == instance) {
+            instance->process.lifeline.reset();
+            m_instances.erase(found);
+        }
+    }
+    return {};
+}
+
+std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name, QString *error) {
+    const QByteArray program = executable(name);
+    if (program.isEmpty()) {
+        *error = QStringLiteral("no service \"%1\" is installed").arg(name);
+        return {};
+    }
+    QString reason;
+    XPCPrivateSocket socket = XPCPrivateSocket::make(&reason);
+    if (!socket.listening) {
+        *error = QStringLiteral("no socket for \"%1\": %2").arg(name, reason);
+        return {};
+    }
+    auto instance = std::make_shared<Instance>();
+    instance->name = name;
+    instance->address = std::move(socket.address);
+    instance->process = XPCSpawn(program, socket.listening.get());
+    // From here on only the service listens: when it dies, whoever waits at its socket is told.
+    socket.listening.reset();
+    const bool started = instance->process.pid > 0 && instance->process.failure == 0;
+    if (!started)
+        *error =
+            QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program),
+                                         QString::fromLocal8Bit(std::strerror(instance->process.failure)));
+    if (instance->process.pid <= 0)
+        return {};
+    if (!started) {
+        ::waitid(P_PIDFD, id_t(instance->process.process.get()), nullptr, WEXITED);
+        return {};
+    }
+    instance->token = XPCReactor::shared().add(instance->process.process.get(), EPOLLIN | EPOLLONESHOT,
+                                               [this, instance](quint32) { ended(instance); });
+    static std::once_flag swept;
+    std::call_once(swept, [] { XPCThreadDetach("xpc-sweep", &XPCPrivateSocket::sweep); });
+    return instance;
+}
+
+void XPCActivator::ended(const std::shared_ptr<Instance> &instance) {
+    const pid_t pid = instance->process.pid;
+    int status = -1;
+    {
+        const std::lock_guard lock(m_mutex);
+        // This child only: the host's others are the host's.
+        siginfo_t taken{};
+        if (::waitid(P_PIDFD, id_t(instance->process.process.get()), &taken, WEXITED | WNOHANG) == 0 &&
+            taken.si_pid == pid)
+            status =
+                taken.si_code == CLD_EXITED ? W_EXITCODE(taken.si_status, 0) : W_EXITCODE(0, taken.si_status);
+        if (const auto found = m_instances.find(instance->name);
+            found != m_instances.end() && found->second == instance)
+            m_instances.erase(found);
+    }
+    XPCReactor::shared().remove(instance->token, instance->process.process.get());
+    std::vector<std::shared_ptr<Watcher>> watchers;
+    {
+        const std::lock_guard lock(m_mutex);
+        std::copy_if(m_watchers.begin(), m_watchers.end(), std::back_inserter(watchers),
+                     [&](const auto &watcher) { return watcher->name == instance->name; });
+    }
+    if (watchers.empty())
+        return;
+    XPCThreadDetach("xpc-exit", [watchers = std::move(watchers), pid, status] {
+        for (const auto &watcher : watchers) {
+            const std::lock_guard running(watcher->running);
+            if (!watcher->removed)
+                watcher->handler(pid, status);
+        }
+    });
+}
+
+void XPCActivator::connectionWasLost(const QString &name, pid_t process) {
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_instances.find(name);
+    if (found != m_instances.end() && found->second->process.pid == process && isEnding(process))
+        m_instances.erase(found);
+}
+
+pid_t XPCActivator::processIdentifier(const QString &name) {
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_instances.find(name);
+    return found == m_instances.end() ? 0 : found->second->process.pid;
+}
+
+quint64 XPCActivator::addExitHandler(const QString &name, ExitHandler handler) {
+    auto watcher = std::make_shared<Watcher>();
+    watcher->name = name;
+    watcher->handler = std::move(handler);
+    const std::lock_guard lock(m_mutex);
+    watcher->token = ++m_lastToken;
+    m_watchers.push_back(watcher);
+    return watcher->token;
+}
+
+void XPCActivator::removeExitHandler(quint64 token) {
+    std::shared_ptr<Watcher> watcher;
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = std::find_if(m_watchers.begin(), m_watchers.end(),
+                                        [&](const auto &each) { return each->token == token; });
+        if (found == m_watchers.end())
+            return;
+        watcher = *found;
+        m_watchers.erase(found);
+    }
+    const std::lock_guard running(watcher->running);
+    watcher->removed = true;
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/xpc/XPCDescriptor.h"
+
+#include <QByteArray>
+#include <QString>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <sys/types.h>
+
+/// Finds services by name and starts those that nothing else has started. One a process; any thread.
+///
+/// A name is looked for in this order:
+/// 1. the socket `<name>.sock` in the user's runtime folder, where a socket unit listens;
+/// 2. the instance of that name which this process has started already, if it lives;
+/// 3. the executable: `XPCServices/<name>` beside this program, then `libexec/zrkit/<name>` under the parent
+///    of this program's folder, then the same folder under the prefix the library was installed to.
+///
+/// "name@instance" is another process of the same executable. A started service lives no longer than this
+/// process; if it ends earlier it is reaped, and the next connection starts it again.
+class XPCActivator {
+public:
+    /// Called once when a started service has ended, on a thread of the machinery.
+    /// \param pid     the process that was
+    /// \param status  its wait status, -1 where somebody else has taken it
+    using ExitHandler = std::function<void(pid_t pid, int status)>;
+
+    static XPCActivator &shared();
+
+    /// A connected socket to the service; none, with the text of what failed, where that can't be had.
+    /// \param process  receives the instance's process where this process has started it, else 0
+    XPCDescriptor connect(const QString &name, QString *error, pid_t *process);
+    /// The process of the instance this process has started, 0 where none lives.
+    pid_t processIdentifier(const QString &name);
+
+    /// Says that a connection to a started instance was lost. If the process is ending, it isn't connected to
+    /// any more, even while its socket may still take connections that nobody will accept.
+    void connectionWasLost(const QString &name, pid_t process);
+
+    /// Tells of each end of a started instance until removed; removeExitHandler() waits for a running call,
+    /// unless called from it.
+    quint64 addExitHandler(const QString &name, ExitHandler handler);
+    void removeExitHandler(quint64 token);
+
+    /// The executable that a name stands for; empty where there is none.
+    static QByteArray executable(const QString &name);
+    /// Whether the name can name a service: letters, digits, "._-", and at most one "@" inside.
+    static bool isName(const QString &name);
+
+private:
+    struct Instance;
+    struct Watcher;
+
+    XPCActivator() = default;
+    std::shared_ptr<Instance> start(const QString &name, QString *error);
+    void ended(const std::shared_ptr<Instance> &instance);
+
+    std::mutex m_mutex;
+    std::map<QString, std::shared_ptr<Instance>> m_instances;
+    quint64 m_lastToken = 0;
+    std::list<std::shared_ptr<Watcher>> m_watchers;
+};

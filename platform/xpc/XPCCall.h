@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSError.h"
+#include "platform/xpc/XPCFrame.h"
+
+#include <QString>
+#include <QVariantList>
+
+/// What a frame says: a message's selector and arguments, a reply's results, or a refusal's error.
+struct XPCCall {
+    QString selector;
+    QVariantList values;
+    NSError error;
+
+    /// Throws NSException where a value is of a kind that archives don't hold.
+    XPCFrame frame(XPCFrame::Kind kind, quint64 exchange) const;
+    /// Throws NSException where the archive is none or describes no call.
+    static XPCCall fromFrame(const XPCFrame &frame);
+};

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+/// Owns one file descriptor and closes it; -1 means none.
+class XPCDescriptor {
+public:
+    XPCDescriptor() = default;
+    explicit XPCDescriptor(int descriptor) : m_descriptor(descriptor) {}
+    XPCDescriptor(XPCDescriptor &&other) noexcept : m_descriptor(other.release()) {}
+    XPCDescriptor &operator=(XPCDescriptor &&other) noexcept {
+        reset(other.release());
+        return *this;
+    }
+    ~XPCDescriptor() { reset(); }
+
+    int get() const { return m_descriptor; }
+    explicit operator bool() const { return m_descriptor >= 0; }
+    int release() { return std::exchange(m_descriptor, -1); }
+    void reset(int descriptor = -1) {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+        m_descriptor = descriptor;
+    }
+
+private:
+    int m_descriptor = -1;
+};

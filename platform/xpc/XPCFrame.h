@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QtGlobal>
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <sys/types.h>
+#include <vector>
+
+/// One unit of the wire between two ends of a connection.
+///
+/// On the wire, all numbers little-endian:
+///
+///     offset  bytes  meaning
+///          0      4  magic, the letters "ZRXP"
+///          4      1  version, 1
+///          5      1  kind: 1 message, 2 reply, 3 refusal
+///          6      2  number of segments, at most 64
+///          8      8  length of all that follows the header, at most 1 GiB
+///         16      8  exchange: a reply carries its message's number; 0 where no reply is wanted
+///         24      -  the segments' lengths, 8 bytes each; the archive; the segments one after another
+///
+/// The archive is a keyed archive that describes the call. Bodies of data are not put into it: they follow
+/// as segments, are written from where they are and read into where they stay.
+struct XPCFrame {
+    enum class Kind : quint8 { Message = 1, Reply = 2, Refusal = 3 };
+
+    static constexpr std::size_t headerLength = 24;
+    static constexpr std::size_t maximumSegments = 64;
+    static constexpr quint64 maximumLength = quint64(1) << 30;
+    static constexpr quint8 version = 1;
+
+    Kind kind = Kind::Message;
+    quint64 exchange = 0;
+    QByteArray archive;
+    std::vector<QByteArray> segments;
+
+    /// The bytes after the header.
+    quint64 length() const;
+    /// Whether the frame keeps the limits above.
+    bool fits() const;
+    /// The header and the segments' lengths, as they stand before the archive.
+    QByteArray prologue() const;
+};
+
+/// Reads frames from a stream of bytes that may hold anything.
+class XPCFrameReader {
+public:
+    /// Gives up to the asked number of bytes; 0 at the stream's end, less on failure.
+    using Source = std::function<ssize_t(char *, std::size_t)>;
+    enum class Outcome {
+        Frame,  ///< one whole frame was read
+        End,    ///< the stream ended between two frames
+        Broken, ///< what came is no frame, is beyond the limits, or ended inside a frame
+    };
+
+    explicit XPCFrameReader(Source source);
+
+    /// Reads the next frame. Memory is taken as bytes arrive, not as the header promises. After any outcome
+    /// but Frame the reader is of no more use.
+    Outcome next(XPCFrame &frame);
+    /// Whether bytes of a next frame have been read already.
+    bool hasBufferedBytes() const { return m_begin != m_end; }
+
+private:
+    bool buffer(std::size_t count);
+    bool take(QByteArray &into, quint64 count);
+
+    static constexpr std::size_t bufferLength = 64 * 1024;
+    Source m_source;
+    std::unique_ptr<char[]> m_buffer;
+    std::size_t m_begin = 0;
+    std::size_t m_end = 0;
+};

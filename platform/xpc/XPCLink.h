@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/xpc/XPCDescriptor.h"
+#include "platform/xpc/XPCFrame.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <sys/types.h>
+
+/// One connected socket that carries frames both ways.
+///
+/// send() and close() may be called on any thread, read() on one only. Sending never waits for the peer: what
+/// the socket doesn't take at once is written when there is room.
+class XPCLink : public std::enable_shared_from_this<XPCLink> {
+public:
+    /// Which end of the connection this is. The accepted one doesn't read while more than 64 MiB that it sent
+    /// are not taken, so that a peer that never reads can't fill the memory. The one that connected always
+    /// reads: were both to wait, they would wait for each other.
+    enum class End { Connecting, Accepted };
+
+    /// \param socket  a connected stream socket
+    static std::shared_ptr<XPCLink> make(XPCDescriptor socket, End end);
+    ~XPCLink();
+    XPCLink(const XPCLink &) = delete;
+    XPCLink &operator=(const XPCLink &) = delete;
+
+    /// Waits for the next frame and reads it; false when the link has ended, for whatever reason.
+    bool read(XPCFrame &frame);
+    /// Writes the frame or keeps it for writing; false when the link has ended.
+    bool send(const XPCFrame &frame);
+    /// Ends the link for both sides; a waiting read() returns.
+    void close();
+
+    /// True as soon as the peer has gone, even while unread frames are left.
+    bool isLost() const;
+    /// Called once, on a thread of the machinery and at once, when the peer has gone or the link was closed.
+    /// Called within this call if it has happened already.
+    void setLossHandler(std::function<void()> handler);
+
+    /// The peer's process as it was when the connection was made; 0 where it isn't known.
+    pid_t peer() const;
+    /// When the last bytes arrived (or the link was made); nothing while bytes are still to be written or
+    /// read.
+    std::optional<std::chrono::steady_clock::time_point> quietSince() const;
+
+private:
+    XPCLink(XPCDescriptor socket, End end);
+    void watch();
+    void touch();
+    void ready(quint32 events);
+    void write(std::unique_lock<std::mutex> &lock);
+    void lose(std::unique_lock<std::mutex> &lock);
+
+    /// A frame on its way out: its parts, and how much of the first one is written.
+    struct Parcel {
+        std::vector<QByteArray> parts;
+        std::size_t next = 0;
+        std::size_t written = 0;
+    };
+    bool writeParcel(Parcel &parcel);
+
+    static constexpr quint64 maximumUntaken = 64 * 1024 * 1024;
+
+    XPCDescriptor m_socket;
+    const End m_end;
+    std::atomic<std::chrono::steady_clock::rep> m_touched{0};
+    XPCFrameReader m_reader;
+    quint64 m_token = 0;
+    mutable std::mutex m_mutex;
+    std::condition_variable m_drained;
+    std::deque<Parcel> m_parcels;
+    quint64 m_queued = 0;
+    bool m_lost = false;
+    bool m_waitingForRoom = false;
+    std::function<void()> m_lossHandler;
+};
