@@ -194,15 +194,12 @@ void WebPage::loadUrl(const QUrl &url) {
 
 void WebPage::loadArchive(const WebArchive &archive) {
     begin(true);
-    const std::shared_ptr<WebPage *> self = m_self;
-    const int load = m_load;
-    auto server = std::make_unique<WebArchiveServer>(m_session, archive);
-    // Making it runs the run loop, which may have brought the end of this page or of its load.
-    if (!*self || m_load != load || m_state != State::Loading)
-        return;
-    m_server = std::move(server);
+    m_server = std::make_unique<WebArchiveServer>(m_session, archive);
     m_url = QString::fromUtf8(m_server->url());
-    navigate(m_url, [this] { commit(); });
+    m_server->start([self = m_self, load = m_load] {
+        if (*self && (*self)->m_load == load)
+            (*self)->navigate((*self)->m_url, [page = *self] { page->commit(); });
+    });
 }
 
 void WebPage::navigate(const QString &url, std::function<void()> committed) {
@@ -250,6 +247,10 @@ void WebPage::requestPaused(const QJsonObject &event) {
     const bool isDocument = event[u"resourceType"].toString() == QLatin1StringView("Document");
     if (isDocument && m_loadEventSeen)
         return;
+    if (m_server) {
+        m_server->answer(event);
+        return;
+    }
     if (isDocument && !m_mainType.isEmpty() && event[u"frameId"].toString() == mainFrame()) {
         fulfill(request, m_mainType, m_mainBody);
         return;
