@@ -16,7 +16,7 @@ constexpr char Magic[] = "bplist00";
 constexpr quint64 HeaderSize = 8;
 constexpr quint64 TrailerSize = 32;
 
-[[noreturn]] void refuse(const char *reason) {
+[[noreturn]] Q_NEVER_INLINE void refuse(const char *reason) {
     throw NSException(NSPropertyListReadCorruptError, QString::fromLatin1(reason));
 }
 

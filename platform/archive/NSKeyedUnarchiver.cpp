@@ -23,8 +23,15 @@ namespace {
 /// No known class has nearly as many fields; looking through them must stay cheap.
 constexpr quint64 MaxFields = 64;
 
+/// Fields that refer to objects that hold their content in fields that refer to objects, and so on.
+constexpr int MaxIndirections = 4;
+
 [[noreturn]] void refuse(const QString &reason) {
     throw NSException(NSInvalidUnarchiveOperationException, reason);
+}
+
+[[noreturn]] Q_NEVER_INLINE void refuse(const char *reason) {
+    refuse(QString::fromLatin1(reason));
 }
 
 template <typename T>
@@ -107,7 +114,8 @@ private:
     Class classOf(const Object &object);
     std::optional<Ref> field(const Object &object, QByteArrayView name);
     Ref required(const Object &object, QByteArrayView name);
-    /// A field's value: the object it refers to, or what it holds itself.
+    /// A field's value: the object it refers to, or what it holds itself. It is a part of the field's owner
+    /// and no level of its own.
     const Value &attribute(Ref ref, int depth);
     template <typename T>
     T requiredAttribute(const Object &object, QByteArrayView name, Value &into, int depth);
@@ -124,18 +132,19 @@ private:
     std::vector<Value> m_values;
     QHash<quint64, Class> m_classes;
     Object m_objects{};
+    int m_indirections = 0;
 };
 
 QVariant Unarchiver::unarchive() {
     const Object archive = expect(m_reader.top(), Kind::Dictionary);
     const Object archiver = m_reader.object(required(archive, "$archiver"));
     if (!Reader::isText(archiver, "NSKeyedArchiver"))
-        refuse(QStringLiteral("the archive is of another archiver"));
+        refuse("the archive is of another archiver");
     if (integer(archive, "$version") != 100000)
-        refuse(QStringLiteral("the archive is of another version"));
+        refuse("the archive is of another version");
     m_objects = expect(required(archive, "$objects"), Kind::Array);
     if (m_objects.count == 0 || !Reader::isText(m_reader.object(m_reader.element(m_objects, 0)), "$null"))
-        refuse(QStringLiteral("the archive lacks its null object"));
+        refuse("the archive lacks its null object");
     m_budget.addValues(m_objects.count);
     m_values.resize(m_objects.count);
     m_values[0].state = State::Read;
@@ -145,15 +154,13 @@ QVariant Unarchiver::unarchive() {
 
 const Unarchiver::Value &Unarchiver::decode(quint64 uid, int depth) {
     if (uid >= m_values.size())
-        refuse(QStringLiteral("a reference points past the last object"));
+        refuse("a reference points past the last object");
     Value &value = m_values[uid];
     if (value.state == State::Read)
         return value;
     if (value.state == State::Open)
-        refuse(QStringLiteral("an object holds itself"));
-    // An object within a field is a level here, but not of the value; the value's own are counted on the way
-    // back.
-    DecodingBudget::checkDepth(depth / 2);
+        refuse("an object holds itself");
+    DecodingBudget::checkDepth(depth);
     const Ref ref = m_reader.element(m_objects, uid);
     const Object object = m_reader.object(ref);
     if (object.kind == Kind::Dictionary) {
@@ -175,9 +182,8 @@ void Unarchiver::decodeObject(const Object &object, Value &into, int depth) {
         into.value = decodeData(object, into, depth);
         return;
     case Class::Date: {
-        const QVariant seconds =
-            plain(required(object, "NS.time"), expect(required(object, "NS.time"), Kind::Real)).value;
-        into.value = PropertyListDate::fromSeconds(seconds.toDouble());
+        const Object seconds = expect(required(object, "NS.time"), Kind::Real);
+        into.value = PropertyListDate::fromSeconds(Reader::scalar(seconds).toDouble());
         return;
     }
     case Class::DecimalNumber:
@@ -207,7 +213,7 @@ void Unarchiver::decodeObject(const Object &object, Value &into, int depth) {
     case Class::Uuid: {
         const auto bytes = requiredAttribute<QByteArray>(object, "NS.uuidbytes", into, depth);
         if (bytes.size() != 16)
-            refuse(QStringLiteral("a UUID is not of 16 bytes"));
+            refuse("a UUID is not of 16 bytes");
         into.value = QUuid::fromRfc4122(bytes);
         return;
     }
@@ -222,7 +228,7 @@ QVariant Unarchiver::decodeString(const Object &object, Value &into, int depth) 
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder(bytes);
     if (decoder.hasError())
-        refuse(QStringLiteral("a string is no valid UTF-8"));
+        refuse("a string is no valid UTF-8");
     return text.isNull() ? QStringLiteral("") : text;
 }
 
@@ -241,7 +247,7 @@ QVariant Unarchiver::decodeNumber(const Object &object) {
             break;
         return Reader::scalar(number);
     }
-    refuse(QStringLiteral("a number has no value"));
+    refuse("a number has no value");
 }
 
 QVariant Unarchiver::decodeUrl(const Object &object, Value &into, int depth) {
@@ -250,13 +256,13 @@ QVariant Unarchiver::decodeUrl(const Object &object, Value &into, int depth) {
     QUrl url = QUrl::fromEncoded(relative.toUtf8());
     const bool readable = relative.isEmpty() || url.isValid();
     if (const auto ref = field(object, "NS.base")) {
-        const Value &base = attribute(*ref, depth + 1);
+        const Value &base = attribute(*ref, depth);
         if (const QUrl *baseUrl = as<QUrl>(base.value)) {
             m_budget.addWork(base.size.bytes);
             into.size.addContent(base.size);
             url = baseUrl->resolved(url);
         } else if (base.value.isValid()) {
-            refuse(QStringLiteral("the base of a URL is no URL"));
+            refuse("the base of a URL is no URL");
         }
     }
     if (readable && url.isEmpty())
@@ -271,12 +277,12 @@ QVariant Unarchiver::decodeError(const Object &object, Value &into, int depth) {
     const qint64 code = integer(object, "NSCode");
     QVariantMap details;
     if (const auto ref = field(object, "NSUserInfo")) {
-        const Value &userInfo = attribute(*ref, depth + 1);
+        const Value &userInfo = decode(reference(*ref), depth + 1);
         if (const QVariantMap *map = as<QVariantMap>(userInfo.value)) {
             into.size.addElement(userInfo.size);
             details = *map;
         } else if (userInfo.value.isValid()) {
-            refuse(QStringLiteral("the details of an error are no dictionary"));
+            refuse("the details of an error are no dictionary");
         }
     }
     return QVariant::fromValue(NSError(domain, code, details));
@@ -292,7 +298,7 @@ QVariant Unarchiver::decodeDecimal(const Object &object) {
     const qint64 order = field(object, "NS.mantissa.bo") ? integer(object, "NS.mantissa.bo") : 1;
     if (exponent < NSDecimalNumber::MinExponent || exponent > NSDecimalNumber::MaxExponent || length < 0 ||
         length > 8 || mantissa.count < 2 * quint64(length) || mantissa.count > 16 || order < 0 || order > 2)
-        refuse(QStringLiteral("a decimal number is out of range"));
+        refuse("a decimal number is out of range");
     if (length == 0 && negative)
         return QVariant::fromValue(NSDecimalNumber::notANumber());
     quint64 halves[2] = {};
@@ -337,7 +343,7 @@ QVariant Unarchiver::decodeDictionary(const Object &object, Value &into, int dep
         const Value &key = decode(reference(m_reader.element(keys, i)), depth + 1);
         const QString *text = as<QString>(key.value);
         if (!text)
-            refuse(QStringLiteral("the key of a dictionary is no string"));
+            refuse("the key of a dictionary is no string");
         const Value &value = decode(reference(m_reader.element(values, i)), depth + 1);
         into.size.addElement(key.size);
         into.size.addElement(value.size);
@@ -352,7 +358,7 @@ Class Unarchiver::classOf(const Object &object) {
     if (known != m_classes.constEnd())
         return *known;
     if (uid >= m_objects.count)
-        refuse(QStringLiteral("a class is missing"));
+        refuse("a class is missing");
     const Object description = expect(m_reader.element(m_objects, uid), Kind::Dictionary);
     const Ref nameRef = required(description, "$classname");
     const QString name = plain(nameRef, expect(nameRef, Kind::Ascii)).value.toString();
@@ -382,14 +388,18 @@ Unarchiver::Ref Unarchiver::required(const Object &object, QByteArrayView name) 
 
 const Unarchiver::Value &Unarchiver::attribute(Ref ref, int depth) {
     const Object object = m_reader.object(ref);
-    if (object.kind == Kind::Uid)
-        return decode(Reader::uid(object), depth);
-    return plain(ref, object);
+    if (object.kind != Kind::Uid)
+        return plain(ref, object);
+    if (++m_indirections > MaxIndirections)
+        refuse("an object refers to its content by too many steps");
+    const Value &value = decode(Reader::uid(object), depth);
+    --m_indirections;
+    return value;
 }
 
 template <typename T>
 T Unarchiver::requiredAttribute(const Object &object, QByteArrayView name, Value &into, int depth) {
-    const Value &value = attribute(required(object, name), depth + 1);
+    const Value &value = attribute(required(object, name), depth);
     const T *content = as<T>(value.value);
     if (!content)
         refuse(QStringLiteral("the field %1 is of the wrong kind").arg(QLatin1String(name)));
@@ -407,7 +417,7 @@ qint64 Unarchiver::integer(const Object &object, QByteArrayView name) {
 BinaryPropertyListReader::Object Unarchiver::expect(Ref ref, Kind kind) {
     const Object object = m_reader.object(ref);
     if (object.kind != kind)
-        refuse(QStringLiteral("an object of the archive is of the wrong kind"));
+        refuse("an object of the archive is of the wrong kind");
     return object;
 }
 
@@ -421,7 +431,7 @@ const Unarchiver::Value &Unarchiver::plain(Ref ref, const Object &object) {
     Value &value = m_plain[ref];
     if (value.state == State::Unread) {
         if (object.isContainer() || object.kind == Kind::Uid || object.kind == Kind::Null)
-            refuse(QStringLiteral("an object of the archive is of the wrong kind"));
+            refuse("an object of the archive is of the wrong kind");
         value.value = Reader::scalar(object);
         value.size.bytes = 2 * object.count;
         value.state = State::Read;
@@ -434,7 +444,7 @@ const Unarchiver::Value &Unarchiver::plain(Ref ref, const Object &object) {
 QVariant NSKeyedUnarchiver::unarchiveObjectWithData(const QByteArray &data) {
     try {
         if (data.isEmpty())
-            refuse(QStringLiteral("no archive: the data is empty"));
+            refuse("no archive: the data is empty");
         // An XML archive is the same tree in other bytes.
         if (!BinaryPropertyListReader::isBinaryPropertyList(data))
             return Unarchiver(

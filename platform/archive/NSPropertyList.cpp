@@ -24,8 +24,8 @@ const T &as(const QVariant &value) {
     throw NSException(NSPropertyListWriteInvalidError, reason);
 }
 
-[[noreturn]] void refuseToRead(const QString &reason) {
-    throw NSException(NSPropertyListReadCorruptError, reason);
+[[noreturn]] Q_NEVER_INLINE void refuseToRead(const char *reason) {
+    throw NSException(NSPropertyListReadCorruptError, QString::fromLatin1(reason));
 }
 
 class Writer {
@@ -167,7 +167,7 @@ const Reader::Value &Reader::read(Ref ref, int depth) {
     if (value.state == State::Read)
         return value;
     if (value.state == State::Open)
-        refuseToRead(QStringLiteral("a container holds itself"));
+        refuseToRead("a container holds itself");
     DecodingBudget::checkDepth(depth);
     const Object object = m_reader.object(ref);
     if (object.isContainer()) {
@@ -211,7 +211,7 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
         for (quint64 i = 0; i < object.count; ++i) {
             const Value &key = read(m_reader.element(object, i), depth + 1);
             if (key.value.metaType().id() != QMetaType::QString)
-                refuseToRead(QStringLiteral("the key of a dictionary is no string"));
+                refuseToRead("the key of a dictionary is no string");
             const Value &element = read(m_reader.value(object, i), depth + 1);
             into.size.addElement(key.size);
             into.size.addElement(element.size);

@@ -462,17 +462,28 @@ TEST(HostileArchive, NestingDeeperThanTheLimit) {
         objects.append(object(Count + 1, elements({uid(quint64(i) + 2)})));
     objects.append(classNamed("NSArray"));
     EXPECT_ARCHIVE_REFUSED(archiveOf(objects), "deeper than 512");
-    objects.clear();
-    for (int i = 0; i < Count; ++i)
-        objects.append(object(Count + 1, {{QStringLiteral("NS.string"), uid(quint64(i) + 2)}}));
-    objects.append(classNamed("NSMutableString"));
-    EXPECT_ARCHIVE_REFUSED(archiveOf(objects), "deeper than 512");
-    objects.clear();
-    for (int i = 0; i < Count; ++i)
-        objects.append(object(Count + 1, {{QStringLiteral("NS.base"), uid(quint64(i) + 2)},
-                                          {QStringLiteral("NS.relative"), QStringLiteral("x")}}));
-    objects.append(classNamed("NSURL"));
-    EXPECT_ARCHIVE_REFUSED(archiveOf(objects), "deeper than 512");
+}
+
+TEST(HostileArchive, ContentBehindLongChainsOfObjects) {
+    const auto chain = [](const char *klass, QVariantMap fields, const QString &link) {
+        constexpr quint64 Count = 200000;
+        QVariantList objects;
+        for (quint64 i = 0; i < Count; ++i) {
+            fields.insert(link, uid(i + 2));
+            objects.append(object(Count + 1, fields));
+        }
+        objects.append(classNamed(klass));
+        return archiveOf(objects);
+    };
+    EXPECT_ARCHIVE_REFUSED(chain("NSMutableString", {}, QStringLiteral("NS.string")), "too many steps");
+    EXPECT_ARCHIVE_REFUSED(chain("NSMutableData", {}, QStringLiteral("NS.data")), "too many steps");
+    EXPECT_ARCHIVE_REFUSED(
+        chain("NSURL", {{QStringLiteral("NS.relative"), QStringLiteral("x")}}, QStringLiteral("NS.base")),
+        "too many steps");
+    EXPECT_ARCHIVE_REFUSED(
+        chain("NSError", {{QStringLiteral("NSDomain"), QStringLiteral("d")}, {QStringLiteral("NSCode"), 1}},
+              QStringLiteral("NSUserInfo")),
+        "deeper than 512");
 }
 
 TEST(HostileArchive, NestingAssembledFromSharedPartsIsLimitedToo) {
@@ -673,9 +684,10 @@ TEST(HostileArchive, FieldsThatLackOrAreOfTheWrongKind) {
         single("NSError", {{QStringLiteral("NSDomain"), text},
                            {QStringLiteral("NSCode"), std::numeric_limits<quint64>::max()}}),
         "out of range");
-    EXPECT_ARCHIVE_REFUSED(single("NSError", {{QStringLiteral("NSDomain"), text},
-                                              {QStringLiteral("NSCode"), number},
-                                              {QStringLiteral("NSUserInfo"), text}}),
+    EXPECT_ARCHIVE_REFUSED(archiveOf({object(2, {{QStringLiteral("NSDomain"), text},
+                                                 {QStringLiteral("NSCode"), number},
+                                                 {QStringLiteral("NSUserInfo"), uid(3)}}),
+                                      classNamed("NSError"), text}),
                            "no dictionary");
 }
 
