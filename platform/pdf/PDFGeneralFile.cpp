@@ -348,6 +348,8 @@ std::unique_ptr<PDFGeneralFile> PDFGeneralFile::open(const QByteArray &data) {
                                  QByteArray::fromStdString(value.getStringValue()));
         }
         for (Object page : file->m_opened->getAllPages()) {
+            if (!page.isDictionary())
+                return nullptr;
             const QRectF box = visibleBox(page);
             const double unit = userUnit(page);
             file->m_boxes.emplace_back(box.topLeft() * unit, box.size() * unit);
@@ -360,6 +362,17 @@ std::unique_ptr<PDFGeneralFile> PDFGeneralFile::open(const QByteArray &data) {
 
 QRectF PDFGeneralFile::pageBox(int page) const {
     return page >= 0 && page < pageCount() ? m_boxes[size_t(page)] : QRectF();
+}
+
+bool PDFGeneralFile::isAsPlanned(const QByteArray &written, const PDFChanges &changes) const {
+    const auto file = open(written);
+    if (!file || file->pageCount() != pageCount() ||
+        file->attributes() != changes.attributes.value_or(m_attributes))
+        return false;
+    return std::all_of(changes.boxes.begin(), changes.boxes.end(), [&](const auto &box) {
+        const QSizeF size = file->pageBox(box.first).size() - box.second.size();
+        return std::abs(size.width()) < 0.01 && std::abs(size.height()) < 0.01;
+    });
 }
 
 QByteArray PDFGeneralFile::written(const PDFChanges &changes) const {
@@ -382,6 +395,9 @@ QByteArray PDFGeneralFile::written(const PDFChanges &changes) const {
         if (needsUserUnit)
             writer.setMinimumPDFVersion("1.6");
         writer.write();
+        // What was damaged may have come out wrong.
+        if (pdf->anyWarnings() && !isAsPlanned(output.bytes, changes))
+            return {};
         return output.bytes;
     } catch (const std::exception &) {
         return {};

@@ -21,6 +21,9 @@ public:
     QByteArray written(const PDFChanges &changes) const override;
 
 private:
+    /// True where a written file reads as it should.
+    bool isAsPlanned(const QByteArray &written, const PDFChanges &changes) const;
+
     explicit PDFGeneralFile(const QByteArray &data) : m_data(data) {}
 
     const QByteArray m_data;

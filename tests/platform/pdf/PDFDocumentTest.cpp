@@ -3,12 +3,36 @@
 #include "platform/values/NSNull.h"
 #include "tests/platform/pdf/PDFSamples.h"
 
+#include <QDateTime>
 #include <gtest/gtest.h>
 
 namespace {
 
 QDateTime moment() {
     return QDateTime(QDate(2024, 2, 29), QTime(23, 59, 58), Qt::UTC);
+}
+
+QByteArray stamped(const QByteArray &data, const QVariantMap &attributes) {
+    PDFDocument document(data);
+    document.setDocumentAttributes(attributes);
+    return document.dataRepresentation();
+}
+
+QByteArray withTitle(const QByteArray &data, const QString &title) {
+    return stamped(data, {{PDFDocumentTitleAttribute, title}});
+}
+
+QString titleOf(const QByteArray &data) {
+    return PDFDocument(data).documentAttributes().value(PDFDocumentTitleAttribute).toString();
+}
+
+// The sample in forms that only a full reader knows.
+QList<QByteArray> otherForms() {
+    const QByteArray plain = sampleDocument();
+    return {rewritten(plain, {QStringLiteral("--object-streams=generate")}),
+            rewritten(plain, {QStringLiteral("--linearize")}), rewritten(plain, {QStringLiteral("--qdf")}),
+            rewritten(plain, {QStringLiteral("--encrypt"), QStringLiteral(""), QStringLiteral("owner"),
+                              QStringLiteral("256"), QStringLiteral("--")})};
 }
 
 } // namespace
@@ -45,23 +69,28 @@ TEST(PDFDocument, AttributesThatAreSetAreReadByOthers) {
     QVariantMap attributes = document.documentAttributes();
     attributes[PDFDocumentTitleAttribute] = QStringLiteral("Über \u4E2D (1) \U0001F600");
     attributes[PDFDocumentCreatorAttribute] = QStringLiteral("Host 1.0 (test) \\ tool");
+    attributes[PDFDocumentAuthorAttribute] = QStringLiteral("A. Uthor");
+    attributes[PDFDocumentSubjectAttribute] = QStringLiteral("On things");
+    attributes[PDFDocumentKeywordsAttribute] = QStringLiteral("one, two");
     attributes[PDFDocumentCreationDateAttribute] = moment();
     document.setDocumentAttributes(attributes);
+    EXPECT_EQ(document.documentAttributes(), attributes);
     const QByteArray data = document.dataRepresentation();
     EXPECT_TRUE(isSound(data));
     EXPECT_EQ(infoLine(data, QStringLiteral("Title")), QStringLiteral("Über \u4E2D (1) \U0001F600"));
     EXPECT_EQ(infoLine(data, QStringLiteral("Creator")), QStringLiteral("Host 1.0 (test) \\ tool"));
+    EXPECT_EQ(infoLine(data, QStringLiteral("Author")), QStringLiteral("A. Uthor"));
+    EXPECT_EQ(infoLine(data, QStringLiteral("Subject")), QStringLiteral("On things"));
+    EXPECT_EQ(infoLine(data, QStringLiteral("Keywords")), QStringLiteral("one, two"));
     EXPECT_EQ(infoLine(data, QStringLiteral("CreationDate")), QStringLiteral("2024-02-29T23:59:58Z"));
     EXPECT_EQ(PDFDocument(data).documentAttributes(), attributes);
 }
 
 TEST(PDFDocument, AbsentNilAndNullAttributesAreRemovedWithoutTrace) {
     for (const QVariant &absent : {QVariant(), QVariant(QString()), NSNull()}) {
-        PDFDocument document(sampleDocument());
-        document.setDocumentAttributes({{PDFDocumentTitleAttribute, absent},
-                                        {PDFDocumentCreatorAttribute, absent},
-                                        {PDFDocumentCreationDateAttribute, moment()}});
-        const QByteArray data = document.dataRepresentation();
+        const QByteArray data = stamped(sampleDocument(), {{PDFDocumentTitleAttribute, absent},
+                                                           {PDFDocumentCreatorAttribute, absent},
+                                                           {PDFDocumentCreationDateAttribute, moment()}});
         EXPECT_TRUE(isSound(data));
         EXPECT_FALSE(data.contains("Old title"));
         EXPECT_FALSE(data.contains("Old creator"));
@@ -73,31 +102,174 @@ TEST(PDFDocument, AbsentNilAndNullAttributesAreRemovedWithoutTrace) {
     }
 }
 
-TEST(PDFDocument, PageBoxIsCutFromTheTopLeftToExactlyTheSize) {
-    PDFDocument document(sampleDocument(QSizeF(600, 1140)));
-    EXPECT_EQ(document.pageBox(0), QRectF(0, 0, 600, 1140));
-    ASSERT_TRUE(document.setPageBox(0, QSizeF(599.92, 1131.37)));
-    EXPECT_EQ(document.pageBox(0), QRectF(0, 0, 599.92, 1131.37));
-    const QByteArray data = document.dataRepresentation();
-    EXPECT_TRUE(isSound(data));
-    EXPECT_EQ(infoLine(data, QStringLiteral("Page size")), QStringLiteral("599.92 x 1131.37 pts"));
-    EXPECT_EQ(PDFDocument(data).pageBox(0), QRectF(0, 0, 599.92, 1131.37));
-    // The link moved by what was cut off below it.
-    EXPECT_TRUE(data.contains("/Rect [20 1011.37 140 1031.37]"));
-    EXPECT_TRUE(data.contains("/XYZ 20 91.87 0"));
+TEST(PDFDocument, AnEmptyTitleIsATitle) {
+    const QByteArray data = withTitle(sampleDocument(), QStringLiteral(""));
+    const QVariantMap attributes = PDFDocument(data).documentAttributes();
+    ASSERT_TRUE(attributes.contains(PDFDocumentTitleAttribute));
+    EXPECT_EQ(attributes.value(PDFDocumentTitleAttribute).toString(), QStringLiteral(""));
 }
 
-TEST(PDFDocument, SidesAboveTheLimitGetAUserUnitAndLookTheSame) {
-    const QByteArray before = sampleDocument(QSizeF(600, 20000));
-    PDFDocument document(before);
-    ASSERT_TRUE(document.setPageBox(0, QSizeF(600, 20000)));
-    const QByteArray data = document.dataRepresentation();
-    EXPECT_TRUE(isSound(data));
-    EXPECT_TRUE(data.startsWith("%PDF-1.6"));
-    EXPECT_TRUE(data.contains("/UserUnit 2"));
-    EXPECT_EQ(infoLine(data, QStringLiteral("Page size")), QStringLiteral("300 x 10000 pts"));
-    EXPECT_EQ(PDFDocument(data).pageBox(0), QRectF(0, 0, 600, 20000));
-    const QByteArray expected = picture(before, 36);
-    ASSERT_FALSE(expected.isEmpty());
-    EXPECT_EQ(picture(data, 36), expected);
+TEST(PDFDocument, TitlesOfAnyUnicodeSurvive) {
+    QString everything;
+    for (char32_t c = 0; c < 0x11000; c += c < 0x3000 ? 1 : 97)
+        if ((c < 0xD800 || c > 0xDFFF) && c != 0x1B)
+            everything += QString::fromUcs4(&c, 1);
+    const QList<QString> titles = {QStringLiteral("\U0001F468\u200D\U0001F469\u200D\U0001F467 family"),
+                                   QStringLiteral("\u05E9\u05DC\u05D5\u05DD \u0645\u0631\u062D\u0628\u0627"),
+                                   QStringLiteral("a") + QChar(0) + QStringLiteral("b"),
+                                   QString(QChar(0)),
+                                   QStringLiteral("line\nline\r\n\ttab"),
+                                   QStringLiteral("((( \\ )))"),
+                                   QStringLiteral("endobj\nendstream\n%%EOF\nstartxref\n0"),
+                                   QString(200000, u'x'),
+                                   QString(200000, QChar(0x4E2D)),
+                                   everything};
+    QList<QByteArray> documents = otherForms();
+    documents.append(sampleDocument());
+    for (const QByteArray &document : documents)
+        for (const QString &title : titles) {
+            const QByteArray data = withTitle(document, title);
+            ASSERT_EQ(titleOf(data), title) << title.left(20).toStdString();
+            // Twice, because what was written is read again.
+            ASSERT_EQ(titleOf(withTitle(data, title)), title) << title.left(20).toStdString();
+        }
+}
+
+TEST(PDFDocument, UnicodeTitlesAreReadAlikeByOthers) {
+    for (const QString &title :
+         {QStringLiteral("\U0001F600 emoji"), QStringLiteral("\u05E9\u05DC\u05D5\u05DD"),
+          QStringLiteral("€ … ﬁ"), QStringLiteral("þÿ mark"), QStringLiteral("Zażółć")}) {
+        const QByteArray data = withTitle(sampleDocument(), title);
+        EXPECT_EQ(infoLine(data, QStringLiteral("Title")), title);
+    }
+}
+
+TEST(PDFDocument, WhatTextCannotCarryIsReplacedAtOnce) {
+    PDFDocument document(sampleDocument());
+    document.setDocumentAttributes(
+        {{PDFDocumentTitleAttribute, QString(QChar(0xD800)) + u'a' + QChar(0x1B)}});
+    EXPECT_EQ(document.documentAttributes().value(PDFDocumentTitleAttribute),
+              QStringLiteral("\uFFFDa\uFFFD"));
+    EXPECT_EQ(titleOf(document.dataRepresentation()), QStringLiteral("\uFFFDa\uFFFD"));
+}
+
+TEST(PDFDocument, UnknownKeysAndValuesOfNoTextAreIgnored) {
+    PDFDocument document(sampleDocument());
+    document.setDocumentAttributes({{QStringLiteral("Nonsense"), QStringLiteral("x")},
+                                    {PDFDocumentTitleAttribute, QVariantMap{{QStringLiteral("a"), 1}}},
+                                    {PDFDocumentCreatorAttribute, 42},
+                                    {PDFDocumentCreationDateAttribute, QStringLiteral("no date")}});
+    EXPECT_EQ(document.documentAttributes(),
+              QVariantMap({{PDFDocumentCreatorAttribute, QStringLiteral("42")}}));
+}
+
+TEST(PDFDocument, DatesAreKeptToTheSecondInUtc) {
+    const QDateTime local(QDate(2024, 7, 1), QTime(1, 30, 15, 750), Qt::OffsetFromUTC, 2 * 3600);
+    PDFDocument document(stamped(sampleDocument(), {{PDFDocumentCreationDateAttribute, local}}));
+    const QDateTime read = document.documentAttributes().value(PDFDocumentCreationDateAttribute).toDateTime();
+    EXPECT_EQ(read, QDateTime(QDate(2024, 6, 30), QTime(23, 30, 15), Qt::UTC));
+    EXPECT_EQ(read.timeSpec(), Qt::UTC);
+}
+
+TEST(PDFDocument, ADocumentWithoutInformationGetsIt) {
+    PDFBuilder builder;
+    builder.add("<</Type /Catalog/Pages 2 0 R>>");
+    builder.add("<</Type /Pages/Count 1/Kids [3 0 R]>>");
+    builder.add("<</Type /Page/MediaBox [0 0 600 800]/Parent 2 0 R/Resources <<>>>>");
+    const QByteArray bare = builder.file(1, 0);
+    EXPECT_TRUE(PDFDocument(bare).documentAttributes().isEmpty());
+    for (const QByteArray &data : {bare, rewritten(bare, {QStringLiteral("--object-streams=generate")})}) {
+        const QByteArray written = withTitle(data, QStringLiteral("First"));
+        EXPECT_TRUE(isSound(written));
+        EXPECT_EQ(titleOf(written), QStringLiteral("First"));
+        EXPECT_EQ(infoLine(written, QStringLiteral("Title")), QStringLiteral("First"));
+    }
+}
+
+TEST(PDFDocument, EveryFormOfFileIsReadAndStamped) {
+    for (const QByteArray &data : otherForms()) {
+        ASSERT_FALSE(data.isEmpty());
+        PDFDocument document(data);
+        EXPECT_EQ(document.documentAttributes(), PDFDocument(sampleDocument()).documentAttributes());
+        EXPECT_EQ(document.pageCount(), 1);
+        EXPECT_EQ(document.pageBox(0), QRectF(0, 0, 600, 1131.12));
+        document.setDocumentAttributes({{PDFDocumentTitleAttribute, QStringLiteral("New")}});
+        const QByteArray written = document.dataRepresentation();
+        EXPECT_TRUE(isSound(written));
+        EXPECT_FALSE(written.contains("Old title"));
+        EXPECT_EQ(infoLine(written, QStringLiteral("Title")), QStringLiteral("New"));
+        EXPECT_TRUE(infoLine(written, QStringLiteral("Creator")).isNull());
+        EXPECT_EQ(picture(written), picture(data));
+    }
+}
+
+TEST(PDFDocument, EarlierRevisionsAreNotCarriedAlong) {
+    // A revision appended to the sample: its new information takes the old one's place.
+    QByteArray data = sampleDocument();
+    const qsizetype old = data.lastIndexOf("startxref\n") + 10;
+    const QByteArray previous = data.mid(old, data.indexOf('\n', old) - old);
+    const QByteArray at = QByteArray::number(data.size()).rightJustified(10, '0');
+    data += "1 0 obj\n<</Title (Second title)>>\nendobj\n";
+    const QByteArray start = QByteArray::number(data.size());
+    data += "xref\n0 1\n0000000000 65535 f \n1 1\n" + at +
+            " 00000 n \ntrailer\n<</Size 12/Root 2 0 R/Info 1 0 R/Prev " + previous + ">>\nstartxref\n" +
+            start + "\n%%EOF\n";
+    ASSERT_EQ(infoLine(data, QStringLiteral("Title")), QStringLiteral("Second title"));
+    EXPECT_EQ(titleOf(data), QStringLiteral("Second title"));
+    const QByteArray written = withTitle(data, QStringLiteral("Third"));
+    EXPECT_TRUE(isSound(written));
+    EXPECT_FALSE(written.contains("Old title"));
+    EXPECT_FALSE(written.contains("Second title"));
+    EXPECT_EQ(titleOf(written), QStringLiteral("Third"));
+}
+
+TEST(PDFDocument, EncryptionWithAnEmptyPasswordIsKept) {
+    const QByteArray data = otherForms().last();
+    ASSERT_EQ(infoLine(data, QStringLiteral("Encrypted")).left(3), QStringLiteral("yes"));
+    const QByteArray written = withTitle(data, QStringLiteral("New"));
+    EXPECT_EQ(infoLine(written, QStringLiteral("Encrypted")).left(3), QStringLiteral("yes"));
+    EXPECT_EQ(infoLine(written, QStringLiteral("Title")), QStringLiteral("New"));
+}
+
+TEST(PDFDocument, ADocumentThatNeedsAPasswordIsNil) {
+    const QByteArray data =
+        rewritten(sampleDocument(), {QStringLiteral("--encrypt"), QStringLiteral("user"),
+                                     QStringLiteral("owner"), QStringLiteral("256"), QStringLiteral("--")});
+    ASSERT_FALSE(data.isEmpty());
+    EXPECT_TRUE(PDFDocument(data).isNil());
+}
+
+TEST(PDFDocument, ADocumentWithoutPagesIsOne) {
+    PDFBuilder builder;
+    builder.add("<</Type /Catalog/Pages 2 0 R>>");
+    builder.add("<</Type /Pages/Count 0/Kids []>>");
+    PDFDocument document(builder.file(1, 0));
+    EXPECT_FALSE(document.isNil());
+    EXPECT_EQ(document.pageCount(), 0);
+    EXPECT_FALSE(document.setPageBox(0, QSizeF(10, 10)));
+    document.setDocumentAttributes({{PDFDocumentTitleAttribute, QStringLiteral("t")}});
+    EXPECT_EQ(titleOf(document.dataRepresentation()), QStringLiteral("t"));
+}
+
+TEST(PDFDocument, UnchangedDocumentsComeOutSound) {
+    const QByteArray plain = sampleDocument();
+    EXPECT_EQ(PDFDocument(plain).dataRepresentation(), plain);
+    for (const QByteArray &data : otherForms()) {
+        const PDFDocument document(data);
+        EXPECT_TRUE(isSound(document.dataRepresentation()));
+        // Asked a second time it gives the same document again.
+        EXPECT_EQ(picture(document.dataRepresentation()), picture(plain));
+    }
+}
+
+TEST(PDFDocument, DamagedFilesAreRepaired) {
+    QByteArray data = sampleDocument();
+    data.replace("startxref\n", "startxref\n9");
+    PDFDocument document(data);
+    ASSERT_FALSE(document.isNil());
+    document.setDocumentAttributes({{PDFDocumentTitleAttribute, QStringLiteral("Mended")}});
+    const QByteArray written = document.dataRepresentation();
+    EXPECT_TRUE(isSound(written));
+    EXPECT_EQ(titleOf(written), QStringLiteral("Mended"));
+    EXPECT_EQ(picture(written), picture(sampleDocument()));
 }

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tests/platform/pdf/PDFSamples.h"
 
-#include <QDir>
-#include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QTemporaryFile>
+#include <random>
 
 int PDFBuilder::add(const QByteArray &body) {
     m_objects.append(body);
@@ -94,10 +92,117 @@ bool isSound(const QByteArray &pdf) {
            !output(QStringLiteral("mutool"), {QStringLiteral("info"), QStringLiteral("@")}, pdf).isNull();
 }
 
-QByteArray picture(const QByteArray &pdf, int resolution) {
+QByteArray picture(const QByteArray &pdf, int resolution, int page) {
     return output(QStringLiteral("mutool"),
                   {QStringLiteral("draw"), QStringLiteral("-q"), QStringLiteral("-F"), QStringLiteral("ppm"),
                    QStringLiteral("-r"), QString::number(resolution), QStringLiteral("-o"),
-                   QStringLiteral("-"), QStringLiteral("@"), QStringLiteral("1")},
+                   QStringLiteral("-"), QStringLiteral("@"), QString::number(page)},
                   pdf);
+}
+
+QByteArray rewritten(const QByteArray &pdf, const QStringList &options) {
+    return output(QStringLiteral("qpdf"), QStringList(options) << QStringLiteral("@") << QStringLiteral("-"),
+                  pdf);
+}
+
+QByteArray randomDocument(unsigned seed) {
+    std::mt19937 random(seed);
+    const auto below = [&](int limit) { return int(random() % unsigned(limit)); };
+    const auto number = [&](int limit) { return QByteArray::number(below(limit * 100) / 100.0); };
+    const auto rectangle = [&] {
+        const int x = below(500), y = below(3000);
+        return QByteArray::number(x) + ' ' + QByteArray::number(y) + ' ' +
+               QByteArray::number(x + 1 + below(90) / 4.0) + ' ' +
+               QByteArray::number(y + 1 + below(90) / 8.0);
+    };
+    const auto destination = [&]() -> QByteArray {
+        switch (below(5)) {
+        case 0:
+            return "[4 0 R /FitH " + number(3000) + "]";
+        case 1:
+            return "[4 0 R /FitR " + rectangle() + "]";
+        case 2:
+            return "[4 0 R /XYZ null " + number(3000) + " null]";
+        case 3:
+            return "[4 0 R /Fit]";
+        default:
+            return "[4 0 R /XYZ " + number(600) + ' ' + number(3000) + " 0]";
+        }
+    };
+    const int links = below(20), patterns = below(4), destinations = below(30);
+    PDFBuilder builder;
+    QByteArray info = "<<";
+    for (const char *key : {"/Title", "/Author", "/Subject", "/Keywords", "/Creator", "/Producer"})
+        if (below(2))
+            info += QByteArray(key) +
+                    (below(2) ? " (text \\(" + number(100) + "\\) \\351)" : " <FEFF4E2D00E9>") + "\n";
+    if (below(2))
+        info += "/CreationDate (D:20200101000000+01'00')/Custom [1 /two (three)]";
+    builder.add(info + ">>");
+    builder.add("<</Type /Catalog\n/Pages 3 0 R\n/Dests 7 0 R\n/ViewerPreferences <</DisplayDocTitle true>>" +
+                QByteArray(below(2) ? "\n/OpenAction " + destination() : "") + ">>");
+    builder.add("<</Type /Pages\n/Count 1\n/Kids [4 0 R]>>");
+    const int firstLink = 9, firstPattern = firstLink + links;
+    QByteArray page = "<</Type /Page\n/Resources <</Font <</F1 6 0 R>>\n/XObject <</X1 8 0 R>>";
+    if (patterns) {
+        page += "\n/Pattern <<";
+        for (int i = 0; i < patterns; ++i)
+            page += "/P" + QByteArray::number(i) + ' ' + QByteArray::number(firstPattern + i) + " 0 R ";
+        page += ">>";
+    }
+    page += ">>\n/MediaBox [" + QByteArray(below(3) ? "0 0" : "-5 -7.5") + " 600 3000.48]";
+    if (links) {
+        page += "\n/Annots [";
+        for (int i = 0; i < links; ++i)
+            page += QByteArray::number(firstLink + i) + " 0 R ";
+        page += "]";
+    }
+    builder.add(page + "\n/Contents " + (below(2) ? "5 0 R" : "[5 0 R]") + "\n/Parent 3 0 R>>");
+    QByteArray content;
+    for (int i = 0; i < patterns; ++i)
+        content += "/Pattern cs /P" + QByteArray::number(i) + " scn " + number(300) + ' ' + number(2500) +
+                   " 200 300 re f\n";
+    for (int i = 0; i < 30; ++i)
+        content += "BT /F1 " + QByteArray::number(8 + below(30)) + " Tf " + number(500) + ' ' + number(3000) +
+                   " Td (Line) Tj ET\n";
+    builder.addStream(content + "/X1 Do\n");
+    builder.add("<</Type /Font\n/Subtype /Type1\n/BaseFont /Helvetica>>");
+    QByteArray names = "<<";
+    for (int i = 0; i < destinations; ++i)
+        names += "/n#" + QByteArray::number(0x30 + i, 16) + ' ' + destination() + '\n';
+    builder.add(names + ">>");
+    builder.addStream("0 1 0 rg " + number(400) + ' ' + number(2500) + " 50 80 re f",
+                      "/Type /XObject\n/Subtype /Form\n/BBox [0 0 600 3000]\n/Resources <<>>");
+    for (int i = 0; i < links; ++i) {
+        QByteArray link =
+            "<</Type /Annot\n/Subtype /Link\n/F 4\n/Border [0 0 0]\n/Rect [" + rectangle() + "]";
+        if (below(3) == 0)
+            link += "\n/QuadPoints [" + rectangle() + ' ' + rectangle() + "]";
+        switch (below(3)) {
+        case 0:
+            link += "\n/Dest " + destination();
+            break;
+        case 1:
+            link += "\n/A <</Type /Action\n/S /GoTo\n/D " + destination() + ">>";
+            break;
+        default:
+            link += "\n/A <</Type /Action\n/S /URI\n/URI (https://example.org/" + number(99) + ")>>";
+        }
+        builder.add(link + ">>");
+    }
+    for (int i = 0; i < patterns; ++i) {
+        const QByteArray matrix =
+            below(2) ? "\n/Matrix [1.5 .25 -.25 1.5 " + number(300) + ' ' + number(2500) + "]" : QByteArray();
+        if (below(2))
+            builder.add(
+                "<</Type /Pattern\n/PatternType 2" + matrix +
+                "\n/Shading <</ShadingType 2\n/ColorSpace /DeviceRGB\n/Coords [0 0 200 300]\n/Extend [true "
+                "true]\n/Function <</FunctionType 2\n/N 1\n/Domain [0 1]\n/C0 [1 0 0]\n/C1 [0 0 1]>>>>>>");
+        else
+            builder.addStream("0 0 1 rg 0 0 5 7 re f",
+                              "/Type /Pattern\n/PatternType 1\n/PaintType 1\n/TilingType 1\n/BBox [0 0 10 "
+                              "10]\n/XStep 10\n/YStep 12\n/Resources <<>>" +
+                                  matrix);
+    }
+    return builder.file(2, 1);
 }

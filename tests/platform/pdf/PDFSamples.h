@@ -31,5 +31,9 @@ QByteArray output(const QString &program, const QStringList &arguments, const QB
 QString infoLine(const QByteArray &pdf, const QString &key);
 /// True where qpdf, poppler and mutool read the file without complaint.
 bool isSound(const QByteArray &pdf);
-/// The page, drawn by mutool, as a PPM picture.
-QByteArray picture(const QByteArray &pdf, int resolution = 72);
+/// A page (counted from 1), drawn by mutool, as a PPM picture.
+QByteArray picture(const QByteArray &pdf, int resolution = 72, int page = 1);
+/// The file as qpdf writes it with these options; nil where it can't.
+QByteArray rewritten(const QByteArray &pdf, const QStringList &options);
+/// A file of the engine's form with random links, destinations, patterns, forms and attributes.
+QByteArray randomDocument(unsigned seed);
