@@ -2,6 +2,7 @@
 #include "platform/pdf/PDFGeneralFile.h"
 
 #include "platform/pdf/PDFAttributes.h"
+#include "platform/pdf/PDFDecodeBudget.h"
 #include "platform/pdf/PDFMetadata.h"
 #include "platform/pdf/PDFNumber.h"
 
@@ -51,6 +52,11 @@ public:
 
     QByteArray bytes;
 };
+
+// Objects and metadata unfold to some ten times their size.
+qint64 decodeBudget(const QByteArray &data) {
+    return (qint64(32) << 20) + 32 * qint64(data.size());
+}
 
 std::shared_ptr<QPDF> opened(const QByteArray &data) {
     auto pdf = QPDF::create();
@@ -300,7 +306,7 @@ void writeAttributes(QPDF &pdf, const QVariantMap &attributes) {
     if (metadata.isStream()) {
         try {
             Collector collector(longestMetadata);
-            if (metadata.pipeStreamData(&collector, 0, qpdf_dl_generalized, true))
+            if (metadata.pipeStreamData(&collector, 0, qpdf_dl_specialized, true))
                 packet = PDFMetadataWith(collector.bytes, attributes);
         } catch (const std::exception &) {
             packet = QByteArray();
@@ -338,6 +344,7 @@ bool writeBox(QPDF &pdf, Object page, const QRectF &cut, bool ofOnlyPage, bool &
 
 std::unique_ptr<PDFGeneralFile> PDFGeneralFile::open(const QByteArray &data) {
     std::unique_ptr<PDFGeneralFile> file(new PDFGeneralFile(data));
+    const PDFDecodeBudget budget(decodeBudget(data));
     try {
         file->m_opened = opened(data);
         Object info = file->m_opened->getTrailer().getKey("/Info");
@@ -376,6 +383,7 @@ bool PDFGeneralFile::isAsPlanned(const QByteArray &written, const PDFChanges &ch
 }
 
 QByteArray PDFGeneralFile::written(const PDFChanges &changes) const {
+    const PDFDecodeBudget budget(decodeBudget(m_data));
     try {
         const auto pdf = m_opened ? std::move(m_opened) : opened(m_data);
         m_opened = nullptr;
