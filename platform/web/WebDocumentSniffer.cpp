@@ -30,6 +30,8 @@ WebDocumentKind kindOfSignature(QByteArrayView data) {
     static const Signature signatures[] = {
         {view("\x89PNG\r\n\x1A\n"), WebDocumentKind::PNG},
         {view("\xFF\xD8\xFF"), WebDocumentKind::JPEG},
+        {view("\xFF\x0A"), WebDocumentKind::JXL},
+        {view("\0\0\0\x0CJXL \r\n\x87\n"), WebDocumentKind::JXL},
         {view("GIF87a"), WebDocumentKind::GIF},
         {view("GIF89a"), WebDocumentKind::GIF},
         {view("bplist"), WebDocumentKind::PropertyListArchive},
@@ -288,6 +290,7 @@ constexpr TypeOfKind types[] = {
     {WebDocumentKind::ICO, "image/x-icon"},
     {WebDocumentKind::ICO, "image/vnd.microsoft.icon"},
     {WebDocumentKind::AVIF, "image/avif"},
+    {WebDocumentKind::JXL, "image/jxl"},
     {WebDocumentKind::MHTML, "multipart/related"},
     {WebDocumentKind::MHTML, "message/rfc822"},
     {WebDocumentKind::PropertyListArchive, "application/x-webarchive"},
@@ -341,5 +344,5 @@ QByteArray WebDocumentSniffer::mimeTypeOfKind(WebDocumentKind kind) {
 }
 
 bool WebDocumentSniffer::isPicture(WebDocumentKind kind) {
-    return kind >= WebDocumentKind::PNG && kind <= WebDocumentKind::AVIF;
+    return kind >= WebDocumentKind::PNG && kind <= WebDocumentKind::JXL;
 }

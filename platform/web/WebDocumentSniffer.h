@@ -19,6 +19,7 @@ enum class WebDocumentKind {
     BMP,
     ICO,
     AVIF,
+    JXL,
     MHTML,               ///< a web page with its parts as a MIME message (RFC 2557)
     PropertyListArchive, ///< a property list, binary or XML, which a web archive may be
 };

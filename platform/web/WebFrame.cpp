@@ -4,7 +4,9 @@
 #include "platform/pdf/PDFDocument.h"
 #include "platform/values/NSLog.h"
 #include "platform/web/PagePreparation.h"
+#include "platform/web/WebDataURL.h"
 #include "platform/web/WebDocument.h"
+#include "platform/web/WebDocumentSniffer.h"
 #include "platform/web/WebDocumentTraits.h"
 #include "platform/web/WebError.h"
 #include "platform/web/WebPage.h"
@@ -34,6 +36,19 @@ QString selfContainedMarkup(const QUrl &url) {
     if (!document || document->archive() || WebDocumentTraits::mayDependOnAddress(document->text()))
         return {};
     return document->text();
+}
+
+/// The bytes of a local web archive, whatever its name; null for every other file.
+QByteArray localArchive(const QUrl &url) {
+    constexpr qint64 telling = 64 << 10;
+    if (!url.isLocalFile() || !url.host().isEmpty() || !QFileInfo(url.toLocalFile()).isFile())
+        return {};
+    QFile file(url.toLocalFile());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const WebDocumentKind kind = WebDocumentSniffer::kindOfData(file.peek(telling));
+    const bool isArchive = kind == WebDocumentKind::MHTML || kind == WebDocumentKind::PropertyListArchive;
+    return isArchive ? file.readAll() : QByteArray();
 }
 
 /// Base URLs are for the web: text and bytes get no further way to local files.
@@ -80,6 +95,15 @@ void WebFrame::loadHTMLString(const QString &string, const QUrl &baseURL) {
 }
 
 void WebFrame::loadRequest(const QUrl &url) {
+    if (url.scheme() == QLatin1StringView("data")) {
+        const WebDataURL data(url.toEncoded(QUrl::RemoveFragment));
+        loadData(data.body(), QString::fromLatin1(data.mimeType()), QString::fromLatin1(data.charset()));
+        return;
+    }
+    if (const QByteArray archive = localArchive(url); !archive.isNull()) {
+        loadData(archive);
+        return;
+    }
     const QString markup = selfContainedMarkup(url);
     m_view->load(url, [url, markup](WebPage &page) {
         if (markup.isNull())

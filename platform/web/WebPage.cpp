@@ -2,6 +2,8 @@
 #include "platform/web/WebPage.h"
 
 #include "platform/web/WebArchiveServer.h"
+#include "platform/web/WebDocument.h"
+#include "platform/web/WebDocumentSniffer.h"
 #include "platform/web/WebDocumentTraits.h"
 #include "platform/web/WebError.h"
 
@@ -13,14 +15,24 @@ namespace {
 constexpr char settleScript[] =
     "document.documentElement&&document.documentElement.offsetHeight;document.fonts.ready.then(()=>0)";
 
-/// Only requests for documents, in the main frame and others, stop and ask.
-constexpr char watchDocuments[] = "[{\"resourceType\":\"Document\"}]";
+/// Only requests for documents, in the main frame and others, stop and ask, and so do their answers.
+constexpr char watchDocuments[] =
+    "[{\"resourceType\":\"Document\"},{\"resourceType\":\"Document\",\"requestStage\":\"Response\"}]";
 
 /// Calls a callback that may throw away the page, and with it the callback.
 template <typename... Arguments>
 void tell(const std::function<void(Arguments...)> &callback, const auto &...arguments) {
     if (const std::function<void(Arguments...)> kept = callback)
         kept(arguments...);
+}
+
+/// The value of a header field among those of a Fetch event; null where it is missing.
+QByteArray headerValue(const QJsonObject &event, QLatin1StringView name) {
+    for (const QJsonValue &header : event[u"responseHeaders"].toArray()) {
+        if (header[u"name"].toString().compare(name, Qt::CaseInsensitive) == 0)
+            return header[u"value"].toString().toUtf8();
+    }
+    return {};
 }
 
 bool isOutside(QStringView url) {
@@ -251,11 +263,55 @@ void WebPage::requestPaused(const QJsonObject &event) {
         m_server->answer(event);
         return;
     }
+    if (event.contains(u"responseStatusCode") || event.contains(u"responseErrorReason")) {
+        responsePaused(event);
+        return;
+    }
     if (isDocument && !m_mainType.isEmpty() && event[u"frameId"].toString() == mainFrame()) {
         fulfill(request, m_mainType, m_mainBody);
         return;
     }
     m_session.call("Fetch.continueRequest", DevToolsParams().add("requestId", request));
+}
+
+void WebPage::responsePaused(const QJsonObject &event) {
+    const QJsonValue request = event[u"requestId"];
+    const int status = event[u"responseStatusCode"].toInt();
+    const QByteArray type = headerValue(event, QLatin1StringView("Content-Type"));
+    const WebDocumentKind kind = WebDocumentSniffer::kindOfMIMEType(type);
+    const bool isShown =
+        event[u"frameId"].toString() == mainFrame() && (status < 300 || status >= 400) &&
+        !headerValue(event, QLatin1StringView("Content-Disposition")).toLower().startsWith("attachment");
+    if (isShown && (type.startsWith("audio/") || type.startsWith("video/"))) {
+        // The engine would show a player that plays nothing.
+        m_session.call("Fetch.failRequest",
+                       DevToolsParams().add("requestId", request).add("errorReason", "Aborted"));
+    } else if (isShown && (WebDocumentSniffer::isPicture(kind) || kind == WebDocumentKind::MHTML ||
+                           kind == WebDocumentKind::PropertyListArchive)) {
+        m_session.call("Fetch.getResponseBody", DevToolsParams().add("requestId", request),
+                       during([this, request, type](const DevToolsMessage &reply) {
+                           const QJsonObject body = reply.object();
+                           const QByteArray text = body[u"body"].toString().toUtf8();
+                           showResponse(request, type,
+                                        body[u"base64Encoded"].toBool() ? QByteArray::fromBase64(text)
+                                                                        : text);
+                       }));
+    } else {
+        m_session.call("Fetch.continueRequest", DevToolsParams().add("requestId", request));
+    }
+}
+
+void WebPage::showResponse(const QJsonValue &request, const QByteArray &type, const QByteArray &body) {
+    const std::optional<WebDocument> document = WebDocument::documentWithData(body, type);
+    if (document && !document->archive()) {
+        fulfill(request, document->mimeType() + ";charset=utf-8", document->text().toUtf8());
+        return;
+    }
+    m_session.call("Fetch.failRequest",
+                   DevToolsParams().add("requestId", request).add("errorReason", "Aborted"));
+    // The load that fetched the archive ends here, unnoticed, and goes on with what was in it.
+    if (document)
+        loadArchive(*document->archive());
 }
 
 void WebPage::fulfill(const QJsonValue &request, const QByteArray &contentType, const QByteArray &body) {

@@ -80,6 +80,9 @@ private:
     void settle();
     void fulfill(const QJsonValue &request, const QByteArray &contentType, const QByteArray &body);
     void requestPaused(const QJsonObject &event);
+    /// Decides on the answer to a request for a document: most are the engine's to show, some are ours.
+    void responsePaused(const QJsonObject &event);
+    void showResponse(const QJsonValue &request, const QByteArray &type, const QByteArray &body);
     void requestStarted(const DevToolsMessage &event);
     void requestEnded(const DevToolsMessage &event, bool failed);
     void finish();

@@ -3,16 +3,13 @@
 #include "ZRKit/Service/ZRConvertHTML.h"
 
 #include "platform/pdf/PDFDocument.h"
-#include "tests/support/LogCapture.h"
 
-#include <QBuffer>
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QUrl>
-#include <array>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -22,6 +19,23 @@ QByteArray contentsOf(const QString &path) {
     QFile file(path);
     EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(path);
     return file.readAll();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(path);
+    file.write(bytes);
+}
+
+QByteArray quotedPrintable(const QByteArray &text) {
+    QByteArray out;
+    for (const char c : text) {
+        if (c == '=' || uchar(c) >= 0x80)
+            out += '=' + QByteArray(1, c).toHex().toUpper();
+        else
+            out += c;
+    }
+    return out;
 }
 
 QByteArray outputOf(const QString &program, const QStringList &arguments) {
@@ -52,7 +66,7 @@ public:
         return QString::fromUtf8(outputOf(QStringLiteral("pdftotext"), {path(), QStringLiteral("-")}))
             .simplified();
     }
-    /// "width x height" of each raster picture in the page, in points at its natural density.
+    /// How many raster pictures the page holds.
     int pictures() const {
         const QList<QByteArray> lines =
             outputOf(QStringLiteral("pdfimages"), {QStringLiteral("-list"), path()}).split('\n');
@@ -108,5 +122,242 @@ TEST(DocumentKinds, PropertyListArchives) {
             outputOf(QStringLiteral("python3"),
                      {documents + QStringLiteral("make_webarchive.py"), QLatin1StringView(form)});
         expectSamplePage(Converted(archive));
+    }
+}
+
+TEST(DocumentKinds, MIMEArchives) {
+    const QByteArray message =
+        "MIME-Version: 1.0\r\nContent-Type: multipart/related; type=\"text/html\"; boundary=b\r\n\r\n--b\r\n"
+        "Content-Type: text/html; charset=utf-8\r\nContent-Transfer-Encoding: "
+        "quoted-printable\r\nContent-Location: "
+        "file:///C:/page/index.html\r\n\r\n" +
+        quotedPrintable(contentsOf(documents + QStringLiteral("page/index.html"))) +
+        "\r\n--b\r\nContent-Type: text/css\r\nContent-Location: file:///C:/page/style.css\r\n\r\n" +
+        contentsOf(documents + QStringLiteral("page/style.css")) +
+        "\r\n--b\r\nContent-Type: image/png\r\nContent-Transfer-Encoding: base64\r\nContent-Location: "
+        "file:///C:/page/red.png\r\n\r\n" +
+        contentsOf(documents + QStringLiteral("page/red.png")).toBase64() +
+        "\r\n--b\r\nContent-Type: text/html\r\nContent-Transfer-Encoding: 8bit\r\nContent-Location: "
+        "frame.html\r\n\r\n" +
+        contentsOf(documents + QStringLiteral("page/frame.html")) + "\r\n--b--\r\n";
+    expectSamplePage(Converted(message));
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("page.mhtml"));
+    writeFile(path, message);
+    expectSamplePage(Converted::file(path));
+}
+
+TEST(DocumentKinds, ArchivesInFilesAreReadFromTheirBytes) {
+    QTemporaryDir folder;
+    const QByteArray archive =
+        outputOf(QStringLiteral("python3"),
+                 {documents + QStringLiteral("make_webarchive.py"), QStringLiteral("binary")});
+    for (const char *name : {"page.webarchive", "page.with.no.known.type", "page"}) {
+        const QString path = folder.filePath(QLatin1StringView(name));
+        writeFile(path, archive);
+        expectSamplePage(Converted::file(path));
+    }
+}
+
+TEST(DocumentKinds, HTMLInAnyEncoding) {
+    const QString body = QString::fromUtf8("<p>Ärger übt Größe — naïve café");
+    EXPECT_EQ(Converted(body).text(), body.mid(3));
+    EXPECT_EQ(Converted(body.toUtf8()).text(), body.mid(3));
+    EXPECT_EQ(Converted("\xEF\xBB\xBF" + body.toUtf8()).text(), body.mid(3));
+    EXPECT_EQ(Converted(QByteArray("\xFF\xFE", 2) +
+                        QByteArray(reinterpret_cast<const char *>(body.utf16()), body.size() * 2))
+                  .text(),
+              body.mid(3));
+    EXPECT_EQ(Converted(QByteArray("<p>caf\xE9 \x80")).text(), QString::fromUtf8("café €"));
+    EXPECT_EQ(Converted(QByteArray("<meta charset=koi8-r><p>\xF0\xD2\xC9\xD7\xC5\xD4")).text(),
+              QString::fromUtf8("Привет"));
+    EXPECT_EQ(
+        Converted(
+            QByteArray(
+                "<meta http-equiv=content-type content='text/html; charset=shift_jis'><p>\x93\xFA\x96\x7B"))
+            .text(),
+        QString::fromUtf8("日本"));
+}
+
+TEST(DocumentKinds, XHTMLIsParsedAsXML) {
+    // An HTML parser would take the first div for open and paint the second, and its text, green.
+    const QByteArray page =
+        "<?xml version=\"1.0\" encoding=\"iso-8859-1\"?>\n<!DOCTYPE html PUBLIC \"-//W3C//DTD XHTML "
+        "1.0 Strict//EN\" \"http://www.w3.org/TR/xhtml1/DTD/xhtml1-strict.dtd\">\n<html "
+        "xmlns=\"http://www.w3.org/1999/xhtml\"><head><title>x</title><style>body{margin:0}div + "
+        "div{height:50px;background:#00f}div div{background:#0f0}</style></head><body><div/><div/>"
+        "<p>caf\xE9&nbsp;<![CDATA[<raw>]]></p><svg:svg xmlns:svg=\"http://www.w3.org/2000/svg\" "
+        "width=\"9\" height=\"9\"/></body></html>";
+    const Converted made(page);
+    EXPECT_EQ(made.text(), QString::fromUtf8("café <raw>"));
+    EXPECT_EQ(made.colourAt(100, 25), "0,0,255");
+    EXPECT_EQ(made.size(), QSizeF(800, 1131));
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("page.xhtml"));
+    writeFile(path, page);
+    EXPECT_EQ(Converted::file(path).colourAt(100, 25), "0,0,255");
+}
+
+TEST(DocumentKinds, MalformedXHTMLIsReadAsHTML) {
+    EXPECT_EQ(
+        Converted(QByteArray("<?xml version=\"1.0\"?><html xmlns=\"http://www.w3.org/1999/xhtml\"><p>a<br>b"))
+            .text(),
+        QStringLiteral("a b"));
+}
+
+TEST(DocumentKinds, PlainTextKeepsItsLinesAndSigns) {
+    const QByteArray text = "First <b>line</b> & more\n    indented \xE2\x82\xAC\n";
+    const Converted made(text);
+    EXPECT_EQ(made.text(), QString::fromUtf8("First <b>line</b> & more indented €"));
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.txt"));
+    writeFile(path, text);
+    EXPECT_EQ(Converted::file(path).text(), made.text());
+    writeFile(path, QByteArray::fromHex(
+                        "93fa967b8cea82cc83658358836795b68f9182c582b7814295b68e9a8352815b836882cc94bb92e8"
+                        "82c582b78142834a835e834a83698142"));
+    EXPECT_TRUE(Converted::file(path).text().startsWith(QString::fromUtf8("日本語のテスト")));
+    EXPECT_TRUE(Converted(contentsOf(path)).text().startsWith(QString::fromUtf8("日本語のテスト")));
+}
+
+TEST(DocumentKinds, SVGStaysTextLinksAndVectors) {
+    const QByteArray svg =
+        "<?xml version=\"1.0\"?>\n<!-- drawn -->\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
+        "xmlns:xlink=\"http://www.w3.org/1999/xlink\" width=\"300\" height=\"200\"><rect width=\"300\" "
+        "height=\"200\" "
+        "fill=\"#0000ff\"/><a xlink:href=\"https://example.com/svg\"><text x=\"20\" y=\"50\" "
+        "fill=\"#fff\">Drawn text</text></a></svg>";
+    const Converted made(svg);
+    EXPECT_EQ(made.text(), QStringLiteral("Drawn text"));
+    EXPECT_TRUE(made.hasLinkTo("https://example.com/svg"));
+    EXPECT_EQ(made.pictures(), 0);
+    EXPECT_EQ(made.colourAt(10, 190), "0,0,255");
+    EXPECT_EQ(made.colourAt(310, 190), "255,255,255");
+    EXPECT_EQ(made.size(), QSizeF(800, 1131));
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.svg"));
+    writeFile(path, svg);
+    EXPECT_EQ(Converted::file(path).text(), QStringLiteral("Drawn text"));
+    EXPECT_EQ(Converted::file(path).size(), QSizeF(800, 1131));
+}
+
+TEST(DocumentKinds, SVGWithoutASizeFillsTheViewAndALargeOneWidensThePage) {
+    const QByteArray start = "<svg xmlns=\"http://www.w3.org/2000/svg\" ",
+                     end = "><rect width=\"100%\" height=\"100%\" "
+                           "fill=\"#0f0\"/></svg>";
+    const Converted filling(start + "viewBox=\"0 0 100 50\"" + end);
+    EXPECT_EQ(filling.size(), QSizeF(800, 1131));
+    EXPECT_EQ(filling.colourAt(400, 565), "0,255,0");
+    EXPECT_EQ(filling.colourAt(400, 100), "255,255,255");
+    const Converted large(start + "width=\"1000\" height=\"1500\"" + end);
+    EXPECT_EQ(large.size(), QSizeF(1000, 1500));
+    EXPECT_EQ(large.colourAt(990, 1490), "0,255,0");
+    const Converted prefixed(
+        QByteArray("<s:svg xmlns:s=\"http://www.w3.org/2000/svg\" width=\"10\" height=\"10\"><s:rect "
+                   "width=\"10\" height=\"10\" fill=\"#0f0\"/></s:svg>"));
+    EXPECT_EQ(prefixed.colourAt(5, 5), "0,255,0");
+}
+
+TEST(DocumentKinds, MalformedSVGIsDrawnAsFarAsItGoes) {
+    const Converted made(
+        QByteArray("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"100\" height=\"100\"><rect "
+                   "width=\"100\" height=\"100\" fill=\"#f00\" inkscape:label=\"x\"/>"));
+    EXPECT_EQ(made.colourAt(50, 50), "255,0,0");
+}
+
+TEST(DocumentKinds, PicturesStandAtTheTopLeftOnWhiteInTheirOwnSize) {
+    for (const char *name : {"red.png", "red.jpg", "red.gif", "red.webp"}) {
+        const QString path = documents + QLatin1StringView(name);
+        for (const Converted &made : {Converted(contentsOf(path)), Converted::file(path)}) {
+            ASSERT_FALSE(made.failed()) << name;
+            EXPECT_EQ(made.size(), QSizeF(800, 1131)) << name;
+            EXPECT_EQ(made.pictures(), 1) << name;
+            // JPEG and WebP keep pure red within a step or two.
+            const QList<QByteArray> inside = made.colourAt(8, 8).split(',');
+            EXPECT_GE(inside[0].toInt(), 250) << name;
+            EXPECT_LE(inside[1].toInt(), 5) << name;
+            EXPECT_LE(inside[2].toInt(), 5) << name;
+            EXPECT_EQ(made.colourAt(18, 18), "255,255,255") << name;
+            EXPECT_EQ(made.colourAt(790, 1120), "255,255,255") << name;
+        }
+    }
+}
+
+TEST(DocumentKinds, PicturesWiderThanThePageShrinkToItAndTallOnesMakeItTaller) {
+    const QString path = documents + QStringLiteral("wide.png");
+    for (const Converted &made : {Converted(contentsOf(path)), Converted::file(path)}) {
+        EXPECT_EQ(made.size(), QSizeF(800, 1131));
+        EXPECT_EQ(made.colourAt(795, 8), "0,0,255");
+        EXPECT_EQ(made.colourAt(795, 11), "255,255,255");
+    }
+    const QString tall = documents + QStringLiteral("tall.png");
+    for (const Converted &made : {Converted(contentsOf(tall)), Converted::file(tall)}) {
+        EXPECT_EQ(made.size(), QSizeF(800, 2000));
+        EXPECT_EQ(made.colourAt(8, 1995), "0,0,255");
+    }
+}
+
+TEST(DocumentKinds, PicturesAreTurnedAsTheirCameraSays) {
+    // Stored 20 wide and 10 high, left half red: turned by a quarter to the right.
+    const QString path = documents + QStringLiteral("turned.jpg");
+    for (const Converted &made : {Converted(contentsOf(path)), Converted::file(path)}) {
+        const QList<QByteArray> top = made.colourAt(5, 3).split(','),
+                                bottom = made.colourAt(5, 16).split(',');
+        EXPECT_GE(top[0].toInt(), 200);
+        EXPECT_GE(bottom[2].toInt(), 200);
+        EXPECT_EQ(made.colourAt(15, 5), "255,255,255");
+    }
+}
+
+TEST(DocumentKinds, DataURLs) {
+    EXPECT_EQ(Converted(QUrl(QStringLiteral("data:text/html,<p>in%20a%20URL"))).text(),
+              QStringLiteral("in a URL"));
+    const QByteArray png = contentsOf(documents + QStringLiteral("red.png")).toBase64();
+    const Converted picture(QUrl(QStringLiteral("data:image/png;base64,") + QLatin1StringView(png)));
+    EXPECT_EQ(picture.colourAt(8, 8), "255,0,0");
+    EXPECT_EQ(picture.colourAt(400, 560), "255,255,255");
+}
+
+TEST(DocumentKinds, WhatCannotBeShownFails) {
+    QTemporaryDir folder;
+    const struct {
+        const char *name;
+        QByteArray bytes;
+    } samples[] = {{"a.pdf", "%PDF-1.4\n%%EOF"},
+                   {"a.zip", QByteArray("PK\3\4\0\0\0\0", 8)},
+                   {"a.mp3", QByteArray("ID3\3\0\0\0\0\0\0", 10)},
+                   {"a.mp4", QByteArray("\0\0\0\x20"
+                                        "ftypisom\0\0\2\0",
+                                        16)},
+                   {"a.wav", QByteArray("RIFF\4\0\0\0WAVE", 12)},
+                   {"a.bin", QByteArray(64, '\0')},
+                   {"a.webarchive", "bplist00 and then rubbish"},
+                   {"a.mhtml", "MIME-Version: 1.0\nContent-Type: multipart/related; boundary=b\n\n--b--\n"}};
+    for (const auto &sample : samples) {
+        const QString path = folder.filePath(QLatin1StringView(sample.name));
+        writeFile(path, sample.bytes);
+        EXPECT_TRUE(Converted(sample.bytes).failed()) << sample.name;
+        EXPECT_TRUE(Converted::file(path).failed()) << sample.name;
+    }
+    EXPECT_TRUE(Converted(QByteArray()).failed());
+    EXPECT_TRUE(Converted(QByteArray("")).failed());
+    EXPECT_TRUE(Converted(QVariant()).failed());
+    EXPECT_TRUE(Converted(42).failed());
+    EXPECT_TRUE(Converted::file(folder.filePath(QStringLiteral("missing.html"))).failed());
+    EXPECT_TRUE(Converted::file(folder.filePath(QStringLiteral("missing.webarchive"))).failed());
+    EXPECT_TRUE(Converted(QUrl(QStringLiteral("https://no-such-host.invalid/"))).failed());
+}
+
+TEST(DocumentKinds, ConvertingGoesOnAfterArchivesAndFailures) {
+    const QByteArray archive = outputOf(
+        QStringLiteral("python3"), {documents + QStringLiteral("make_webarchive.py"), QStringLiteral("xml")});
+    for (int i = 0; i < 3; ++i) {
+        expectSamplePage(Converted(archive));
+        EXPECT_EQ(
+            Converted(QByteArray("<svg xmlns=\"http://www.w3.org/2000/svg\"><text y=\"9\">svg</text></svg>"))
+                .text(),
+            QStringLiteral("svg"));
+        EXPECT_EQ(Converted(QStringLiteral("<p>text")).text(), QStringLiteral("text"));
+        EXPECT_TRUE(Converted(QByteArray("%PDF-1.4")).failed());
     }
 }

@@ -34,7 +34,8 @@ QJsonValue BrowserPage::evaluate(const QString &expression) {
 void BrowserPage::navigate(const QString &url) {
     m_loaded = false;
     const DevToolsMessage reply = m_session->callAndWait("Page.navigate", DevToolsParams().add("url", url));
-    ASSERT_EQ(reply.object().value(u"errorText").toString(), QString()) << reply.json().toByteArray().constData();
+    ASSERT_EQ(reply.object().value(u"errorText").toString(), QString())
+        << reply.json().toByteArray().constData();
     while (!m_loaded && m_session->isOpen())
         DevToolsPipe::waitForEvents();
 }

@@ -108,10 +108,12 @@ TEST(WebDocumentSniffer, PicturesByTheirSignatures) {
     EXPECT_EQ(kind(raw("\0\0\0\x1C"
                        "ftypavif\0\0\0\0mif1")),
               Kind::AVIF);
+    EXPECT_EQ(kind(raw("\xFF\x0A\xFA\x7F\0")), Kind::JXL);
+    EXPECT_EQ(kind(raw("\0\0\0\x0CJXL \r\n\x87\n\0")), Kind::JXL);
     EXPECT_EQ(kind("BMW is a maker of cars, and this is a text"), Kind::PlainText);
     EXPECT_EQ(kind(raw("RIFF\x20\0\0\0WAVEfmt xxxx")), Kind::Unsupported);
     for (const Kind picture :
-         {Kind::PNG, Kind::JPEG, Kind::GIF, Kind::WebP, Kind::BMP, Kind::ICO, Kind::AVIF})
+         {Kind::PNG, Kind::JPEG, Kind::GIF, Kind::WebP, Kind::BMP, Kind::ICO, Kind::AVIF, Kind::JXL})
         EXPECT_TRUE(WebDocumentSniffer::isPicture(picture));
     EXPECT_FALSE(WebDocumentSniffer::isPicture(Kind::SVG));
     EXPECT_FALSE(WebDocumentSniffer::isPicture(Kind::MHTML));
