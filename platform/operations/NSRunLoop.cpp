@@ -13,6 +13,7 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 /// Wakes the dispatcher at a point in time. Qt's own timers count in milliseconds; a timer descriptor
 /// doesn't.
@@ -39,18 +40,25 @@ public:
     /// A new application brings a new dispatcher, which knows nothing of the old one's notifiers.
     bool belongsTo(const QAbstractEventDispatcher *dispatcher) const { return m_dispatcher == dispatcher; }
 
-    std::optional<Clock::time_point> date() const { return m_date; }
-    void set(std::optional<Clock::time_point> date) {
-        m_date = date;
+    /// Sets the alarm and gives what it was set to.
+    std::optional<Clock::time_point> set(Clock::time_point date) {
+        // Zero would switch the timer off.
+        const auto since = std::max(date.time_since_epoch(), Clock::duration(1));
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
         itimerspec spec{};
-        if (date) {
-            // Zero would switch the timer off.
-            const auto since = std::max(date->time_since_epoch(), Clock::duration(1));
-            const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
-            spec.it_value.tv_sec = time_t(seconds.count());
-            spec.it_value.tv_nsec = long(std::chrono::nanoseconds(since - seconds).count());
-        }
+        spec.it_value.tv_sec = time_t(seconds.count());
+        spec.it_value.tv_nsec = long(std::chrono::nanoseconds(since - seconds).count());
         ::timerfd_settime(m_fd, TFD_TIMER_ABSTIME, &spec, nullptr);
+        return std::exchange(m_date, date);
+    }
+
+    /// Sets it to what it was before; that may have been due meanwhile, and then goes off at once. Without an
+    /// earlier date a timer that still goes off wakes the next loop once, which costs less than switching it
+    /// off each time.
+    void reset(std::optional<Clock::time_point> date) {
+        m_date.reset();
+        if (date)
+            set(*date);
     }
 
 private:
@@ -110,12 +118,8 @@ void NSRunLoop::runUntil(Clock::time_point date) {
     if (!m_alarm || !m_alarm->belongsTo(dispatcher))
         m_alarm = std::make_unique<Alarm>(dispatcher);
 
-    const std::optional<Clock::time_point> outer = m_alarm->date();
-    m_alarm->set(date);
+    const std::optional<Clock::time_point> outer = m_alarm->set(date);
     while (Clock::now() < date)
         dispatcher->processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    // The outer run's alarm may have been due meanwhile, and then fires at once. A stale alarm of the
-    // outermost run wakes the next loop once, which costs less than switching it off each time.
-    if (outer)
-        m_alarm->set(outer);
+    m_alarm->reset(outer);
 }

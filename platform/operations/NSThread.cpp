@@ -16,7 +16,8 @@ NSThread &NSThread::currentThread() {
 }
 
 bool NSThread::isMainThread() {
-    return ::gettid() == ::getpid();
+    static thread_local const bool isMain = ::gettid() == ::getpid();
+    return isMain;
 }
 
 void NSThread::sleepForTimeInterval(double seconds) {
