@@ -12,19 +12,8 @@
 
 /// Lives in the main thread; each event it gets says that there are blocks to run.
 class DispatchQueue::Receiver : public QObject {
-public:
-    static QEvent::Type eventType() {
-        static const auto type = QEvent::Type(QEvent::registerEventType());
-        return type;
-    }
-
 protected:
-    bool event(QEvent *event) override {
-        if (event->type() != eventType())
-            return QObject::event(event);
-        DispatchQueue::mainQueue().drain();
-        return true;
-    }
+    void customEvent(QEvent *) override { DispatchQueue::mainQueue().drain(); }
 };
 
 void startDispatchQueue() {
@@ -55,7 +44,7 @@ void DispatchQueue::wake() {
     if (m_woken || !m_receiver)
         return;
     m_woken = true;
-    QCoreApplication::postEvent(m_receiver, new QEvent(Receiver::eventType()));
+    QCoreApplication::postEvent(m_receiver, new QEvent(QEvent::User));
 }
 
 void DispatchQueue::add(std::function<void()> block) {

@@ -5,7 +5,7 @@
 #if defined(__SANITIZE_THREAD__)
 /// What the thread sanitizer can't see, because Qt itself is not built with it.
 extern "C" const char *__tsan_default_suppressions() {
-    // Qt's record of a thread is freed with the last object made there, which an atomic counter inside Qt
+    // A thread's record in Qt goes with the last object made there, which an atomic counter inside Qt
     // decides.
     return "race:QWaitCondition::~QWaitCondition\n";
 }

@@ -5,6 +5,7 @@
 #include "tests/support/Gate.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QObject>
 #include <QTimer>
 #include <ctime>
@@ -89,16 +90,16 @@ TEST(NSRunLoop, ALongWaitTakesNoProcessorTime) {
 }
 
 TEST(NSRunLoop, AnEventFromAnotherThreadIsServedBeforeTheDate) {
-    bool served = false;
-    std::thread thread([&] {
-        QMetaObject::invokeMethod(
-            qApp, [&] { served = true; }, Qt::QueuedConnection);
-    });
+    struct Receiver : QObject {
+        bool served = false;
+        void customEvent(QEvent *) override { served = true; }
+    } receiver;
+    std::thread thread([&] { QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User)); });
     const auto start = Clock::now();
-    while (!served && secondsSince(start) < 60)
+    while (!receiver.served && secondsSince(start) < 60)
         NSRunLoop::mainRunLoop().runUntilDate(0.0001);
     thread.join();
-    EXPECT_TRUE(served);
+    EXPECT_TRUE(receiver.served);
 }
 
 TEST(NSRunLoop, RunsNestInOneAnother) {
