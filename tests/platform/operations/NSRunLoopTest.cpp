@@ -8,6 +8,7 @@
 #include <QEvent>
 #include <QObject>
 #include <QTimer>
+#include <atomic>
 #include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -91,10 +92,15 @@ TEST(NSRunLoop, ALongWaitTakesNoProcessorTime) {
 
 TEST(NSRunLoop, AnEventFromAnotherThreadIsServedBeforeTheDate) {
     struct Receiver : QObject {
+        std::atomic<bool> made{false};
         bool served = false;
-        void customEvent(QEvent *) override { served = true; }
+        void customEvent(QEvent *) override { served = made; }
     } receiver;
-    std::thread thread([&] { QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User)); });
+    std::thread thread([&] {
+        auto event = std::make_unique<QEvent>(QEvent::User);
+        receiver.made = true;
+        QCoreApplication::postEvent(&receiver, event.release());
+    });
     const auto start = Clock::now();
     while (!receiver.served && secondsSince(start) < 60)
         NSRunLoop::mainRunLoop().runUntilDate(0.0001);
