@@ -94,6 +94,7 @@ std::optional<WebDocument> WebDocument::documentWithData(const QByteArray &data,
         return document;
     }
     default:
+        document.m_isPicture = true;
         document.m_text = markupForPicture(data, WebDocumentSniffer::mimeTypeOfKind(kind));
         return document;
     }
@@ -104,7 +105,5 @@ QByteArray WebDocument::blankURL() const {
         return "data:application/xhtml+xml,<html xmlns=\"http://www.w3.org/1999/xhtml\"/>";
     if (m_mimeType == "image/svg+xml")
         return "data:image/svg+xml,<svg xmlns=\"http://www.w3.org/2000/svg\"/>";
-    if (m_mimeType == "application/xml")
-        return "data:application/xml,<document/>";
-    return "about:blank";
+    return m_mimeType == "text/html" ? "about:blank" : "";
 }

@@ -25,12 +25,17 @@ public:
     /// How to parse the text: text/html, application/xhtml+xml, image/svg+xml or application/xml.
     const QByteArray &mimeType() const { return m_mimeType; }
 
+    /// Whether the text only shows one picture, which is all that the document is.
+    bool isPicture() const { return m_isPicture; }
+
     /// A URL of the smallest document of the text's MIME type, whose content the text can replace: the engine
-    /// then parses it by that type. "about:blank" for HTML.
+    /// then parses it by that type. "about:blank" for HTML. Empty for other XML, whose tree the engine shows
+    /// only where it comes from an address.
     QByteArray blankURL() const;
 
 private:
     QString m_text;
     QByteArray m_mimeType;
+    bool m_isPicture = false;
     std::optional<WebArchive> m_archive;
 };

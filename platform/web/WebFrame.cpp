@@ -128,12 +128,17 @@ void WebFrame::loadData(const QByteArray &data, const QString &mimeType, const Q
     m_view->load(baseURL, [document = std::move(*document), baseURL](WebPage &page) {
         if (document.archive())
             page.loadArchive(*document.archive());
+        else if (document.isPicture())
+            page.loadPicture(document.text());
         else if (isWebAddress(baseURL))
             page.loadMarkup(document.text(), document.mimeType(), baseURL);
         else if (document.mimeType() == "text/html")
             page.loadMarkup(document.text());
-        else
+        else if (!document.blankURL().isEmpty())
             page.loadMarkup(document.text(), QString::fromLatin1(document.blankURL()));
+        else
+            page.loadMarkup(document.text(), document.mimeType(),
+                            QUrl(QLatin1StringView(WebArchive::madeUpOrigin)));
     });
 }
 

@@ -145,7 +145,7 @@ void WebPage::begin(bool mayReachOutside) {
     ++m_load;
     ++m_loads;
     m_state = State::Loading;
-    m_committed = m_loadEventSeen = m_settling = m_leavesTraces = false;
+    m_committed = m_loadEventSeen = m_settling = m_leavesTraces = m_isPicture = false;
     m_mayLoadFonts = mayReachOutside;
     m_metOutside = m_metOutside || mayReachOutside;
     m_mainFailure = NSError();
@@ -160,6 +160,12 @@ void WebPage::loadMarkup(const QString &markup) {
     begin(false);
     m_mayLoadFonts = WebDocumentTraits::mayLoadFonts(markup);
     m_leavesTraces = WebDocumentTraits::mayLeaveTraces(markup);
+    setContent(markup);
+}
+
+void WebPage::loadPicture(const QString &markup) {
+    begin(false);
+    m_isPicture = true;
     setContent(markup);
 }
 
@@ -304,6 +310,7 @@ void WebPage::responsePaused(const QJsonObject &event) {
 void WebPage::showResponse(const QJsonValue &request, const QByteArray &type, const QByteArray &body) {
     const std::optional<WebDocument> document = WebDocument::documentWithData(body, type);
     if (document && !document->archive()) {
+        m_isPicture = document->isPicture();
         fulfill(request, document->mimeType() + ";charset=utf-8", document->text().toUtf8());
         return;
     }
@@ -380,7 +387,27 @@ void WebPage::settle() {
                    }));
 }
 
+void WebPage::finishPicture() {
+    m_settling = true;
+    m_session.call("Runtime.evaluate",
+                   DevToolsParams()
+                       .add("expression", "document.images[0].decode().then(()=>true,()=>false)")
+                       .add("awaitPromise", true),
+                   during([this](const DevToolsMessage &reply) {
+                       m_isPicture = false;
+                       if (reply.object()[u"result"][u"value"].toBool())
+                           finish();
+                       else
+                           failCommitted(
+                               WebLoadError(QStringLiteral("The picture cannot be decoded"), m_url));
+                   }));
+}
+
 void WebPage::finish() {
+    if (m_isPicture) {
+        finishPicture();
+        return;
+    }
     m_state = State::Finished;
     tell(m_events.didFinishLoad);
 }

@@ -47,6 +47,8 @@ public:
     void setPreferences(const WebPreferences &preferences);
 
     void loadMarkup(const QString &markup);
+    /// Markup that shows one picture: where the engine can't make one of its bytes, the load fails.
+    void loadPicture(const QString &markup);
     /// Markup that a MIME type other than text/html parses: `blankUrl` is an empty document of that type.
     void loadMarkup(const QString &markup, const QString &blankUrl);
     /// Markup that stands at an address of the web, so that what it refers to is looked for from there.
@@ -86,6 +88,7 @@ private:
     void requestStarted(const DevToolsMessage &event);
     void requestEnded(const DevToolsMessage &event, bool failed);
     void finish();
+    void finishPicture();
     void failProvisional(const NSError &error);
     void failCommitted(const NSError &error);
     /// A reply handler that does nothing once another load has begun or the page is gone.
@@ -102,6 +105,7 @@ private:
     bool m_settling = false;
     bool m_mayLoadFonts = false;
     bool m_leavesTraces = false;
+    bool m_isPicture = false; ///< the document is nothing without its one picture
     bool m_metOutside = false;
     bool m_spent = false;
     QString m_url;

@@ -309,6 +309,38 @@ TEST(DocumentKinds, PicturesAreTurnedAsTheirCameraSays) {
     }
 }
 
+TEST(DocumentKinds, BrokenPicturesFailAndCutOnesShowWhatThereIs) {
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.png"));
+    const QByteArray signature = contentsOf(documents + QStringLiteral("red.png")).left(8);
+    for (const QByteArray &broken : {signature, signature + "and then no picture", QByteArray("GIF89a"),
+                                     QByteArray("\xFF\xD8\xFF and no more")}) {
+        EXPECT_TRUE(Converted(broken).failed()) << broken.toHex().constData();
+        writeFile(path, broken);
+        EXPECT_TRUE(Converted::file(path).failed()) << broken.toHex().constData();
+    }
+    const QByteArray tall = contentsOf(documents + QStringLiteral("tall.png"));
+    EXPECT_EQ(Converted(tall.left(tall.size() - 20)).size(), QSizeF(800, 2000));
+}
+
+TEST(DocumentKinds, XMLIsShownAsItsTree) {
+    const QString text =
+        Converted(QByteArray("<?xml version=\"1.0\"?><order><item>Seven nails</item></order>")).text();
+    EXPECT_TRUE(text.contains(QStringLiteral("Seven nails"))) << qPrintable(text);
+    EXPECT_TRUE(text.contains(QStringLiteral("<order>"))) << qPrintable(text);
+}
+
+TEST(DocumentKinds, TypeConformanceIsAskedOfTheGivenTypeOnly) {
+    const ZRConvertHTML converter(QStringLiteral("<p>HTML all the same"), QStringLiteral("public.jpeg"));
+    EXPECT_FALSE(converter.pdfData().isNull());
+    EXPECT_TRUE(
+        converter.conformsToUTITypes({QStringLiteral("public.html"), QStringLiteral("public.image")}));
+    EXPECT_TRUE(converter.conformsToUTITypes({QStringLiteral("public.data")}));
+    EXPECT_FALSE(converter.conformsToUTITypes({QStringLiteral("public.html")}));
+    EXPECT_FALSE(converter.conformsToUTITypes({}));
+    EXPECT_FALSE(ZRConvertHTML(QByteArray()).conformsToUTITypes({QStringLiteral("public.item")}));
+}
+
 TEST(DocumentKinds, DataURLs) {
     EXPECT_EQ(Converted(QUrl(QStringLiteral("data:text/html,<p>in%20a%20URL"))).text(),
               QStringLiteral("in a URL"));
