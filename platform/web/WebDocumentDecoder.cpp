@@ -52,7 +52,8 @@ public:
                     return found;
             } else if (rest.size() > 1 &&
                        (isLetter(rest[1]) || (rest[1] == '/' && rest.size() > 2 && isLetter(rest[2])))) {
-                if (m_at > unconditional && (isTag(rest, "<body") || isTag(rest, "</head")))
+                m_isInHead = m_isInHead && belongsToHead(rest);
+                if (m_at > unconditional && !m_isInHead)
                     break;
                 while (m_at < m_bytes.size() && !isBlank(m_bytes[m_at]) && m_bytes[m_at] != '>')
                     ++m_at;
@@ -72,6 +73,19 @@ private:
     static bool isTag(QByteArrayView rest, QByteArrayView start) {
         return rest.size() >= start.size() &&
                rest.first(start.size()).compare(start, Qt::CaseInsensitive) == 0;
+    }
+
+    /// Whether a tag may stand in the head; the first one that may not ends it.
+    static bool belongsToHead(QByteArrayView rest) {
+        const QByteArrayView tag = rest.sliced(rest[1] == '/' ? 2 : 1);
+        if (rest[1] == '/')
+            return !isTag(tag, "head") && !isTag(tag, "html") && !isTag(tag, "body");
+        for (const QByteArrayView name :
+             {"html", "head", "title", "script", "noscript", "style", "link", "object", "base", "template"}) {
+            if (isTag(tag, name) && (tag.size() == name.size() || !isLetter(tag[name.size()])))
+                return true;
+        }
+        return false;
     }
 
     void skipTo(QByteArrayView text, qsizetype searchOffset, qsizetype endOffset) {
@@ -185,6 +199,7 @@ private:
 
     QByteArrayView m_bytes;
     qsizetype m_at = 0;
+    bool m_isInHead = true;
 };
 
 /// The encoding of an XML declaration at the start of the bytes.

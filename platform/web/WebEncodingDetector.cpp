@@ -169,9 +169,14 @@ double prior(Encoding encoding) {
 
 WebTextEncoding WebEncodingDetector::detect(QByteArrayView bytes, bool isMarkup) {
     // A document says what it is long before its end.
-    constexpr qsizetype examined = 64 * 1024;
-    const QByteArrayView sample = bytes.first(qMin(examined, bytes.size()));
-    if (sample.contains('\x1B') && WebTextIsValid(bytes, Encoding::ISO2022_JP))
+    constexpr qsizetype examined = 32 * 1024;
+    QByteArrayView sample = bytes.first(qMin(examined, bytes.size()));
+    // A character must not be cut: what is behind the last plain one is left out.
+    qsizetype end = sample.size();
+    while (sample.size() < bytes.size() && end > 0 && uchar(sample[end - 1]) >= 0x80)
+        --end;
+    sample = end > 0 ? sample.first(end) : sample;
+    if (sample.contains('\x1B') && WebTextIsValid(sample, Encoding::ISO2022_JP))
         return Encoding::ISO2022_JP;
     const QHash<Encoding, int> confidences = statistics(sample, isMarkup);
     static constexpr Encoding candidates[] = {
@@ -182,7 +187,7 @@ WebTextEncoding WebEncodingDetector::detect(QByteArrayView bytes, bool isMarkup)
     Encoding best = Encoding::Windows1252;
     double bestScore = std::numeric_limits<double>::lowest();
     for (const Encoding candidate : candidates) {
-        if (!WebTextIsValid(bytes, candidate))
+        if (!WebTextIsValid(sample, candidate))
             continue;
         bool hasKana = false;
         const double plausibility = isPaired(candidate)

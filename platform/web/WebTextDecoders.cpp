@@ -223,8 +223,14 @@ const Table &jis0212Table() {
 /// Collects what a decoder gives, and counts its errors.
 class Output {
 public:
-    explicit Output(qsizetype expected) { m_text.reserve(expected); }
+    enum class Keep { Text, Nothing };
+    Output(Keep keep, qsizetype expected) : m_keepsText(keep == Keep::Text) {
+        if (m_keepsText)
+            m_text.reserve(expected);
+    }
     void put(char32_t c) {
+        if (!m_keepsText)
+            return;
         if (c > 0xFFFF) {
             m_text.append(QChar(QChar::highSurrogate(c)));
             m_text.append(QChar(QChar::lowSurrogate(c)));
@@ -233,7 +239,7 @@ public:
         }
     }
     void error() {
-        m_text.append(QChar(QChar::ReplacementCharacter));
+        put(QChar::ReplacementCharacter);
         ++m_errors;
     }
     void putOrError(char32_t c) {
@@ -246,6 +252,7 @@ public:
     bool hasErrors() const { return m_errors > 0; }
 
 private:
+    const bool m_keepsText;
     QString m_text;
     qsizetype m_errors = 0;
 };
@@ -613,7 +620,7 @@ QString decodeUTF8(QByteArrayView bytes) {
     if (QUtf8StringView(bytes.data(), bytes.size()).isValidUtf8())
         return QStringDecoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom)(bytes);
     // Qt replaces every byte of a truncated sequence, browsers the longest valid start of it as one.
-    Output out(bytes.size());
+    Output out(Output::Keep::Text, bytes.size());
     Input in(bytes);
     for (int lead = in.next(); lead != Input::end; lead = in.next()) {
         if (lead < 0x80) {
@@ -651,7 +658,7 @@ QString decodeUTF8(QByteArrayView bytes) {
 QString WebDecodeText(QByteArrayView bytes, WebTextEncoding encoding) {
     if (encoding == WebTextEncoding::UTF8)
         return decodeUTF8(bytes);
-    Output out(bytes.size());
+    Output out(Output::Keep::Text, bytes.size());
     decode(bytes, encoding, out);
     return out.take();
 }
@@ -659,7 +666,7 @@ QString WebDecodeText(QByteArrayView bytes, WebTextEncoding encoding) {
 bool WebTextIsValid(QByteArrayView bytes, WebTextEncoding encoding) {
     if (encoding == WebTextEncoding::UTF8)
         return QUtf8StringView(bytes.data(), bytes.size()).isValidUtf8();
-    Output out(bytes.size());
+    Output out(Output::Keep::Nothing, 0);
     decode(bytes, encoding, out);
     return !out.hasErrors();
 }

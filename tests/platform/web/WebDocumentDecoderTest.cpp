@@ -89,6 +89,16 @@ TEST(WebDocumentDecoder, DeclarationsBeyondTheFirstKilobyteCountWithinTheHead) {
     EXPECT_EQ(declared("<html><head></head><body><meta charset=big5>"), Encoding::Big5);
 }
 
+TEST(WebDocumentDecoder, LongUndeclaredTextIsRecognisedByItsStart) {
+    const QByteArray paragraph = encode("ibm-943_P15A-2003", "<p>日本語の文章をここに書きます。</p>");
+    for (int shift = 0; shift < 4; ++shift) {
+        const QByteArray text = QByteArray(shift, ' ') + paragraph.repeated(3000) + "\x82";
+        const WebDecodedText decoded = Decoder::decodeHTML(text);
+        EXPECT_EQ(WebTextEncodingName(decoded.encoding), "Shift_JIS");
+        EXPECT_TRUE(decoded.text.endsWith(QChar(0xFFFD)));
+    }
+}
+
 TEST(WebDocumentDecoder, ByteOrderMarkWinsThenTheLabelFromOutsideThenTheDocument) {
     const QByteArray html = "<meta charset=iso-8859-5>\xC3\xA9";
     EXPECT_EQ(Decoder::decodeHTML("\xEF\xBB\xBF" + html, "koi8-r").text.right(1), QString::fromUtf8("é"));
