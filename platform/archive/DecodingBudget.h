@@ -52,7 +52,7 @@ public:
     explicit SetBuilder(DecodingBudget &budget) : m_budget(budget) {}
 
     void insert(const QVariant &value, const DecodedSize &size);
-    QVariant take() { return QVariant::fromValue(std::move(m_set)); }
+    QVariant set() const { return QVariant::fromValue(m_set); }
 
 private:
     DecodingBudget &m_budget;
@@ -66,7 +66,7 @@ public:
     explicit DictionaryBuilder(DecodingBudget &budget) : m_budget(budget) {}
 
     void insert(const QString &key, const QVariant &value);
-    QVariant take() { return QVariant(std::move(m_map)); }
+    QVariant dictionary() const { return m_map; }
 
 private:
     DecodingBudget &m_budget;

@@ -111,7 +111,6 @@ private:
     };
 
     Uid encode(const QVariant &value, int depth);
-    Uid encodeList(const QVariantList &list, int depth);
     Uid encodeString(const QString &text);
     Uid encodeError(const NSError &error, int depth);
     Uid encodeDecimal(const NSDecimalNumber &number);

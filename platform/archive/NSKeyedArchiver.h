@@ -26,7 +26,8 @@ inline const QString NSInvalidArchiveOperationException =
 /// | nil, typed or not, anywhere in the tree              | the archive's null object                  |
 ///
 /// Equal short strings and numbers are stored once, and so is what shares its storage (a list used in two
-/// places). Any thread.
+/// places). Trees of more than DecodingBudget::MaxValues values are archived, but the unarchiver here refuses
+/// them. URLs are archived in their encoded form. Any thread.
 class NSKeyedArchiver {
 public:
     /// The archive of a value. Throws NSInvalidArchiveOperationException that names the type for any other

@@ -267,7 +267,9 @@ QVariant Unarchiver::decodeUrl(const Object &object, Value &into, int depth) {
     }
     if (readable && url.isEmpty())
         return {};
-    if (!readable || !url.isValid())
+    // One URL has several forms that QUrl keeps apart: the encoded one is what archives hold.
+    url = QUrl::fromEncoded(url.toEncoded());
+    if (!readable || !url.isValid() || url.isEmpty())
         refuse(QStringLiteral("a URL cannot be read: %1").arg(url.errorString()));
     return url;
 }
@@ -303,7 +305,7 @@ QVariant Unarchiver::decodeDecimal(const Object &object) {
         return QVariant::fromValue(NSDecimalNumber::notANumber());
     quint64 halves[2] = {};
     for (int i = 0; i < length; ++i) {
-        const uchar *part = mantissa.payload + 2 * i;
+        const uchar *part = mantissa.payload + ptrdiff_t(2) * i;
         const quint64 bits = order == 2 ? qFromBigEndian<quint16>(part) : qFromLittleEndian<quint16>(part);
         halves[i / 4] |= bits << (16 * (i % 4));
     }
@@ -330,7 +332,7 @@ QVariant Unarchiver::decodeSet(const Object &object, Value &into, int depth) {
         into.size.addElement(element.size);
         set.insert(element.value, element.size);
     }
-    return set.take();
+    return set.set();
 }
 
 QVariant Unarchiver::decodeDictionary(const Object &object, Value &into, int depth) {
@@ -349,7 +351,7 @@ QVariant Unarchiver::decodeDictionary(const Object &object, Value &into, int dep
         into.size.addElement(value.size);
         dictionary.insert(*text, value.value);
     }
-    return dictionary.take();
+    return dictionary.dictionary();
 }
 
 Class Unarchiver::classOf(const Object &object) {

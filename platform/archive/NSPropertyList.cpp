@@ -193,7 +193,7 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
             into.size.addElement(element.size);
             list.append(element.value);
         }
-        into.value = std::move(list);
+        into.value = list;
         break;
     }
     case Kind::Set: {
@@ -203,7 +203,7 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
             into.size.addElement(element.size);
             set.insert(element.value, element.size);
         }
-        into.value = set.take();
+        into.value = set.set();
         break;
     }
     default: {
@@ -217,7 +217,7 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
             into.size.addElement(element.size);
             dictionary.insert(as<QString>(key.value), element.value);
         }
-        into.value = dictionary.take();
+        into.value = dictionary.dictionary();
         break;
     }
     }

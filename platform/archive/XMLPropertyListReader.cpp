@@ -49,7 +49,7 @@ QVariant XMLPropertyListReader::read() {
         refuse(QStringLiteral("no property list"));
     if (!m_xml.readNextStartElement())
         refuse(QStringLiteral("a property list without a value"));
-    const QVariant value = readValue(0);
+    QVariant value = readValue(0);
     if (m_xml.readNextStartElement())
         refuse(QStringLiteral("a property list with more than one value"));
     while (!m_xml.atEnd())
@@ -131,7 +131,7 @@ QVariant XMLPropertyListReader::readDictionary(int depth) {
     }
     if (pairs == 1 && reference.isValid())
         return QVariant::fromValue(NSPropertyListUID{reference.toULongLong()});
-    return dictionary.take();
+    return dictionary.dictionary();
 }
 
 QString XMLPropertyListReader::readText() {
