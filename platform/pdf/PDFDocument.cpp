@@ -57,7 +57,7 @@ QByteArray PDFDocument::dataRepresentation() const {
         return m_file->written(*m_changes);
     if (m_changes->isEmpty())
         return m_data;
-    const QByteArray written = m_file->written(*m_changes);
+    QByteArray written = m_file->written(*m_changes);
     if (!written.isNull())
         return written;
     const auto general = PDFGeneralFile::open(m_data);

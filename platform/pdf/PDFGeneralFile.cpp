@@ -93,7 +93,7 @@ QRectF rectangle(Object value) {
 }
 
 // A page's own or inherited attribute.
-Object inherited(Object page, const char *key) {
+Object inherited(const Object &page, const char *key) {
     std::set<QPDFObjGen> seen;
     for (Object node = page; node.isDictionary() && seen.insert(node.getObjGen()).second;
          node = node.getKey("/Parent")) {
@@ -104,7 +104,7 @@ Object inherited(Object page, const char *key) {
 }
 
 // The visible box in units of user space.
-QRectF visibleBox(Object page) {
+QRectF visibleBox(const Object &page) {
     QRectF box = rectangle(inherited(page, "/MediaBox"));
     if (box.isNull())
         box = QRectF(0, 0, 612, 792);
@@ -120,7 +120,7 @@ double userUnit(Object page) {
 // Moves everything on one page to its new place.
 class Mover {
 public:
-    Mover(QPDF &pdf, Object page, const PDFBoxPlan &plan) : m_pdf(pdf), m_page(page), m_plan(plan) {}
+    Mover(QPDF &pdf, const Object &page, const PDFBoxPlan &plan) : m_pdf(pdf), m_page(page), m_plan(plan) {}
 
     void run(bool ofOnlyPage) {
         if (m_page.hasKey("/Contents")) {
@@ -139,12 +139,12 @@ public:
     }
 
 private:
-    Object moved(Object value, bool vertical) const {
+    Object moved(const Object &value, bool vertical) const {
         const auto parsed = number(value);
         return parsed ? newNumber(vertical ? m_plan.y(*parsed) : m_plan.x(*parsed)) : value;
     }
 
-    Object scaled(Object value) const {
+    Object scaled(const Object &value) const {
         const auto parsed = number(value);
         return parsed ? newNumber(*parsed * m_plan.scale) : value;
     }
