@@ -22,8 +22,9 @@ constexpr double slice = 0.0001;
 
 } // namespace
 
-ZRConvertHTML::ZRConvertHTML(const QVariant &fileData, const QString &utiType, bool tagged)
-    : m_data(fileData), m_utiType(utiType), m_tagged(tagged) {
+ZRConvertHTML::ZRConvertHTML(const QVariant &fileData, const QString &utiType, bool tagged,
+                             const std::atomic<bool> *abandoned)
+    : m_data(fileData), m_utiType(utiType), m_tagged(tagged), m_abandoned(abandoned) {
     if (NSThread::isMainThread())
         work();
     else
@@ -55,7 +56,7 @@ bool ZRConvertHTML::work() {
     else
         useURL(m_data.toUrl());
 
-    while (!m_done)
+    while (!m_done && !(m_abandoned && *m_abandoned))
         NSRunLoop::mainRunLoop().runUntilDate(slice);
     m_webView.reset();
     return true;

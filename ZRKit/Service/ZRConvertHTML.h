@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QVariant>
+#include <atomic>
 #include <memory>
 
 /// Turns one document into a PDF of one page, 800 points wide or as wide as the document is, and as tall as
@@ -23,7 +24,9 @@ public:
     ///                  HTML in any encoding, XHTML, SVG, plain text, pictures, web archives
     /// \param utiType   the document's uniform type identifier; it does not decide how the document is read
     /// \param tagged    whether the PDF gets structure tags, which cost time and bytes
-    explicit ZRConvertHTML(const QVariant &fileData, const QString &utiType = {}, bool tagged = false);
+    /// \param abandoned set to true by another thread, gives the work up; pdfData() is nil then
+    explicit ZRConvertHTML(const QVariant &fileData, const QString &utiType = {}, bool tagged = false,
+                           const std::atomic<bool> *abandoned = nullptr);
     ~ZRConvertHTML() override;
 
     /// Loads and captures the document on the main thread; done by the constructor. \return true
@@ -53,6 +56,7 @@ private:
     const QVariant m_data;
     const QString m_utiType;
     const bool m_tagged;
+    const std::atomic<bool> *const m_abandoned;
     std::unique_ptr<WebView> m_webView;
     bool m_done = false;
     QByteArray m_pdfData;

@@ -63,10 +63,10 @@ private:
             using Values = decltype(std::tuple_cat(
                 std::conditional_t<NSXPCDetail::isReplyBlock<Parameters>, std::tuple<>,
                                    std::tuple<std::remove_cvref_t<Parameters>>>()...));
-            auto values = NSXPCDetail::unpack(arguments, static_cast<Values *>(nullptr));
-            if (!values)
+            Values values;
+            if (!NSXPCDetail::unpack(arguments, values))
                 return Outcome::WrongArguments;
-            callWith<Protocol, Function, Parameters...>(target, *values, reply,
+            callWith<Protocol, Function, Parameters...>(target, values, reply,
                                                         std::index_sequence_for<Parameters...>());
             return Outcome::Called;
         };
@@ -75,7 +75,7 @@ private:
     template <typename Protocol, auto Function, typename... Parameters, typename Values, std::size_t... Index>
     static void callWith(Protocol *target, Values &values, const Reply &reply,
                          std::index_sequence<Index...>) {
-        constexpr bool isBlock[] = {NSXPCDetail::isReplyBlock<Parameters>..., false};
+        [[maybe_unused]] constexpr bool isBlock[] = {NSXPCDetail::isReplyBlock<Parameters>..., false};
         (target->*Function)(parameter<Parameters, position(isBlock, Index)>(values, reply)...);
     }
 

@@ -14,8 +14,6 @@
 #include <concepts>
 #include <cstddef>
 #include <functional>
-#include <limits>
-#include <optional>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -52,27 +50,29 @@ struct NSXPCMethods {};
 template <typename Protocol>
 struct NSXPCProtocolDescription;
 
-/// How a parameter of a type travels: as a value of a keyed archive, nil as an invalid one. `from` gives
-/// nothing where the value is of another kind.
+/// How a parameter of a type travels: as a value of a keyed archive, nil as an invalid one. `from` is false
+/// where the value is of another kind.
 template <typename T>
 struct NSXPCValue {
     static QVariant to(const T &value) {
         QVariant variant = QVariant::fromValue(value);
         return NSIsNil(variant) ? QVariant() : variant;
     }
-    static std::optional<T> from(const QVariant &value) {
-        if (!value.isValid())
-            return T();
-        if (value.metaType() != QMetaType::fromType<T>())
-            return std::nullopt;
-        return value.value<T>();
+    static bool from(const QVariant &value, T &into) {
+        if (value.isValid() && value.metaType() != QMetaType::fromType<T>())
+            return false;
+        into = value.value<T>();
+        return true;
     }
 };
 
 template <>
 struct NSXPCValue<QVariant> {
     static QVariant to(const QVariant &value) { return value; }
-    static std::optional<QVariant> from(const QVariant &value) { return value; }
+    static bool from(const QVariant &value, QVariant &into) {
+        into = value;
+        return true;
+    }
 };
 
 template <std::integral T>
@@ -83,30 +83,26 @@ requires(!std::same_as<T, bool>) struct NSXPCValue<T> {
         else
             return QVariant::fromValue(qulonglong(value));
     }
-    static std::optional<T> from(const QVariant &value) {
+    static bool from(const QVariant &value, T &into) {
         switch (value.metaType().id()) {
         case QMetaType::Int:
         case QMetaType::LongLong:
-            return inRange(value.toLongLong());
+            into = T(value.toLongLong());
+            return std::in_range<T>(value.toLongLong());
         case QMetaType::UInt:
         case QMetaType::ULongLong:
-            return inRange(value.toULongLong());
+            into = T(value.toULongLong());
+            return std::in_range<T>(value.toULongLong());
         default:
-            return std::nullopt;
+            return false;
         }
-    }
-
-private:
-    template <typename Number>
-    static std::optional<T> inRange(Number number) {
-        return std::in_range<T>(number) ? std::optional<T>(T(number)) : std::nullopt;
     }
 };
 
 template <std::floating_point T>
 struct NSXPCValue<T> {
     static QVariant to(T value) { return QVariant::fromValue(double(value)); }
-    static std::optional<T> from(const QVariant &value) {
+    static bool from(const QVariant &value, T &into) {
         switch (value.metaType().id()) {
         case QMetaType::Int:
         case QMetaType::LongLong:
@@ -114,9 +110,10 @@ struct NSXPCValue<T> {
         case QMetaType::ULongLong:
         case QMetaType::Float:
         case QMetaType::Double:
-            return T(value.toDouble());
+            into = T(value.toDouble());
+            return true;
         default:
-            return std::nullopt;
+            return false;
         }
     }
 };
@@ -134,20 +131,15 @@ template <typename T>
 inline constexpr bool isReplyBlock = ReplyBlock<std::remove_cvref_t<T>>::value;
 
 template <typename... Values, std::size_t... Index>
-std::optional<std::tuple<Values...>> unpack(const QVariantList &list, std::index_sequence<Index...>) {
-    [[maybe_unused]] std::tuple<std::optional<Values>...> values(
-        NSXPCValue<Values>::from(list.at(qsizetype(Index)))...);
-    if ((... && std::get<Index>(values).has_value()))
-        return std::tuple<Values...>(std::move(*std::get<Index>(values))...);
-    return std::nullopt;
+bool unpack(const QVariantList &list, std::tuple<Values...> &into, std::index_sequence<Index...>) {
+    return (... && NSXPCValue<Values>::from(list.at(qsizetype(Index)), std::get<Index>(into)));
 }
 
-/// The typed values of a list; nothing where their number or a kind is another.
+/// Takes the typed values out of a list; false where their number or a kind is another.
 template <typename... Values>
-std::optional<std::tuple<Values...>> unpack(const QVariantList &list, std::tuple<Values...> *) {
-    if (list.size() != qsizetype(sizeof...(Values)))
-        return std::nullopt;
-    return unpack<Values...>(list, std::index_sequence_for<Values...>());
+bool unpack(const QVariantList &list, std::tuple<Values...> &into) {
+    return list.size() == qsizetype(sizeof...(Values)) &&
+           unpack(list, into, std::index_sequence_for<Values...>());
 }
 
 template <auto Function>

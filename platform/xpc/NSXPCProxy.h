@@ -46,12 +46,11 @@ private:
     static void collect(const T &parameter, QVariantList &values, XPCRemote::Reply &reply) {
         if constexpr (NSXPCDetail::isReplyBlock<T>) {
             reply = [parameter](const QVariantList &results) {
-                auto typed = NSXPCDetail::unpack(
-                    results, static_cast<typename NSXPCDetail::ReplyBlock<T>::Values *>(nullptr));
-                if (!typed)
+                typename NSXPCDetail::ReplyBlock<T>::Values typed;
+                if (!NSXPCDetail::unpack(results, typed))
                     return false;
                 if (parameter)
-                    std::apply(parameter, *typed);
+                    std::apply(parameter, typed);
                 return true;
             };
         } else {

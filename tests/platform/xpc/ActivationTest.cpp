@@ -43,43 +43,6 @@ protected:
     const RuntimeFolder runtime;
 };
 
-/// A listening socket in the file system, as a socket unit makes it.
-XPCDescriptor listenAt(const QString &path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray bytes = QFile::encodeName(path);
-    std::copy(bytes.begin(), bytes.end(), address.sun_path);
-    XPCDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(::bind(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-    EXPECT_EQ(::listen(socket.get(), 64), 0);
-    return socket;
-}
-
-/// Starts the test service on a socket as systemd does; standard input is nowhere.
-pid_t startLikeSystemd(const XPCDescriptor &socket, bool rightProcess = true, int count = 1) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::dup2(::open("/dev/null", O_RDWR), 0);
-        if (socket.get() == 3)
-            ::fcntl(3, F_SETFD, 0);
-        else
-            ::dup2(socket.get(), 3);
-        ::setenv("LISTEN_FDS", std::to_string(count).c_str(), 1);
-        ::setenv("LISTEN_PID", std::to_string(::getpid() + (rightProcess ? 0 : 1)).c_str(), 1);
-        ::unsetenv("LISTEN_FDNAMES");
-        ::execl(serviceProgram().constData(), serviceProgram().constData(), nullptr);
-        ::_exit(127);
-    }
-    return child;
-}
-
-int waitStatus(pid_t child) {
-    int status = -1;
-    EXPECT_TRUE(hasEnded(child));
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return status;
-}
-
 /// Whether the child still runs; leaves its status to waitStatus().
 bool isRunning(pid_t child) {
     siginfo_t information{};
@@ -400,7 +363,7 @@ TEST_F(Activation, ASocketUnitsSocketGoesFirst) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
     XPCDescriptor socket = listenAt(path);
-    const pid_t unit = startLikeSystemd(socket);
+    const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     {
         TestClient client(name);
         EXPECT_EQ(client.pid(), unit);
@@ -421,7 +384,7 @@ TEST_F(Activation, AUnitsServiceDoesNotDependOnItsStandardInput) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
     const XPCDescriptor socket = listenAt(path);
-    const pid_t unit = startLikeSystemd(socket);
+    const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     TestClient client(name);
     EXPECT_EQ(client.pid(), unit);
     EXPECT_EQ(client.echo("alive"), QByteArray("alive"));
@@ -435,7 +398,7 @@ TEST_F(Activation, AMonitorTellsOfAUnitsServiceToo) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
     const XPCDescriptor socket = listenAt(path);
-    const pid_t unit = startLikeSystemd(socket);
+    const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     Inbox<NSXPCServiceMonitor::Exit> exits;
     const NSXPCServiceMonitor monitor(name, [&](const NSXPCServiceMonitor::Exit &exit) { exits.put(exit); });
     EXPECT_EQ(monitor.processIdentifier(), 0);
@@ -454,7 +417,7 @@ TEST_F(Activation, ATerminatedServiceServesThoseWhoWaitAndLeaves) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
     const XPCDescriptor socket = listenAt(path);
-    const pid_t unit = startLikeSystemd(socket);
+    const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     const QTemporaryDir folder;
     const QString flag = folder.filePath(QStringLiteral("flag"));
     TestClient busy(name);
@@ -483,7 +446,7 @@ TEST_F(Activation, HalfOpenFramesDoNotKeepATerminatedService) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
     const XPCDescriptor socket = listenAt(path);
-    const pid_t unit = startLikeSystemd(socket);
+    const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     const XPCDescriptor silent = XPCConnect(QFile::encodeName(path));
     const XPCDescriptor halfOpen = XPCConnect(QFile::encodeName(path));
     ASSERT_EQ(::write(halfOpen.get(), "ZRXP\1\1", 6), 6);
@@ -498,7 +461,7 @@ TEST_F(Activation, ASecondSignalEndsTheServiceAtOnce) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
     const XPCDescriptor socket = listenAt(path);
-    const pid_t unit = startLikeSystemd(socket);
+    const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     TestClient client(name);
     ASSERT_EQ(client.pid(), unit);
     client.proxy()->keep(client.toReplies());
@@ -515,8 +478,10 @@ TEST_F(Activation, ASecondSignalEndsTheServiceAtOnce) {
 
 TEST_F(Activation, AServiceWithoutASocketSaysSoAndEnds) {
     const XPCDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    EXPECT_EQ(WEXITSTATUS(waitStatus(startLikeSystemd(nothing))), 1);
+    EXPECT_EQ(WEXITSTATUS(waitStatus(startLikeSystemd(serviceProgram(), nothing))), 1);
     const XPCPrivateSocket socket = XPCPrivateSocket::make();
-    EXPECT_EQ(WEXITSTATUS(waitStatus(startLikeSystemd(socket.listening, false))), 1);
-    EXPECT_EQ(WEXITSTATUS(waitStatus(startLikeSystemd(socket.listening, true, 0))), 1);
+    EXPECT_EQ(WEXITSTATUS(
+                  waitStatus(startLikeSystemd(serviceProgram(), socket.listening, {.rightProcess = false}))),
+              1);
+    EXPECT_EQ(WEXITSTATUS(waitStatus(startLikeSystemd(serviceProgram(), socket.listening, {.count = 0}))), 1);
 }

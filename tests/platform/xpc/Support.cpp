@@ -5,9 +5,16 @@
 
 #include <QDir>
 #include <QFile>
+#include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
+#include <string>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 TestClient::~TestClient() {
@@ -37,6 +44,43 @@ bool hasEnded(pid_t pid) {
         return errno == ESRCH;
     pollfd wait{process.get(), POLLIN, 0};
     return ::poll(&wait, 1, int(std::chrono::milliseconds(deadline).count())) == 1;
+}
+
+XPCDescriptor listenAt(const QString &path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray bytes = QFile::encodeName(path);
+    std::copy(bytes.begin(), bytes.end(), address.sun_path);
+    XPCDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(::bind(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    EXPECT_EQ(::listen(socket.get(), 64), 0);
+    return socket;
+}
+
+pid_t startLikeSystemd(const QByteArray &program, const XPCDescriptor &socket, const UnitOptions &options) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::dup2(::open("/dev/null", O_RDWR), 0);
+        if (options.standardError >= 0)
+            ::dup2(options.standardError, 2);
+        if (socket.get() == 3)
+            ::fcntl(3, F_SETFD, 0);
+        else
+            ::dup2(socket.get(), 3);
+        ::setenv("LISTEN_FDS", std::to_string(options.count).c_str(), 1);
+        ::setenv("LISTEN_PID", std::to_string(::getpid() + (options.rightProcess ? 0 : 1)).c_str(), 1);
+        ::unsetenv("LISTEN_FDNAMES");
+        ::execl(program.constData(), program.constData(), nullptr);
+        ::_exit(127);
+    }
+    return child;
+}
+
+int waitStatus(pid_t child) {
+    int status = -1;
+    EXPECT_TRUE(hasEnded(child));
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return status;
 }
 
 bool eventually(const std::function<bool()> &condition) {

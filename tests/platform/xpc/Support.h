@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/xpc/NSXPCConnection.h"
+#include "platform/xpc/XPCDescriptor.h"
 #include "tests/platform/xpc/TestProtocol.h"
 
 #include <QString>
@@ -84,6 +85,21 @@ private:
 
 /// Whether the process has ended, at the latest by the deadline; a process of any parent.
 bool hasEnded(pid_t pid);
+
+/// A listening socket in the file system, as a socket unit makes it.
+XPCDescriptor listenAt(const QString &path);
+
+/// Starts the program on a listening socket as systemd does: standard input is nowhere.
+struct UnitOptions {
+    bool rightProcess = true; ///< whether LISTEN_PID is right
+    int count = 1;            ///< LISTEN_FDS
+    int standardError = -1;   ///< where the log goes; to the test's own where it isn't given
+};
+pid_t startLikeSystemd(const QByteArray &program, const XPCDescriptor &socket,
+                       const UnitOptions &options = {});
+
+/// Waits for a child's end and gives its wait status.
+int waitStatus(pid_t child);
 
 /// Waits for a condition that nothing announces; looks now and then.
 bool eventually(const std::function<bool()> &condition);

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Service/ZRXPC.h"
+
+#include "ZRKit/Service/ZRXPCHelper.h"
+#include "ZRKit/Service/ZRXPCOperation.h"
+#include "ZRKit/Service/ZRXPCProtocol.h"
+#include "ZRKit/ZRMacros.h"
+#include "platform/archive/NSKeyedArchiver.h"
+#include "platform/archive/NSKeyedUnarchiver.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSLog.h"
+#include "platform/xpc/NSXPCConnection.h"
+
+namespace {
+
+constexpr char source[] = "ZRXPC";
+
+QByteArray serialize(const QVariant &object) {
+    try {
+        return NSKeyedArchiver::archivedDataWithRootObject(object);
+    } catch (...) {
+        NSLog("zxDataSerialize: %@", NSException::currentDescription());
+        return {};
+    }
+}
+
+QVariant unserialize(const QByteArray &data) {
+    if (data.isEmpty())
+        return {};
+    try {
+        return NSKeyedUnarchiver::unarchiveObjectWithData(data);
+    } catch (...) {
+        NSLog("zxDataUnserialize: %@", NSException::currentDescription());
+        return {};
+    }
+}
+
+/// A connection can't be to no name at all.
+std::shared_ptr<NSXPCConnection> makeConnection(const QString &serviceName) {
+    return serviceName.isNull() ? nullptr : std::make_shared<NSXPCConnection>(serviceName);
+}
+
+} // namespace
+
+ZRXPC::Helper::Helper(const QString &serviceName) : m_serviceName(serviceName) {
+    queue.setMaxConcurrentOperationCount(1);
+}
+
+void ZRXPC::Helper::performXPCAsyncWithObject(const QVariant &object, const Block &block) {
+    constexpr char function[] = "-[ZRXPC performXPCAsyncWithObject:block:]";
+    if (m_serviceName.isNull())
+        ZRKit::zxAssertFailed(function, "(_serviceName)", source, 80);
+    auto connection = makeConnection(m_serviceName);
+    if (connection) {
+        connection->setRemoteObjectInterface(NSXPCInterface::interfaceWithProtocol<ZRXPCProtocol>());
+        connection->setExportedInterface(nullptr);
+        connection->setExportedObject(shared_from_this());
+        connection->resume();
+    } else {
+        ZRKit::zxAssertFailed(function, "(_fetchServiceConnection)", source, 89);
+    }
+    const auto proxy =
+        connection ? connection->remoteObjectProxyWithErrorHandler<ZRXPCProtocol>([](const NSError &) {})
+                   : nullptr;
+    const QByteArray task = serialize(object);
+    if (!proxy)
+        return;
+    // The block holds the connection until the reply is there, or can't come any more.
+    proxy->performWithData(task, [connection, block](const QByteArray &data, const NSError &error) mutable {
+        const QVariant result = data.isNull() || error ? QVariant() : unserialize(data);
+        if (block)
+            block(result, error);
+        connection->invalidate();
+        connection.reset();
+    });
+}
+
+ZRXPC::ZRXPC(const QString &serviceName) : m_helper(std::make_shared<Helper>(serviceName)) {
+    performXPCBoot();
+}
+
+ZRXPC::~ZRXPC() = default;
+
+void ZRXPC::performXPCBoot() {
+    const auto operation = std::make_shared<ZRXPCOperation>(*this);
+    operation->setTaskInfo(QVariantMap{{QStringLiteral("__boot"), true}});
+    operationQueue()->addOperation(operation);
+}
+
+void ZRXPC::performXPCAsyncWithObject(const QVariant &object, const Block &block) {
+    m_helper->performXPCAsyncWithObject(object, block);
+}
+
+QVariant ZRXPC::performXPCWithObject(const QVariant &object) {
+    const auto operation = std::make_shared<ZRXPCOperation>(*this);
+    operation->setTaskInfo(object);
+    operationQueue()->addOperation(operation);
+    operation->waitUntilFinished();
+    const QVariant result = operation->taskResult();
+    if (NSIsNil(result)) {
+        const NSError error = operation->error();
+        if (!error)
+            ZRKit::zxAssertFailed("-[ZRXPC performXPCWithObject:]", "(operation.error)", source, 128);
+        NSLog("Error while executing XPC task occured: %@", error);
+    }
+    return result;
+}
+
+void ZRXPC::performXPCSynchronousWithObject(const QVariant &object, const Block &block) {
+    if (!block)
+        ZRKit::zxAssertFailed("-[ZRXPC performXPCSynchronousWithObject:block:]", "(block)", source, 135);
+    const auto operation = std::make_shared<ZRXPCOperation>(*this);
+    operation->setTaskInfo(object);
+    operationQueue()->addOperation(operation);
+    operation->waitUntilFinished();
+    if (block)
+        block(operation->taskResult(), operation->error());
+}
+
+NSOperationQueue *ZRXPC::operationQueue() const {
+    return &m_helper->queue;
+}

@@ -1,0 +1,7 @@
+// SPDX-License-Identifier: MIT
+#include "tests/ZRKit/Service/TestKitWorker.h"
+
+int main() {
+    TestKitWorker::setupAsListener();
+    return 1;
+}

@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: MIT
+// The conversion service, as its clients have it: its own process, its own browser.
+#include "service/ZRXPCWorker.h"
+#include "ZRKit/Service/ZRXPC.h"
+#include "platform/archive/NSKeyedArchiver.h"
+#include "platform/pdf/PDFDocument.h"
+#include "platform/values/NSNull.h"
+#include "platform/xpc/NSXPCServiceMonitor.h"
+#include "tests/platform/xpc/Support.h"
+#include "tests/support/LogCapture.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QUrl>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+const QString html = QStringLiteral("<!DOCTYPE html><title>From the page</title><h1>Hello</h1>");
+
+/// A service instance of the test's own.
+class Service : public ::testing::Test {
+protected:
+    static QString freshName() {
+        static int count = 0;
+        return QStringLiteral("com.velmora.zrpdf@%1-%2").arg(::getpid()).arg(++count);
+    }
+    NSError failure(const QVariant &task) {
+        NSError got;
+        client.performXPCSynchronousWithObject(task, [&](const QVariant &result, const NSError &error) {
+            EXPECT_FALSE(result.isValid());
+            got = error;
+        });
+        return got;
+    }
+    QByteArray convert(const QVariantMap &task) {
+        const QVariantMap reply = client.performXPCWithObject(task).toMap();
+        EXPECT_EQ(reply.keys(), QStringList{QStringLiteral("data")});
+        return reply.value(QStringLiteral("data")).toByteArray();
+    }
+
+    const RuntimeFolder runtime;
+    const LogCapture log;
+    const QString name = freshName();
+    ZRXPC client{name};
+};
+
+/// A server that accepts connections and says nothing.
+class SilentServer {
+public:
+    SilentServer() : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(::bind(m_socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(m_socket.get(), 8), 0);
+        socklen_t length = sizeof address;
+        ::getsockname(m_socket.get(), reinterpret_cast<sockaddr *>(&address), &length);
+        m_port = ntohs(address.sin_port);
+    }
+    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_port)); }
+    /// Waits for a visitor.
+    bool isVisited() const {
+        pollfd wait{m_socket.get(), POLLIN, 0};
+        return ::poll(&wait, 1, int(std::chrono::milliseconds(deadline).count())) == 1;
+    }
+
+private:
+    XPCDescriptor m_socket;
+    int m_port = 0;
+};
+
+} // namespace
+
+TEST_F(Service, ConvertsADocumentAndStampsIt) {
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    const QByteArray pdf = convert({{QStringLiteral("data"), html.toUtf8()},
+                                    {QStringLiteral("utiType"), QStringLiteral("public.html")},
+                                    {QStringLiteral("pdfTitle"), QStringLiteral("Größe 測試")},
+                                    {QStringLiteral("pdfCreator"), QStringLiteral("the test")}});
+    const QDateTime after = QDateTime::currentDateTimeUtc();
+    const PDFDocument document(pdf);
+    ASSERT_FALSE(document.isNil());
+    EXPECT_EQ(document.pageCount(), 1);
+    const QVariantMap attributes = document.documentAttributes();
+    EXPECT_EQ(attributes.value(PDFDocumentTitleAttribute).toString(), QStringLiteral("Größe 測試"));
+    EXPECT_EQ(attributes.value(PDFDocumentCreatorAttribute).toString(), QStringLiteral("the test"));
+    const QDateTime date = attributes.value(PDFDocumentCreationDateAttribute).toDateTime();
+    EXPECT_GE(date, before.addSecs(-1));
+    EXPECT_LE(date, after.addSecs(1));
+}
+
+TEST_F(Service, WithoutTitleAndCreatorThePDFHasNeitherButADate) {
+    for (const QVariantMap &more : {QVariantMap(), QVariantMap{{QStringLiteral("pdfTitle"), NSNull()},
+                                                               {QStringLiteral("pdfCreator"), NSNull()}}}) {
+        QVariantMap task = more;
+        task.insert(QStringLiteral("data"), html);
+        const QVariantMap attributes = PDFDocument(convert(task)).documentAttributes();
+        EXPECT_FALSE(attributes.contains(PDFDocumentTitleAttribute));
+        EXPECT_FALSE(attributes.contains(PDFDocumentCreatorAttribute));
+        EXPECT_TRUE(attributes.value(PDFDocumentCreationDateAttribute).toDateTime().isValid());
+    }
+}
+
+TEST_F(Service, StringsBytesAndURLsAreDocuments) {
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("page.html")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(html.toUtf8());
+    file.close();
+    for (const QVariant &data :
+         {QVariant(html), QVariant(html.toUtf8()), QVariant(QUrl::fromLocalFile(file.fileName()))})
+        EXPECT_EQ(PDFDocument(convert({{QStringLiteral("data"), data}})).pageCount(), 1);
+}
+
+TEST_F(Service, WhatCannotBeConvertedIsOneErrorAndTheNextTaskWorks) {
+    const NSError expected(QStringLiteral("com.velmora.error"), 101,
+                           {{NSLocalizedDescriptionKey, QStringLiteral("HTML to PDF converter did fail")}});
+    EXPECT_EQ(failure(QVariantMap()), expected);
+    EXPECT_EQ(failure(QVariantMap{{QStringLiteral("data"), NSNull()}}), expected);
+    EXPECT_EQ(failure(QVariantMap{{QStringLiteral("data"), QByteArray("")}}), expected);
+    EXPECT_EQ(failure(QVariantMap{{QStringLiteral("data"), QUrl(QStringLiteral("file:///no/such/file"))}}),
+              expected);
+    EXPECT_EQ(failure(QVariant()), expected);
+    EXPECT_EQ(PDFDocument(convert({{QStringLiteral("data"), html}})).pageCount(), 1);
+}
+
+TEST_F(Service, ABootProbeNeedsNoBrowser) {
+    EXPECT_EQ(client.performXPCWithObject(QVariantMap{{QStringLiteral("__boot"), true}}),
+              QVariant(QVariantMap{{QStringLiteral("boot"), QStringLiteral("success")}}));
+}
+
+TEST_F(Service, AKilledServiceLeavesNothingAndIsStartedAgain) {
+    Inbox<NSXPCServiceMonitor::Exit> exits;
+    const NSXPCServiceMonitor monitor(name, [&](const NSXPCServiceMonitor::Exit &exit) { exits.put(exit); });
+    convert({{QStringLiteral("data"), html}});
+    const pid_t pid = monitor.processIdentifier();
+    ASSERT_GT(pid, 0);
+    std::vector<pid_t> family;
+    // The service's descendants, through however many generations.
+    std::vector<pid_t> open{pid};
+    while (!open.empty()) {
+        const pid_t parent = open.back();
+        open.pop_back();
+        for (const QString &task : QDir(QStringLiteral("/proc/%1/task").arg(parent)).entryList(QDir::Dirs)) {
+            QFile children(QStringLiteral("/proc/%1/task/%2/children").arg(parent).arg(task));
+            if (!children.open(QIODevice::ReadOnly))
+                continue;
+            for (const QByteArray &child : children.readAll().split(' ')) {
+                if (const pid_t each = child.trimmed().toInt()) {
+                    family.push_back(each);
+                    open.push_back(each);
+                }
+            }
+        }
+    }
+    EXPECT_GE(family.size(), 2u);
+    ::kill(pid, SIGKILL);
+    const auto exit = exits.take();
+    ASSERT_TRUE(exit);
+    EXPECT_EQ(exit->pid, pid);
+    for (const pid_t each : family)
+        EXPECT_TRUE(hasEnded(each)) << each;
+    convert({{QStringLiteral("data"), html}});
+    EXPECT_NE(monitor.processIdentifier(), pid);
+    EXPECT_TRUE(runtime.entries().isEmpty());
+}
+
+TEST_F(Service, AConversionWhoseClientHasGoneIsGivenUp) {
+    const SilentServer server;
+    // A connection of its own, which goes while its document is waited for.
+    auto connection = std::make_shared<NSXPCConnection>(name);
+    connection->setRemoteObjectInterface(NSXPCInterface::interfaceWithProtocol<ZRXPCProtocol>());
+    connection->resume();
+    connection->remoteObjectProxy<ZRXPCProtocol>()->performWithData(
+        NSKeyedArchiver::archivedDataWithRootObject(QVariantMap{{QStringLiteral("data"), server.url()}}),
+        [](const QByteArray &, const NSError &) {});
+    ASSERT_TRUE(server.isVisited());
+    connection.reset();
+    // The main thread is free again for this one.
+    EXPECT_EQ(PDFDocument(convert({{QStringLiteral("data"), html}})).pageCount(), 1);
+}
+
+TEST_F(Service, SixteenClientsAtOnceMixUpNothing) {
+    std::vector<std::thread> threads;
+    std::atomic<int> right = 0;
+    for (int i = 0; i < 16; ++i) {
+        threads.emplace_back([&, i] {
+            ZRXPC own(name);
+            for (int n = 0; n < 4; ++n) {
+                const QString title = QStringLiteral("%1-%2").arg(i).arg(n);
+                const QByteArray pdf =
+                    own.performXPCWithObject(
+                           QVariantMap{{QStringLiteral("data"), html}, {QStringLiteral("pdfTitle"), title}})
+                        .toMap()
+                        .value(QStringLiteral("data"))
+                        .toByteArray();
+                right += PDFDocument(pdf).documentAttributes().value(PDFDocumentTitleAttribute).toString() ==
+                         title;
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(right, 64);
+}
+
+TEST(ZRXPCWorker, DataThatIsNoPDFIsNotStamped) {
+    const ZRXPCWorker worker;
+    EXPECT_TRUE(worker.writePDFWithData("no PDF").isNull());
+    EXPECT_TRUE(worker.writePDFWithData(QByteArray()).isNull());
+}
+
+TEST(ZRXPCWorker, TheDateIsThatOfStamping) {
+    const LogCapture log;
+    // Attributes that the PDF has go when the task has none, but for those that a task can't set.
+    QFile file(QStringLiteral(ZR_SOURCE_DIR "/tests/service/stamped.pdf"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray data = file.readAll();
+    const QVariantMap had = PDFDocument(data).documentAttributes();
+    ASSERT_EQ(had.value(PDFDocumentTitleAttribute).toString(), QStringLiteral("old title"));
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    const QVariantMap attributes = PDFDocument(ZRXPCWorker().writePDFWithData(data)).documentAttributes();
+    EXPECT_FALSE(attributes.contains(PDFDocumentTitleAttribute));
+    EXPECT_FALSE(attributes.contains(PDFDocumentCreatorAttribute));
+    EXPECT_EQ(attributes.value(PDFDocumentAuthorAttribute).toString(), QStringLiteral("an author"));
+    EXPECT_GE(attributes.value(PDFDocumentCreationDateAttribute).toDateTime(), before.addSecs(-1));
+}
