@@ -35,6 +35,12 @@ QByteArray headerValue(const QJsonObject &event, QLatin1StringView name) {
     return {};
 }
 
+/// Kinds of documents that are not left to the engine, which would show them otherwise or not at all.
+bool isOurs(WebDocumentKind kind) {
+    return WebDocumentSniffer::isPicture(kind) || kind == WebDocumentKind::MHTML ||
+           kind == WebDocumentKind::PropertyListArchive;
+}
+
 bool isOutside(QStringView url) {
     return !url.startsWith(u"data:") && !url.startsWith(u"about:") && !url.startsWith(u"blob:");
 }
@@ -292,8 +298,7 @@ void WebPage::responsePaused(const QJsonObject &event) {
         // The engine would show a player that plays nothing.
         m_session.call("Fetch.failRequest",
                        DevToolsParams().add("requestId", request).add("errorReason", "Aborted"));
-    } else if (isShown && (WebDocumentSniffer::isPicture(kind) || kind == WebDocumentKind::MHTML ||
-                           kind == WebDocumentKind::PropertyListArchive)) {
+    } else if (isShown && (isOurs(kind) || type.isEmpty())) {
         m_session.call("Fetch.getResponseBody", DevToolsParams().add("requestId", request),
                        during([this, request, type](const DevToolsMessage &reply) {
                            const QJsonObject body = reply.object();
@@ -308,6 +313,10 @@ void WebPage::responsePaused(const QJsonObject &event) {
 }
 
 void WebPage::showResponse(const QJsonValue &request, const QByteArray &type, const QByteArray &body) {
+    if (type.isEmpty() && !isOurs(WebDocumentSniffer::kindOfData(body))) {
+        m_session.call("Fetch.continueRequest", DevToolsParams().add("requestId", request));
+        return;
+    }
     const std::optional<WebDocument> document = WebDocument::documentWithData(body, type);
     if (document && !document->archive()) {
         m_isPicture = document->isPicture();
