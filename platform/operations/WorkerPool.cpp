@@ -2,6 +2,7 @@
 #include "platform/operations/WorkerPool.h"
 
 #include "platform/operations/NSThread.h"
+#include "platform/values/NSException.h"
 
 #include <algorithm>
 #include <array>
@@ -20,6 +21,15 @@ namespace {
 constexpr auto idleTime = 10s;
 constexpr auto watchInterval = 5ms;
 constexpr std::size_t mostWorkers = 512;
+
+bool startThread(std::function<void()> block) {
+    try {
+        NSThread::detachNewThread(std::move(block));
+        return true;
+    } catch (const std::system_error &) {
+        return false;
+    }
+}
 
 class Block : public WorkerPool::Job {
 public:
@@ -77,8 +87,8 @@ void WorkerPool::callWorker() {
     } else if (m_workers.size() < m_processors) {
         m_calling = addWorker();
     } else if (m_watcher == Watcher::None) {
-        m_watcher = Watcher::Awake;
-        std::thread([this] { watch(); }).detach();
+        if (startThread([this] { watch(); }))
+            m_watcher = Watcher::Awake;
     } else if (m_watcher == Watcher::Asleep) {
         m_watcher = Watcher::Awake;
         m_stalled.notify_one();
@@ -87,12 +97,11 @@ void WorkerPool::callWorker() {
 
 bool WorkerPool::addWorker() {
     auto worker = std::make_unique<Worker>();
-    try {
-        std::thread([this, self = worker.get()] { work(self); }).detach();
-    } catch (const std::system_error &) {
-        // The threads that are there take the jobs in turn.
+    if (!startThread([this, self = worker.get()] { work(self); })) {
+        // The threads that are there take the jobs in turn; without any, nobody would.
         if (m_workers.empty())
-            throw;
+            throw NSException(NSInternalInconsistencyException,
+                              QStringLiteral("The system grants no thread."));
         return false;
     }
     m_workers.push_back(worker.release());
