@@ -67,7 +67,7 @@ void NSOperationQueuePrivate::setSuspended(bool suspended) {
     sendRunners(runners);
 }
 
-void NSOperationQueuePrivate::add(const std::vector<std::shared_ptr<NSOperation>> &operations) {
+void NSOperationQueuePrivate::add(std::span<const std::shared_ptr<NSOperation>> operations) {
     // First all are claimed, so that a refused one leaves the queue as it was.
     std::size_t claimed = 0;
     const char *refusal = nullptr;
@@ -102,23 +102,23 @@ void NSOperationQueuePrivate::add(const std::vector<std::shared_ptr<NSOperation>
     // From here on the operations tell of changes; those from before their items are listed go unheard and
     // are looked for while listing.
     Items added;
-    std::vector<unsigned> announcements;
-    announcements.reserve(operations.size());
+    Items over; // freed after the lock is
     for (const auto &operation : operations) {
-        announcements.push_back(operation->d->readinessAnnouncements);
-        added.push_back({operation, 0, operation->isReady() ? Stage::Ready : Stage::Waiting});
+        Item &item = added.emplace_back();
+        item.operation = operation;
+        item.announced = operation->d->readinessAnnouncements;
+        item.stage = operation->isReady() ? Stage::Ready : Stage::Waiting;
     }
     std::vector<NSOperation *> unsure;
     Lock lock(m_mutex);
-    for (const unsigned announced : announcements) {
+    while (!added.empty()) {
         const auto item = added.begin();
         NSOperationPrivate &operation = *item->operation->d;
         if (operation.finishAnnounced) {
-            m_waiting.splice(m_waiting.end(), added, item);
-            m_waiting.pop_back();
+            over.splice(over.end(), added, item);
             continue;
         }
-        if (operation.readinessAnnouncements != announced) {
+        if (operation.readinessAnnouncements != item->announced) {
             item->stage = Stage::Waiting;
             unsure.push_back(item->operation.get());
         }
@@ -407,7 +407,7 @@ void NSOperationQueue::setSuspended(bool suspended) {
 }
 
 void NSOperationQueue::addOperation(const std::shared_ptr<NSOperation> &operation) {
-    d->add({operation});
+    d->add({&operation, 1});
 }
 
 void NSOperationQueue::addOperations(const std::vector<std::shared_ptr<NSOperation>> &operations,

@@ -10,6 +10,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <vector>
 
 /// An operation's place in its queue.
@@ -23,6 +24,8 @@ struct NSOperationQueueItem {
     int priority = NSOperationQueuePriorityNormal;
     /// Counts questions for readiness: only the latest answer holds.
     unsigned asked = 0;
+    /// How often readiness had been announced when the first answer was asked for.
+    unsigned announced = 0;
 };
 using NSOperationQueueItems = std::list<NSOperationQueueItem>;
 
@@ -44,7 +47,7 @@ public:
     bool isSuspended() const;
     void setSuspended(bool suspended);
 
-    void add(const std::vector<std::shared_ptr<NSOperation>> &operations);
+    void add(std::span<const std::shared_ptr<NSOperation>> operations);
     std::vector<std::shared_ptr<NSOperation>> operations() const;
     std::size_t count() const;
     void waitUntilEmpty();
