@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include "tests/tools/zrpdf/ZrpdfTest.h"
+
+namespace {
+
+using ZrpdfUsage = ZrpdfTest;
+
+TEST_F(ZrpdfUsage, WrongUseIsOneLineAndCodeTwoAndStartsNothing) {
+    put("a.html", html(100));
+    const QList<QList<QByteArray>> uses{
+        {},
+        {"--nonsense", "a.html"},
+        {"-j", "0", "a.html"},
+        {"-o"},
+        {"-o", "x.pdf", "a.html", "b.html"},
+        {"ftp://a/b"},
+        {"a.html", "a.html"},
+        {"--boot", "a.html"},
+    };
+    for (const QList<QByteArray> &arguments : uses) {
+        Child child(setup(arguments));
+        const Result result = finish(child);
+        EXPECT_EQ(result.code, 2) << arguments.join(' ').constData();
+        EXPECT_EQ(result.output, "");
+        EXPECT_TRUE(result.error.startsWith("zrpdf: ")) << result.error.constData();
+        EXPECT_EQ(result.error.count('\n'), 1) << result.error.constData();
+    }
+    EXPECT_EQ(names(), QStringList{QStringLiteral("a.html")});
+}
+
+TEST_F(ZrpdfUsage, HelpNamesEveryOptionAndEveryExitStatus) {
+    for (const char *const option : {"-h", "--help"}) {
+        const Result result = run({option});
+        EXPECT_EQ(result.code, 0);
+        EXPECT_EQ(result.error, "");
+        for (const char *const name : {"-o, --output FILE",
+                                       "-d, --directory FOLDER",
+                                       "-f, --force",
+                                       "--title TEXT",
+                                       "--creator TEXT",
+                                       "--tagged",
+                                       "--type IDENTIFIER",
+                                       "-j, --jobs N",
+                                       "-t, --timeout SECONDS",
+                                       "--json",
+                                       "--boot",
+                                       "-q, --quiet",
+                                       "-v, --verbose",
+                                       "-h, --help",
+                                       "-V, --version",
+                                       "NO_COLOR",
+                                       "\n  0 ",
+                                       "\n  1 ",
+                                       "\n  2 ",
+                                       "\n  3 ",
+                                       "\n  4 ",
+                                       "\n  5 ",
+                                       "\n  6 ",
+                                       "\n  130 "})
+            EXPECT_TRUE(result.output.contains(name)) << name;
+        for (const QByteArray &line : result.output.split('\n'))
+            EXPECT_LE(line.size(), 118) << line.constData();
+    }
+}
+
+TEST_F(ZrpdfUsage, VersionIsOneLine) {
+    const Result result = run({"-V"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_TRUE(result.output.startsWith("zrpdf ") && result.output.count('\n') == 1)
+        << result.output.constData();
+    EXPECT_EQ(run({"--version"}).output, result.output);
+}
+
+TEST_F(ZrpdfUsage, AFullOrClosedStandardOutputIsAnUnwritableOutput) {
+    Child::Setup full = setup({"--help"});
+    full.output = "/dev/full";
+    Child child(full);
+    const Result result = finish(child);
+    EXPECT_EQ(result.code, 4);
+    EXPECT_EQ(result.error, "zrpdf: standard output: No space left on device\n");
+
+    Child::Setup closed = setup({"--version"});
+    closed.prepare = [] { return ::close(1) == 0; };
+    Child other(closed);
+    EXPECT_EQ(other.wait(), 4);
+    EXPECT_EQ(other.standardError(), "zrpdf: standard output: Bad file descriptor\n");
+}
+
+TEST_F(ZrpdfUsage, ThePagesAndCompletionsKnowTheSameOptionsAsTheHelp) {
+    const QByteArray help = run({"--help"}).output;
+    const auto file = [](const char *name) {
+        QFile reader(QStringLiteral(ZR_SOURCE_DIR "/packaging/") + QLatin1String(name));
+        EXPECT_TRUE(reader.open(QIODevice::ReadOnly)) << name;
+        return reader.readAll();
+    };
+    const QByteArray page = file("man/zrpdf.1");
+    const QByteArray bash = file("completions/zrpdf.bash");
+    const QByteArray zsh = file("completions/_zrpdf");
+    const QByteArray fish = file("completions/zrpdf.fish");
+    int found = 0;
+    for (QByteArray line : help.split('\n')) {
+        const qsizetype start = line.indexOf("--");
+        if (!line.startsWith("  ") || start < 2 || start > 6)
+            continue;
+        const QByteArray name = line.mid(start + 2).split(' ').first();
+        ++found;
+        EXPECT_TRUE(page.contains("\\-\\-" + name)) << name.constData();
+        EXPECT_TRUE(bash.contains("--" + name)) << name.constData();
+        EXPECT_TRUE(zsh.contains("--" + name)) << name.constData();
+        EXPECT_TRUE(fish.contains("-l " + name)) << name.constData();
+    }
+    EXPECT_EQ(found, 15);
+}
+
+} // namespace

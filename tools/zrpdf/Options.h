@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <chrono>
+
+/// What the command line asks for. Paths and inputs are bytes, as the system has them.
+struct Options {
+    enum class Action { Convert, Boot, Help, Version };
+
+    Action action = Action::Convert;
+    QList<QByteArray> inputs;
+    QByteArray output; ///< null where it wasn't given, "-" for standard output
+    QByteArray folder; ///< null where it wasn't given
+    QString title;     ///< null where it wasn't given
+    QString creator;   ///< null where it wasn't given
+    QString type;      ///< null where it wasn't given
+    int jobs = 1;
+    std::chrono::milliseconds timeout = std::chrono::seconds(60);
+    bool tagged = false;
+    bool force = false;
+    bool json = false;
+    bool quiet = false;
+    bool verbose = false;
+
+    /// Reads the arguments that follow the program's name.
+    /// \param problem  receives one sentence about what is wrong with them, or nothing
+    static Options parse(const QList<QByteArray> &arguments, QByteArray *problem);
+
+    /// The text of --help.
+    static QByteArray help();
+};

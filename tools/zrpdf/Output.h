@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/files/AtomicFile.h"
+
+#include <QByteArray>
+#include <optional>
+
+/// Where a PDF goes: a file that appears whole, standard output, or a device or pipe that is there already.
+class Output {
+public:
+    /// \param path   the file, or "-" for standard output
+    /// \param force  whether an existing file is replaced
+    Output(const QByteArray &path, bool force);
+
+    bool isStandardOutput() const { return m_path == "-"; }
+
+    /// Says early why nothing could be written there; nothing where it can.
+    QByteArray open();
+    /// Writes it all; says why that failed, or nothing. A signal that a handler takes interrupts the writing
+    /// to a stream.
+    QByteArray commit(const QByteArray &content);
+
+private:
+    QByteArray m_path;
+    bool m_force;
+    bool m_isStream = false;
+    std::optional<AtomicFile> m_file;
+};
+
+/// Makes the folder and those above it that are missing; says why that failed, or nothing.
+QByteArray makeFolder(const QByteArray &path);
+
+/// Writes it all to the descriptor; the error number, or 0. `stopOnSignal`: an interrupt ends it, with EINTR.
+int writeAll(int descriptor, const QByteArray &content, bool stopOnSignal = false);

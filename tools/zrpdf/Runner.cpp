@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: MIT
+#include "tools/zrpdf/Runner.h"
+
+#include "platform/xpc/XPCActivator.h"
+#include "tools/zrpdf/Interrupts.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+const QString serviceName = QStringLiteral("com.velmora.zrpdf");
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+QByteArray secondsText(std::chrono::milliseconds time) {
+    return QByteArray::number(double(time.count()) / 1000) + " s";
+}
+
+/// Reads to the end; the error number, or 0.
+int readAll(int descriptor, QByteArray &content) {
+    constexpr qsizetype step = 1 << 18;
+    for (;;) {
+        const qsizetype size = content.size();
+        content.resize(size + step);
+        const ssize_t count = ::read(descriptor, content.data() + size, std::size_t(step));
+        content.resize(size + std::max<ssize_t>(count, 0));
+        if (count == 0 || (count < 0 && errno != EINTR))
+            return count == 0 ? 0 : errno;
+    }
+}
+
+} // namespace
+
+Runner::Runner(const Options &options, const Plan &plan, Reporter &reporter, ServiceLog &log, Events &events)
+    : m_options(options), m_plan(plan), m_reporter(reporter), m_log(log), m_events(events),
+      m_outcomes(plan.entries.size(), ExitCode::Success) {
+}
+
+ExitCode Runner::run() {
+    // Nothing is started for inputs that can't be read or outputs that can't be written.
+    if (admitNext())
+        startInstances(std::min(std::size_t(m_options.jobs), m_plan.entries.size() - m_next));
+    assign();
+    while (isWorking() && Interrupts::signal() == 0) {
+        for (const Event &event : m_events.take(nextDeadline()))
+            deal(event);
+        endOverdue();
+        assign();
+        m_reporter.tick();
+    }
+    if (Interrupts::signal() != 0)
+        return ExitCode::Interrupted;
+    tellRemarks();
+    m_reporter.finish();
+    if (!m_reporter.outputProblem().isEmpty()) {
+        m_reporter.line(m_reporter.outputProblem());
+        return ExitCode::UnwritableOutput;
+    }
+    const auto failed = std::find_if(m_outcomes.begin(), m_outcomes.end(),
+                                     [](ExitCode outcome) { return outcome != ExitCode::Success; });
+    return failed == m_outcomes.end() ? ExitCode::Success : *failed;
+}
+
+ExitCode Runner::boot(QByteArray *answer) {
+    m_booting = true;
+    m_outcomes.assign(1, ExitCode::Success);
+    startInstances(1);
+    send(0, QVariantMap{{QStringLiteral("__boot"), true}});
+    while (isWorking() && Interrupts::signal() == 0) {
+        for (const Event &event : m_events.take(nextDeadline()))
+            deal(event);
+        endOverdue();
+    }
+    if (Interrupts::signal() != 0)
+        return ExitCode::Interrupted;
+    tellRemarks();
+    *answer = QJsonDocument(QJsonObject::fromVariantMap(m_answer.toMap())).toJson(QJsonDocument::Compact);
+    return m_outcomes.front();
+}
+
+/// Goes on to the next entry that can be worked on; those before it have failed. False where there is none.
+bool Runner::admitNext() {
+    while (!m_admitted && m_next < m_plan.entries.size()) {
+        const Plan::Entry &entry = m_plan.entries[m_next];
+        const QByteArray unreadable = entry.input.problem();
+        m_admitted = std::make_unique<Output>(entry.output, m_options.force);
+        QByteArray unwritable;
+        if (unreadable.isEmpty())
+            unwritable = m_admitted->open();
+        if (unreadable.isEmpty() && unwritable.isEmpty())
+            return true;
+        m_admitted.reset();
+        if (!unreadable.isEmpty())
+            fail(m_next, ExitCode::UnreadableInput, unreadable, 0);
+        else
+            fail(m_next, ExitCode::UnwritableOutput, Input::shown(entry.output) + ": " + unwritable, 0);
+        ++m_next;
+    }
+    return m_admitted != nullptr;
+}
+
+void Runner::startInstances(std::size_t count) {
+    m_instances.resize(count);
+    for (std::size_t index = 0; index < count; ++index) {
+        Instance &instance = m_instances[index];
+        instance.name = index == 0 ? serviceName : serviceName + u'@' + QString::number(index + 1);
+        watch(index);
+    }
+}
+
+void Runner::watch(std::size_t index) {
+    Instance &instance = m_instances[index];
+    if (!instance.monitor)
+        instance.monitor = std::make_unique<NSXPCServiceMonitor>(
+            instance.name, [this, index](const NSXPCServiceMonitor::Exit &exit) {
+                Event event;
+                event.kind = Event::Kind::Ended;
+                event.instance = index;
+                event.process = exit.pid;
+                event.text = exit.description().toUtf8();
+                m_events.post(std::move(event));
+            });
+}
+
+void Runner::assign() {
+    for (std::size_t index = 0; index < m_instances.size(); ++index) {
+        Instance &instance = m_instances[index];
+        if (instance.state != State::Idle || !admitNext())
+            continue;
+        instance.entry = m_next++;
+        instance.output = std::move(m_admitted);
+        const Input &input = m_plan.entries[instance.entry].input;
+        if (input.kind() == Input::Kind::Stream)
+            read(index);
+        else
+            send(index, task(input.url()));
+    }
+}
+
+void Runner::read(std::size_t index) {
+    Instance &instance = m_instances[index];
+    instance.state = State::Reading;
+    instance.started = Clock::now();
+    ++instance.round;
+    // Whoever writes to the stream may take for ever; the loop doesn't.
+    std::thread([this, index, round = instance.round, input = m_plan.entries[instance.entry].input] {
+        Event event;
+        event.kind = Event::Kind::Read;
+        event.instance = index;
+        event.round = round;
+        const int descriptor = input.openStream();
+        event.failure = descriptor < 0 ? errno : readAll(descriptor, event.content);
+        if (descriptor >= 0)
+            ::close(descriptor);
+        m_events.post(std::move(event));
+    }).detach();
+}
+
+void Runner::send(std::size_t index, const QVariant &task) {
+    Instance &instance = m_instances[index];
+    instance.state = State::Working;
+    instance.started = Clock::now();
+    ++instance.round;
+    watch(index);
+    if (!instance.client)
+        instance.client = std::make_unique<ZRXPC>(instance.name);
+    instance.client->performXPCAsyncWithObject(
+        task, [this, index, round = instance.round](const QVariant &result, const NSError &error) {
+            Event event;
+            event.kind = Event::Kind::Replied;
+            event.instance = index;
+            event.round = round;
+            event.result = result;
+            event.error = error;
+            m_events.post(std::move(event));
+        });
+}
+
+QVariantMap Runner::task(const QVariant &data) const {
+    QVariantMap task{{QStringLiteral("data"), data}};
+    const auto set = [&](const QString &key, const QString &value) {
+        if (!value.isNull())
+            task.insert(key, value);
+    };
+    set(QStringLiteral("utiType"), m_options.type);
+    set(QStringLiteral("pdfTitle"), m_options.title);
+    set(QStringLiteral("pdfCreator"), m_options.creator);
+    if (m_options.tagged)
+        task.insert(QStringLiteral("tagged"), true);
+    return task;
+}
+
+bool Runner::isWorking() const {
+    // An instance that is ending is waited for only if there is work left for it.
+    return std::any_of(m_instances.begin(), m_instances.end(), [&](const Instance &instance) {
+        return instance.state == State::Reading || instance.state == State::Working ||
+               (instance.state == State::Ending && m_next < m_plan.entries.size());
+    });
+}
+
+Runner::Clock::time_point Runner::nextDeadline() const {
+    Clock::time_point next =
+        Clock::now() + (m_reporter.hasProgress() ? std::chrono::seconds(1) : std::chrono::hours(1));
+    for (const Instance &instance : m_instances)
+        if (instance.state == State::Working)
+            next = std::min<Clock::time_point>(next, instance.started + m_options.timeout);
+    return next;
+}
+
+void Runner::deal(const Event &event) {
+    Instance &instance = m_instances[event.instance];
+    if (event.kind == Event::Kind::Ended)
+        ended(instance, event);
+    else if (event.round != instance.round)
+        return; // of a task that was given up
+    else if (event.kind == Event::Kind::Read && instance.state == State::Reading)
+        readDone(event.instance, event);
+    else if (event.kind == Event::Kind::Replied && instance.state == State::Working)
+        replied(instance, event);
+}
+
+void Runner::readDone(std::size_t index, const Event &event) {
+    Instance &instance = m_instances[index];
+    if (event.failure)
+        fail(instance, ExitCode::UnreadableInput, std::strerror(event.failure));
+    else if (event.content.isEmpty())
+        fail(instance, ExitCode::UnreadableInput, "is empty");
+    else
+        send(index, task(event.content));
+}
+
+void Runner::replied(Instance &instance, const Event &event) {
+    if (event.error) {
+        fail(instance, ExitCode::FailedConversion, event.error.localizedDescription().toUtf8() + reason());
+        return;
+    }
+    if (m_booting) {
+        m_answer = event.result;
+        instance.state = State::Idle;
+        return;
+    }
+    const QByteArray pdf = event.result.toMap().value(QStringLiteral("data")).toByteArray();
+    if (!pdf.startsWith("%PDF-")) {
+        fail(instance, ExitCode::FailedConversion, "the service's reply holds no PDF");
+        return;
+    }
+    const QByteArray problem = instance.output->commit(pdf);
+    if (!problem.isEmpty())
+        fail(instance, ExitCode::UnwritableOutput,
+             (instance.output->isStandardOutput() ? QByteArray("standard output")
+                                                  : Input::shown(m_plan.entries[instance.entry].output)) +
+                 ": " + problem);
+    else
+        succeed(instance, pdf.size());
+}
+
+void Runner::ended(Instance &instance, const Event &event) {
+    if (event.process == 0)
+        instance.monitor.reset();
+    if (instance.state == State::Ending) {
+        instance.state = State::Idle;
+    } else if (instance.state == State::Working) {
+        QByteArray message = "the conversion service was lost (" + event.text + ')';
+        if (event.process == 0)
+            message = XPCActivator::executable(instance.name).isEmpty()
+                          ? "the conversion service " + serviceName.toUtf8() + " is not installed"
+                          : QByteArray("the conversion service was lost or can't be started");
+        fail(instance, ExitCode::LostService, message + reason());
+    }
+}
+
+void Runner::endOverdue() {
+    for (Instance &instance : m_instances) {
+        if (instance.state != State::Working || Clock::now() < instance.started + m_options.timeout)
+            continue;
+        const pid_t process = instance.monitor ? instance.monitor->processIdentifier() : 0;
+        fail(instance, ExitCode::Timeout, "took longer than " + secondsText(m_options.timeout));
+        if (process > 0 && ::kill(process, SIGKILL) == 0)
+            instance.state = State::Ending;
+    }
+}
+
+void Runner::succeed(Instance &instance, qint64 bytes) {
+    const Plan::Entry &entry = m_plan.entries[instance.entry];
+    instance.output.reset();
+    instance.state = State::Idle;
+    m_reporter.succeeded(entry.input, entry.output, bytes, secondsSince(instance.started));
+}
+
+void Runner::fail(Instance &instance, ExitCode code, const QByteArray &message) {
+    instance.output.reset();
+    instance.state = State::Idle;
+    fail(instance.entry, code, message, secondsSince(instance.started));
+}
+
+void Runner::fail(std::size_t entry, ExitCode code, const QByteArray &message, double seconds) {
+    m_outcomes[entry] = code;
+    if (m_booting)
+        m_reporter.line(message);
+    else
+        m_reporter.failed(m_plan.entries[entry].input, message, seconds);
+}
+
+/// What the service's log says of the failure that just happened, to be put behind its message.
+QByteArray Runner::reason() {
+    const ServiceLog::Findings findings = m_log.take();
+    for (const QByteArray &remark : findings.remarks)
+        m_reporter.remark(remark);
+    // With several instances nobody can tell whose line it is.
+    if (m_instances.size() > 1) {
+        for (const QByteArray &line : findings.reasons)
+            m_reporter.remark(line);
+        return {};
+    }
+    return findings.reasons.isEmpty() ? QByteArray() : ": " + findings.reasons.join("; ");
+}
+
+void Runner::tellRemarks() {
+    for (const QByteArray &remark : m_log.take().remarks)
+        m_reporter.remark(remark);
+}
