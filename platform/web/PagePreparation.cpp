@@ -38,6 +38,9 @@ QSizeF sizeOf(const QJsonValue &object) {
 class Preparation {
 public:
     Preparation(DevToolsSession &page, const QString &mainFrame) : m_page(page), m_mainFrame(mainFrame) {}
+    ~Preparation() { stopWatching(); }
+    Preparation(const Preparation &) = delete;
+    Preparation &operator=(const Preparation &) = delete;
 
     /// Makes the page ready for the print. False where that failed: `error()` says why.
     bool run() {
@@ -86,10 +89,8 @@ public:
         m_viewport.widthChanges = m_size.width() > m_viewport.width;
         m_viewport.heightChanges = m_size.height() > m_viewport.height;
         m_viewport.isVertical = found[u"vertical"].toBool();
-        const bool done = assignTexts(found[u"texts"].toArray()) &&
-                          (!hasSheets || freezeSheets(found[u"outcomes"].toArray()));
-        stopWatching();
-        return done;
+        return assignTexts(found[u"texts"].toArray()) &&
+               (!hasSheets || freezeSheets(found[u"outcomes"].toArray()));
     }
 
     /// Takes out of the page what another document in it would inherit; comes after what was called before.
