@@ -96,7 +96,7 @@ QVariant ZRXPC::performXPCWithObject(const QVariant &object) {
     operation->setTaskInfo(object);
     operationQueue()->addOperation(operation);
     operation->waitUntilFinished();
-    const QVariant result = operation->taskResult();
+    QVariant result = operation->taskResult();
     if (NSIsNil(result)) {
         const NSError error = operation->error();
         if (!error)

@@ -4,7 +4,7 @@
 QString NSError::localizedDescription() const {
     if (isNil())
         return {};
-    const QString message = m_userInfo.value(NSLocalizedDescriptionKey).toString();
+    QString message = m_userInfo.value(NSLocalizedDescriptionKey).toString();
     if (!message.isEmpty())
         return message;
     return QStringLiteral("The operation couldn’t be completed. (%1 error %2.)").arg(m_domain).arg(m_code);
