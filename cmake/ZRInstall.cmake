@@ -14,6 +14,7 @@ write_basic_package_version_file(ZRKitConfigVersion.cmake COMPATIBILITY SameMino
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZRKitConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/ZRKitConfigVersion.cmake
         DESTINATION ${ZR_CMAKE_DIR})
 
+file(RELATIVE_PATH ZR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 foreach(component zrplatform zrkit)
   configure_file(cmake/${component}.pc.in ${component}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${component}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
