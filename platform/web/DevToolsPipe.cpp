@@ -193,11 +193,20 @@ void DevToolsPipe::takeMessages(qsizetype from) {
 }
 
 void DevToolsPipe::deliver() {
-    // Handlers may wait for other messages, which are then delivered by the loops that they run.
     const std::shared_ptr<bool> alive = m_alive;
     while (*alive && !m_messages.empty()) {
         const DevToolsMessage message = std::move(m_messages.front());
         m_messages.pop_front();
+        // A handler may run the event loop and wait for what has arrived together with its own message.
+        if (!m_messages.empty() && !std::exchange(m_deliveryPosted, true)) {
+            QMetaObject::invokeMethod(
+                &m_readable,
+                [this] {
+                    m_deliveryPosted = false;
+                    deliver();
+                },
+                Qt::QueuedConnection);
+        }
         if (message.id() > 0) {
             const ReplyHandler handler = m_pending.take(message.id()).handler;
             if (handler)

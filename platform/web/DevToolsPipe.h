@@ -60,6 +60,7 @@ private:
     QSocketNotifier m_readable;
     QSocketNotifier m_writable;
     bool m_open = true;
+    bool m_deliveryPosted = false;
     int m_lastId = 0;
     QByteArray m_outgoing;
     qsizetype m_written = 0;

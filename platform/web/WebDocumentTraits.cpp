@@ -92,6 +92,15 @@ bool isHarmlessMeta(QStringView attributes) {
     return known;
 }
 
+bool hasActiveMeta(QStringView markup) {
+    for (qsizetype at = markup.indexOf(u'<'); at >= 0; at = markup.indexOf(u'<', at + 1)) {
+        const QStringView meta = tagRest(markup.sliced(at + 1), QLatin1StringView("meta"));
+        if (!meta.isNull() && !isHarmlessMeta(meta))
+            return true;
+    }
+    return false;
+}
+
 /// Whether an attribute is given here: its name may go on in word characters, then comes an equals sign.
 bool isAttribute(QStringView afterName) {
     qsizetype i = 0;
@@ -123,11 +132,12 @@ bool mayLeaveTraces(QStringView markup) {
         const QStringView tag = markup.sliced(at + 1);
         if (startsWithAny(tag, leaving))
             return true;
-        const QStringView meta = tagRest(tag, QLatin1StringView("meta"));
-        if (!meta.isNull() && !isHarmlessMeta(meta))
-            return true;
     }
-    return markup.contains(QLatin1StringView("autofocus"), Qt::CaseInsensitive);
+    return hasActiveMeta(markup) || markup.contains(QLatin1StringView("autofocus"), Qt::CaseInsensitive);
+}
+
+bool mayReload(QStringView markup) {
+    return hasActiveMeta(markup);
 }
 
 bool mayDependOnAddress(QStringView markup) {

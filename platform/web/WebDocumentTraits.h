@@ -14,6 +14,9 @@ bool mayLoadFonts(QStringView markup);
 /// preferences that meta elements declare, frames, focus, scheduled reloads.
 bool mayLeaveTraces(QStringView markup);
 
+/// Whether it may replace itself by another document after a while.
+bool mayReload(QStringView markup);
+
 /// Whether it may look different at another address: it refers to something other than by absolute links,
 /// data URLs and fragments in styles.
 bool mayDependOnAddress(QStringView markup);

@@ -11,6 +11,12 @@
 
 namespace {
 
+/// No frames are drawn here that would lay a document out while it loads, and some of what a load waits for
+/// is asked for by layout only.
+constexpr char layoutScript[] = "document.documentElement&&document.documentElement.offsetHeight";
+/// Milliseconds between two layouts of a page that is loading.
+constexpr int layoutInterval = 20;
+
 /// Lays the document out, which asks for what only styles refer to, and waits for its fonts.
 constexpr char settleScript[] =
     "document.documentElement&&document.documentElement.offsetHeight;document.fonts.ready.then(()=>0)";
@@ -51,6 +57,12 @@ WebPage::WebPage(DevToolsPipe &pipe, const QByteArray &context, const QByteArray
                  const QByteArray &session)
     : m_context(context), m_target(target), m_self(std::make_shared<WebPage *>(this)),
       m_session(pipe, session) {
+    m_layoutTimer.setSingleShot(true);
+    m_layoutTimer.setInterval(layoutInterval);
+    QObject::connect(&m_layoutTimer, &QTimer::timeout, &m_layoutTimer, [this] {
+        if (m_state == State::Loading && m_committed && !m_loadEventSeen)
+            layOut();
+    });
     listen();
 }
 
@@ -157,6 +169,7 @@ void WebPage::begin(bool mayReachOutside) {
     m_mainFailure = NSError();
     m_pendingRequests.clear();
     m_documentRequests.clear();
+    m_mainRequest.clear();
     m_failedFrames.clear();
     m_onLoadEvent = {};
     m_url.clear();
@@ -166,7 +179,17 @@ void WebPage::loadMarkup(const QString &markup) {
     begin(false);
     m_mayLoadFonts = WebDocumentTraits::mayLoadFonts(markup);
     m_leavesTraces = WebDocumentTraits::mayLeaveTraces(markup);
-    setContent(markup);
+    if (WebDocumentTraits::mayReload(markup))
+        watchReloads([this, markup] { setContent(markup); });
+    else
+        setContent(markup);
+}
+
+void WebPage::watchReloads(std::function<void()> ready) {
+    // No request for another main document is of our making then.
+    m_mainRequest = "none";
+    m_spent = true;
+    watch(std::move(ready));
 }
 
 void WebPage::loadPicture(const QString &markup) {
@@ -179,14 +202,21 @@ void WebPage::loadMarkup(const QString &markup, const QString &blankUrl) {
     begin(false);
     m_mayLoadFonts = WebDocumentTraits::mayLoadFonts(markup);
     m_leavesTraces = true;
-    // The blank document has a load event of its own.
-    m_onLoadEvent = [this, markup] { setContent(markup); };
-    m_session.call(
-        "Page.navigate", DevToolsParams().add("url", blankUrl), during([this](const DevToolsMessage &reply) {
-            const QString error = reply.isError() ? reply.error() : reply.object()[u"errorText"].toString();
-            if (!error.isEmpty())
-                failProvisional(WebLoadError(error));
-        }));
+    const auto start = [this, markup, blankUrl] {
+        // The blank document has a load event of its own.
+        m_onLoadEvent = [this, markup] { setContent(markup); };
+        m_session.call("Page.navigate", DevToolsParams().add("url", blankUrl),
+                       during([this](const DevToolsMessage &reply) {
+                           const QString error =
+                               reply.isError() ? reply.error() : reply.object()[u"errorText"].toString();
+                           if (!error.isEmpty())
+                               failProvisional(WebLoadError(error));
+                       }));
+    };
+    if (WebDocumentTraits::mayReload(markup))
+        watchReloads(start);
+    else
+        start();
 }
 
 void WebPage::setContent(const QString &markup) {
@@ -204,16 +234,28 @@ void WebPage::loadMarkup(const QString &markup, const QByteArray &mimeType, cons
     m_mainBody = markup.toUtf8();
     m_mainType = mimeType + ";charset=utf-8";
     m_url = url.toString(QUrl::FullyEncoded);
-    m_session.call("Fetch.enable", DevToolsParams().addJson("patterns", watchDocuments));
-    navigate(m_url, [this] { commit(); });
+    navigateWatched();
 }
 
 void WebPage::loadUrl(const QUrl &url) {
     begin(true);
     m_url = url.toString(QUrl::FullyEncoded);
-    // Requests for documents are watched: once the page is loaded, a scheduled reload must not replace it.
-    m_session.call("Fetch.enable", DevToolsParams().addJson("patterns", watchDocuments));
-    navigate(m_url, [this] { commit(); });
+    navigateWatched();
+}
+
+void WebPage::navigateWatched() {
+    watch([this] { navigate(m_url, [this] { commit(); }); });
+}
+
+void WebPage::watch(std::function<void()> ready) {
+    // Requests for documents stop and ask: once the page is loaded, a scheduled reload must not replace it.
+    m_session.call("Fetch.enable", DevToolsParams().addJson("patterns", watchDocuments),
+                   during([this, ready = std::move(ready)](const DevToolsMessage &reply) {
+                       if (reply.isError())
+                           failProvisional(WebLoadError(reply.error(), m_url));
+                       else
+                           ready();
+                   }));
 }
 
 void WebPage::loadArchive(const WebArchive &archive) {
@@ -262,24 +304,43 @@ void WebPage::commit() {
     m_committed = true;
     if (m_mainFailure)
         failCommitted(m_mainFailure);
-    else
+    else if (m_loadEventSeen)
         settle();
+    else
+        layOut();
+}
+
+void WebPage::layOut() {
+    m_session.call("Runtime.evaluate", DevToolsParams().add("expression", layoutScript),
+                   during([this](const DevToolsMessage &) {
+                       if (m_state == State::Loading && !m_loadEventSeen)
+                           m_layoutTimer.start();
+                   }));
 }
 
 void WebPage::requestPaused(const QJsonObject &event) {
     const QJsonValue request = event[u"requestId"];
     const bool isDocument = event[u"resourceType"].toString() == QLatin1StringView("Document");
-    if (isDocument && m_loadEventSeen)
+    const bool isMain = isDocument && event[u"frameId"].toString() == mainFrame();
+    const QByteArray networkId = event[u"networkId"].toString().toLatin1();
+    if (isMain && m_mainRequest.isEmpty())
+        m_mainRequest = networkId;
+    if (isMain ? networkId != m_mainRequest : isDocument && m_loadEventSeen) {
+        // A reload that the document has scheduled: it comes too late. The document stays.
+        m_session.call("Fetch.failRequest",
+                       DevToolsParams().add("requestId", request).add("errorReason", "Aborted"));
         return;
+    }
     if (m_server) {
         m_server->answer(event);
         return;
     }
-    if (event.contains(u"responseStatusCode") || event.contains(u"responseErrorReason")) {
+    // A request that has failed has no body, and asking for one ends some browsers.
+    if (event.contains(u"responseStatusCode") && !event.contains(u"responseErrorReason")) {
         responsePaused(event);
         return;
     }
-    if (isDocument && !m_mainType.isEmpty() && event[u"frameId"].toString() == mainFrame()) {
+    if (isMain && !m_mainType.isEmpty()) {
         fulfill(request, m_mainType, m_mainBody);
         return;
     }
@@ -345,10 +406,13 @@ void WebPage::requestStarted(const DevToolsMessage &event) {
     const QByteArray request = object[u"requestId"].toString().toLatin1();
     const QString type = object[u"type"].toString();
     m_metOutside = m_metOutside || isOutside(object[u"request"][u"url"].toString());
-    if (type == QLatin1StringView("Document"))
-        m_documentRequests.insert(request, object[u"frameId"].toString());
-    else if (type == QLatin1StringView("Image") || type == QLatin1StringView("Stylesheet") ||
-             type == QLatin1StringView("Font"))
+    if (type == QLatin1StringView("Document")) {
+        const QString frame = object[u"frameId"].toString();
+        m_documentRequests.insert(request, frame);
+        if (frame == mainFrame() && m_mainRequest.isEmpty())
+            m_mainRequest = request;
+    } else if (type == QLatin1StringView("Image") || type == QLatin1StringView("Stylesheet") ||
+               type == QLatin1StringView("Font"))
         m_pendingRequests.insert(request);
 }
 
@@ -359,9 +423,11 @@ void WebPage::requestEnded(const DevToolsMessage &event, bool failed) {
     if (!frame.isNull() && m_state == State::Loading) {
         const NSError error = WebLoadError(object[u"errorText"].toString(), m_url);
         if (frame == mainFrame()) {
-            // Whether it is the provisional load that failed is told by the reply to the navigation.
-            m_mainFailure = error;
-            if (m_committed)
+            // Whether it is the provisional load that failed is told by the reply to the navigation. Later
+            // requests are for reloads, which don't matter.
+            if (request == m_mainRequest)
+                m_mainFailure = error;
+            if (m_committed && m_mainFailure)
                 failCommitted(error);
             return;
         }

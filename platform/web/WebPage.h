@@ -6,6 +6,7 @@
 #include "platform/web/WebPreferences.h"
 
 #include <QSet>
+#include <QTimer>
 #include <QUrl>
 
 class WebArchive;
@@ -75,10 +76,14 @@ private:
     void listen();
     void begin(bool mayReachOutside);
     void navigate(const QString &url, std::function<void()> committed);
+    void navigateWatched();
+    void watch(std::function<void()> ready);
+    void watchReloads(std::function<void()> ready);
     void setContent(const QString &markup);
     /// Runs `next` when the load event of the document that is loading now has come, and takes it away.
     void afterLoadEvent(std::function<void()> next);
     void commit();
+    void layOut();
     void settle();
     void fulfill(const QJsonValue &request, const QByteArray &contentType, const QByteArray &body);
     void requestPaused(const QJsonObject &event);
@@ -112,12 +117,14 @@ private:
     NSError m_mainFailure;
     QSet<QByteArray> m_pendingRequests;
     QHash<QByteArray, QString> m_documentRequests; ///< request to frame
+    QByteArray m_mainRequest;                      ///< the first one of the main frame
     QSet<QString> m_failedFrames;
     std::unique_ptr<WebArchiveServer> m_server;
     QByteArray m_mainBody, m_mainType; ///< served for the main document, where it has a type
     int m_fontSize = 16, m_fixedFontSize = 14;
     bool m_cacheDisabled = false;
     std::function<void()> m_onLoadEvent; ///< takes the load event from the load in hand
+    QTimer m_layoutTimer;
     std::shared_ptr<WebPage *> m_self;
     /// Last, so that the calls it fails find everything else alive.
     DevToolsSession m_session;

@@ -100,6 +100,19 @@ TEST(DevToolsSession, AWaitInsideAHandlerSeesLaterMessages) {
     EXPECT_TRUE(done);
 }
 
+TEST(DevToolsSession, AWaitInsideAHandlerSeesWhatArrivedTogetherWithItsMessage) {
+    FakeBrowser browser;
+    DevToolsSession session(*browser.pipe);
+    int done = 0;
+    const auto ask = [&](const DevToolsMessage &) { done += !session.callAndWait("Ask").isError(); };
+    session.on("Go", ask);
+    const QByteArray event = QByteArray("{\"method\":\"Go\",\"params\":{}}") + '\0';
+    browser.say(event + event + reply(2) + reply(1));
+    while (done < 2)
+        DevToolsPipe::waitForEvents();
+    EXPECT_EQ(done, 2);
+}
+
 TEST(DevToolsSession, AClosedPipeFailsPendingAndLaterCalls) {
     FakeBrowser browser;
     DevToolsSession session(*browser.pipe);

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/PDFReader.h"
+
+#include <QProcess>
+#include <QStringList>
+#include <QTemporaryFile>
+#include <gtest/gtest.h>
+
+QByteArray PDFReader::run(const char *program, const QStringList &arguments) const {
+    QTemporaryFile file;
+    if (!file.open())
+        return {};
+    file.write(m_pdf);
+    file.close();
+    QProcess process;
+    QStringList all = arguments;
+    all << file.fileName();
+    if (QLatin1StringView(program) == QLatin1StringView("pdftotext"))
+        all << QStringLiteral("-");
+    process.start(QString::fromLatin1(program), all);
+    EXPECT_TRUE(process.waitForFinished(60000)) << program << " did not run";
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    return process.readAllStandardOutput();
+}
+
+QString PDFReader::text() const {
+    return QString::fromUtf8(run("pdftotext", {})).simplified();
+}
+
+QByteArray PDFReader::picture() const {
+    if (m_picture.isNull())
+        m_picture = run("pdftoppm", {QStringLiteral("-r"), QStringLiteral("72"), QStringLiteral("-f"),
+                                     QStringLiteral("1"), QStringLiteral("-l"), QStringLiteral("1")});
+    return m_picture;
+}
+
+namespace {
+
+/// A binary portable pixmap: "P6 width height 255", one white space, then the bytes.
+struct Pixmap {
+    explicit Pixmap(const QByteArray &bytes) {
+        const QList<QByteArray> words = bytes.left(64).simplified().split(' ');
+        if (words.size() < 4 || words[0] != "P6")
+            return;
+        width = words[1].toInt();
+        height = words[2].toInt();
+        data = bytes.constData() + bytes.size() - qsizetype(width) * height * 3;
+    }
+    int at(int x, int y) const {
+        const auto *p = reinterpret_cast<const uchar *>(data) + (qsizetype(y) * width + x) * 3;
+        return p[0] << 16 | p[1] << 8 | p[2];
+    }
+    int width = 0, height = 0;
+    const char *data = nullptr;
+};
+
+} // namespace
+
+int PDFReader::pixel(int x, int y) const {
+    const QByteArray bytes = picture();
+    const Pixmap map(bytes);
+    return x >= 0 && y >= 0 && x < map.width && y < map.height ? map.at(x, y) : -1;
+}
+
+bool PDFReader::shows(int color) const {
+    const QByteArray bytes = picture();
+    const Pixmap map(bytes);
+    for (int y = 0; y < map.height; ++y) {
+        for (int x = 0; x < map.width; ++x) {
+            if (map.at(x, y) == color)
+                return true;
+        }
+    }
+    return false;
+}
