@@ -5,7 +5,13 @@
 #include <QList>
 #include <chrono>
 #include <functional>
+#include <ostream>
 #include <sys/types.h>
+
+/// Makes failed comparisons readable.
+inline void PrintTo(const QByteArray &bytes, std::ostream *stream) {
+    *stream << '"' << bytes.toStdString() << '"';
+}
 
 /// A program that a test runs, with its standard streams in the test's hands.
 class Child {
