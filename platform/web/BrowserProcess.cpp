@@ -95,18 +95,26 @@ Ends makeLifeline() {
 }
 
 /// What the service's activation is told by must not reach the browser.
-std::vector<char *> browserEnvironment() {
+std::vector<char *> browserEnvironment(BrowserProcess::TemporaryFiles files) {
+    // Even a download that is refused begins with a temporary file. Where the system has no place for shared
+    // memory, that is made among them, too.
+    static char nowhere[] = "TMPDIR=/dev/null";
+    const bool refused =
+        files == BrowserProcess::TemporaryFiles::Refused && ::access("/dev/shm", W_OK | X_OK) == 0;
     std::vector<char *> kept;
     for (char **entry = environ; *entry; ++entry) {
-        if (std::strncmp(*entry, "LISTEN_", 7) != 0 && std::strncmp(*entry, "NOTIFY_SOCKET=", 14) != 0)
+        if (std::strncmp(*entry, "LISTEN_", 7) != 0 && std::strncmp(*entry, "NOTIFY_SOCKET=", 14) != 0 &&
+            !(refused && std::strncmp(*entry, "TMPDIR=", 7) == 0))
             kept.push_back(*entry);
     }
+    if (refused)
+        kept.push_back(nowhere);
     kept.push_back(nullptr);
     return kept;
 }
 
-pid_t spawn(const std::vector<QByteArray> &command, const Ends &commands, const Ends &replies,
-            const Ends &life) {
+pid_t spawn(const std::vector<QByteArray> &command, std::vector<char *> environment, const Ends &commands,
+            const Ends &replies, const Ends &life) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     for (const int standard : {0, 1, 2})
@@ -128,7 +136,6 @@ pid_t spawn(const std::vector<QByteArray> &command, const Ends &commands, const 
     for (const QByteArray &argument : command)
         arguments.push_back(const_cast<char *>(argument.constData()));
     arguments.push_back(nullptr);
-    std::vector<char *> environment = browserEnvironment();
 
     pid_t pid = -1;
     const int failure =
@@ -212,7 +219,7 @@ QStringList BrowserProcess::arguments() {
     return list;
 }
 
-std::unique_ptr<BrowserProcess> BrowserProcess::start() {
+std::unique_ptr<BrowserProcess> BrowserProcess::start(TemporaryFiles files) {
     const QString browser = executable();
     const QString keeper = keeperProgram();
     if (browser.isNull() || keeper.isNull()) {
@@ -237,7 +244,7 @@ std::unique_ptr<BrowserProcess> BrowserProcess::start() {
     Ends replies = makePipe();
     Ends lifeline = makeLifeline();
     const bool ready = commands.isValid() && replies.isValid() && lifeline.isValid();
-    const pid_t pid = ready ? spawn(command, commands, replies, lifeline) : -1;
+    const pid_t pid = ready ? spawn(command, browserEnvironment(files), commands, replies, lifeline) : -1;
     if (pid < 0) {
         NSLog("Cannot start the browser: %@", QString::fromLocal8Bit(std::strerror(errno)));
         return nullptr;

@@ -14,9 +14,13 @@
 /// members may be called before there is a QCoreApplication; one thread at a time.
 class BrowserProcess {
 public:
+    /// Whether the browser may make temporary files, which it needs for little more than snapshots of pages.
+    /// One that is killed leaves them behind.
+    enum class TemporaryFiles { Refused, Allowed };
+
     /// Starts a browser and returns at once, without waiting for it to be ready.
     /// \return null where no browser or no keeper is installed, after one line in the log
-    static std::unique_ptr<BrowserProcess> start();
+    static std::unique_ptr<BrowserProcess> start(TemporaryFiles files = TemporaryFiles::Refused);
 
     /// The program that is started: the real executable, not a script around it. Null where there is none.
     static QString executable();

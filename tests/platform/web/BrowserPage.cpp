@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-BrowserPage::BrowserPage() {
-    m_process = BrowserProcess::start();
+BrowserPage::BrowserPage(BrowserProcess::TemporaryFiles files) {
+    m_process = BrowserProcess::start(files);
     if (!m_process) {
         ADD_FAILURE() << "no browser";
         return;

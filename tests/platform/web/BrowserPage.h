@@ -9,7 +9,7 @@
 /// A page of a browser of its own, with scripts on, to ask the real engine what is right.
 class BrowserPage {
 public:
-    BrowserPage();
+    explicit BrowserPage(BrowserProcess::TemporaryFiles files = BrowserProcess::TemporaryFiles::Refused);
 
     /// The value of a script expression, awaited where it is a promise; undefined where it throws.
     QJsonValue evaluate(const QString &expression);

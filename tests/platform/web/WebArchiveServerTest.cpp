@@ -242,7 +242,7 @@ TEST(WebArchiveServer, PropertyListsOfAnotherWriterAreServedWhole) {
 TEST(WebArchiveServer, TheBrowsersOwnSnapshotsComeBackWhole) {
     QByteArray snapshot;
     {
-        BrowserPage page;
+        BrowserPage page(BrowserProcess::TemporaryFiles::Allowed);
         page.navigate(QStringLiteral("file://" ZR_SOURCE_DIR "/tests/documents/page/index.html"));
         snapshot = page.session()
                        .callAndWait("Page.captureSnapshot", DevToolsParams().add("format", "mhtml"))
