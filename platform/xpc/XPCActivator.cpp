@@ -125,6 +125,10 @@ XPCDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *
 }
 
 std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name, QString *error) {
+    if (m_stopped) {
+        *error = QStringLiteral("\"%1\" is not started any more").arg(name);
+        return {};
+    }
     const QByteArray program = executable(name);
     if (program.isEmpty()) {
         *error = QStringLiteral("no service \"%1\" is installed").arg(name);
@@ -198,6 +202,11 @@ void XPCActivator::connectionWasLost(const QString &name, pid_t process) {
     const auto found = m_instances.find(name);
     if (found != m_instances.end() && found->second->process.pid == process && isEnding(process))
         m_instances.erase(found);
+}
+
+void XPCActivator::stop() {
+    const std::lock_guard lock(m_mutex);
+    m_stopped = true;
 }
 
 pid_t XPCActivator::processIdentifier(const QString &name) {

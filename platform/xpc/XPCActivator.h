@@ -41,6 +41,10 @@ public:
     /// any more, even while its socket may still take connections that nobody will accept.
     void connectionWasLost(const QString &name, pid_t process);
 
+    /// Waits for a start that is under way and starts nothing from here on: for a host that ends without
+    /// waiting for its threads, so that none of them is ended halfway.
+    void stop();
+
     /// Tells of each end of a started instance until removed; removeExitHandler() waits for a running call,
     /// unless called from it.
     quint64 addExitHandler(const QString &name, ExitHandler handler);
@@ -61,6 +65,7 @@ private:
 
     std::mutex m_mutex;
     std::map<QString, std::shared_ptr<Instance>> m_instances;
+    bool m_stopped = false;
     quint64 m_lastToken = 0;
     std::list<std::shared_ptr<Watcher>> m_watchers;
 };

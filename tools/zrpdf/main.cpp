@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "platform/xpc/XPCActivator.h"
 #include "tools/zrpdf/Events.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
@@ -19,6 +20,7 @@ namespace {
 /// Ends the process without waiting for anybody: what is on disk is on disk, and the service ends with its
 /// host.
 [[noreturn]] void leave(int status) {
+    XPCActivator::shared().stop();
     ::_exit(status);
 }
 
