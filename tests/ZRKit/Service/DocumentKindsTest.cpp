@@ -3,6 +3,7 @@
 #include "ZRKit/Service/ZRConvertHTML.h"
 
 #include "platform/pdf/PDFDocument.h"
+#include "tests/support/HTTPServer.h"
 
 #include <QFile>
 #include <QProcess>
@@ -392,4 +393,119 @@ TEST(DocumentKinds, ConvertingGoesOnAfterArchivesAndFailures) {
         EXPECT_EQ(Converted(QStringLiteral("<p>text")).text(), QStringLiteral("text"));
         EXPECT_TRUE(Converted(QByteArray("%PDF-1.4")).failed());
     }
+}
+
+namespace {
+
+/// A server with one document of each kind, and the ways that servers describe them.
+HTTPServer::Response answer(const HTTPServer::Request &request) {
+    const QByteArray path = request.path;
+    const auto sample = [](const char *name) { return contentsOf(documents + QLatin1StringView(name)); };
+    HTTPServer::Response response;
+    if (path == "/red.png" || path == "/wide.png") {
+        response.contentType = "image/png";
+        response.body = sample(path.constData() + 1);
+    } else if (path == "/no-type") {
+        response.contentType = "";
+        response.body = sample("red.png");
+    } else if (path == "/elsewhere") {
+        response.status = 302;
+        response.headers = {"Location: /red.png"};
+    } else if (path == "/missing.png") {
+        response.status = 404;
+        response.contentType = "image/png";
+        response.body = sample("red.png");
+    } else if (path == "/broken.png") {
+        response.contentType = "image/png";
+        response.body = "no picture";
+    } else if (path == "/saved.png") {
+        response.contentType = "image/png";
+        response.headers = {"Content-Disposition: attachment; filename=saved.png"};
+        response.body = sample("red.png");
+    } else if (path == "/drawing") {
+        response.contentType = "image/svg+xml";
+        response.body =
+            "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"100\" height=\"50\"><rect width=\"50\" "
+            "height=\"50\" fill=\"#0f0\"/><image href=\"red.png\" x=\"60\" width=\"20\" "
+            "height=\"20\"/></svg>";
+    } else if (path == "/xhtml") {
+        response.contentType = "application/xhtml+xml";
+        response.body =
+            "<html xmlns=\"http://www.w3.org/1999/xhtml\"><style>div + div{height:9px;background:#0f0}"
+            "body{margin:0}</style><body><div/><div/>text</body></html>";
+    } else if (path == "/koi8") {
+        response.contentType = "text/plain; charset=koi8-r";
+        response.body = "\xF0\xD2\xC9\xD7\xC5\xD4";
+    } else if (path == "/archive" || path == "/mail") {
+        response.contentType = path == "/mail" ? "message/rfc822" : "multipart/related";
+        response.body =
+            "MIME-Version: 1.0\nContent-Type: multipart/related; boundary=b\n\n--b\nContent-Type: text/html\n"
+            "Content-Location: http://saved.example/page\n\n<p>archived<img src=i.png><img alt=\"\" "
+            "src=j.png>\n--b\n"
+            "Content-Type: image/png\nContent-Location: http://saved.example/i.png\n"
+            "Content-Transfer-Encoding: base64\n\n" +
+            sample("red.png").toBase64() + "\n--b--";
+    } else if (path == "/no-archive") {
+        response.contentType = "multipart/related";
+        response.body = "nothing of the kind";
+    } else if (path == "/webarchive") {
+        response.contentType = "application/x-webarchive";
+        response.body = outputOf(QStringLiteral("python3"), {documents + QStringLiteral("make_webarchive.py"),
+                                                             QStringLiteral("binary")});
+    } else if (path == "/film") {
+        response.contentType = "video/mp4";
+        response.body = QByteArray("\0\0\0\x20"
+                                   "ftypisom\0\0\2\0",
+                                   16);
+    } else if (path == "/song") {
+        response.contentType = "audio/mpeg";
+        response.body = "ID3";
+    } else if (path == "/paper") {
+        response.contentType = "application/pdf";
+        response.body = "%PDF-1.4";
+    }
+    return response;
+}
+
+} // namespace
+
+TEST(DocumentKinds, PicturesOfServers) {
+    HTTPServer server(answer);
+    for (const char *path : {"/red.png", "/no-type", "/elsewhere", "/missing.png"}) {
+        const Converted made(server.url(QLatin1StringView(path)));
+        ASSERT_FALSE(made.failed()) << path;
+        EXPECT_EQ(made.size(), QSizeF(800, 1131)) << path;
+        EXPECT_EQ(made.colourAt(8, 8), "255,0,0") << path;
+        EXPECT_EQ(made.colourAt(18, 18), "255,255,255") << path;
+    }
+    EXPECT_EQ(Converted(server.url(QStringLiteral("/wide.png"))).colourAt(795, 8), "0,0,255");
+    EXPECT_TRUE(Converted(server.url(QStringLiteral("/broken.png"))).failed());
+    EXPECT_TRUE(Converted(server.url(QStringLiteral("/saved.png"))).failed());
+}
+
+TEST(DocumentKinds, XMLAndTextOfServers) {
+    HTTPServer server(answer);
+    const Converted drawing(server.url(QStringLiteral("/drawing")));
+    EXPECT_EQ(drawing.colourAt(25, 25), "0,255,0");
+    EXPECT_EQ(drawing.colourAt(70, 10), "255,0,0");
+    EXPECT_EQ(Converted(server.url(QStringLiteral("/xhtml"))).colourAt(100, 4), "0,255,0");
+    EXPECT_EQ(Converted(server.url(QStringLiteral("/koi8"))).text(), QString::fromUtf8("Привет"));
+}
+
+TEST(DocumentKinds, ArchivesOfServersAreServedFromWhatCame) {
+    HTTPServer server(answer);
+    for (const char *path : {"/archive", "/mail"}) {
+        const Converted made(server.url(QLatin1StringView(path)));
+        EXPECT_EQ(made.text(), QStringLiteral("archived")) << path;
+        EXPECT_EQ(made.pictures(), 1) << path;
+    }
+    expectSamplePage(Converted(server.url(QStringLiteral("/webarchive"))));
+    EXPECT_TRUE(Converted(server.url(QStringLiteral("/no-archive"))).failed());
+    EXPECT_EQ(server.requests().size(), 4);
+}
+
+TEST(DocumentKinds, MediaOfServersFail) {
+    HTTPServer server(answer);
+    for (const char *path : {"/film", "/song", "/paper"})
+        EXPECT_TRUE(Converted(server.url(QLatin1StringView(path))).failed()) << path;
 }
