@@ -71,3 +71,5 @@ void ZROperationConcurrent::completeOperation() {
     if (completion)
         completion(operation);
 }
+
+#include "moc_ZROperationQueue.cpp"

@@ -112,3 +112,5 @@ bool ZRConvertHTML::conformsToUTITypes(const QStringList &utiTypes) const {
     }
     return false;
 }
+
+#include "moc_ZRConvertHTML.cpp"

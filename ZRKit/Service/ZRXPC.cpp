@@ -120,3 +120,5 @@ void ZRXPC::performXPCSynchronousWithObject(const QVariant &object, const Block 
 NSOperationQueue *ZRXPC::operationQueue() const {
     return &m_helper->queue;
 }
+
+#include "moc_ZRXPC.cpp"

@@ -142,3 +142,5 @@ void ZRXPCBaseWorker::setXpcConnection(const std::shared_ptr<NSXPCConnection> &c
     const std::lock_guard lock(m_mutex);
     m_xpcConnection = connection;
 }
+
+#include "moc_ZRXPCBaseWorker.cpp"

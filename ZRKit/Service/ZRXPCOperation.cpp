@@ -71,3 +71,5 @@ void ZRXPCOperation::setError(const NSError &error) {
     const std::lock_guard lock(m_mutex);
     m_error = error;
 }
+
+#include "moc_ZRXPCOperation.cpp"

@@ -86,6 +86,16 @@ TEST_F(ZrpdfUsage, AFullOrClosedStandardOutputIsAnUnwritableOutput) {
     EXPECT_EQ(other.standardError(), "zrpdf: standard output: Bad file descriptor\n");
 }
 
+TEST_F(ZrpdfUsage, ItLoadsNoLibraryOfTheServicesWork) {
+    Child::Setup wanted = setup({});
+    wanted.command = {"/usr/bin/readelf", "-d", ZR_BINARY_DIR "/bin/zrpdf"};
+    Child child(wanted);
+    ASSERT_EQ(child.wait(), 0) << child.standardError().constData();
+    EXPECT_TRUE(child.standardOutput().contains("[libQt6Core"));
+    for (const char *const library : {"[libqpdf", "[libicu", "[libcurl", "[libQt6Gui", "[libQt6Network"})
+        EXPECT_FALSE(child.standardOutput().contains(library)) << child.standardOutput().constData();
+}
+
 TEST_F(ZrpdfUsage, ThePagesAndCompletionsKnowTheSameOptionsAsTheHelp) {
     const QByteArray help = run({"--help"}).output;
     const auto file = [](const char *name) {
