@@ -152,11 +152,6 @@ void WebPage::setPreferences(const WebPreferences &preferences) {
             DevToolsParams().add("fontSizes", QJsonObject{{QStringLiteral("standard"), m_fontSize},
                                                           {QStringLiteral("fixed"), m_fixedFontSize}}));
     }
-    const bool disableCache = preferences.cacheModel() != 2;
-    if (disableCache != m_cacheDisabled) {
-        m_cacheDisabled = disableCache;
-        m_session.call("Network.setCacheDisabled", DevToolsParams().add("cacheDisabled", disableCache));
-    }
 }
 
 void WebPage::begin(bool mayReachOutside) {

@@ -122,7 +122,6 @@ private:
     std::unique_ptr<WebArchiveServer> m_server;
     QByteArray m_mainBody, m_mainType; ///< served for the main document, where it has a type
     int m_fontSize = 16, m_fixedFontSize = 14;
-    bool m_cacheDisabled = false;
     std::function<void()> m_onLoadEvent; ///< takes the load event from the load in hand
     QTimer m_layoutTimer;
     std::shared_ptr<WebPage *> m_self;
