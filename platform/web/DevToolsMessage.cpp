@@ -3,6 +3,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -32,7 +33,7 @@ char *writeAscii(char *out, unsigned char c) {
     if (!escape) {
         *out++ = char(c);
     } else if (escape == 'u') {
-        std::memcpy(out, "\\u00", 4);
+        std::copy_n("\\u00", 4, out);
         out[4] = hexDigits[c >> 4];
         out[5] = hexDigits[c & 15];
         out += 6;
@@ -196,7 +197,7 @@ constexpr std::array<quint8, 256> makeBase64Values() {
     values.fill(0xff);
     constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (int i = 0; i < 64; ++i)
-        values[size_t(alphabet[i])] = quint8(i);
+        values[static_cast<unsigned char>(alphabet[i])] = quint8(i);
     return values;
 }
 constexpr std::array<quint8, 256> base64Values = makeBase64Values();

@@ -47,7 +47,7 @@ DevToolsPipe::~DevToolsPipe() {
         session->m_pipe = nullptr;
         session->m_closedWhy = goneText();
     }
-    fail(std::move(calls), goneText());
+    fail(calls, goneText());
 }
 
 void DevToolsPipe::waitForEvents() {
@@ -70,10 +70,10 @@ void DevToolsPipe::removeSession(DevToolsSession *session, const QString &why) {
             ++it;
         }
     }
-    fail(std::move(calls), why);
+    fail(calls, why);
 }
 
-void DevToolsPipe::fail(std::vector<Pending> calls, const QString &why) {
+void DevToolsPipe::fail(const std::vector<Pending> &calls, const QString &why) {
     const DevToolsMessage failure = DevToolsMessage::failure(why);
     for (const Pending &call : calls) {
         if (call.handler)
@@ -226,7 +226,7 @@ void DevToolsPipe::close() {
     std::vector<Pending> calls(m_pending.cbegin(), m_pending.cend());
     m_pending.clear();
     const std::shared_ptr<bool> alive = m_alive;
-    fail(std::move(calls), goneText());
+    fail(calls, goneText());
     if (*alive && m_closed)
         m_closed();
 }

@@ -53,7 +53,7 @@ private:
     void takeMessages(qsizetype from);
     void deliver();
     void close();
-    void fail(std::vector<Pending> calls, const QString &why);
+    void fail(const std::vector<Pending> &calls, const QString &why);
 
     const int m_commandFd;
     const int m_replyFd;

@@ -37,9 +37,9 @@ DevToolsMessage DevToolsSession::callAndWait(const char *method, const DevToolsP
     return reply;
 }
 
-void DevToolsSession::on(const QByteArray &event, EventHandler handler) {
+void DevToolsSession::on(const QByteArray &event, const EventHandler &handler) {
     if (handler)
-        m_handlers.insert(event, std::move(handler));
+        m_handlers.insert(event, handler);
     else
         m_handlers.remove(event);
 }

@@ -38,7 +38,7 @@ public:
     DevToolsMessage callAndWait(const char *method, const DevToolsParams &params = {});
 
     /// Sets the one handler of an event; an empty function removes it.
-    void on(const QByteArray &event, EventHandler handler);
+    void on(const QByteArray &event, const EventHandler &handler);
 
 private:
     friend class DevToolsPipe;

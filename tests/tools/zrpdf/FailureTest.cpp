@@ -35,7 +35,7 @@ TEST_F(ZrpdfFailure, InputsThatCannotBeReadAreOneLineAndCodeThree) {
 }
 
 TEST_F(ZrpdfFailure, EmptyOrClosedStandardInputIsUnreadable) {
-    const Result empty = run({"-"});
+    const Result empty = run({"-q", "-"});
     EXPECT_EQ(empty.code, 3);
     EXPECT_EQ(empty.error, "zrpdf: standard input: is empty\n");
     Child::Setup wanted = setup({"-q", "-"});
