@@ -5,8 +5,13 @@
 #include <QDir>
 #include <QFile>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
+#include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -68,6 +73,75 @@ TEST_F(ZrpdfTrouble, OfTwoInstancesOneCanBeLostAlone) {
     EXPECT_EQ(child.standardError().count('\n'), 1) << child.standardError().constData();
     for (int index = 0; index < 6; ++index)
         EXPECT_NEAR(pageHeight("n" + QByteArray::number(index) + ".pdf"), 1300 + index, 0.01);
+}
+
+/// A service that somebody else has started for this user's socket, as a systemd unit does.
+class ZrpdfUnit : public ZrpdfTest {
+protected:
+    void SetUp() override {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        ASSERT_LT(std::size_t(name.size()), sizeof address.sun_path);
+        std::memcpy(address.sun_path, name.constData(), std::size_t(name.size()));
+        m_socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        ASSERT_EQ(::bind(m_socket, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+        ASSERT_EQ(::listen(m_socket, 16), 0);
+    }
+    void TearDown() override {
+        ::close(m_socket);
+        ::unlink(name.constData());
+        ZrpdfTest::TearDown();
+    }
+    Child::Setup service() const {
+        Child::Setup wanted = setup({});
+        wanted.command = {ZR_BINARY_DIR "/libexec/zrkit/com.velmora.zrpdf"};
+        wanted.environment.append("LISTEN_FDS=1");
+        wanted.prepare = [socket = m_socket] {
+            return ::dup2(socket, 3) == 3 &&
+                   ::setenv("LISTEN_PID", std::to_string(::getpid()).c_str(), 1) == 0;
+        };
+        return wanted;
+    }
+    const QByteArray name = runtimeFolder() + "/com.velmora.zrpdf.sock";
+
+private:
+    int m_socket = -1;
+};
+
+TEST_F(ZrpdfUnit, ItsServiceConvertsAndOutlivesTheProgram) {
+    Child unit(service());
+    put("page.html", html(1300));
+    for (const char *const output : {"x.pdf", "y.pdf"}) {
+        Child child(setup({"-q", "page.html", "-o", output}));
+        EXPECT_TRUE(child.readUntil([&] { return pageHeight(output) > 0; }));
+        EXPECT_EQ(child.wait(), 0) << child.standardError().constData();
+        EXPECT_NEAR(pageHeight(output), 1300, 0.01);
+    }
+    unit.kill(SIGTERM);
+    EXPECT_EQ(unit.wait(), 0);
+    // It did the work: the program's own instance would have logged elsewhere.
+    EXPECT_GE(unit.standardError().count("==> XPC work on task "), 2) << unit.standardError().constData();
+}
+
+TEST_F(ZrpdfUnit, ItsServicesLossIsSeen) {
+    const LoopbackServer server;
+    Child unit(service());
+    Child child(setup({"-q", server.url("/silent")}));
+    ASSERT_TRUE(child.readUntil([&] { return server.waiting() == 1; }));
+    unit.kill(SIGKILL);
+    unit.wait();
+    EXPECT_EQ(child.wait(seconds(10)), 6) << child.standardError().constData();
+    EXPECT_EQ(child.standardError(),
+              "zrpdf: " + server.url("/silent") + ": the conversion service was lost or can't be started\n");
+}
+
+TEST_F(ZrpdfUnit, ATimeoutGivesTheDocumentUpAndLeavesTheServiceAlone) {
+    const LoopbackServer server;
+    Child unit(service());
+    EXPECT_EQ(run({"-q", "-t", "1", server.url("/silent")}).code, 5);
+    put("page.html", html(1300));
+    EXPECT_EQ(run({"-q", "page.html"}).code, 0);
+    unit.kill(SIGKILL);
 }
 
 /// Runs a copy of the program that has this in the place where its service is looked for first.

@@ -31,6 +31,8 @@ protected:
     static bool allGone(std::chrono::milliseconds time = std::chrono::seconds(10));
 
     QByteArray path(const QByteArray &name) const { return m_work.path().toUtf8() + '/' + name; }
+    /// Where the service and its browser may put what they need; empty again after the test.
+    QByteArray runtimeFolder() const { return m_runtime.path().toUtf8(); }
     /// All names in the test's folder.
     QStringList names() const;
     void put(const QByteArray &name, const QByteArray &content) const;
