@@ -250,8 +250,9 @@ TEST(BrowserProcess, OpensNoPort) {
             for (const QByteArray &line : lines.sliced(1)) {
                 const QList<QByteArray> columns = line.simplified().split(' ');
                 // State 0A is LISTEN.
-                if (columns.size() > 9 && columns[3] == "0A")
+                if (columns.size() > 9 && columns[3] == "0A") {
                     EXPECT_EQ(inodes.find("socket:[" + columns[9].toStdString() + "]"), std::string::npos);
+                }
             }
         }
     }
