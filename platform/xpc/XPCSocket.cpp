@@ -48,7 +48,7 @@ bool fill(sockaddr_un &address, const QByteArray &path) {
 
 /// Makes a folder that is locked as long as its descriptor is open, so that sweep() leaves it alone.
 XPCDescriptor makeFolder(QByteArray &path) {
-    for (int attempt = 0; attempt < 16; ++attempt) {
+    for (int attempt = 0; attempt < 1000; ++attempt) {
         path = parentFolder() + '/' + folderPrefix + "XXXXXX";
         if (!::mkdtemp(path.data()))
             return {};
