@@ -70,7 +70,8 @@ void WebEngine::browserGone() {
     const bool wasHealthy = std::exchange(m_wasHealthy, false);
     failLentPages(goneText());
     m_ready.reset();
-    m_inWork.clear();
+    // A page that ends fails its calls, and their handlers look for it here: it must be gone by then.
+    std::exchange(m_inWork, {}).clear();
     m_making = 0;
     failRequests(goneText());
     // The pipe is on the stack: it goes later.
@@ -87,7 +88,8 @@ void WebEngine::browserGone() {
 void WebEngine::shutDown() {
     m_wasHealthy = false;
     m_ready.reset();
-    m_inWork.clear();
+    // A page that ends fails its calls, and their handlers look for it here: it must be gone by then.
+    std::exchange(m_inWork, {}).clear();
     m_making = 0;
     failLentPages(goneText());
     m_browser.reset();
