@@ -219,7 +219,7 @@ QStringList BrowserProcess::arguments() {
     return list;
 }
 
-std::unique_ptr<BrowserProcess> BrowserProcess::start(TemporaryFiles files) {
+std::unique_ptr<BrowserProcess> BrowserProcess::start(TemporaryFiles files, const QStringList &arguments) {
     const QString browser = executable();
     const QString keeper = keeperProgram();
     if (browser.isNull() || keeper.isNull()) {
@@ -237,7 +237,7 @@ std::unique_ptr<BrowserProcess> BrowserProcess::start(TemporaryFiles files) {
     if (::sigaction(SIGPIPE, nullptr, &pipeAction) == 0 && pipeAction.sa_handler == SIG_DFL)
         ::signal(SIGPIPE, SIG_IGN);
     std::vector<QByteArray> command = {QFile::encodeName(keeper), QFile::encodeName(browser)};
-    for (const QString &argument : arguments())
+    for (const QString &argument : arguments)
         command.push_back(argument.toLocal8Bit());
 
     Ends commands = makePipe();

@@ -19,8 +19,10 @@ public:
     enum class TemporaryFiles { Refused, Allowed };
 
     /// Starts a browser and returns at once, without waiting for it to be ready.
+    /// \param arguments  what it is started with
     /// \return null where no browser or no keeper is installed, after one line in the log
-    static std::unique_ptr<BrowserProcess> start(TemporaryFiles files = TemporaryFiles::Refused);
+    static std::unique_ptr<BrowserProcess> start(TemporaryFiles files = TemporaryFiles::Refused,
+                                                 const QStringList &arguments = BrowserProcess::arguments());
 
     /// The program that is started: the real executable, not a script around it. Null where there is none.
     static QString executable();

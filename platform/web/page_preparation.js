@@ -63,6 +63,14 @@
         }
     }
 
+    // No frames are drawn while a page is loaded and printed, so animations stand at their beginnings. Those that
+    // end are shown as they end; those that follow the scrolling stand where they should.
+    for (const animation of Document.prototype.getAnimations.call(document)) {
+        if (animation.timeline === member(Document.prototype, 'timeline') &&
+            animation.effect.getComputedTiming().endTime !== Infinity)
+            animation.finish();
+    }
+
     const scroller = member(Document.prototype, 'scrollingElement');
     if (!scroller && !request.size)
         return { unmeasured: true };

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-BrowserPage::BrowserPage(BrowserProcess::TemporaryFiles files) {
-    m_process = BrowserProcess::start(files);
+BrowserPage::BrowserPage(BrowserProcess::TemporaryFiles files, const QStringList &arguments) {
+    m_process = BrowserProcess::start(files, arguments);
     if (!m_process) {
         ADD_FAILURE() << "no browser";
         return;

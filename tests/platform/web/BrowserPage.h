@@ -9,7 +9,9 @@
 /// A page of a browser of its own, with scripts on, to ask the real engine what is right.
 class BrowserPage {
 public:
-    explicit BrowserPage(BrowserProcess::TemporaryFiles files = BrowserProcess::TemporaryFiles::Refused);
+    /// The browser is started as the product starts it, unless told otherwise.
+    explicit BrowserPage(BrowserProcess::TemporaryFiles files = BrowserProcess::TemporaryFiles::Refused,
+                         const QStringList &arguments = BrowserProcess::arguments());
 
     /// The value of a script expression, awaited where it is a promise; undefined where it throws.
     QJsonValue evaluate(const QString &expression);
