@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The client library as a warm contender: reads a document's path a line, answers "milliseconds bytes" a line.
+// The client library as a warm contender: reads a document's path a line, answers "milliseconds bytes" a
+// line.
 #include "ZRKit/Service/ZRXPC.h"
 
 #include <QCoreApplication>

@@ -14,8 +14,8 @@ public:
     int defaultFixedFontSize() const { return m_defaultFixedFontSize; }
     void setDefaultFixedFontSize(int size) { m_defaultFixedFontSize = size; }
 
-    /// 0 for a viewer of single documents, 1 for a browser of documents, 2 for a primary web browser. Whatever
-    /// it is, what a page has loaded is kept in memory, for that page alone.
+    /// 0 for a viewer of single documents, 1 for a browser of documents, 2 for a primary web browser.
+    /// Whatever it is, what a page has loaded is kept in memory, for that page alone.
     int cacheModel() const { return m_cacheModel; }
     void setCacheModel(int model) { m_cacheModel = model; }
     bool usesPageCache() const { return m_usesPageCache; }
