@@ -15,6 +15,9 @@ bool isName(QChar c) {
 bool isDigit(QChar c) {
     return c >= u'0' && c <= u'9';
 }
+bool isHexDigit(QChar c) {
+    return isDigit(c) || (c.toLower() >= u'a' && c.toLower() <= u'f');
+}
 bool isSpace(QChar c) {
     return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r' || c == u'\f';
 }
@@ -85,8 +88,16 @@ private:
 
     qsizetype nameEnd(qsizetype i) const {
         while (i < m_css.size() && isName(at(i)))
-            i += at(i) == u'\\' ? 2 : 1;
+            i = at(i) == u'\\' ? escapeEnd(i) : i + 1;
         return std::min(i, m_css.size());
+    }
+
+    /// An escape is a backslash and a character, or up to six hexadecimal digits and one space.
+    qsizetype escapeEnd(qsizetype i) const {
+        const qsizetype first = ++i;
+        while (i < m_css.size() && i < first + 6 && isHexDigit(at(i)))
+            ++i;
+        return i == first ? i + 1 : i + (isSpace(at(i)) ? 1 : 0);
     }
 
     bool startsNumber() const {

@@ -4,11 +4,17 @@
 (function (request) {
     'use strict';
 
-    // Elements with a name or an id shadow the document's own members, so these are taken from the prototypes.
-    const member = (prototype, name) => Object.getOwnPropertyDescriptor(prototype, name).get.call(document);
+    // Elements with a name or an id shadow members of documents and forms, so these are taken from the prototypes.
+    const getter = (prototype, name) => Object.getOwnPropertyDescriptor(prototype, name).get;
+    const member = (prototype, name) => getter(prototype, name).call(document);
     const select = (scope, selector) =>
         (scope === document ? Document : DocumentFragment).prototype.querySelectorAll.call(scope, selector);
     const attribute = (element, name) => Element.prototype.getAttribute.call(element, name);
+
+    const shadowGetter = getter(Element.prototype, 'shadowRoot');
+    const styleGetters = [HTMLElement, SVGElement, MathMLElement].map((kind) => [kind, getter(kind.prototype, 'style')]);
+    /// The style attribute as an object; undefined where elements have none.
+    const styleOf = (element) => styleGetters.find(([kind]) => element instanceof kind)?.[1].call(element);
 
     const root = member(Document.prototype, 'documentElement');
     const body = member(Document.prototype, 'body');
@@ -31,7 +37,7 @@
             const [element, name] = globalThis[kept][i];
             // A style attribute that the document's policy forbids to be set anew is changed as an object.
             if (name === 'style')
-                element.style.cssText = text;
+                styleOf(element).cssText = text;
             else
                 Element.prototype.setAttribute.call(element, name, text);
         }
@@ -43,13 +49,13 @@
     const everything = select(document, '*');
     const trees = [document];
     for (const element of everything) {
-        if (element.shadowRoot)
+        if (shadowGetter.call(element))
             trees.push(element.shadowRoot);
     }
     // Trees inside trees: the list grows while it is walked.
     for (let i = 1; i < trees.length; ++i) {
         for (const element of select(trees[i], '*')) {
-            if (element.shadowRoot)
+            if (shadowGetter.call(element))
                 trees.push(element.shadowRoot);
         }
     }
@@ -58,7 +64,7 @@
         for (const tree of trees) {
             for (const element of select(tree, '*')) {
                 if (getComputedStyle(element).contentVisibility === 'auto')
-                    element.style.setProperty('content-visibility', 'visible', 'important');
+                    styleOf(element).setProperty('content-visibility', 'visible', 'important');
             }
         }
     }
@@ -113,7 +119,7 @@
         const drawn = lengths.map((name) => `[${name}*=v i],[${name}*=cq i]`).join();
         for (const tree of trees) {
             for (const element of select(tree, '[style*=v i],[style*=cq i]')) {
-                if (element.style && element.style.length)
+                if (styleOf(element)?.length)
                     keep(element, 'style');
             }
             if (select(tree, 'svg').length || root instanceof SVGElement) {
@@ -148,10 +154,10 @@
     if (root instanceof SVGSVGElement) {
         const box = root.getBoundingClientRect();
         for (const [name, value] of [['width', box.width], ['height', box.height], ['page', 'auto']])
-            root.style.setProperty(name, typeof value === 'number' ? `${value}px` : value, 'important');
+            styleOf(root).setProperty(name, typeof value === 'number' ? `${value}px` : value, 'important');
         return result;
     }
-    if (!root.style)
+    if (!styleOf(root))
         return result;
 
     const styles = getComputedStyle(root);
@@ -178,7 +184,7 @@
     const bodyStyle = [];
     const put = (element, list) => {
         for (const [name, value] of list)
-            element.style.setProperty(name, value, 'important');
+            styleOf(element).setProperty(name, value, 'important');
     };
     const px = (value, z) => `${value / z}px`;
 
@@ -202,9 +208,9 @@
         if (isVertical) {
             const edge = inner.writingMode.endsWith('lr') ? 'left' : 'right';
             for (let child = body.firstElementChild; child; child = child.firstElementChild) {
-                if (!child.style || child.getBoundingClientRect()[edge] !== inside[edge])
+                if (!styleOf(child) || child.getBoundingClientRect()[edge] !== inside[edge])
                     break;
-                child.style.setProperty('margin-block-start', '0', 'important');
+                styleOf(child).setProperty('margin-block-start', '0', 'important');
             }
         }
     }

@@ -36,6 +36,7 @@ const QStringList pagesWithPictures = {
     QStringLiteral("media-orientation"),
     QStringLiteral("pictures"),
     QStringLiteral("print-colours"),
+    QStringLiteral("shadowing-names"),
     QStringLiteral("vh-and-web-fonts"),
     QStringLiteral("vh-keyframes"),
 };

@@ -58,7 +58,9 @@ ReferencePage::ReferencePage(const QString &url)
     m_page.session().callAndWait("Emulation.setScriptExecutionDisabled", DevToolsParams().add("value", true));
     m_page.session().callAndWait("Emulation.setEmulatedMedia", DevToolsParams().add("media", "screen"));
     m_page.navigate(url);
-    m_page.evaluate(QStringLiteral("document.fonts.ready.then(() => 0)"));
+    m_page.evaluate(QStringLiteral(
+        "document.fonts.ready.then(() =>"
+        " Promise.all(document.getAnimations().map((animation) => animation.finished))).then(() => 0)"));
 }
 
 QSize ReferencePage::size() {
