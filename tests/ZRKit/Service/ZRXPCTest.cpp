@@ -24,6 +24,9 @@ namespace {
 
 const QString assertionStart = QStringLiteral("Assertion <ZRXPC:");
 
+// For the whole program: clients that a test leaves behind still look it up.
+const RuntimeFolder runtime;
+
 QString freshName() {
     static int count = 0;
     return QStringLiteral("zr.test.kitservice@%1-%2").arg(::getpid()).arg(++count);
@@ -41,10 +44,16 @@ QString assertion(int line, const char *function, const char *condition) {
         .arg(QLatin1String(function), QLatin1String(condition));
 }
 
+/// Lets go of tasks that never finish by themselves.
+void completeAll(ZRXPC &client) {
+    for (const auto &operation : client.operationQueue()->operations())
+        std::static_pointer_cast<ZRXPCOperation>(operation)->completeOperation();
+    EXPECT_TRUE(eventually([&] { return client.operationQueue()->operationCount() == 0; }));
+}
+
 /// A client and its service; the log is quiet but for the test's own lines.
 class Client : public ::testing::Test {
 protected:
-    const RuntimeFolder runtime;
     const LogCapture log;
     const QString name = freshName();
     ZRXPC client{name};
@@ -80,7 +89,7 @@ class PuppetClient : public ::testing::Test {
 protected:
     PuppetClient() {
         listener = std::make_unique<NSXPCListener>(
-            listenAt(runtime.path() + QStringLiteral("/zr.test.puppet.sock")));
+            listenAt(runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock")));
         listener->setDelegate(puppet);
         listener->resume();
     }
@@ -88,7 +97,7 @@ protected:
     std::pair<QVariant, NSError> reply(const QByteArray &data, const NSError &error) {
         puppet->replyData = data;
         puppet->replyError = error;
-        ZRXPC client(QStringLiteral("zr.test.puppet"));
+        ZRXPC client(name);
         std::pair<QVariant, NSError> got{1, NSError()};
         client.performXPCSynchronousWithObject(QVariantMap(), [&](const QVariant &result, const NSError &e) {
             got = {result, e};
@@ -96,8 +105,8 @@ protected:
         return got;
     }
 
-    const RuntimeFolder runtime;
     const LogCapture log;
+    const QString name = freshName();
     std::shared_ptr<Puppet> puppet = std::make_shared<Puppet>();
     std::unique_ptr<NSXPCListener> listener;
 };
@@ -279,8 +288,7 @@ TEST_F(Client, ALostServiceLeavesItsTaskWaitingAndTheQueueBehindIt) {
     EXPECT_FALSE(operation->isFinished());
     EXPECT_FALSE(operation->taskResult().isValid());
     EXPECT_EQ(client.operationQueue()->operationCount(), 2);
-    operation->completeOperation();
-    EXPECT_TRUE(eventually([&] { return client.operationQueue()->operationCount() == 0; }));
+    completeAll(client);
 }
 
 TEST_F(Client, AReplyAfterTheOperationWasReleasedIsLost) {
@@ -296,7 +304,6 @@ TEST_F(Client, AReplyAfterTheOperationWasReleasedIsLost) {
 }
 
 TEST(ZRXPC, AClientMayGoBeforeItsTasks) {
-    const RuntimeFolder runtime;
     const LogCapture log;
     std::shared_ptr<ZRXPCOperation> operation;
     {
@@ -310,7 +317,6 @@ TEST(ZRXPC, AClientMayGoBeforeItsTasks) {
 }
 
 TEST(ZRXPC, TheFirstTaskOfAProcessIsNumberZeroAcrossConnections) {
-    const RuntimeFolder runtime;
     const QString name = freshName();
     const XPCDescriptor socket = listenAt(runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock"));
     const QString program =
@@ -355,10 +361,10 @@ TEST(ZRXPC, WithoutANameNothingIsEverDone) {
     EXPECT_TRUE(log.lines()[4].startsWith(QStringLiteral("zxDataSerialize: ")));
     // The boot task never finishes, as any task whose connection can't be made.
     EXPECT_EQ(client.operationQueue()->operationCount(), 1);
+    completeAll(client);
 }
 
 TEST(ZRXPC, AServiceThatDoesNotExistLeavesTasksWaiting) {
-    const RuntimeFolder runtime;
     const LogCapture log;
     ZRXPC client(QStringLiteral("zr.test.absent"));
     Inbox<int> calls;
@@ -367,11 +373,12 @@ TEST(ZRXPC, AServiceThatDoesNotExistLeavesTasksWaiting) {
     EXPECT_EQ(calls.count(), 0u);
     EXPECT_EQ(client.operationQueue()->operationCount(), 1);
     EXPECT_EQ(log.count(assertionStart), 0);
+    completeAll(client);
 }
 
 TEST_F(PuppetClient, TheBootTaskGoesFirstAndEachTaskHasAConnectionOfItsOwn) {
     puppet->replyData = NSKeyedArchiver::archivedDataWithRootObject(QStringLiteral("yes"));
-    ZRXPC client(QStringLiteral("zr.test.puppet"));
+    ZRXPC client(name);
     EXPECT_EQ(client.performXPCWithObject(QVariantMap{{QStringLiteral("n"), 1}}),
               QVariant(QStringLiteral("yes")));
     EXPECT_EQ(client.performXPCWithObject(QVariantMap{{QStringLiteral("n"), 2}}),

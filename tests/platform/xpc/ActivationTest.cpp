@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
@@ -108,16 +107,11 @@ TEST_F(Activation, TheServiceGetsItsSocketItsLifelineAndNothingElse) {
 }
 
 TEST_F(Activation, AHostWithoutStandardDescriptorsStartsItsServiceToo) {
-    // In a process of its own, which may close what it likes.
-    const QString program = programFolder() + QStringLiteral("/zr_test_host");
-    QProcess shell;
-    shell.start(QStringLiteral("/bin/sh"),
-                {QStringLiteral("-c"), QStringLiteral("exec \"$0\" \"$1\" 0<&- 2>&-"), program, freshName()});
-    ASSERT_TRUE(shell.waitForReadyRead(30000));
-    const pid_t service = shell.readLine().trimmed().toInt();
+    HostProcess host(programFolder() + QStringLiteral("/zr_test_host"), {freshName()}, false,
+                     HostProcess::Input::None);
+    const pid_t service = host.readLine().toInt();
     EXPECT_GT(service, 0);
-    shell.kill();
-    shell.waitForFinished();
+    host.kill();
     EXPECT_TRUE(hasEnded(service));
 }
 
@@ -148,7 +142,7 @@ TEST_F(Activation, AServiceThatDiesIsReapedAndNobodyElsesChildIs) {
     const QString name = freshName();
     TestClient client(name);
     const pid_t pid = client.pid();
-    client.proxy()->die(SIGSEGV);
+    client.proxy()->die(SIGTRAP);
     EXPECT_TRUE(client.interruptions.take());
     EXPECT_TRUE(eventually([&] { return ::kill(pid, 0) != 0 && errno == ESRCH; }));
     EXPECT_EQ(WEXITSTATUS(waitStatus(other)), 7);
@@ -224,17 +218,13 @@ TEST_F(Activation, AServiceEndsWithItsHostHoweverThatEnds) {
     std::mt19937 random(30);
     std::vector<pid_t> services;
     for (int i = 0; i < 12; ++i) {
-        QProcess host;
-        host.start(programFolder() + QStringLiteral("/zr_test_host"), {freshName()});
+        HostProcess host(programFolder() + QStringLiteral("/zr_test_host"), {freshName()});
         // From before the service has started to the midst of its work.
         const int lines = int(random() % 6);
-        for (int line = 0; line < lines; ++line) {
-            ASSERT_TRUE(host.canReadLine() || host.waitForReadyRead(30000));
-            services.push_back(host.readLine().trimmed().toInt());
-        }
-        host.kill();
-        host.waitForFinished();
+        for (int line = 0; line < lines; ++line)
+            services.push_back(host.readLine().toInt());
     }
+    EXPECT_EQ(std::count(services.begin(), services.end(), 0), 0);
     for (const pid_t pid : services)
         EXPECT_TRUE(hasEnded(pid)) << pid;
     EXPECT_TRUE(eventually([&] {
@@ -244,28 +234,13 @@ TEST_F(Activation, AServiceEndsWithItsHostHoweverThatEnds) {
 }
 
 TEST_F(Activation, AServiceWhoseMainThreadIsBusyEndsWithItsHostToo) {
-    const QString name = freshName();
-    int pipe[2];
-    ASSERT_EQ(::pipe2(pipe, O_CLOEXEC), 0);
-    const pid_t host = ::fork();
-    if (host == 0) {
-        // A child process without threads so far may make its own.
-        TestClient client(name);
-        const pid_t service = client.pid();
-        client.proxy()->blockMainThread(client.toReplies());
-        client.replies.take();
-        [[maybe_unused]] const ssize_t written = ::write(pipe[1], &service, sizeof service);
-        ::pause();
-        ::_exit(0);
-    }
-    pid_t service = 0;
-    ASSERT_EQ(::read(pipe[0], &service, sizeof service), ssize_t(sizeof service));
+    HostProcess host(programFolder() + QStringLiteral("/zr_test_host"),
+                     {freshName(), QStringLiteral("block")});
+    const pid_t service = host.readLine().toInt();
     ASSERT_GT(service, 0);
-    ::kill(host, SIGKILL);
-    waitStatus(host);
+    EXPECT_EQ(host.readLine(), QByteArray("blocked"));
+    host.kill();
     EXPECT_TRUE(hasEnded(service));
-    ::close(pipe[0]);
-    ::close(pipe[1]);
 }
 
 TEST_F(Activation, SixteenClientsAtOnceMixUpNothing) {
@@ -325,17 +300,11 @@ TEST_F(Activation, AnExecutableThatCannotRunIsAnErrorAndNoZombie) {
     service.write("\177ELF, but not quite");
     service.close();
     service.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(host, {QStringLiteral("zr.test.broken")});
-    ASSERT_TRUE(process.waitForReadyRead(30000));
+    HostProcess process(host, {QStringLiteral("zr.test.broken")}, true);
     EXPECT_TRUE(process.readLine().contains("Exec format error"));
-    const QString children = QStringLiteral("/proc/%1/task/%1/children").arg(process.processId());
-    QFile list(children);
+    QFile list(QStringLiteral("/proc/%1/task/%1/children").arg(process.pid()));
     ASSERT_TRUE(list.open(QIODevice::ReadOnly));
     EXPECT_EQ(list.readAll(), QByteArray());
-    process.kill();
-    process.waitForFinished();
 }
 
 TEST_F(Activation, TheServiceIsFoundInThePrefixOfItsHost) {
@@ -346,14 +315,11 @@ TEST_F(Activation, TheServiceIsFoundInThePrefixOfItsHost) {
     ASSERT_TRUE(QFile::copy(programFolder() + QStringLiteral("/zr_test_host"), host));
     ASSERT_TRUE(QFile::copy(QFile::decodeName(serviceProgram()),
                             prefix.filePath(QStringLiteral("libexec/zrkit/zr.test.prefixed"))));
-    QProcess process;
-    process.start(host, {QStringLiteral("zr.test.prefixed")});
-    ASSERT_TRUE(process.waitForReadyRead(30000));
-    const pid_t pid = process.readLine().trimmed().toInt();
+    HostProcess process(host, {QStringLiteral("zr.test.prefixed")});
+    const pid_t pid = process.readLine().toInt();
     EXPECT_EQ(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid)),
               prefix.filePath(QStringLiteral("libexec/zrkit/zr.test.prefixed")));
     process.kill();
-    process.waitForFinished();
     EXPECT_TRUE(hasEnded(pid));
 }
 

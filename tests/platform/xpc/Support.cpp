@@ -6,10 +6,13 @@
 #include <QDir>
 #include <QFile>
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <spawn.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -74,6 +77,59 @@ pid_t startLikeSystemd(const QByteArray &program, const XPCDescriptor &socket, c
         ::_exit(127);
     }
     return child;
+}
+
+HostProcess::HostProcess(const QString &program, const QStringList &arguments, bool bothOutputs,
+                         Input input) {
+    std::array<int, 2> output{};
+    EXPECT_EQ(::pipe2(output.data(), O_CLOEXEC), 0);
+    m_output.reset(output[0]);
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, output[1], 1);
+    if (bothOutputs)
+        ::posix_spawn_file_actions_adddup2(&actions, output[1], 2);
+    if (input == Input::None) {
+        ::posix_spawn_file_actions_addclose(&actions, 0);
+        ::posix_spawn_file_actions_addclose(&actions, 2);
+    }
+    std::vector<QByteArray> strings{QFile::encodeName(program)};
+    for (const QString &argument : arguments)
+        strings.push_back(argument.toLocal8Bit());
+    std::vector<char *> pointers;
+    for (QByteArray &each : strings)
+        pointers.push_back(each.data());
+    pointers.push_back(nullptr);
+    EXPECT_EQ(::posix_spawn(&m_pid, pointers[0], &actions, nullptr, pointers.data(), environ), 0);
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::close(output[1]);
+}
+
+HostProcess::~HostProcess() {
+    kill();
+}
+
+void HostProcess::kill() {
+    if (m_pid <= 0)
+        return;
+    ::kill(m_pid, SIGKILL);
+    waitStatus(std::exchange(m_pid, 0));
+}
+
+QByteArray HostProcess::readLine() {
+    qsizetype end = -1;
+    while ((end = m_buffer.indexOf('\n')) < 0) {
+        pollfd wait{m_output.get(), POLLIN, 0};
+        std::array<char, 4096> bytes{};
+        ssize_t got = 0;
+        if (::poll(&wait, 1, int(std::chrono::milliseconds(deadline).count())) != 1 ||
+            (got = ::read(m_output.get(), bytes.data(), bytes.size())) <= 0)
+            return {};
+        m_buffer.append(bytes.data(), qsizetype(got));
+    }
+    const QByteArray line = m_buffer.left(end);
+    m_buffer.remove(0, end + 1);
+    return line;
 }
 
 int waitStatus(pid_t child) {

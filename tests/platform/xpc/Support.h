@@ -6,6 +6,7 @@
 #include "tests/platform/xpc/TestProtocol.h"
 
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <chrono>
 #include <condition_variable>
@@ -97,6 +98,29 @@ struct UnitOptions {
 };
 pid_t startLikeSystemd(const QByteArray &program, const XPCDescriptor &socket,
                        const UnitOptions &options = {});
+
+/// A program that a test runs beside itself; killed and waited for at the end.
+class HostProcess {
+public:
+    enum class Input { Inherited, None };
+
+    /// \param bothOutputs  whether standard error is read too
+    explicit HostProcess(const QString &program, const QStringList &arguments, bool bothOutputs = false,
+                         Input input = Input::Inherited);
+    ~HostProcess();
+    HostProcess(const HostProcess &) = delete;
+    HostProcess &operator=(const HostProcess &) = delete;
+
+    pid_t pid() const { return m_pid; }
+    /// The next line of its output, without its end; nil when none came in time.
+    QByteArray readLine();
+    void kill();
+
+private:
+    pid_t m_pid = 0;
+    XPCDescriptor m_output;
+    QByteArray m_buffer;
+};
 
 /// Waits for a child's end and gives its wait status.
 int waitStatus(pid_t child);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A host that tests kill: it uses the service whose name it gets, without end.
+// A host that tests kill: it uses the service whose name it gets, without end; or blocks the service's main
+// thread and waits.
 #include "platform/xpc/NSXPCConnection.h"
 #include "tests/platform/xpc/TestProtocol.h"
 
@@ -7,7 +8,7 @@
 #include <future>
 #include <unistd.h>
 
-int main(int, char **arguments) {
+int main(int count, char **arguments) {
     const QString name = QString::fromLocal8Bit(arguments[1]);
     const QByteArray body(300 * 1024, 'x');
     for (;;) {
@@ -20,6 +21,10 @@ int main(int, char **arguments) {
             std::printf("%lld\n", static_cast<long long>(pid));
             std::fflush(stdout);
         });
+        if (count > 2) {
+            proxy->blockMainThread([](const QByteArray &) { std::puts("blocked"), std::fflush(stdout); });
+            ::pause();
+        }
         proxy->echo(body, [&](const QByteArray &) { done.set_value(); });
         done.get_future().wait();
     }
