@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <initializer_list>
 #include <unistd.h>
 
 namespace {
