@@ -41,7 +41,7 @@ QString keeperProgram() {
     const QString self = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).path();
     for (const QString &folder :
          {self, self + QStringLiteral("/../libexec/zrkit"), QStringLiteral(ZR_LIBEXEC_DIR)}) {
-        const QString path = folder + QStringLiteral("/zrkit-keeper");
+        QString path = folder + QStringLiteral("/zrkit-keeper");
         if (QFileInfo(path).isExecutable())
             return path;
     }
@@ -133,6 +133,7 @@ pid_t spawn(const std::vector<QByteArray> &command, std::vector<char *> environm
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
 
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (const QByteArray &argument : command)
         arguments.push_back(const_cast<char *>(argument.constData()));
     arguments.push_back(nullptr);
@@ -165,7 +166,7 @@ QString BrowserProcess::executable() {
         const QStringList folders = QString::fromLocal8Bit(qgetenv("PATH")).split(u':', Qt::SkipEmptyParts);
         for (const char *name : names) {
             for (const QString &folder : folders) {
-                const QString path = folder + u'/' + QString::fromLatin1(name);
+                QString path = folder + u'/' + QString::fromLatin1(name);
                 if (isProgram(path))
                     return path;
             }

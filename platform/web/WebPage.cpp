@@ -34,7 +34,8 @@ void tell(const std::function<void(Arguments...)> &callback, const auto &...argu
 
 /// The value of a header field among those of a Fetch event; null where it is missing.
 QByteArray headerValue(const QJsonObject &event, QLatin1StringView name) {
-    for (const QJsonValue &header : event[u"responseHeaders"].toArray()) {
+    const QJsonArray headers = event[u"responseHeaders"].toArray();
+    for (const auto &header : headers) {
         if (header[u"name"].toString().compare(name, Qt::CaseInsensitive) == 0)
             return header[u"value"].toString().toUtf8();
     }

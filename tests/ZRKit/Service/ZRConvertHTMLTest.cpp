@@ -260,12 +260,15 @@ TEST(ZRConvertHTML, DefaultFontSizesAreSixteenAndFourteen) {
 }
 
 TEST(ZRConvertHTML, ThePageIsLaidOutForAScreenOfTheWebViewsSize) {
-    const Conversion made(
-        html(QStringLiteral("<style>body{margin:0}b,i{display:none}@media screen{b{display:inline}}"
-                            "@media print{i{display:inline}}div{height:30px;width:100vw;background:#0f0}"
-                            "</style><b>screen</b><i>print</i><div>")));
+    const Conversion made(html(
+        QStringLiteral("<style>body{margin:0}b,i,u{display:none}@media screen{b{display:inline}}"
+                       "@media print{i{display:inline}}"
+                       "@media (width:800px) and (height:1131px) and (resolution:1dppx){u{display:inline}}"
+                       "div{height:30px;width:100vw;background:#0f0}</style>"
+                       "<b>screen</b><i>print</i><u>sized</u><div>")));
     EXPECT_TRUE(made.reader.contains("screen"));
     EXPECT_FALSE(made.reader.contains("print"));
+    EXPECT_TRUE(made.reader.contains("sized"));
     EXPECT_EQ(made.reader.pixel(799, 30), green);
 }
 
