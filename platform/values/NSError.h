@@ -5,6 +5,8 @@
 #include <QString>
 #include <QVariantMap>
 
+/// The domain of the platform's own errors.
+inline const QString NSCocoaErrorDomain = QStringLiteral("NSCocoaErrorDomain");
 /// The user-info key of an error's message for people.
 inline const QString NSLocalizedDescriptionKey = QStringLiteral("NSLocalizedDescription");
 

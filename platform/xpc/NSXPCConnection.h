@@ -15,7 +15,6 @@ class NSXPCListenerEndpoint;
 class XPCConnectionCore;
 class XPCLink;
 
-inline const QString NSCocoaErrorDomain = QStringLiteral("NSCocoaErrorDomain");
 /// The service went away while a reply was due; a connection by name may be used again.
 inline constexpr int NSXPCConnectionInterrupted = 4097;
 /// The connection can't be made, or was invalidated.

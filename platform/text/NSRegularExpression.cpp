@@ -1,0 +1,519 @@
+// SPDX-License-Identifier: MIT
+#include "platform/text/NSRegularExpression.h"
+
+#include "platform/values/NSException.h"
+#include "platform/values/NSLog.h"
+
+#include <array>
+#include <atomic>
+#include <ctime>
+#include <exception>
+#include <limits>
+#include <unicode/uregex.h>
+#include <unicode/utypes.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr qint64 Second = 1'000'000'000;
+constexpr qint64 SearchTime = 5 * Second;
+constexpr qint64 SearchTimePerMillionUnits = Second;
+// ICU counts a stack entry as four bytes and takes eight: this makes 128 MB.
+constexpr qint32 StackLimit = 64'000'000;
+constexpr qint32 IdleStackLimit = 64'000;
+constexpr qsizetype LongestBatch = 64;
+constexpr qint64 FormattingError = 2048;
+
+qint64 processorTime() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return time.tv_sec * Second + time.tv_nsec;
+}
+
+uint32_t engineFlags(NSRegularExpressionOptions options) {
+    constexpr std::array<std::pair<NSRegularExpressionOptions, uint32_t>, 7> flags{{
+        {NSRegularExpressionCaseInsensitive, UREGEX_CASE_INSENSITIVE},
+        {NSRegularExpressionAllowCommentsAndWhitespace, UREGEX_COMMENTS},
+        {NSRegularExpressionIgnoreMetacharacters, UREGEX_LITERAL},
+        {NSRegularExpressionDotMatchesLineSeparators, UREGEX_DOTALL},
+        {NSRegularExpressionAnchorsMatchLines, UREGEX_MULTILINE},
+        {NSRegularExpressionUseUnixLineSeparators, UREGEX_UNIX_LINES},
+        {NSRegularExpressionUseUnicodeWordBoundaries, UREGEX_UWORD},
+    }};
+    uint32_t result = 0;
+    for (const auto &[option, flag] : flags) {
+        if (options & option)
+            result |= flag;
+    }
+    return result;
+}
+
+const UChar *units(const QString &string) {
+    return reinterpret_cast<const UChar *>(string.utf16());
+}
+
+} // namespace
+
+/// The engine's compiled pattern. Searches run in matchers made from it; one idle matcher is kept for the
+/// next.
+class NSCompiledExpression {
+public:
+    NSCompiledExpression(const QString &pattern, NSRegularExpressionOptions options, UParseError *where,
+                         UErrorCode *status)
+        : m_pattern(pattern), m_options(options),
+          m_original(
+              uregex_open(units(pattern), int32_t(pattern.size()), engineFlags(options), where, status)) {
+        if (U_SUCCESS(*status))
+            m_groups = uregex_groupCount(m_original, status);
+    }
+    ~NSCompiledExpression() {
+        uregex_close(m_idle.load(std::memory_order_acquire));
+        uregex_close(m_original);
+    }
+    NSCompiledExpression(const NSCompiledExpression &) = delete;
+    NSCompiledExpression &operator=(const NSCompiledExpression &) = delete;
+
+    const QString &pattern() const { return m_pattern; }
+    NSRegularExpressionOptions options() const { return m_options; }
+    int groups() const { return m_groups; }
+
+    URegularExpression *takeMatcher() const {
+        if (URegularExpression *idle = m_idle.exchange(nullptr, std::memory_order_acq_rel))
+            return idle;
+        UErrorCode status = U_ZERO_ERROR;
+        URegularExpression *matcher = uregex_clone(m_original, &status);
+        if (U_FAILURE(status))
+            throw std::bad_alloc();
+        return matcher;
+    }
+    void giveBack(URegularExpression *matcher) const {
+        UErrorCode status = U_ZERO_ERROR;
+        uregex_setStackLimit(matcher, IdleStackLimit, &status);
+        URegularExpression *none = nullptr;
+        if (!m_idle.compare_exchange_strong(none, matcher, std::memory_order_acq_rel))
+            uregex_close(matcher);
+    }
+
+private:
+    const QString m_pattern;
+    const NSRegularExpressionOptions m_options;
+    URegularExpression *const m_original;
+    int m_groups = 0;
+    mutable std::atomic<URegularExpression *> m_idle = nullptr;
+};
+
+/// One search over one text, with its limits.
+class NSRegularExpressionSearch {
+public:
+    NSRegularExpressionSearch(std::shared_ptr<const NSCompiledExpression> expression, const QString &string,
+                              NSMatchingOptions options, std::optional<NSRange> range)
+        : m_expression(std::move(expression)), m_string(string), m_anchored(options & NSMatchingAnchored),
+          m_limit(SearchTime + string.size() * (SearchTimePerMillionUnits / 1'000'000)) {
+        if (range && !range->isWithin(string.size()))
+            throw NSException(NSRangeException, NSFormat("Range {%d, %d} is out of bounds; string length %d",
+                                                         {range->location, range->length, string.size()}));
+        NSRange searched = range.value_or(NSRange{0, string.size()});
+        const bool transparent = options & NSMatchingWithTransparentBounds;
+        const bool anchoring = !(options & NSMatchingWithoutAnchoringBounds);
+        // ICU's look-behind doesn't stop where an opaque range begins, but it can't see what it isn't given.
+        qsizetype size = string.size();
+        if (!transparent && anchoring) {
+            m_offset = std::exchange(searched.location, 0);
+            size = searched.length;
+        }
+        if (size > std::numeric_limits<int32_t>::max())
+            throw NSException(NSRangeException, QStringLiteral("The text is too long to be searched"));
+        m_matcher = m_expression->takeMatcher();
+        uregex_setStackLimit(m_matcher, StackLimit, &m_status);
+        uregex_setMatchCallback(m_matcher, &NSRegularExpressionSearch::tick, this, &m_status);
+        uregex_setText(m_matcher, units(m_string) + m_offset, int32_t(size), &m_status);
+        // A matcher keeps these from its last search.
+        uregex_useTransparentBounds(m_matcher, transparent, &m_status);
+        uregex_useAnchoringBounds(m_matcher, anchoring, &m_status);
+        if (searched.length < size)
+            uregex_setRegion64(m_matcher, searched.location, searched.end(), &m_status);
+    }
+    ~NSRegularExpressionSearch() { m_expression->giveBack(m_matcher); }
+    NSRegularExpressionSearch(const NSRegularExpressionSearch &) = delete;
+    NSRegularExpressionSearch &operator=(const NSRegularExpressionSearch &) = delete;
+
+    /// Is called now and then while a search takes long; true ends it.
+    void setProgress(std::function<bool()> progress) { m_progress = std::move(progress); }
+
+    /// The clock runs between these two only.
+    void resume() { m_resumed = processorTime(); }
+    void pause() {
+        m_used += processorTime() - m_resumed;
+        if (m_used > m_limit)
+            m_status = U_REGEX_TIME_OUT;
+    }
+
+    /// Finds the next match; false at the end and when the search is given up.
+    bool next() {
+        if (U_FAILURE(m_status) || m_done)
+            return false;
+        m_done = m_anchored;
+        const bool found =
+            m_anchored ? uregex_lookingAt(m_matcher, -1, &m_status) : uregex_findNext(m_matcher, &m_status);
+        m_done |= !found;
+        if (m_thrown)
+            std::rethrow_exception(std::exchange(m_thrown, nullptr));
+        return found && U_SUCCESS(m_status);
+    }
+
+    NSRange range() const { return group(0); }
+    void read(NSTextCheckingResult &result) const {
+        if (!result.m_expression) {
+            result.m_expression = m_expression;
+            result.m_ranges.resize(m_expression->groups() + 1);
+        }
+        for (int i = 0; i < result.m_ranges.size(); ++i)
+            result.m_ranges[i] = group(i);
+    }
+    NSMatchingFlags flags() {
+        UErrorCode status = U_ZERO_ERROR;
+        return (uregex_hitEnd(m_matcher, &status) ? quint64(NSMatchingHitEnd) : 0) |
+               (uregex_requireEnd(m_matcher, &status) ? quint64(NSMatchingRequiredEnd) : 0);
+    }
+    /// Whether the search was given up before its end.
+    bool failed() const { return U_FAILURE(m_status) && m_status != U_REGEX_STOPPED_BY_CALLER; }
+    void logFailure() const {
+        NSLog("The search for \"%@\" in %d characters was given up: %s", m_expression->pattern(),
+              m_string.size(), u_errorName(m_status));
+    }
+
+private:
+    // ICU gives -1 for a group that took no part.
+    NSRange group(int number) const {
+        UErrorCode status = U_ZERO_ERROR;
+        const int start = uregex_start(m_matcher, number, &status);
+        if (start < 0)
+            return {NSNotFound, 0};
+        return {start + m_offset, uregex_end(m_matcher, number, &status) - start};
+    }
+    static UBool tick(const void *context, int32_t) {
+        // ICU hands the context back as const.
+        auto *search = static_cast<NSRegularExpressionSearch *>(const_cast<void *>(context));
+        search->pause();
+        bool goOn = search->m_used <= search->m_limit;
+        if (goOn && search->m_progress) {
+            try {
+                goOn = !search->m_progress();
+            } catch (...) {
+                search->m_thrown = std::current_exception();
+                goOn = false;
+            }
+        }
+        search->resume();
+        return goOn;
+    }
+
+    const std::shared_ptr<const NSCompiledExpression> m_expression;
+    const QString m_string;
+    const bool m_anchored;
+    const qint64 m_limit;
+    qsizetype m_offset = 0; ///< of the text that ICU is given
+    URegularExpression *m_matcher = nullptr;
+    UErrorCode m_status = U_ZERO_ERROR;
+    bool m_done = false;
+    qint64 m_used = 0;
+    qint64 m_resumed = 0;
+    std::function<bool()> m_progress;
+    std::exception_ptr m_thrown;
+};
+
+namespace {
+
+/// A template taken apart: text, and after it a group's number or -1.
+class ReplacementTemplate {
+public:
+    ReplacementTemplate(const QString &text, qsizetype groups) {
+        QString plain;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            const QChar c = text[i];
+            if (c == u'\\' && i + 1 < text.size()) {
+                plain += text[++i];
+            } else if (c == u'$' && i + 1 < text.size() && isDigit(text[i + 1])) {
+                qsizetype group = text[++i].unicode() - u'0';
+                while (i + 1 < text.size() && isDigit(text[i + 1]) &&
+                       group * 10 + (text[i + 1].unicode() - u'0') <= groups)
+                    group = group * 10 + (text[++i].unicode() - u'0');
+                m_pieces.push_back({std::exchange(plain, {}), group <= groups ? group : -1});
+            } else {
+                plain += c;
+            }
+        }
+        m_pieces.push_back({plain, -1});
+    }
+
+    void append(QString &output, const NSTextCheckingResult &result, const QString &string,
+                qsizetype offset) const {
+        for (const Piece &piece : m_pieces) {
+            output += piece.text;
+            if (piece.group < 0 || piece.group >= result.numberOfRanges())
+                continue;
+            NSRange range = result.rangeAtIndex(piece.group);
+            if (range.isNotFound())
+                continue;
+            range.location += offset;
+            if (!range.isWithin(string.size()))
+                throw NSException(NSRangeException,
+                                  NSFormat("Range {%d, %d} is out of bounds; string length %d",
+                                           {range.location, range.length, string.size()}));
+            output += QStringView(string).mid(range.location, range.length);
+        }
+    }
+
+private:
+    struct Piece {
+        QString text;
+        qsizetype group;
+    };
+    static bool isDigit(QChar c) { return c >= u'0' && c <= u'9'; }
+
+    std::vector<Piece> m_pieces;
+};
+
+} // namespace
+
+NSTextCheckingResult NSTextCheckingResult::regularExpressionCheckingResultWithRanges(
+    const QVarLengthArray<NSRange, 4> &ranges, const NSRegularExpression &regularExpression) {
+    NSTextCheckingResult result;
+    result.m_ranges = ranges;
+    result.m_expression = regularExpression.m_compiled;
+    return result;
+}
+
+NSRange NSTextCheckingResult::rangeAtIndex(qsizetype index) const {
+    if (index < 0 || index >= m_ranges.size())
+        throw NSException(NSRangeException, NSFormat("Range number %d is beyond the result's %d ranges",
+                                                     {index, m_ranges.size()}));
+    return m_ranges[index];
+}
+
+NSRegularExpression NSTextCheckingResult::regularExpression() const {
+    NSRegularExpression expression;
+    expression.m_compiled = m_expression;
+    return expression;
+}
+
+NSTextCheckingResult NSTextCheckingResult::resultByAdjustingRangesWithOffset(qsizetype offset) const {
+    NSTextCheckingResult result = *this;
+    for (NSRange &range : result.m_ranges) {
+        if (range.isNotFound())
+            continue;
+        if (range.location + offset < 0)
+            throw NSException(NSInvalidArgumentException,
+                              NSFormat("Offset %d moves a range before the text", {offset}));
+        range.location += offset;
+    }
+    return result;
+}
+
+NSRegularExpression::NSRegularExpression(const QString &pattern, NSRegularExpressionOptions options,
+                                         NSError *error) {
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError where{};
+    if (pattern.size() > std::numeric_limits<int32_t>::max())
+        status = U_REGEX_PATTERN_TOO_BIG;
+    std::shared_ptr<const NSCompiledExpression> compiled;
+    if (U_SUCCESS(status))
+        compiled = std::make_shared<NSCompiledExpression>(pattern, options, &where, &status);
+    if (U_SUCCESS(status)) {
+        m_compiled = std::move(compiled);
+        return;
+    }
+    if (error)
+        *error = NSError(NSCocoaErrorDomain, FormattingError,
+                         {{NSLocalizedDescriptionKey,
+                           NSFormat("The pattern \"%@\" is invalid: %s in line %d, column %d",
+                                    {pattern, u_errorName(status), where.line, where.offset})}});
+}
+
+NSRegularExpression NSRegularExpression::regularExpressionWithPattern(const QString &pattern,
+                                                                      NSRegularExpressionOptions options,
+                                                                      NSError *error) {
+    return NSRegularExpression(pattern, options, error);
+}
+
+QString NSRegularExpression::pattern() const {
+    return m_compiled ? m_compiled->pattern() : QString();
+}
+
+NSRegularExpressionOptions NSRegularExpression::options() const {
+    return m_compiled ? m_compiled->options() : 0;
+}
+
+qsizetype NSRegularExpression::numberOfCaptureGroups() const {
+    return m_compiled ? m_compiled->groups() : 0;
+}
+
+void NSRegularExpression::enumerateMatchesInString(const QString &string, NSMatchingOptions options,
+                                                   std::optional<NSRange> range, const Block &block) const {
+    if (isNil() || string.isNull())
+        return;
+    NSRegularExpressionSearch search(m_compiled, string, options, range);
+    bool stop = false;
+    if (options & NSMatchingReportProgress)
+        search.setProgress([&] {
+            block(nullptr, NSMatchingProgress, &stop);
+            return stop;
+        });
+
+    // Looking at the clock around each block would cost more than many a match: it is done once for a batch.
+    struct Found {
+        NSTextCheckingResult result;
+        NSMatchingFlags flags = 0;
+    };
+    QVarLengthArray<Found, 1> batch(1);
+    for (;;) {
+        qsizetype found = 0;
+        search.resume();
+        while (found < batch.size() && search.next()) {
+            search.read(batch[found].result);
+            batch[found].flags = search.flags();
+            ++found;
+        }
+        search.pause();
+        for (qsizetype i = 0; i < found && !stop; ++i)
+            block(&batch[i].result, batch[i].flags, &stop);
+        if (stop)
+            return;
+        if (found < batch.size())
+            break;
+        batch.resize(qMin(batch.size() * 2, LongestBatch));
+    }
+    if (search.failed())
+        search.logFailure();
+    if (options & NSMatchingReportCompletion)
+        block(nullptr, NSMatchingCompleted | (search.failed() ? NSMatchingInternalError : search.flags()),
+              &stop);
+}
+
+namespace {
+
+/// Calls `each` with the search for every match, and logs where that doesn't reach the end.
+template <typename Each>
+void forEachMatch(const std::shared_ptr<const NSCompiledExpression> &expression, const QString &string,
+                  NSMatchingOptions options, std::optional<NSRange> range, Each each) {
+    if (!expression || string.isNull())
+        return;
+    NSRegularExpressionSearch search(expression, string, options, range);
+    search.resume();
+    while (search.next()) {
+        if (!each(search))
+            return;
+    }
+    if (search.failed())
+        search.logFailure();
+}
+
+} // namespace
+
+QList<NSTextCheckingResult> NSRegularExpression::matchesInString(const QString &string,
+                                                                 NSMatchingOptions options,
+                                                                 std::optional<NSRange> range) const {
+    QList<NSTextCheckingResult> results;
+    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
+        search.read(results.emplace_back());
+        return true;
+    });
+    return results;
+}
+
+qsizetype NSRegularExpression::numberOfMatchesInString(const QString &string, NSMatchingOptions options,
+                                                       std::optional<NSRange> range) const {
+    qsizetype count = 0;
+    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &) {
+        ++count;
+        return true;
+    });
+    return count;
+}
+
+std::optional<NSTextCheckingResult>
+NSRegularExpression::firstMatchInString(const QString &string, NSMatchingOptions options,
+                                        std::optional<NSRange> range) const {
+    std::optional<NSTextCheckingResult> result;
+    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
+        search.read(result.emplace());
+        return false;
+    });
+    return result;
+}
+
+NSRange NSRegularExpression::rangeOfFirstMatchInString(const QString &string, NSMatchingOptions options,
+                                                       std::optional<NSRange> range) const {
+    NSRange first{NSNotFound, 0};
+    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
+        first = search.range();
+        return false;
+    });
+    return first;
+}
+
+QString NSRegularExpression::stringByReplacingMatchesInString(const QString &string,
+                                                              NSMatchingOptions options,
+                                                              std::optional<NSRange> range,
+                                                              const QString &withTemplate) const {
+    QString changed = string;
+    replaceMatchesInString(changed, options, range, withTemplate);
+    return changed;
+}
+
+qsizetype NSRegularExpression::replaceMatchesInString(QString &string, NSMatchingOptions options,
+                                                      std::optional<NSRange> range,
+                                                      const QString &withTemplate) const {
+    const ReplacementTemplate replacement(withTemplate, numberOfCaptureGroups());
+    QString output;
+    qsizetype count = 0, copied = 0;
+    NSTextCheckingResult result;
+    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
+        search.read(result);
+        output += QStringView(string).mid(copied, result.range().location - copied);
+        replacement.append(output, result, string, 0);
+        copied = result.range().end();
+        ++count;
+        return true;
+    });
+    if (count > 0) {
+        output += QStringView(string).mid(copied);
+        // A text whose matches have all been replaced by nothing is empty, not nil.
+        string = output.isNull() ? QStringLiteral("") : output;
+    }
+    return count;
+}
+
+QString NSRegularExpression::replacementStringForResult(const NSTextCheckingResult &result,
+                                                        const QString &inString, qsizetype offset,
+                                                        const QString &templateText) const {
+    QString output = QStringLiteral("");
+    ReplacementTemplate(templateText, numberOfCaptureGroups()).append(output, result, inString, offset);
+    return output;
+}
+
+QString NSRegularExpression::escapedPatternForString(const QString &string) {
+    // Punctuation with a meaning in patterns or sets, and the white space that AllowCommentsAndWhitespace
+    // ignores.
+    constexpr QStringView special = u"\\^$.|?*+()[]{}#-&/ \t\n\v\f\r\u0085\u200e\u200f\u2028\u2029";
+    QString escaped;
+    escaped.reserve(string.size());
+    for (const QChar c : string) {
+        if (special.contains(c))
+            escaped += u'\\';
+        escaped += c;
+    }
+    return string.isEmpty() ? string : escaped;
+}
+
+QString NSRegularExpression::escapedTemplateForString(const QString &string) {
+    QString escaped;
+    escaped.reserve(string.size());
+    for (const QChar c : string) {
+        if (c == u'\\' || c == u'$')
+            escaped += u'\\';
+        escaped += c;
+    }
+    return string.isEmpty() ? string : escaped;
+}

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSRange.h"
+
+#include <QVarLengthArray>
+#include <memory>
+
+class NSRegularExpression;
+
+/// One finding in a text: the range of the whole, and of each capture group that took part.
+///
+/// A value; it doesn't keep the text. The default one is a finding of nothing, without ranges.
+class NSTextCheckingResult {
+public:
+    NSTextCheckingResult() = default;
+    /// \param ranges  the whole match first, then the groups; NSNotFound as location for one that took no
+    /// part
+    static NSTextCheckingResult
+    regularExpressionCheckingResultWithRanges(const QVarLengthArray<NSRange, 4> &ranges,
+                                              const NSRegularExpression &regularExpression);
+
+    /// The whole match; nowhere for the default one.
+    NSRange range() const { return m_ranges.isEmpty() ? NSRange{NSNotFound, 0} : m_ranges[0]; }
+    /// The range of a group, 0 for the whole; its location is NSNotFound where the group took no part.
+    /// \throws NSException NSRangeException for a number that isn't below numberOfRanges()
+    NSRange rangeAtIndex(qsizetype index) const;
+    /// One more than the expression has capture groups.
+    qsizetype numberOfRanges() const { return m_ranges.size(); }
+    /// The expression that matched; nil for the default one.
+    NSRegularExpression regularExpression() const;
+    /// The same finding with all ranges moved by so many units.
+    /// \throws NSException NSInvalidArgumentException where that would make a location negative
+    NSTextCheckingResult resultByAdjustingRangesWithOffset(qsizetype offset) const;
+
+private:
+    friend class NSRegularExpression;
+    friend class NSRegularExpressionSearch;
+
+    QVarLengthArray<NSRange, 4> m_ranges;
+    std::shared_ptr<const class NSCompiledExpression> m_expression;
+};
