@@ -1,11 +1,86 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QString>
+#include "platform/text/NSCharacterSet.h"
 
+#include <QString>
+#include <QUrl>
+#include <QVariant>
+#include <QVariantMap>
+#include <optional>
+
+/// The kit's short vocabulary on strings. Lengths, indexes and characters are UTF-16 code units; white space
+/// is what NSIsWhitespaceOrNewline() says. Asked of nil, a null QString, every operation gives the neutral
+/// value of its result: nil, false, 0 or no pieces. So nil is neither blank nor empty, while "" is both. Any
+/// thread, without exception.
 namespace ZRKit {
+
+// Tests
+
+/// True where nothing but white space is in the text; false for nil.
+bool isBlank(const QString &text);
+/// The same as isBlank().
+bool empty(const QString &text);
+/// Whether the part occurs in the text, unit by unit. Nothing and nil never occur.
+bool contains(const QString &text, const QString &part);
+/// True where the object is a string equal to the text; false for anything else, nil included.
+bool eq(const QString &text, const QVariant &object);
+/// True where there is an "@" or a "." in the text; one of them is enough.
+bool isValidEmail(const QString &text);
+qint64 len(const QString &text);
+
+// Transformations
+
+/// The text itself, or the default where the text is blank.
+QString stringValueWithDefault(const QString &text, const QString &defaultValue);
+/// Unicode's full case mapping, independent of the locale.
+QString lower(const QString &text);
+QString upper(const QString &text);
+/// The text without white space at both ends, at its start, at its end.
+QString strip(const QString &text);
+QString lstrip(const QString &text);
+QString rstrip(const QString &text);
+/// The text without the leading (trailing) characters of the set. Raises NSInvalidArgumentException for a nil
+/// set.
+QString stringByLTrimmingCharactersInSet(const QString &text, const NSCharacterSet &set);
+QString stringByRTrimmingCharactersInSet(const QString &text, const NSCharacterSet &set);
+/// The pieces between runs of white space, without empty ones.
+QVariantList split(const QString &text);
+/// The pieces between the separators, empty ones too. Without a separator (nil or "") the text is the only
+/// piece.
+QVariantList splitBy(const QString &text, const QString &separator);
+/// Runs of white space made one space each, none at the ends.
+QString collapse(const QString &text);
+/// Without any white space.
+QString stripAllBlanks(const QString &text);
+/// The units from one index to before another. Negative ones count from the end, and 0 as `to` is the end of
+/// the text; "" where nothing lies between.
+QString sliceFrom(const QString &text, qint64 from, qint64 to);
+/// Every occurrence of the search text, from the start on, replaced. The text itself where the search is nil
+/// or "", or the replacement is nil.
+QString replace(const QString &text, const QString &search, const QString &replacement);
+/// HTML's "&amp;", "&lt;", "&gt;" and "&quot;" for their characters; the apostrophe stays.
+QString escape(const QString &text);
+/// escape(), and "<br/>" for each line feed.
+QString escapeWithBreakLine(const QString &text);
+/// The text in double quotes, for logs and literals: backslash, double quote and everything below U+0020
+/// escaped with a backslash, as \b \t \n \f \r or \uXXXX. An apostrophe is escaped too, but only in a text
+/// that has one of those.
+QString repr(const QString &text);
+
+// Encoding
+
+/// The text's UTF-8 bytes, all but ASCII letters, digits and "-_.~" as "%XX" with upper-case digits (RFC
+/// 3986). A surrogate without a partner counts as U+FFFD.
+QString urlEncode(const QString &text);
+
+// Identifiers
 
 /// A new random UUID in its text form: 36 characters, upper-case hexadecimal in groups of 8-4-4-4-12.
 QString uuid();
+/// A new random UUID's bytes as 32 lower-case hexadecimal digits.
+QString uuidShort();
+/// A new random UUID's bytes in Base64 without padding, "_" for "/" and "-" for "+": 22 characters.
+QString uuidBase64();
 
 } // namespace ZRKit

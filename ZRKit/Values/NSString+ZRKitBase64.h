@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// Base64 and digests of texts. Asked of nil, a null QString, each gives nil. Any thread.
+namespace ZRKit {
+
+/// The text's UTF-8 bytes in Base64, as for data. nil where the text has a surrogate without a partner.
+QString base64EncodedString(const QString &text);
+/// The bytes of a Base64 text whose length is a multiple of 4, else nil, as for a text that is not ASCII. No
+/// character is refused: each one outside the alphabet reads as "/" does, so that damaged text gives damaged
+/// bytes.
+QByteArray dataWithBase64DecodedString(const QString &text);
+/// The digest of the text's UTF-8 bytes as lower-case hexadecimal: 32, 40 and 64 characters.
+/// nil where the text has a surrogate without a partner.
+QString zrMD5HexString(const QString &text);
+QString zrSHA1HexString(const QString &text);
+QString zrSHA256HexString(const QString &text);
+
+} // namespace ZRKit

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#include "platform/text/MessageDigest.h"
+
+#include "platform/values/NSException.h"
+
+#include <array>
+#include <openssl/evp.h>
+
+namespace {
+
+/// Looked up once and kept: OpenSSL's own look-up costs more than digesting a short text.
+const EVP_MD *algorithm(MessageDigest digest) {
+    static const std::array<EVP_MD *, 3> fetched{EVP_MD_fetch(nullptr, "MD5", nullptr),
+                                                 EVP_MD_fetch(nullptr, "SHA1", nullptr),
+                                                 EVP_MD_fetch(nullptr, "SHA256", nullptr)};
+    return fetched[size_t(digest)];
+}
+
+} // namespace
+
+QByteArray NSMessageDigest(MessageDigest digest, QByteArrayView bytes) {
+    const EVP_MD *const type = algorithm(digest);
+    std::array<uchar, EVP_MAX_MD_SIZE> result{};
+    unsigned size = 0;
+    if (!type || EVP_Digest(bytes.data(), size_t(bytes.size()), result.data(), &size, type, nullptr) != 1)
+        throw NSException(NSInternalInconsistencyException, QStringLiteral("OpenSSL refuses the digest"));
+    return {reinterpret_cast<const char *>(result.data()), qsizetype(size)};
+}
