@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSNull.h"
 
-#include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSError.h"
+#include "platform/values/NSObjectRuntime.h"
 
 #include <QDateTime>
-#include <QDebug>
+#include <QObject>
 #include <QUrl>
 
 bool NSIsNull(const QVariant &value) {
@@ -25,22 +25,12 @@ bool NSIsNil(const QVariant &value) {
     case QMetaType::QUrl:
         return value.value<QUrl>().isEmpty();
     default:
+        if (value.metaType().flags() & QMetaType::PointerToQObject)
+            return !*static_cast<QObject *const *>(value.constData());
         return value.metaType() == QMetaType::fromType<NSError>() && value.value<NSError>().isNil();
     }
 }
 
 QString NSDescription(const QVariant &value) {
-    if (NSIsNil(value))
-        return QStringLiteral("(null)");
-    if (NSIsNull(value))
-        return QStringLiteral("<null>");
-    if (value.metaType() == QMetaType::fromType<NSError>())
-        return value.value<NSError>().description();
-    if (value.metaType() == QMetaType::fromType<NSDecimalNumber>())
-        return value.value<NSDecimalNumber>().stringValue();
-    if (value.canConvert<QString>())
-        return value.toString();
-    QString text;
-    QDebug(&text).noquote().nospace() << value;
-    return text;
+    return NSObjectRuntime::description(value);
 }

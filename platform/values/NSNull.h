@@ -12,9 +12,10 @@ inline QVariant NSNull() {
 /// True for the null marker only: nil (an invalid variant) and empty values are something else.
 bool NSIsNull(const QVariant &value);
 
-/// True for nil only: an invalid variant, or the typed nil of a string, data, date or URL.
+/// True for nil only: an invalid variant, or the typed nil of a string, data, date, URL,
+/// error or object pointer.
 bool NSIsNil(const QVariant &value);
 
-/// The text of any value for log lines: "(null)" for nil, "<null>" for the null marker, the text itself for
-/// strings.
+/// The text of any value for log lines, as NSObjectRuntime::description() gives it: "(null)" for nil,
+/// "<null>" for the null marker, the text itself for strings.
 QString NSDescription(const QVariant &value);

@@ -3,6 +3,7 @@
 
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSError.h"
+#include "platform/values/NSObjectRuntime.h"
 
 #include <QDateTime>
 #include <QStringList>
@@ -75,8 +76,12 @@ size_t qHash(const QVariant &value, size_t seed) {
         return qHash(as<QUrl>(value), seed);
     case QMetaType::QUuid:
         return qHash(as<QUuid>(value), seed);
-    case QMetaType::QStringList:
-        return qHash(as<QStringList>(value), seed);
+    case QMetaType::QStringList: {
+        size_t hash = seed;
+        for (const QString &element : as<QStringList>(value))
+            hash = mixed(hash, qHash(element, seed));
+        return hash;
+    }
     case QMetaType::QVariantList: {
         size_t hash = seed;
         for (const QVariant &element : as<QVariantList>(value))
@@ -97,7 +102,7 @@ size_t qHash(const QVariant &value, size_t seed) {
         return mixed(sum, seed);
     }
     if (type == QMetaType::fromType<NSDecimalNumber>())
-        return qHash(as<NSDecimalNumber>(value), seed);
+        return numberHash(NSObjectRuntime::doubleValue(value), seed);
     if (type == QMetaType::fromType<NSError>()) {
         const auto &error = as<NSError>(value);
         return qHashMulti(seed, error.domain(), error.code());

@@ -1,0 +1,503 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSObject+ZRKit.h"
+
+#include "platform/values/NSDecimalNumber.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
+#include "platform/values/NSSet.h"
+#include "platform/values/NumberText.h"
+
+#include <QStringDecoder>
+#include <QUrl>
+#include <QVariantHash>
+#include <cmath>
+#include <limits>
+
+namespace ZRKit {
+
+namespace {
+
+QString notNil(const QString &text) {
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
+bool isUnsigned(const QVariant &number) {
+    const int type = number.typeId();
+    return type == QMetaType::ULongLong || type == QMetaType::ULong;
+}
+
+qint64 integerOf(double number) {
+    if (std::isnan(number))
+        return 0;
+    if (number >= 0x1p63)
+        return std::numeric_limits<qint64>::max();
+    return number < -0x1p63 ? std::numeric_limits<qint64>::min() : qint64(number);
+}
+
+quint64 unsignedOf(double number) {
+    if (number >= 0x1p64)
+        return std::numeric_limits<quint64>::max();
+    return number >= 0x1p63 ? quint64(number) : quint64(integerOf(number));
+}
+
+bool isReal(const QVariant &number) {
+    const int type = number.typeId();
+    return type == QMetaType::Double || type == QMetaType::Float;
+}
+
+qint64 integerOf(const QVariant &number) {
+    if (isReal(number))
+        return integerOf(number.toDouble());
+    return isUnsigned(number) ? qint64(number.toULongLong()) : number.toLongLong();
+}
+
+bool numberIsTrue(const QVariant &number) {
+    if (isReal(number))
+        return number.toDouble() != 0;
+    return integerOf(number) != 0;
+}
+
+/// Both as strtoll() and strtoull() read a decimal's text: fractions are dropped.
+template <typename Read>
+auto decimalOf(const QVariant &decimal, Read read) {
+    return read(held<NSDecimalNumber>(decimal).stringValue());
+}
+
+double secondsOf(const QVariant &date) {
+    return double(held<QDateTime>(date).toMSecsSinceEpoch()) / 1000;
+}
+
+bool respondsTo(const QVariant &value, const char *name) {
+    return NSObjectRuntime::respondsTo(value, NSSelector(name));
+}
+
+bool isTrueObject(const QVariant &value) {
+    for (const char *name : {"count", "length"}) {
+        if (respondsTo(value, name))
+            return toBool(NSObjectRuntime::perform(value, NSSelector(name)));
+    }
+    return true;
+}
+
+/// stringValue, else description, else the empty string.
+QString textOf(const QVariant &value, ValueKind kind) {
+    if (NSObjectRuntime::hasStringValue(value))
+        return NSObjectRuntime::stringValue(value);
+    if (kind == ValueKind::Object || kind == ValueKind::Gadget) {
+        if (!respondsTo(value, "description"))
+            return QStringLiteral("");
+        return NSObjectRuntime::perform(value, NSSelector("description")).toString();
+    }
+    return NSObjectRuntime::description(value);
+}
+
+const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &converted) {
+    const auto find = [&](const auto &entries) -> const QVariant * {
+        const auto at = entries.constFind(key);
+        return at == entries.constEnd() ? nullptr : &at.value();
+    };
+    const int type = dictionary.typeId();
+    if (type == QMetaType::QVariantMap)
+        return find(held<QVariantMap>(dictionary));
+    if (type == QMetaType::QVariantHash)
+        return find(held<QVariantHash>(dictionary));
+    converted = dictionaryOf(dictionary).value(key);
+    return converted.isValid() ? &converted : nullptr;
+}
+
+const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &converted) {
+    const auto inside = [index](const auto &elements) { return index >= 0 && index < elements.size(); };
+    if (array.typeId() == QMetaType::QVariantList) {
+        const auto &elements = held<QVariantList>(array);
+        return inside(elements) ? &elements[index] : nullptr;
+    }
+    const QVariantList elements = arrayOf(array);
+    if (!inside(elements))
+        return nullptr;
+    converted = elements[index];
+    return &converted;
+}
+
+/// A step on a path that is neither a dictionary's nor an array's, or whose element is missing, ends it:
+/// nullptr. `scratch` holds values that had to be made.
+const QVariant *walk(const QVariant *current, QStringView rest, QVariant &scratch) {
+    while (!rest.isEmpty()) {
+        const qsizetype slash = rest.indexOf(QLatin1Char('/'));
+        const QStringView component = slash < 0 ? rest : rest.first(slash);
+        rest = slash < 0 ? QStringView() : rest.sliced(slash + 1);
+        if (component.isEmpty())
+            continue;
+        const ValueKind kind = kindOf(*current);
+        QVariant made;
+        if (kind == ValueKind::Dictionary) {
+            // The key only lives for the search, so it needs no memory of its own.
+            current = entryOf(*current, QString::fromRawData(component.data(), component.size()), made);
+        } else if (kind == ValueKind::Array) {
+            if (component == u"*" || component == u"?") {
+                for (const QVariant &element : arrayOf(*current)) {
+                    QVariant inner;
+                    if (const QVariant *found = walk(&element, rest, inner); found && !NSIsNil(*found)) {
+                        scratch = *found;
+                        return &scratch;
+                    }
+                }
+                return nullptr;
+            }
+            const qint64 index = NumberText::longLongValue(component);
+            if (index == 0 && component != u"0")
+                return nullptr;
+            current = elementOf(*current, index, made);
+        } else {
+            return nullptr;
+        }
+        if (!current)
+            return nullptr;
+        if (current == &made) {
+            scratch = std::move(made);
+            current = &scratch;
+        }
+    }
+    return current;
+}
+
+void dumpValue(const QVariant &value, const QString &path, QStringList &lines) {
+    const QString head = path.isEmpty() ? QStringLiteral("/") : path;
+    switch (kindOf(value)) {
+    case ValueKind::Dictionary: {
+        const QVariantMap entries = dictionaryOf(value);
+        lines << QStringLiteral("%1 = {%2}").arg(head, QString::number(entries.size()));
+        for (auto it = entries.begin(); it != entries.end(); ++it)
+            dumpValue(it.value(), path + QLatin1Char('/') + it.key(), lines);
+        return;
+    }
+    case ValueKind::Array: {
+        const QVariantList elements = arrayOf(value);
+        lines << QStringLiteral("%1 = [%2]").arg(head, QString::number(elements.size()));
+        for (qsizetype i = 0; i < elements.size(); ++i)
+            dumpValue(elements[i], path + QLatin1Char('/') + QString::number(i), lines);
+        return;
+    }
+    case ValueKind::String: {
+        QString text = held<QString>(value);
+        text.replace(QLatin1Char('\n'), QStringLiteral("\\n"));
+        lines << head + QStringLiteral(" = \"") + text + QLatin1Char('"');
+        return;
+    }
+    default:
+        lines << head + QStringLiteral(" = ") + NSObjectRuntime::description(value);
+    }
+}
+
+} // namespace
+
+bool toBool(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Number:
+        return numberIsTrue(receiver);
+    case ValueKind::Decimal: {
+        const auto &decimal = held<NSDecimalNumber>(receiver);
+        return !decimal.isZero();
+    }
+    case ValueKind::String:
+        return NumberText::boolValue(held<QString>(receiver));
+    default:
+        return false;
+    }
+}
+
+qint64 toInt(const QVariant &receiver) {
+    return toLongLong(receiver);
+}
+
+qint64 toLong(const QVariant &receiver) {
+    return toLongLong(receiver);
+}
+
+qint64 toLongLong(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Number:
+        return integerOf(receiver);
+    case ValueKind::Decimal:
+        return decimalOf(receiver, NumberText::longLongValue);
+    case ValueKind::String:
+        return NumberText::longLongValue(held<QString>(receiver));
+    default:
+        return 0;
+    }
+}
+
+quint64 toUnsignedLongLong(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Number:
+        return isReal(receiver) ? unsignedOf(receiver.toDouble()) : quint64(integerOf(receiver));
+    case ValueKind::Decimal:
+        return decimalOf(receiver, NumberText::unsignedLongLongValue);
+    case ValueKind::String:
+        return NumberText::unsignedLongLongValue(held<QString>(receiver));
+    default:
+        return 0;
+    }
+}
+
+float toFloat(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Number:
+        return receiver.toFloat();
+    case ValueKind::Decimal:
+        return decimalOf(receiver, NumberText::floatValue);
+    case ValueKind::String:
+        return NumberText::floatValue(held<QString>(receiver));
+    case ValueKind::Date:
+        return float(secondsOf(receiver));
+    default:
+        return 0;
+    }
+}
+
+double toDouble(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Number:
+        return receiver.toDouble();
+    case ValueKind::Decimal:
+        return NSObjectRuntime::doubleValue(receiver);
+    case ValueKind::String:
+        return NumberText::doubleValue(held<QString>(receiver));
+    case ValueKind::Date:
+        return secondsOf(receiver);
+    default:
+        return 0;
+    }
+}
+
+QString toString(const QVariant &receiver) {
+    const ValueKind kind = kindOf(receiver);
+    switch (kind) {
+    case ValueKind::Nil:
+        return {};
+    case ValueKind::Null:
+        return QStringLiteral("");
+    case ValueKind::String:
+        return held<QString>(receiver);
+    case ValueKind::Data: {
+        // A byte order mark is a character like any other.
+        QStringDecoder decoder(QStringDecoder::Utf8,
+                               QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+        const QString text = decoder(held<QByteArray>(receiver));
+        return decoder.hasError() ? QString() : notNil(text);
+    }
+    default:
+        return textOf(receiver, kind);
+    }
+}
+
+QString toStringNotEmpty(const QVariant &receiver) {
+    const QString text = toString(receiver);
+    return text.isEmpty() ? QString() : text;
+}
+
+QString stringDefault(const QVariant &receiver, const QString &defaultString) {
+    const ValueKind kind = kindOf(receiver);
+    if (kind == ValueKind::Nil)
+        return {};
+    const QString text = textOf(receiver, kind);
+    return text.isEmpty() ? defaultString : text;
+}
+
+QByteArray toData(const QVariant &receiver) {
+    const ValueKind kind = kindOf(receiver);
+    if (kind == ValueKind::Data)
+        return held<QByteArray>(receiver);
+    const QString text = toString(receiver);
+    if (text.isNull())
+        return {};
+    const QByteArray data = text.toUtf8();
+    return data.isNull() ? QByteArray("") : data;
+}
+
+bool isTrue(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Nil:
+    case ValueKind::Null:
+        return false;
+    case ValueKind::Number:
+        return numberIsTrue(receiver);
+    case ValueKind::Decimal: {
+        const auto &decimal = held<NSDecimalNumber>(receiver);
+        return !decimal.isZero() && !decimal.isNaN();
+    }
+    case ValueKind::URL:
+        return !held<QUrl>(receiver).toEncoded().isEmpty();
+    case ValueKind::String:
+        return !held<QString>(receiver).isEmpty();
+    case ValueKind::Data:
+        return !held<QByteArray>(receiver).isEmpty();
+    case ValueKind::Array:
+        return receiver.typeId() == QMetaType::QVariantList ? !held<QVariantList>(receiver).isEmpty()
+                                                            : !arrayOf(receiver).isEmpty();
+    case ValueKind::Dictionary:
+        return receiver.typeId() == QMetaType::QVariantMap ? !held<QVariantMap>(receiver).isEmpty()
+                                                           : !dictionaryOf(receiver).isEmpty();
+    case ValueKind::Set:
+        return !held<NSSet>(receiver).isEmpty();
+    case ValueKind::Object:
+    case ValueKind::Gadget:
+        return isTrueObject(receiver);
+    case ValueKind::Date:
+    case ValueKind::Other:
+        return true;
+    }
+    return true;
+}
+
+bool isNotNull(const QVariant &receiver) {
+    const ValueKind kind = kindOf(receiver);
+    return kind != ValueKind::Null && kind != ValueKind::Nil;
+}
+
+QVariant nilOrObject(const QVariant &receiver) {
+    return isNotNull(receiver) ? receiver : QVariant();
+}
+
+QVariant zrNil(const QVariant &receiver) {
+    return nilOrObject(receiver);
+}
+
+bool isNotEmpty(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Nil:
+    case ValueKind::Null:
+        return false;
+    case ValueKind::String:
+    case ValueKind::Array:
+    case ValueKind::Dictionary:
+        return isTrue(receiver);
+    default:
+        return toBool(NSObjectRuntime::perform(receiver, NSSelector("len")));
+    }
+}
+
+QString hashHexWith32Digits(const QVariant &receiver) {
+    if (NSIsNil(receiver))
+        return {};
+    return QString::number(qulonglong(NSObjectRuntime::hash(receiver)), 16)
+        .rightJustified(32, QLatin1Char('0'));
+}
+
+QString className(const QVariant &receiver) {
+    return NSObjectRuntime::className(receiver);
+}
+
+std::optional<QVariantList> zrKeys(const QVariant &receiver) {
+    if (kindOf(receiver) != ValueKind::Dictionary)
+        return std::nullopt;
+    const QStringList keys = dictionaryOf(receiver).keys();
+    return QVariantList(keys.begin(), keys.end());
+}
+
+std::optional<QVariantList> zrValues(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Dictionary:
+        return dictionaryOf(receiver).values();
+    case ValueKind::Array:
+        return arrayOf(receiver);
+    default:
+        return std::nullopt;
+    }
+}
+
+QVariant zrKey(const QVariant &receiver, const QString &key) {
+    if (kindOf(receiver) == ValueKind::Dictionary)
+        return {};
+    return zrNil(NSObjectRuntime::perform(receiver, NSSelector("objectForKey:"), {key}));
+}
+
+QVariant zrKey(const QVariant &receiver, const QString &key, const QVariant &defaultValue) {
+    if (kindOf(receiver) != ValueKind::Dictionary)
+        return {};
+    QVariant made;
+    const QVariant *value = entryOf(receiver, key, made);
+    return value && isNotNull(*value) ? *value : defaultValue;
+}
+
+QVariant zrKeys(const QVariant &receiver, const QStringList &keys) {
+    for (const QString &key : keys) {
+        if (key.isNull())
+            break;
+        if (const QVariant value = zrKey(receiver, key, QVariant()); value.isValid())
+            return value;
+    }
+    return {};
+}
+
+bool zrHas(const QVariant &receiver, const QString &key) {
+    if (kindOf(receiver) != ValueKind::Dictionary)
+        return false;
+    QVariant made;
+    const QVariant *value = entryOf(receiver, key, made);
+    return value && !NSIsNil(*value);
+}
+
+QVariant zrAt(const QVariant &receiver, qint64 index) {
+    if (kindOf(receiver) != ValueKind::Array)
+        return {};
+    QVariant made;
+    const QVariant *element = elementOf(receiver, index, made);
+    return element ? zrNil(*element) : QVariant();
+}
+
+QVariant path(const QVariant &receiver, const QString &path, bool) {
+    QVariant scratch;
+    const QVariant *found = walk(&receiver, path, scratch);
+    return found && !NSIsNil(*found) ? *found : QVariant();
+}
+
+QVariant path(const QVariant &receiver, const QString &path) {
+    QVariant scratch;
+    const QVariant *found = walk(&receiver, path, scratch);
+    return found && isNotNull(*found) ? *found : QVariant();
+}
+
+QVariant path(const QVariant &receiver, const QString &path, const QVariant &defaultValue) {
+    if (NSIsNil(receiver))
+        return {};
+    const QVariant value = ZRKit::path(receiver, path);
+    return value.isValid() ? value : defaultValue;
+}
+
+QVariant path(const QVariant &receiver, const QString &path, const QString &defaultValue) {
+    return ZRKit::path(receiver, path, QVariant(defaultValue));
+}
+
+QVariant paths(const QVariant &receiver, const QStringList &paths) {
+    for (const QString &each : paths) {
+        if (each.isNull())
+            break;
+        if (const QVariant value = path(receiver, each); value.isValid())
+            return value;
+    }
+    return {};
+}
+
+QString stringAtPath(const QVariant &receiver, const QString &path) {
+    return toStringNotEmpty(ZRKit::path(receiver, path, false));
+}
+
+QStringList dump(const QVariant &receiver, const QVariant &value, const QString &path, QStringList *result) {
+    if (NSIsNil(receiver))
+        return {};
+    QStringList lines;
+    QStringList &all = result ? *result : lines;
+    dumpValue(value, path, all);
+    return all;
+}
+
+QString dump(const QVariant &receiver) {
+    const QStringList lines = dump(receiver, receiver, QString(), nullptr);
+    return NSIsNil(receiver) ? QString() : lines.join(QLatin1Char('\n'));
+}
+
+void dumpToLog(const QVariant &) {
+}
+
+} // namespace ZRKit

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <optional>
+
+namespace ZRKit {
+
+// Reading loosely typed values. The receiver may be any value; each kind has one conversion, everything else
+// gives the neutral value (false, 0, nil), and so does nil. Any thread.
+
+/// A number: whether it isn't zero. A string: its text, by NumberText::boolValue(), so that "YES", "true" and
+/// "1" are true. (Unlike isTrue().)
+bool toBool(const QVariant &receiver);
+
+/// A number towards zero, saturating where a floating-point number or decimal is too large (an unsigned
+/// integer keeps its 64 bits); the integer that a string begins with, saturating.
+qint64 toInt(const QVariant &receiver);
+qint64 toLong(const QVariant &receiver);
+qint64 toLongLong(const QVariant &receiver);
+/// The same without a sign: negative integers keep their 64 bits, and strings are read as strtoull() does.
+quint64 toUnsignedLongLong(const QVariant &receiver);
+
+/// A number, the number that a string begins with, or a date's seconds since 1970-01-01 UTC.
+float toFloat(const QVariant &receiver);
+double toDouble(const QVariant &receiver);
+
+/// A string itself; the empty string for the null marker; data decoded as UTF-8, nil if it isn't valid;
+/// otherwise what the value answers as its stringValue or, if it has none, its description; the empty string
+/// where it has neither.
+QString toString(const QVariant &receiver);
+/// toString() unless it is empty, then nil.
+QString toStringNotEmpty(const QVariant &receiver);
+/// A string, a stringValue or a description, as toString() finds them for other kinds; the default where that
+/// is empty. Data and the null marker are described here, not decoded.
+QString stringDefault(const QVariant &receiver, const QString &defaultString);
+
+/// Data itself; empty data for the null marker; anything else toString() as UTF-8.
+QByteArray toData(const QVariant &receiver);
+
+/// A number that isn't zero, a URL that isn't empty; of what has a count or a length (strings, data,
+/// containers, objects that declare one) whether it isn't 0; true for all other values, false for the null
+/// marker. The string "0" is true here.
+bool isTrue(const QVariant &receiver);
+/// False for the null marker and for nil.
+bool isNotNull(const QVariant &receiver);
+/// The value, nil for the null marker.
+QVariant nilOrObject(const QVariant &receiver);
+/// nilOrObject() by its other name.
+QVariant zrNil(const QVariant &receiver);
+/// Whether a string has a length, or an array, dictionary or set a count, other than 0. Throws NSException
+/// (NSInvalidArgumentException) for values that have no `len`.
+bool isNotEmpty(const QVariant &receiver);
+
+/// The value's hash as 32 lower-case hexadecimal digits, of which the first 16 are zeros.
+QString hashHexWith32Digits(const QVariant &receiver);
+/// The name of the value's class, without namespaces.
+QString className(const QVariant &receiver);
+
+// Access that tolerates the wrong kind of container.
+
+/// The keys of a dictionary, nil of anything else.
+std::optional<QVariantList> zrKeys(const QVariant &receiver);
+/// The values of a dictionary in the order of its keys, an array itself, nil of anything else.
+std::optional<QVariantList> zrValues(const QVariant &receiver);
+/// nil for a dictionary. Any other value is sent `objectForKey`, and the null marker in its answer reads as
+/// nil; throws NSException (NSInvalidArgumentException) where it has none.
+QVariant zrKey(const QVariant &receiver, const QString &key);
+/// A dictionary's value for the key, the default where it is missing or the null marker; nil for anything
+/// else.
+QVariant zrKey(const QVariant &receiver, const QString &key, const QVariant &defaultValue);
+/// The first value that isn't nil or the null marker among a dictionary's values for the keys, which end with
+/// the list or its first nil key; nil for anything else.
+QVariant zrKeys(const QVariant &receiver, const QStringList &keys);
+/// Whether a dictionary has a value for the key, be it the null marker.
+bool zrHas(const QVariant &receiver, const QString &key);
+/// An array's element, nil where the index is out of range, for the null marker and for anything but an
+/// array.
+QVariant zrAt(const QVariant &receiver, qint64 index);
+
+// Paths: components separated by "/". One is a dictionary's key, an array's index, or "*" or "?" for the
+// first element of an array from which the rest of the path leads somewhere. Empty components are skipped, so
+// the empty path is the receiver itself.
+
+/// The value at the path, which may be the null marker; nil where the path leads nowhere. The flag changes
+/// nothing.
+QVariant path(const QVariant &receiver, const QString &path, bool quiet);
+/// The same with the null marker read as nil.
+QVariant path(const QVariant &receiver, const QString &path);
+/// The same with a default for nil.
+QVariant path(const QVariant &receiver, const QString &path, const QVariant &defaultValue);
+// Without these two, a text or a number as the default would be taken for the flag.
+QVariant path(const QVariant &receiver, const QString &path, const QString &defaultValue);
+template <typename Number>
+requires std::is_arithmetic_v<Number> &&(!std::is_same_v<Number, bool>)QVariant
+    path(const QVariant &receiver, const QString &p, Number defaultValue) {
+    return path(receiver, p, QVariant(defaultValue));
+}
+/// The first path() that isn't nil over paths that end with the list or its first nil.
+QVariant paths(const QVariant &receiver, const QStringList &paths);
+/// toStringNotEmpty() of the value at the path.
+QString stringAtPath(const QVariant &receiver, const QString &path);
+
+/// Appends a line for the value, and for whatever it holds, to the lines (or to none yet, for nullptr), and
+/// returns them:
+/// `/a = {1}` for a dictionary of 1 entry, `/a = [2]` for an array of 2 elements, `/a = "text"` for a string
+/// (line feeds as \n), `/a = description` for anything else.
+QStringList dump(const QVariant &receiver, const QVariant &value, const QString &path, QStringList *result);
+/// The lines of the receiver, joined by line feeds.
+QString dump(const QVariant &receiver);
+/// Does nothing.
+void dumpToLog(const QVariant &receiver);
+
+} // namespace ZRKit

@@ -1,0 +1,481 @@
+// SPDX-License-Identifier: MIT
+#include "platform/values/NSKeyValueCoding.h"
+
+#include "platform/values/NSDecimalNumber.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
+#include "platform/values/NSSet.h"
+#include "platform/values/NumberText.h"
+
+#include <QDateTime>
+#include <QMetaProperty>
+#include <QObject>
+#include <QUrl>
+#include <array>
+#include <limits>
+#include <optional>
+#include <unordered_set>
+
+namespace {
+
+using namespace NSObjectRuntime;
+using NSKeyValueCoding::setValueForKey;
+using NSKeyValueCoding::setValueForKeyPath;
+using NSKeyValueCoding::valueForKey;
+using NSKeyValueCoding::valueForKeyPath;
+
+[[noreturn]] void raiseUndefined(const QVariant &receiver, const QString &key) {
+    throw NSException(NSUndefinedKeyException,
+                      QStringLiteral("%1 has no value for the key \"%2\".").arg(className(receiver), key),
+                      {{QStringLiteral("NSUnknownUserInfoKey"), key}});
+}
+
+bool isOperator(const QString &key) {
+    return key.startsWith(QLatin1Char('@'));
+}
+
+bool isAbsent(const QVariant &value) {
+    const ValueKind kind = kindOf(value);
+    return kind == ValueKind::Nil || kind == ValueKind::Null;
+}
+
+QString capitalized(const QString &key) {
+    return key.left(1).toUpper() + key.mid(1);
+}
+
+// ---- What every value has
+
+QVariant numberForKey(const QVariant &value, const QString &key) {
+    const double real = doubleValue(value);
+    if (key == QStringLiteral("doubleValue"))
+        return real;
+    if (key == QStringLiteral("floatValue"))
+        return float(real);
+    if (key == QStringLiteral("stringValue"))
+        return stringValue(value);
+    const bool isText = kindOf(value) == ValueKind::String;
+    if (key == QStringLiteral("boolValue"))
+        return isText ? NumberText::boolValue(held<QString>(value)) : real != 0;
+    if (key == QStringLiteral("longLongValue") || key == QStringLiteral("integerValue") ||
+        key == QStringLiteral("intValue")) {
+        return isText ? QVariant(NumberText::longLongValue(held<QString>(value)))
+                      : converted(value, QMetaType(QMetaType::LongLong));
+    }
+    return {};
+}
+
+QVariant commonValue(const QVariant &value, const QString &key) {
+    if (key == QStringLiteral("self"))
+        return value;
+    if (key == QStringLiteral("description"))
+        return description(value);
+    if (key == QStringLiteral("className"))
+        return className(value);
+    if (key == QStringLiteral("hash"))
+        return QVariant(qulonglong(hash(value)));
+    QVariant found;
+    switch (kindOf(value)) {
+    case ValueKind::String:
+        if (key == QStringLiteral("length"))
+            return held<QString>(value).size();
+        if (key == QStringLiteral("uppercaseString"))
+            return held<QString>(value).toUpper();
+        if (key == QStringLiteral("lowercaseString"))
+            return held<QString>(value).toLower();
+        found = numberForKey(value, key);
+        break;
+    case ValueKind::Number:
+    case ValueKind::Decimal:
+        found = numberForKey(value, key);
+        break;
+    case ValueKind::Data:
+        if (key == QStringLiteral("length"))
+            return held<QByteArray>(value).size();
+        break;
+    case ValueKind::Date:
+        if (key == QStringLiteral("timeIntervalSince1970"))
+            return doubleValue(value);
+        break;
+    case ValueKind::URL: {
+        const auto &url = held<QUrl>(value);
+        const auto text = [](const QString &part) { return part.isEmpty() ? QVariant() : QVariant(part); };
+        if (key == QStringLiteral("absoluteString"))
+            return QString::fromLatin1(url.toEncoded());
+        if (key == QStringLiteral("scheme"))
+            return text(url.scheme());
+        if (key == QStringLiteral("host"))
+            return text(url.host());
+        if (key == QStringLiteral("path"))
+            return url.path();
+        if (key == QStringLiteral("query"))
+            return text(url.query());
+        break;
+    }
+    default:
+        break;
+    }
+    if (!found.isValid())
+        raiseUndefined(value, key);
+    return found;
+}
+
+QVariant objectValue(const QVariant &receiver, const QString &key) {
+    const QString upper = capitalized(key);
+    const std::array<QString, 4> names = {key, QStringLiteral("get") + upper, QStringLiteral("is") + upper,
+                                          QLatin1Char('_') + key};
+    for (const QString &name : names) {
+        const NSSelector selector(name);
+        if (!key.isEmpty() && selector.argumentCount() == 0 && respondsTo(receiver, selector))
+            return perform(receiver, selector);
+    }
+    if (const QObject *object = objectOf(receiver)) {
+        const QByteArray name = key.toUtf8();
+        if (object->dynamicPropertyNames().contains(name))
+            return object->property(name.constData());
+        const NSSelector undefined("valueForUndefinedKey:");
+        if (respondsTo(receiver, undefined))
+            return perform(receiver, undefined, {key});
+    }
+    return commonValue(receiver, key);
+}
+
+// ---- Operators
+
+using Values = QVariantList;
+
+/// Numbers of all kinds added up: integers exactly while they fit, decimals exactly, everything else in
+/// doubles.
+class Sum {
+public:
+    void add(const QVariant &value) {
+        if (isAbsent(value))
+            return;
+        const QMetaType type = value.metaType();
+        const int id = type.id();
+        const bool whole = kindOf(value) == ValueKind::Number && id != QMetaType::Float &&
+                           id != QMetaType::Double && id != QMetaType::ULong && id != QMetaType::ULongLong;
+        m_real += doubleValue(value);
+        if (!whole || __builtin_add_overflow(m_whole, value.toLongLong(), &m_whole))
+            m_isWhole = false;
+    }
+    QVariant total() const { return m_isWhole ? QVariant(m_whole) : QVariant(m_real); }
+    double real() const { return m_isWhole ? double(m_whole) : m_real; }
+
+private:
+    qint64 m_whole = 0;
+    double m_real = 0;
+    bool m_isWhole = true;
+};
+
+struct Hash {
+    size_t operator()(const QVariant &value) const { return hash(value); }
+};
+struct Equal {
+    bool operator()(const QVariant &a, const QVariant &b) const { return isEqual(a, b); }
+};
+
+Values distinct(const Values &values) {
+    std::unordered_set<QVariant, Hash, Equal> seen;
+    Values once;
+    for (const QVariant &value : values) {
+        if (seen.insert(value).second)
+            once << value;
+    }
+    return once;
+}
+
+NSSet setOf(const Values &values) {
+    return NSSet(values.begin(), values.end());
+}
+
+/// The rest's value of each element; nil where it is nil.
+Values eachValue(const QVariant &collection, const QString &rest) {
+    Values values;
+    for (const QVariant &element : arrayOf(collection))
+        values << valueForKeyPath(element, rest);
+    return values;
+}
+
+Values withoutNil(const Values &values) {
+    Values kept;
+    for (const QVariant &value : values) {
+        if (!NSIsNil(value))
+            kept << value;
+    }
+    return kept;
+}
+
+Values valuesInside(const QVariant &collection, const QString &rest, ValueKind inner, const QString &name) {
+    Values values;
+    for (const QVariant &element : arrayOf(collection)) {
+        if (kindOf(element) != inner)
+            throw NSException(NSInvalidArgumentException,
+                              QStringLiteral("%1 needs a collection of collections of its kind, not of %2.")
+                                  .arg(name, className(element)));
+        values << withoutNil(eachValue(element, rest));
+    }
+    return values;
+}
+
+QVariant extreme(const Values &values, NSComparisonResult wanted) {
+    QVariant best;
+    for (const QVariant &value : values) {
+        if (!isAbsent(value) && (!best.isValid() || compare(value, best) == wanted))
+            best = value;
+    }
+    return best;
+}
+
+QVariant applyOperator(const QVariant &collection, const QString &name, const QString &rest) {
+    if (name == QStringLiteral("@count"))
+        return arrayOf(collection).size();
+    if (rest.isEmpty())
+        throw NSException(NSInvalidArgumentException, QStringLiteral("%1 needs a key path.").arg(name));
+    const bool isSet = kindOf(collection) == ValueKind::Set;
+    if (name == QStringLiteral("@sum") || name == QStringLiteral("@avg")) {
+        Sum sum;
+        const Values values = eachValue(collection, rest);
+        for (const QVariant &value : values)
+            sum.add(value);
+        if (name == QStringLiteral("@sum"))
+            return sum.total();
+        return values.isEmpty() ? 0.0 : sum.real() / double(values.size());
+    }
+    if (name == QStringLiteral("@min"))
+        return extreme(eachValue(collection, rest), NSOrderedAscending);
+    if (name == QStringLiteral("@max"))
+        return extreme(eachValue(collection, rest), NSOrderedDescending);
+    if (name == QStringLiteral("@unionOfObjects"))
+        return withoutNil(eachValue(collection, rest));
+    if (name == QStringLiteral("@distinctUnionOfObjects")) {
+        const Values values = distinct(withoutNil(eachValue(collection, rest)));
+        return isSet ? QVariant::fromValue(setOf(values)) : QVariant(values);
+    }
+    if (name == QStringLiteral("@unionOfArrays"))
+        return valuesInside(collection, rest, ValueKind::Array, name);
+    if (name == QStringLiteral("@distinctUnionOfArrays"))
+        return distinct(valuesInside(collection, rest, ValueKind::Array, name));
+    if (name == QStringLiteral("@unionOfSets"))
+        return valuesInside(collection, rest, ValueKind::Set, name);
+    if (name == QStringLiteral("@distinctUnionOfSets"))
+        return QVariant::fromValue(setOf(distinct(valuesInside(collection, rest, ValueKind::Set, name))));
+    throw NSException(NSInvalidArgumentException, QStringLiteral("There is no operator %1.").arg(name));
+}
+
+// ---- Writing
+
+bool isScalar(QMetaType type) {
+    switch (type.id()) {
+    case QMetaType::Bool:
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return true;
+    default:
+        return type.flags() & QMetaType::IsEnumeration;
+    }
+}
+
+/// The name by which the key can be written: of a property or of a method "set...:" without the colon.
+std::optional<NSSelector> setterOf(const QVariant &receiver, const QString &key) {
+    const QString upper = capitalized(key);
+    const std::array<QString, 4> names = {QStringLiteral("set") + upper, QStringLiteral("set_") + key,
+                                          QStringLiteral("setIs") + upper, QStringLiteral("set_is") + upper};
+    for (const QString &name : names) {
+        const NSSelector selector(name + QLatin1Char(':'));
+        if (selector.argumentCount() == 1 && respondsTo(receiver, selector))
+            return selector;
+    }
+    return std::nullopt;
+}
+
+void setObjectValue(const QVariant &receiver, const QVariant &value, const QString &key) {
+    if (key.isEmpty())
+        raiseUndefined(receiver, key);
+    if (const auto setter = setterOf(receiver, key)) {
+        if (kindOf(value) == ValueKind::Nil && isScalar(argumentType(receiver, *setter))) {
+            const NSSelector hook("setNilValueForKey:");
+            if (!respondsTo(receiver, hook))
+                throw NSException(NSInvalidArgumentException,
+                                  QStringLiteral("%1 can't take nil as the value for the key \"%2\".")
+                                      .arg(className(receiver), key));
+            perform(receiver, hook, {key});
+            return;
+        }
+        perform(receiver, *setter, {value});
+        return;
+    }
+    if (QObject *object = objectOf(receiver)) {
+        const QByteArray name = key.toUtf8();
+        if (object->dynamicPropertyNames().contains(name)) {
+            object->setProperty(name.constData(), value);
+            return;
+        }
+        const NSSelector undefined("setValue:forUndefinedKey:");
+        if (respondsTo(receiver, undefined)) {
+            perform(receiver, undefined, {value, key});
+            return;
+        }
+    }
+    raiseUndefined(receiver, key);
+}
+
+template <typename Dictionary>
+void store(QVariant &receiver, const QVariant &value, const QString &key) {
+    // In place: a dictionary of its own needs no copy.
+    auto &dictionary = *static_cast<Dictionary *>(receiver.data());
+    if (NSIsNil(value))
+        dictionary.remove(key);
+    else
+        dictionary.insert(key, value);
+}
+
+std::pair<QString, QString> splitPath(const QString &keyPath) {
+    const qsizetype point = keyPath.indexOf(QLatin1Char('.'));
+    return point < 0 ? std::pair(keyPath, QString()) : std::pair(keyPath.left(point), keyPath.mid(point + 1));
+}
+
+} // namespace
+
+namespace NSKeyValueCoding {
+
+QVariant valueForKey(const QVariant &receiver, const QString &key) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Nil:
+        return {};
+    case ValueKind::Dictionary: {
+        if (key == QStringLiteral("@count"))
+            return dictionaryOf(receiver).size();
+        const QVariant value = dictionaryOf(receiver).value(key);
+        return NSIsNil(value) ? QVariant() : value;
+    }
+    case ValueKind::Array: {
+        if (isOperator(key))
+            return applyOperator(receiver, key, {});
+        QVariantList values;
+        for (const QVariant &element : arrayOf(receiver)) {
+            const QVariant value = valueForKey(element, key);
+            values << (NSIsNil(value) ? NSNull() : value);
+        }
+        return values;
+    }
+    case ValueKind::Set: {
+        if (isOperator(key))
+            return applyOperator(receiver, key, {});
+        QVariantList values;
+        for (const QVariant &element : held<NSSet>(receiver))
+            values << valueForKey(element, key);
+        return QVariant::fromValue(setOf(distinct(withoutNil(values))));
+    }
+    case ValueKind::Object:
+    case ValueKind::Gadget:
+        return objectValue(receiver, key);
+    default:
+        return commonValue(receiver, key);
+    }
+}
+
+QVariant valueForKeyPath(const QVariant &receiver, const QString &keyPath) {
+    QVariant value = receiver;
+    QString rest = keyPath;
+    for (;;) {
+        const ValueKind kind = kindOf(value);
+        if (kind == ValueKind::Nil)
+            return {};
+        auto [key, further] = splitPath(rest);
+        if (isOperator(key) && (kind == ValueKind::Array || kind == ValueKind::Set))
+            return applyOperator(value, key, further);
+        const bool last = key.size() == rest.size();
+        value = valueForKey(value, key);
+        if (last)
+            return value;
+        rest = further;
+    }
+}
+
+void setValueForKey(QVariant &receiver, const QVariant &value, const QString &key) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Nil:
+        return;
+    case ValueKind::Dictionary:
+        if (receiver.typeId() == QMetaType::QVariantHash) {
+            store<QVariantHash>(receiver, value, key);
+        } else {
+            if (receiver.typeId() != QMetaType::QVariantMap)
+                receiver = dictionaryOf(receiver);
+            store<QVariantMap>(receiver, value, key);
+        }
+        return;
+    case ValueKind::Array: {
+        QVariantList elements = arrayOf(receiver);
+        receiver.clear();
+        for (QVariant &element : elements)
+            setValueForKey(element, value, key);
+        receiver = elements;
+        return;
+    }
+    case ValueKind::Set: {
+        QVariantList elements = arrayOf(receiver);
+        for (QVariant &element : elements)
+            setValueForKey(element, value, key);
+        receiver = QVariant::fromValue(setOf(elements));
+        return;
+    }
+    case ValueKind::Object:
+        setObjectValue(receiver, value, key);
+        return;
+    case ValueKind::Gadget:
+        receiver.data(); // its own copy, which the setter then writes to
+        setObjectValue(receiver, value, key);
+        return;
+    default:
+        raiseUndefined(receiver, key);
+    }
+}
+
+void setValueForKeyPath(QVariant &receiver, const QVariant &value, const QString &keyPath) {
+    const auto [key, rest] = splitPath(keyPath);
+    if (key.size() == keyPath.size()) {
+        setValueForKey(receiver, value, key);
+        return;
+    }
+    QVariant next = valueForKey(receiver, key);
+    const ValueKind kind = kindOf(next);
+    if (kind == ValueKind::Nil)
+        return;
+    setValueForKeyPath(next, value, rest);
+    // Objects are changed where they are; values are copies, which go back to where they came from.
+    if (kind != ValueKind::Object)
+        setValueForKey(receiver, next, key);
+}
+
+QVariant valueForKey(QObject *receiver, const QString &key) {
+    return valueForKey(QVariant::fromValue(receiver), key);
+}
+
+QVariant valueForKeyPath(QObject *receiver, const QString &keyPath) {
+    return valueForKeyPath(QVariant::fromValue(receiver), keyPath);
+}
+
+void setValueForKey(QObject *receiver, const QVariant &value, const QString &key) {
+    QVariant object = QVariant::fromValue(receiver);
+    setValueForKey(object, value, key);
+}
+
+void setValueForKeyPath(QObject *receiver, const QVariant &value, const QString &keyPath) {
+    QVariant object = QVariant::fromValue(receiver);
+    setValueForKeyPath(object, value, keyPath);
+}
+
+} // namespace NSKeyValueCoding

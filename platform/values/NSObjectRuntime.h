@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSSelector.h"
+#include "platform/values/ValueKind.h"
+
+#include <QStringList>
+#include <QVariant>
+
+enum NSComparisonResult : int {
+    NSOrderedAscending = -1,
+    NSOrderedSame = 0,
+    NSOrderedDescending = 1,
+};
+
+/// What can be asked of any value, and of objects by the names that their meta-objects declare: invokable
+/// methods and slots by their name and number of parameters, properties by their name, and writable ones by
+/// "setName:". Values are read on the caller's thread; an object must not be used by another one meanwhile.
+namespace NSObjectRuntime {
+
+/// The name of the value's class without namespaces: of an object's or gadget's meta-object, otherwise of the
+/// C++ type; nil for nil.
+QString className(const QVariant &value);
+
+/// Equality across the C++ types of one kind: numbers and decimals by their value (exactly, so 2^53 + 1 isn't
+/// 2^53 as a double; not-a-number equals itself), containers by what they hold. nil equals nil only, the null
+/// marker itself only. Different kinds are never equal.
+bool isEqual(const QVariant &a, const QVariant &b);
+
+/// A hash in step with isEqual().
+size_t hash(const QVariant &value);
+
+/// The order of two values of one kind: numbers and decimals by value (not-a-number first), strings by their
+/// UTF-16 units, dates by time; objects that declare "compare:" are asked. nil comes before everything.
+/// Throws NSException (NSInvalidArgumentException) where there is no order.
+NSComparisonResult compare(const QVariant &a, const QVariant &b);
+
+/// The value's text, for people and logs. The form is stable:
+/// - nil "(null)", the null marker "<null>", strings as they are, numbers as stringValue() gives them;
+/// - data "<00112233 44>", dates "2014-01-02 10:20:30 +0000" (UTC), URLs and errors their text;
+/// - arrays "(", one element a line, each indented by four spaces and followed by a comma but the last, ")";
+///   sets the same between "{(" and ")}" in the order of the elements' texts; dictionaries "{", lines
+///   "key = value;" in the order of the keys, "}"; empty ones "()", "{()}" and "{}". Strings inside
+///   containers stand in double quotes, with \" \\ \n \r \t escaped;
+/// - objects what their "description" gives, or "<Class: 0x1234>";
+/// - points "{1, 2}", sizes "{3, 4}", rectangles "{{1, 2}, {3, 4}}", UUIDs upper-case, other types what Qt
+/// makes
+///   of them.
+QString description(const QVariant &value);
+
+/// True for numbers, decimals, strings, and objects that declare "stringValue".
+bool hasStringValue(const QVariant &value);
+/// The text of a number (integers in decimal, bool as 1 and 0, see NumberText::text() for the others), a
+/// decimal, a string, or what an object's own "stringValue" gives; nil for any other value.
+QString stringValue(const QVariant &value);
+
+/// The nearest double of a number, a decimal, the number that a string begins with, a date's seconds since
+/// 1970, or an object's own "doubleValue"; 0 for anything else.
+double doubleValue(const QVariant &value);
+
+/// True when a message of this name can be sent to the value: to objects and gadgets what they declare; to
+/// other values nothing.
+bool respondsTo(const QVariant &receiver, const NSSelector &selector);
+
+/// The type of an argument of a message that the receiver responds to; an invalid type otherwise.
+QMetaType argumentType(const QVariant &receiver, const NSSelector &selector, int index = 0);
+
+/// Sends a message and gives its result (nil for void and for a nil receiver). Arguments are converted to the
+/// parameters' types, nil to a default value. Throws NSException (NSInvalidArgumentException) when the
+/// receiver doesn't respond, when the number of arguments differs, or when one of them doesn't convert.
+QVariant perform(const QVariant &receiver, const NSSelector &selector, const QVariantList &arguments = {});
+
+/// The value as a parameter or property of that type takes it; an invalid variant when there is no
+/// conversion. nil and, where the type can't hold it, the null marker become a default value.
+QVariant converted(const QVariant &value, QMetaType type);
+
+/// The names, as selectors, of the methods that the class itself declares, in the order of their declaration.
+/// Those of its superclasses, signals and constructors are left out.
+QStringList methodNames(const QMetaObject &metaObject);
+/// The names of the properties that the class itself declares, in the order of their declaration.
+QStringList propertyNames(const QMetaObject &metaObject);
+
+/// Raises NSInvalidArgumentException: the receiver doesn't know the message.
+[[noreturn]] void raiseUnrecognized(const QVariant &receiver, const NSSelector &selector);
+
+} // namespace NSObjectRuntime

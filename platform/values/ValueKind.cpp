@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "platform/values/ValueKind.h"
+
+#include "platform/values/NSDecimalNumber.h"
+#include "platform/values/NSNull.h"
+#include "platform/values/NSSet.h"
+
+#include <QDateTime>
+#include <QObject>
+#include <QStringList>
+#include <QUrl>
+#include <QVariantHash>
+
+namespace {
+
+constexpr auto SmartPointers =
+    QMetaType::SharedPointerToQObject | QMetaType::WeakPointerToQObject | QMetaType::TrackingPointerToQObject;
+
+ValueKind rareKind(const QVariant &value) {
+    const QMetaType type = value.metaType();
+    if (type == QMetaType::fromType<NSDecimalNumber>())
+        return ValueKind::Decimal;
+    if (type == QMetaType::fromType<NSSet>())
+        return ValueKind::Set;
+    const QMetaType::TypeFlags flags = type.flags();
+    if (flags & (QMetaType::PointerToQObject | SmartPointers))
+        return objectOf(value) ? ValueKind::Object : ValueKind::Nil;
+    if (NSIsNil(value))
+        return ValueKind::Nil;
+    if (flags & QMetaType::IsEnumeration)
+        return ValueKind::Number;
+    if (flags & QMetaType::IsGadget)
+        return ValueKind::Gadget;
+    if (value.canConvert<QVariantMap>())
+        return ValueKind::Dictionary;
+    if (value.canConvert<QVariantList>())
+        return ValueKind::Array;
+    return ValueKind::Other;
+}
+
+} // namespace
+
+ValueKind kindOf(const QVariant &value) {
+    const auto unlessNil = [](bool nil, ValueKind kind) { return nil ? ValueKind::Nil : kind; };
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+        return ValueKind::Nil;
+    case QMetaType::Nullptr:
+        return ValueKind::Null;
+    case QMetaType::Bool:
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return ValueKind::Number;
+    case QMetaType::QString:
+        return unlessNil(held<QString>(value).isNull(), ValueKind::String);
+    case QMetaType::QByteArray:
+        return unlessNil(held<QByteArray>(value).isNull(), ValueKind::Data);
+    case QMetaType::QDateTime:
+        return unlessNil(!held<QDateTime>(value).isValid(), ValueKind::Date);
+    case QMetaType::QUrl:
+        return unlessNil(held<QUrl>(value).isEmpty(), ValueKind::URL);
+    case QMetaType::QVariantList:
+    case QMetaType::QStringList:
+        return ValueKind::Array;
+    case QMetaType::QVariantMap:
+    case QMetaType::QVariantHash:
+        return ValueKind::Dictionary;
+    default:
+        return rareKind(value);
+    }
+}
+
+QVariantList arrayOf(const QVariant &value) {
+    switch (kindOf(value)) {
+    case ValueKind::Array:
+        return value.toList();
+    case ValueKind::Set: {
+        const auto &set = held<NSSet>(value);
+        return QVariantList(set.begin(), set.end());
+    }
+    default:
+        return {};
+    }
+}
+
+QVariantMap dictionaryOf(const QVariant &value) {
+    return kindOf(value) == ValueKind::Dictionary ? value.toMap() : QVariantMap();
+}
+
+QObject *objectOf(const QVariant &value) {
+    const QMetaType::TypeFlags flags = value.metaType().flags();
+    if (flags & QMetaType::PointerToQObject)
+        return held<QObject *>(value);
+    return flags & SmartPointers ? value.value<QObject *>() : nullptr;
+}

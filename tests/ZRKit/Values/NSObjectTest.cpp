@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSObject+ZRKit.h"
+
+#include "platform/values/NSDecimalNumber.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSNull.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QString S(const char *text) {
+    return QString::fromUtf8(text);
+}
+
+const QVariant tree = QVariantMap{{S("a"), QVariantList{QVariantMap{{S("c"), 1}}, QVariantMap{{S("b"), 2}}}},
+                                  {S("n"), NSNull()},
+                                  {S("s"), S("text")},
+                                  {S("e"), S("")},
+                                  {S("l"), QVariantList{1, S("x")}}};
+
+} // namespace
+
+TEST(NSObject, PathLeadsThroughDictionariesAndArrays) {
+    EXPECT_EQ(ZRKit::path(tree, S("a/0/c")), QVariant(1));
+    EXPECT_EQ(ZRKit::path(tree, S("a/1/b")), QVariant(2));
+    EXPECT_EQ(ZRKit::path(tree, S("//s//")), QVariant(S("text")));
+    EXPECT_EQ(ZRKit::path(tree, S("")), tree);
+    EXPECT_EQ(ZRKit::path(tree, QString()), tree);
+    EXPECT_EQ(ZRKit::path(tree, S("//")), tree);
+    EXPECT_EQ(ZRKit::path(tree, S("l/01")), QVariant(S("x")));
+    EXPECT_EQ(ZRKit::path(tree, S("l/1x")), QVariant(S("x")));
+    EXPECT_EQ(ZRKit::path(tree, S("e")), QVariant(S("")));
+    for (const char *nowhere :
+         {"x", "a/5/b", "a/x", "a/00", "a/-1", "a/0/x", "s/0", "n/x", "l/0/0", "a/99999999999"})
+        EXPECT_FALSE(ZRKit::path(tree, S(nowhere)).isValid()) << nowhere;
+    EXPECT_FALSE(ZRKit::path({}, S("a")).isValid());
+    EXPECT_FALSE(ZRKit::path(S("text"), S("a")).isValid());
+}
+
+TEST(NSObject, PathWildcardsTakeTheFirstElementThatLeadsSomewhere) {
+    EXPECT_EQ(ZRKit::path(tree, S("a/*/b")), QVariant(2));
+    EXPECT_EQ(ZRKit::path(tree, S("a/?/b")), QVariant(2));
+    EXPECT_EQ(ZRKit::path(tree, S("l/*")), QVariant(1));
+    EXPECT_FALSE(ZRKit::path(tree, S("a/*/x")).isValid());
+    EXPECT_FALSE(ZRKit::path(QVariantList(), S("*")).isValid());
+    EXPECT_EQ(ZRKit::path(QVariantMap{{S("*"), 3}}, S("*")), QVariant(3));
+    EXPECT_EQ(ZRKit::path(QVariantList{QVariantList{}, QVariantList{NSNull(), 4}}, S("*/*"), true), NSNull());
+}
+
+TEST(NSObject, PathEndsAtTheNullMarkerInItsOwnWays) {
+    EXPECT_FALSE(ZRKit::path(tree, S("n")).isValid());
+    EXPECT_EQ(ZRKit::path(tree, S("n"), false), NSNull());
+    EXPECT_EQ(ZRKit::path(tree, S("n"), true), NSNull());
+    EXPECT_EQ(ZRKit::path(tree, S("n"), S("default")), QVariant(S("default")));
+    EXPECT_EQ(ZRKit::path(tree, S("n"), 5), QVariant(5));
+    EXPECT_EQ(ZRKit::path(tree, S("e"), 5), QVariant(S("")));
+    EXPECT_FALSE(ZRKit::path({}, S("e"), 5).isValid());
+    EXPECT_EQ(ZRKit::paths(tree, {S("x"), S("n"), S("s"), S("a")}), QVariant(S("text")));
+    EXPECT_FALSE(ZRKit::paths(tree, {}).isValid());
+    EXPECT_FALSE(ZRKit::paths(tree, {S("x"), QString(), S("s")}).isValid());
+    EXPECT_EQ(ZRKit::stringAtPath(tree, S("a/0/c")), S("1"));
+    EXPECT_TRUE(ZRKit::stringAtPath(tree, S("e")).isNull());
+    EXPECT_TRUE(ZRKit::stringAtPath(tree, S("n")).isNull());
+    EXPECT_TRUE(ZRKit::stringAtPath(tree, S("x")).isNull());
+}
+
+TEST(NSObject, DumpsTreesAsLines) {
+    EXPECT_EQ(ZRKit::dump(QVariantMap{{S("a"), QVariantList{1, S("x")}}}),
+              S("/ = {1}\n/a = [2]\n/a/0 = 1\n/a/1 = \"x\""));
+    EXPECT_EQ(ZRKit::dump(S("a\nb")), S("/ = \"a\\nb\""));
+    EXPECT_EQ(ZRKit::dump(QVariantList{NSNull(), 1.5, true}), S("/ = [3]\n/0 = <null>\n/1 = 1.5\n/2 = 1"));
+    QStringList lines = {S("first")};
+    EXPECT_EQ(ZRKit::dump(1, 2, S("p"), &lines), (QStringList{S("first"), S("p = 2")}));
+    EXPECT_EQ(lines, (QStringList{S("first"), S("p = 2")}));
+    EXPECT_TRUE(ZRKit::dump({}).isNull());
+}
+
+TEST(NSObject, TolerantAccess) {
+    const QVariant map = QVariantMap{{S("b"), 1}, {S("a"), NSNull()}};
+    const QVariant list = QVariantList{7, NSNull()};
+    EXPECT_EQ(ZRKit::zrKeys(map), (QVariantList{S("a"), S("b")}));
+    EXPECT_FALSE(ZRKit::zrKeys(list).has_value());
+    EXPECT_EQ(ZRKit::zrValues(map), (QVariantList{NSNull(), 1}));
+    EXPECT_EQ(ZRKit::zrValues(list), list.toList());
+    EXPECT_FALSE(ZRKit::zrValues(S("x")).has_value());
+    EXPECT_FALSE(ZRKit::zrKey(map, S("b")).isValid());
+    EXPECT_THROW(ZRKit::zrKey(S("x"), S("b")), NSException);
+    EXPECT_FALSE(ZRKit::zrKey({}, S("b")).isValid());
+    EXPECT_EQ(ZRKit::zrKey(map, S("b"), 5), QVariant(1));
+    EXPECT_EQ(ZRKit::zrKey(map, S("a"), 5), QVariant(5));
+    EXPECT_EQ(ZRKit::zrKey(map, S("x"), 5), QVariant(5));
+    EXPECT_FALSE(ZRKit::zrKey(S("x"), S("b"), 5).isValid());
+    EXPECT_EQ(ZRKit::zrKeys(map, {S("x"), S("a"), S("b")}), QVariant(1));
+    EXPECT_FALSE(ZRKit::zrKeys(map, {}).isValid());
+    EXPECT_FALSE(ZRKit::zrKeys(list, {S("x")}).isValid());
+    EXPECT_TRUE(ZRKit::zrHas(map, S("a")));
+    EXPECT_FALSE(ZRKit::zrHas(map, S("x")));
+    EXPECT_FALSE(ZRKit::zrHas(list, S("a")));
+    EXPECT_EQ(ZRKit::zrAt(list, 0), QVariant(7));
+    for (const int index : {1, 2, -1})
+        EXPECT_FALSE(ZRKit::zrAt(list, index).isValid());
+    EXPECT_FALSE(ZRKit::zrAt(map, 0).isValid());
+}
+
+TEST(NSObject, HashHexHas32LowerCaseDigits) {
+    for (const QVariant &value : {QVariant(0), QVariant(S("x")), tree, NSNull()}) {
+        const QString hex = ZRKit::hashHexWith32Digits(value);
+        EXPECT_EQ(hex.size(), 32);
+        EXPECT_TRUE(hex.startsWith(QString(16, QLatin1Char('0'))));
+        EXPECT_EQ(hex, hex.toLower());
+        EXPECT_EQ(hex, ZRKit::hashHexWith32Digits(value));
+    }
+    EXPECT_TRUE(ZRKit::hashHexWith32Digits({}).isNull());
+}
