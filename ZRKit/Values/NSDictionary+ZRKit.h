@@ -1,12 +1,21 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/NSArray+ZRKit.h"
+#include "platform/values/NSEnumeration.h"
+#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 #include <concepts>
+#include <initializer_list>
+#include <optional>
+#include <utility>
 
+/// Dictionaries: QVariantMap, and whatever else answers like one (QVariantHash, ZRCollection). Keys are
+/// strings.
 namespace ZRKit {
 
 /// Anything that answers value(key) like a dictionary.
@@ -15,16 +24,106 @@ concept DictionaryLike = requires(const T &dictionary, const QString &k) {
     { dictionary.value(k) } -> std::convertible_to<QVariant>;
 };
 
+/// A dictionary whose entries can be counted and walked over.
+template <typename T>
+concept WholeDictionary = DictionaryLike<T> && requires(const T &dictionary) {
+    { dictionary.size() } -> std::convertible_to<qsizetype>;
+    { dictionary.cbegin().key() } -> std::convertible_to<QString>;
+    { dictionary.cbegin().value() } -> std::convertible_to<QVariant>;
+};
+
+/// A dictionary that can be changed.
+template <typename T>
+concept MutableDictionary = DictionaryLike<T> &&
+    requires(T &dictionary, const QString &k, const QVariant &v) {
+    dictionary.insert(k, v);
+};
+
+/// The number of entries.
+template <WholeDictionary Dictionary>
+qsizetype len(const Dictionary &dictionary) {
+    return dictionary.size();
+}
+
 /// The value for the key; nil where it is missing, where the null marker stands for it, and where the lookup
 /// throws. Empty values are values.
 template <DictionaryLike Dictionary>
 QVariant key(const Dictionary &dictionary, const QString &k) {
     try {
-        const QVariant value = dictionary.value(k);
+        QVariant value = dictionary.value(k);
         return NSIsNull(value) ? QVariant() : value;
     } catch (...) {
         return {};
     }
 }
+
+/// key(), or the default where that is nil.
+template <DictionaryLike Dictionary>
+QVariant key(const Dictionary &dictionary, const QString &k, const QVariant &defaultValue) {
+    QVariant value = key(dictionary, k);
+    return NSIsNil(value) ? defaultValue : value;
+}
+
+/// The first key() that is not nil, over the keys in order; a null string ends the list. nil for an empty
+/// list.
+template <DictionaryLike Dictionary>
+QVariant keys(const Dictionary &dictionary, const QStringList &list) {
+    for (const QString &k : list) {
+        if (k.isNull())
+            break;
+        QVariant value = key(dictionary, k);
+        if (!NSIsNil(value))
+            return value;
+    }
+    return {};
+}
+
+/// Whether there is an object for the key; the null marker is one.
+template <DictionaryLike Dictionary>
+bool has(const Dictionary &dictionary, const QString &k) {
+    return !NSIsNil(dictionary.value(k));
+}
+
+/// The receiver's entries with the other's over them: of equal keys the other's wins.
+template <WholeDictionary Dictionary, WholeDictionary Other = QVariantMap>
+Dictionary mergeDict(const Dictionary &dictionary,
+                     const Other &other) requires MutableDictionary<Dictionary> {
+    Dictionary merged = dictionary;
+    for (auto it = other.cbegin(); it != other.cend(); ++it)
+        merged.insert(it.key(), it.value());
+    return merged;
+}
+
+/// The block's results over all entries, `block(key, object)`, in the order of the keys, those that are nil
+/// left out.
+template <WholeDictionary Dictionary, typename Block>
+QVariantList zrFlatten(const Dictionary &dictionary, Block block) {
+    QVariantList results;
+    const NSEnumeration enumeration(dictionary);
+    const Dictionary &entries = enumeration.elements();
+    for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
+        QVariant result = objectOf(block(it.key(), it.value()));
+        enumeration.verify();
+        if (!NSIsNil(result))
+            results.append(std::move(result));
+    }
+    return results;
+}
+
+/// A copy as deepMutableCopy() of arrays makes it.
+std::optional<QVariantMap> deepMutableCopy(const QVariantMap &dictionary);
+
+/// Stores the first argument as the object under the second as the key, where neither is nil.
+template <MutableDictionary Dictionary>
+void keySet(Dictionary &dictionary, const QVariant &first, const QString &second) {
+    if (!NSIsNil(first) && !second.isNull())
+        dictionary.insert(second, first);
+}
+
+/// A dictionary of the pairs, key first, without those whose object is nil or the null marker; of equal keys
+/// the later pair wins. It can be changed where it is kept in a variable that isn't const. Raises
+/// NSInvalidArgumentException for an object whose key is nil.
+QVariantMap
+ZRDictionaryWithKeysAndObjectsSkipNil(std::initializer_list<std::pair<QString, QVariant>> keysAndObjects);
 
 } // namespace ZRKit

@@ -29,6 +29,7 @@ private:
     QByteArray m_what;
 };
 
+inline const QString NSGenericException = QStringLiteral("NSGenericException");
 inline const QString NSInvalidArgumentException = QStringLiteral("NSInvalidArgumentException");
 inline const QString NSInternalInconsistencyException = QStringLiteral("NSInternalInconsistencyException");
 inline const QString NSRangeException = QStringLiteral("NSRangeException");

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSArray+ZRKit.h"
+
+#include "ZRKit/Values/PropertyListCopy.h"
+#include "platform/values/NSException.h"
+
+#include <QStringList>
+#include <algorithm>
+
+namespace ZRKit {
+
+SliceRange sliceRange(qsizetype count, qint64 from, qint64 to) {
+    if (count == 0)
+        return {};
+    if (from < 0)
+        from += count;
+    const qint64 end = to < 0 ? count + to : to == 0 ? count : to;
+    if (end <= from)
+        return {};
+    // Both differences are of a larger and a smaller number, which unsigned arithmetic holds.
+    quint64 length = 0;
+    if (from < count)
+        length = std::min(quint64(count) - quint64(from), quint64(end) - quint64(from));
+    const quint64 location = quint64(std::max<qint64>(from, 0));
+    if (location > quint64(count) || length > quint64(count) - location)
+        throw NSException(NSRangeException,
+                          QStringLiteral("The range {%1, %2} is out of bounds; the array's count is %3.")
+                              .arg(location)
+                              .arg(length)
+                              .arg(count));
+    return {qsizetype(location), qsizetype(length)};
+}
+
+QString join(const QVariantList &array, const QString &separator) {
+    QStringList descriptions;
+    descriptions.reserve(array.size());
+    for (const QVariant &element : array)
+        descriptions.append(NSDescription(element));
+    return descriptions.isEmpty() ? QStringLiteral("") : descriptions.join(separator);
+}
+
+NSMutableAttributedString joinAttributedStrings(const QVariantList &array,
+                                                const NSAttributedString &separator) {
+    NSMutableAttributedString joined;
+    for (qsizetype i = 0; i < array.size(); ++i) {
+        const QVariant &element = array.at(i);
+        if (i > 0)
+            joined.appendAttributedString(separator);
+        if (element.metaType() == QMetaType::fromType<NSAttributedString>())
+            joined.appendAttributedString(element.value<NSAttributedString>());
+        else if (element.metaType() == QMetaType::fromType<NSMutableAttributedString>())
+            joined.appendAttributedString(element.value<NSMutableAttributedString>());
+        else
+            throw NSException(NSInvalidArgumentException,
+                              QStringLiteral("%1 is no attributed string.").arg(NSDescription(element)));
+    }
+    return joined;
+}
+
+NSSet set(const QVariantList &array) {
+    return NSSet(array.cbegin(), array.cend());
+}
+
+NSSet mutableSet(const QVariantList &array) {
+    return set(array);
+}
+
+std::optional<QVariantList> deepMutableCopy(const QVariantList &array) {
+    return propertyListCopy(array);
+}
+
+} // namespace ZRKit

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/text/NSAttributedString.h"
+#include "platform/values/NSEnumeration.h"
+#include "platform/values/NSNull.h"
+#include "platform/values/NSSet.h"
+#include "platform/values/NSStableSort.h"
+
+#include <QString>
+#include <QVariantList>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+/// Arrays: tolerant access, slices, and operations over blocks.
+///
+/// Arrays are QVariantList; where an operation needs no more of its elements than that they are values it
+/// takes every QList, such as QStringList, and nil is then the element type's default value. Blocks are
+/// called on the caller's thread, in order. A block that changes the very variable that is being enumerated
+/// makes the operation raise NSGenericException (see NSEnumeration.h); what a block throws passes to the
+/// caller.
+namespace ZRKit {
+
+/// A block's result as an object.
+template <typename T>
+QVariant objectOf(T &&value) {
+    if constexpr (std::is_convertible_v<T, QVariant>)
+        return QVariant(std::forward<T>(value));
+    else
+        return QVariant::fromValue(std::forward<T>(value));
+}
+
+/// The number of elements.
+template <typename T>
+qsizetype len(const QList<T> &array) {
+    return array.size();
+}
+
+/// The element at the index; nil where the index is not below the count. A negative index is a huge one.
+template <typename T>
+T at(const QList<T> &array, quint64 index) {
+    return index < quint64(array.size()) ? array.at(qsizetype(index)) : T();
+}
+
+/// The first element, nil for an empty array.
+template <typename T>
+T first(const QList<T> &array) {
+    return array.isEmpty() ? T() : array.constFirst();
+}
+
+/// The last element, nil for an empty array.
+template <typename T>
+T last(const QList<T> &array) {
+    return array.isEmpty() ? T() : array.constLast();
+}
+
+/// The range that sliceFrom() means in an array of so many elements; raises NSRangeException.
+struct SliceRange {
+    qsizetype location = 0;
+    qsizetype length = 0;
+};
+SliceRange sliceRange(qsizetype count, qint64 from, qint64 to);
+
+/// The elements from `from` up to, not including, `to`. Both count from the end when negative, and 0 as `to`
+/// means the end. Raises NSRangeException where that begins before the first element and asks for more than
+/// there are, and where it begins behind the end with `to` larger still; the slices of strings don't.
+template <typename T>
+QList<T> sliceFrom(const QList<T> &array, qint64 from, qint64 to) {
+    const SliceRange range = sliceRange(array.size(), from, to);
+    return array.mid(range.location, range.length);
+}
+
+/// The elements' descriptions with the separator between them; the empty string for an empty array.
+QString join(const QVariantList &array, const QString &separator);
+
+/// The attributed strings of an array with the separator between them. Raises NSInvalidArgumentException for
+/// an element that is no attributed string.
+NSMutableAttributedString joinAttributedStrings(const QVariantList &array,
+                                                const NSAttributedString &separator);
+
+/// The block's results in order, those that are nil left out.
+template <typename T, typename Block>
+QVariantList zrMap(const QList<T> &array, Block block) {
+    QVariantList results;
+    const NSEnumeration enumeration(array);
+    for (const T &element : enumeration.elements()) {
+        QVariant result = objectOf(block(element));
+        enumeration.verify();
+        if (!NSIsNil(result))
+            results.append(std::move(result));
+    }
+    return results;
+}
+
+/// The elements for which the block answers true.
+template <typename T, typename Block>
+QList<T> zrSelect(const QList<T> &array, Block block) {
+    QList<T> selected;
+    const NSEnumeration enumeration(array);
+    for (const T &element : enumeration.elements()) {
+        const bool isSelected = block(element);
+        enumeration.verify();
+        if (isSelected)
+            selected.append(element);
+    }
+    return selected;
+}
+
+/// The same as zrSelect().
+template <typename T, typename Block>
+QList<T> zrFilter(const QList<T> &array, Block block) {
+    return zrSelect(array, std::move(block));
+}
+
+/// The first element for which the block answers true, and no further call; nil where there is none.
+template <typename T, typename Block>
+T zrMatch(const QList<T> &array, Block block) {
+    const NSEnumeration enumeration(array);
+    for (const T &element : enumeration.elements()) {
+        const bool isHit = block(element);
+        enumeration.verify();
+        if (isHit)
+            return element;
+    }
+    return T();
+}
+
+/// The same as zrMatch().
+template <typename T, typename Block>
+T zrAny(const QList<T> &array, Block block) {
+    return zrMatch(array, std::move(block));
+}
+
+/// The accumulator after all elements: `block(accumulator, element)` makes the next from the one before, the
+/// first of which is `initial`.
+template <typename T, typename Accumulator, typename Block>
+Accumulator zrReduce(const QList<T> &array, Accumulator initial, Block block) {
+    const NSEnumeration enumeration(array);
+    for (const T &element : enumeration.elements()) {
+        initial = block(std::move(initial), element);
+        enumeration.verify();
+    }
+    return initial;
+}
+
+/// A sorted copy: `block(a, b)` answers whether a comes before b. Elements of which neither comes before the
+/// other stay in their order.
+template <typename T, typename Block>
+QList<T> zrSorted(const QList<T> &array, Block block) {
+    const NSEnumeration enumeration(array);
+    QList<T> elements = enumeration.elements();
+    NSStableSort(elements, [&](const T &a, const T &b) {
+        const int order = block(a, b) ? -1 : block(b, a) ? 1 : 0;
+        enumeration.verify();
+        return order;
+    });
+    return elements;
+}
+
+/// The elements, each once.
+NSSet set(const QVariantList &array);
+/// The same as set(): every set is one that can be changed.
+NSSet mutableSet(const QVariantList &array);
+
+/// A copy, nested ones included, in which each array is a QVariantList and each dictionary a QVariantMap;
+/// nothing where it holds anything a property list can't: nil, the null marker, sets, URLs, objects.
+std::optional<QVariantList> deepMutableCopy(const QVariantList &array);
+
+} // namespace ZRKit

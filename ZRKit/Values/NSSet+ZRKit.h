@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ZRKit/Values/NSArray+ZRKit.h"
+#include "platform/values/NSSet.h"
+
+/// Sets: operations over blocks, which see the members in the set's order, of which nothing is promised. What
+/// NSArray+ZRKit.h says of blocks holds here too.
+namespace ZRKit {
+
+/// The block's results, each once, those that are nil left out.
+template <typename T, typename Block>
+NSSet zrMap(const QSet<T> &set, Block block) {
+    NSSet results;
+    const NSEnumeration enumeration(set);
+    for (const T &member : enumeration.elements()) {
+        QVariant result = objectOf(block(member));
+        enumeration.verify();
+        if (!NSIsNil(result))
+            results.insert(std::move(result));
+    }
+    return results;
+}
+
+/// The members for which the block answers true.
+template <typename T, typename Block>
+QSet<T> zrSelect(const QSet<T> &set, Block block) {
+    QSet<T> selected;
+    const NSEnumeration enumeration(set);
+    for (const T &member : enumeration.elements()) {
+        const bool isSelected = block(member);
+        enumeration.verify();
+        if (isSelected)
+            selected.insert(member);
+    }
+    return selected;
+}
+
+/// The same as zrSelect().
+template <typename T, typename Block>
+QSet<T> zrFilter(const QSet<T> &set, Block block) {
+    return zrSelect(set, std::move(block));
+}
+
+/// Some member for which the block answers true, and no further call; nil where there is none.
+template <typename T, typename Block>
+T zrAny(const QSet<T> &set, Block block) {
+    const NSEnumeration enumeration(set);
+    for (const T &member : enumeration.elements()) {
+        const bool isHit = block(member);
+        enumeration.verify();
+        if (isHit)
+            return member;
+    }
+    return T();
+}
+
+/// The same as zrAny().
+template <typename T, typename Block>
+T zrMatch(const QSet<T> &set, Block block) {
+    return zrAny(set, std::move(block));
+}
+
+/// The members as an array, sorted as zrSorted() sorts arrays.
+template <typename T, typename Block>
+QList<T> zrSorted(const QSet<T> &set, Block block) {
+    const NSEnumeration enumeration(set);
+    return zrSorted(enumeration.elements().values(), [&](const T &a, const T &b) -> bool {
+        const bool isBefore = block(a, b);
+        enumeration.verify();
+        return isBefore;
+    });
+}
+
+} // namespace ZRKit

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSSet+ZRKit.h"
+
+#include "tests/support/Expect.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace {
+
+const NSSet numbers{1, 2, 3};
+
+bool isOdd(const QVariant &number) {
+    return number.toInt() % 2 == 1;
+}
+
+TEST(NSSetCategory, MapLeavesNilAndRepeatedResultsOut) {
+    const auto half = [](const QVariant &n) { return n == 1 ? QVariant() : QVariant(n.toInt() / 2); };
+    EXPECT_EQ(ZRKit::zrMap(numbers, half), NSSet{1});
+    EXPECT_TRUE(ZRKit::zrMap(numbers, [](const QVariant &) { return NSNull(); }).contains(NSNull()));
+    EXPECT_TRUE(ZRKit::zrMap(NSSet(), half).isEmpty());
+}
+
+TEST(NSSetCategory, FilterAndSelectAreTheSame) {
+    EXPECT_EQ(ZRKit::zrFilter(numbers, isOdd), (NSSet{1, 3}));
+    EXPECT_EQ(ZRKit::zrSelect(numbers, isOdd), (NSSet{1, 3}));
+    EXPECT_TRUE(ZRKit::zrSelect(NSSet{2}, isOdd).isEmpty());
+}
+
+TEST(NSSetCategory, AnyAndMatchGiveSomeMember) {
+    int calls = 0;
+    const auto isEven = [&](const QVariant &n) {
+        ++calls;
+        return !isOdd(n);
+    };
+    EXPECT_EQ(ZRKit::zrAny(numbers, isEven), QVariant(2));
+    EXPECT_EQ(ZRKit::zrMatch(numbers, isEven), QVariant(2));
+    calls = 0;
+    EXPECT_TRUE(ZRKit::zrAny(NSSet{2, 4, 6}, isEven).isValid());
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(ZRKit::zrAny(NSSet{1}, isEven).isValid());
+    EXPECT_FALSE(ZRKit::zrMatch(NSSet(), isEven).isValid());
+}
+
+TEST(NSSetCategory, SortedGivesAnArray) {
+    EXPECT_EQ(
+        ZRKit::zrSorted(numbers, [](const QVariant &a, const QVariant &b) { return a.toInt() > b.toInt(); }),
+        (QVariantList{3, 2, 1}));
+}
+
+TEST(NSSetCategory, ChangingTheSetFromItsBlockRaises) {
+    NSSet set = numbers;
+    const auto grows = [&](const QVariant &) {
+        set.insert(set.size() + 1);
+        return true;
+    };
+    expectException(NSGenericException, [&] { ZRKit::zrMap(set, grows); });
+    expectException(NSGenericException, [&] { ZRKit::zrSelect(set, grows); });
+    expectException(NSGenericException, [&] { ZRKit::zrFilter(set, grows); });
+    expectException(NSGenericException, [&] { ZRKit::zrAny(set, grows); });
+    expectException(NSGenericException, [&] { ZRKit::zrMatch(set, grows); });
+    expectException(NSGenericException, [&] {
+        ZRKit::zrSorted(set, [&](const QVariant &a, const QVariant &) { return grows(a); });
+    });
+    EXPECT_EQ(set.size(), 9);
+    expectException(NSGenericException, [&] {
+        ZRKit::zrMap(set, [&](const QVariant &member) {
+            set.clear();
+            return member;
+        });
+    });
+}
+
+TEST(NSSetCategory, ABlockThatThrowsStopsTheOperation) {
+    const auto bad = [](const QVariant &) -> bool { throw std::runtime_error("stop"); };
+    EXPECT_THROW(ZRKit::zrSelect(numbers, bad), std::runtime_error);
+    EXPECT_THROW(ZRKit::zrMap(numbers, bad), std::runtime_error);
+    EXPECT_THROW(ZRKit::zrAny(numbers, bad), std::runtime_error);
+}
+
+} // namespace
