@@ -45,7 +45,7 @@ async function convert(html, slot = 0) {
 }
 
 if (outFolder) {
-  const inputs = (await fs.readFile(0, 'utf8')).split('\n').filter(Boolean);
+  const inputs = (await fs.readFile('/dev/stdin', 'utf8')).split('\n').filter(Boolean);
   let next = 0;
   await Promise.all(Array.from({ length: Number(jobs) }, async (_, slot) => {
     while (next < inputs.length) {

@@ -35,15 +35,16 @@ QRectF PDFDocument::pageBox(int page) const {
         return {};
     const auto changed = m_changes->boxes.find(page);
     return changed == m_changes->boxes.end() ? m_file->pageBox(page)
-                                             : QRectF(QPointF(0, 0), changed->second.size());
+                                             : QRectF(QPointF(0, 0), changed->second.box.size());
 }
 
-bool PDFDocument::setPageBox(int page, const QRectF &box) {
+bool PDFDocument::setPageBox(int page, const QRectF &box, double magnification) {
     if (!m_file || page < 0 || page >= m_file->pageCount())
         return false;
     const auto changed = m_changes->boxes.find(page);
-    const QPointF origin = changed == m_changes->boxes.end() ? QPointF() : changed->second.topLeft();
-    const QRectF cut = box.translated(origin);
+    const PDFPageCut before = changed == m_changes->boxes.end() ? PDFPageCut() : changed->second;
+    const PDFPageCut cut{box.translated(before.box.topLeft() * magnification),
+                         before.magnification * magnification};
     if (!PDFBoxPlan::make(m_file->pageBox(page), 1, cut))
         return false;
     m_changes->boxes[page] = cut;

@@ -48,11 +48,15 @@ public:
     QRectF pageBox(int page) const;
     /// Cuts or widens a page to the rectangle `box`: in points from the top left corner of its present box, y
     /// downward, before any page rotation. The page then starts at (0, 0), and links and destinations move
-    /// along. Sides above 14,400 points get a UserUnit (and PDF 1.6), so that the true size stays and readers
-    /// with that limit show all of it. False where there is no such page or the rectangle has no area.
-    bool setPageBox(int page, const QRectF &box);
+    /// along. `magnification`, a positive factor, enlarges everything on the page first, and the box is taken
+    /// from the enlarged page. Sides above 14,400 points get a UserUnit (and PDF 1.6), so that the true size stays and readers
+    /// with that limit show all of it. False where there is no such page, the rectangle has no area
+    /// or the factor is not positive.
+    bool setPageBox(int page, const QRectF &box, double magnification = 1);
     /// The same from the top left corner on.
-    bool setPageBox(int page, const QSizeF &size) { return setPageBox(page, QRectF(QPointF(0, 0), size)); }
+    bool setPageBox(int page, const QSizeF &size, double magnification = 1) {
+        return setPageBox(page, QRectF(QPointF(0, 0), size), magnification);
+    }
 
     /// The document with all changes as a whole new file, which holds none of the replaced values; nil where
     /// the document is nil or cannot be written.

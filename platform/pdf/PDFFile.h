@@ -7,13 +7,21 @@
 #include <QVariantMap>
 #include <map>
 #include <optional>
+#include <string>
+
+/// The new box of a page.
+struct PDFPageCut {
+    /// In points from the top left corner of the page's box, once enlarged, y downward.
+    QRectF box;
+    /// How far everything on the page is enlarged first.
+    double magnification = 1;
+};
 
 /// What is to be changed in a file.
 struct PDFChanges {
     /// All attributes that the document is to have, already cleaned.
     std::optional<QVariantMap> attributes;
-    /// New boxes by page, in points from the top left corner of the page's box, y downward.
-    std::map<int, QRectF> boxes;
+    std::map<int, PDFPageCut> boxes;
 
     bool isEmpty() const { return !attributes && boxes.empty(); }
 };
@@ -41,10 +49,12 @@ struct PDFBoxPlan {
     bool moves() const { return scale != 1 || dx != 0 || dy != 0; }
     double x(double value) const { return value * scale + dx; }
     double y(double value) const { return value * scale + dy; }
+    /// The operator that does so for the page's content.
+    std::string contentMatrix() const;
 
-    /// The plan for cutting `cut` (see PDFChanges) out of a page whose box, in units of `userUnit` points, is
-    /// `box` (its top being the largest y). Nothing where sizes are not usable.
-    static std::optional<PDFBoxPlan> make(const QRectF &box, double userUnit, const QRectF &cut);
+    /// The plan for cutting `cut` out of a page whose box, in units of `userUnit` points, is `box` (its top being
+    /// the largest y). Nothing where sizes are not usable.
+    static std::optional<PDFBoxPlan> make(const QRectF &box, double userUnit, const PDFPageCut &cut);
 };
 
 /// The longest page side that every reader shows, in user space units.

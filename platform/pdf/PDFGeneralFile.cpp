@@ -124,10 +124,7 @@ public:
 
     void run(bool ofOnlyPage) {
         if (m_page.hasKey("/Contents")) {
-            const std::string scale = PDFFormatNumber(m_plan.scale);
-            const std::string start = scale + " 0 0 " + scale + ' ' + PDFFormatNumber(m_plan.dx) + ' ' +
-                                      PDFFormatNumber(m_plan.dy) + " cm\n";
-            m_page.addPageContents(m_pdf.newStream(start), true);
+            m_page.addPageContents(m_pdf.newStream(m_plan.contentMatrix()), true);
         }
         movePatterns();
         moveAnnotations();
@@ -320,7 +317,7 @@ void writeAttributes(QPDF &pdf, const QVariantMap &attributes) {
 }
 
 // False where the page can't have such a box.
-bool writeBox(QPDF &pdf, Object page, const QRectF &cut, bool ofOnlyPage, bool &needsUserUnit) {
+bool writeBox(QPDF &pdf, Object page, const PDFPageCut &cut, bool ofOnlyPage, bool &needsUserUnit) {
     const auto plan = PDFBoxPlan::make(visibleBox(page), userUnit(page), cut);
     if (!plan)
         return false;
@@ -377,7 +374,7 @@ bool PDFGeneralFile::isAsPlanned(const QByteArray &written, const PDFChanges &ch
         file->attributes() != changes.attributes.value_or(m_attributes))
         return false;
     return std::all_of(changes.boxes.begin(), changes.boxes.end(), [&](const auto &box) {
-        const QSizeF size = file->pageBox(box.first).size() - box.second.size();
+        const QSizeF size = file->pageBox(box.first).size() - box.second.box.size();
         return std::abs(size.width()) < 0.01 && std::abs(size.height()) < 0.01;
     });
 }

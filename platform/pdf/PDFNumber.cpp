@@ -20,9 +20,9 @@ std::optional<double> PDFParseNumber(std::string_view text) {
     return negative ? -value : value;
 }
 
-std::string PDFFormatNumber(double value) {
+std::string PDFFormatNumber(double value, int decimals) {
     char buffer[64];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 6);
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
     std::string_view text(buffer, size_t(result.ptr - buffer));
     while (text.back() == '0')
         text.remove_suffix(1);
@@ -31,9 +31,17 @@ std::string PDFFormatNumber(double value) {
     return text == "-0" ? "0" : std::string(text);
 }
 
-std::optional<PDFBoxPlan> PDFBoxPlan::make(const QRectF &box, double userUnit, const QRectF &cut) {
+std::string PDFBoxPlan::contentMatrix() const {
+    // The scale multiplies positions of a page that may be millions of units tall.
+    const std::string factor = PDFFormatNumber(scale, 12);
+    return factor + " 0 0 " + factor + ' ' + PDFFormatNumber(dx) + ' ' + PDFFormatNumber(dy) + " cm\n";
+}
+
+std::optional<PDFBoxPlan> PDFBoxPlan::make(const QRectF &box, double userUnit, const PDFPageCut &pageCut) {
+    const QRectF cut = pageCut.box;
+    const double unit = userUnit * pageCut.magnification;
     const auto usable = [](double side) { return std::isfinite(side) && side > 0 && side <= 1e9; };
-    if (!usable(cut.width()) || !usable(cut.height()) || !usable(userUnit) || !(std::abs(cut.x()) <= 1e9) ||
+    if (!usable(cut.width()) || !usable(cut.height()) || !usable(unit) || !(std::abs(cut.x()) <= 1e9) ||
         !(std::abs(cut.y()) <= 1e9))
         return std::nullopt;
     PDFBoxPlan plan;
@@ -42,9 +50,9 @@ std::optional<PDFBoxPlan> PDFBoxPlan::make(const QRectF &box, double userUnit, c
         plan.userUnit *= 2;
     plan.width = cut.width() / plan.userUnit;
     plan.height = cut.height() / plan.userUnit;
-    plan.scale = userUnit / plan.userUnit;
-    const double left = box.left() + cut.left() / userUnit;
-    const double bottom = box.bottom() - cut.bottom() / userUnit;
+    plan.scale = unit / plan.userUnit;
+    const double left = box.left() + cut.left() / unit;
+    const double bottom = box.bottom() - cut.bottom() / unit;
     plan.dx = -left * plan.scale;
     plan.dy = -bottom * plan.scale;
     // Differences that no output file could show.

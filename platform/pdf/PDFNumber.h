@@ -9,5 +9,5 @@
 /// The value of a PDF number ("1", "-.5", "+3."), whatever the locale; nothing for any other text or for
 /// values beyond ±1e9.
 std::optional<double> PDFParseNumber(std::string_view text);
-/// A number as PDF writes it: at most 6 digits after the point, no exponent.
-std::string PDFFormatNumber(double value);
+/// A number as PDF writes it: no exponent, and at most so many digits after the point.
+std::string PDFFormatNumber(double value, int decimals = 6);

@@ -449,7 +449,7 @@ private:
     bool m_understood = true;
 };
 
-bool PDFPlainFile::writeBox(const QRectF &cut, std::vector<Splice> &splices,
+bool PDFPlainFile::writeBox(const PDFPageCut &cut, std::vector<Splice> &splices,
                             std::vector<std::string> &added) const {
     const auto plan = PDFBoxPlan::make(m_box, m_userUnit, cut);
     if (!plan)
@@ -481,8 +481,7 @@ bool PDFPlainFile::writeBox(const QRectF &cut, std::vector<Splice> &splices,
                 return false;
             streams = contents->text().substr(1, contents->text().size() - 2);
         }
-        const std::string start = PDFFormatNumber(plan->scale) + " 0 0 " + PDFFormatNumber(plan->scale) +
-                                  ' ' + PDFFormatNumber(plan->dx) + ' ' + PDFFormatNumber(plan->dy) + " cm\n";
+        const std::string start = plan->contentMatrix();
         const int number = int(m_offsets.size() + added.size());
         added.push_back("<</Length " + std::to_string(start.size()) + ">> stream\n" + start + "endstream");
         splices.push_back(replacement(*contents, '[' + reference(number) + ' ' + streams + ']'));

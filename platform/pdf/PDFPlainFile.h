@@ -49,7 +49,7 @@ private:
     }
     bool writeAttributes(const QVariantMap &attributes, std::vector<Splice> &splices,
                          std::vector<std::string> &added, int &info) const;
-    bool writeBox(const QRectF &cut, std::vector<Splice> &splices, std::vector<std::string> &added) const;
+    bool writeBox(const PDFPageCut &cut, std::vector<Splice> &splices, std::vector<std::string> &added) const;
     QByteArray spliced(std::vector<Splice> splices, const std::vector<std::string> &added, int info) const;
 
     const QByteArray m_data;

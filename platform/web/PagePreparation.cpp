@@ -16,8 +16,6 @@ namespace {
 
 /// CSS pixels to an inch.
 constexpr double pixelsPerInch = 96;
-/// Prints a CSS pixel as one point.
-constexpr double pixelToPoint = 96.0 / 72.0;
 /// The engine's layout ends at 2^25 pixels; positions near it are rounded to its last whole ones.
 constexpr double layoutLimit = 33554432 - 64;
 /// Imported sheets come anew when the sheet that imports them changes; no sane chain is as long.
@@ -264,9 +262,8 @@ PagePrint printLoadedPage(DevToolsSession &page, const QString &mainFrame, const
     page.call("Page.printToPDF",
               DevToolsParams()
                   .add("printBackground", true)
-                  .add("scale", pixelToPoint)
-                  .add("paperWidth", size.width() * pixelToPoint / pixelsPerInch)
-                  .add("paperHeight", size.height() * pixelToPoint / pixelsPerInch)
+                  .add("paperWidth", size.width() / pixelsPerInch)
+                  .add("paperHeight", size.height() / pixelsPerInch)
                   .add("marginTop", 0)
                   .add("marginBottom", 0)
                   .add("marginLeft", 0)

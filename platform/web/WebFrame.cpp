@@ -185,7 +185,7 @@ QByteArray WebDocumentView::dataWithPDFInsideRect(const QRectF &rect) {
         NSLog("Cannot make a PDF of %@: it has %d pages", m_frame.description(), document.pageCount());
         return {};
     }
-    if (!document.setPageBox(0, rect)) {
+    if (!document.setPageBox(0, rect, PagePrint::magnification)) {
         NSLog("Cannot make a PDF of %@: there is nothing in the rectangle", m_frame.description());
         return {};
     }

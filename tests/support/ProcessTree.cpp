@@ -77,11 +77,14 @@ std::vector<Process> alive(const std::vector<Process> &list) {
 
 long long memory(pid_t pid) {
     std::istringstream text(read("/proc/" + std::to_string(pid) + "/smaps_rollup"));
+    long long kilobytes = 0;
     for (std::string line; std::getline(text, line);) {
-        if (line.rfind("Pss:", 0) == 0)
-            return std::stoll(line.substr(4)) * 1024;
+        for (const std::string field : {"Pss_Anon:", "Pss_Shmem:"}) {
+            if (line.rfind(field, 0) == 0)
+                kilobytes += std::stoll(line.substr(field.size()));
+        }
     }
-    return 0;
+    return kilobytes * 1024;
 }
 
 long long memory(const std::vector<Process> &list) {

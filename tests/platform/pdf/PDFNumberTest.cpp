@@ -29,10 +29,12 @@ TEST(PDFNumber, IsWrittenShortAndWithoutExponent) {
     EXPECT_EQ(PDFFormatNumber(33554432), "33554432");
     EXPECT_EQ(PDFFormatNumber(1.0 / 4096), "0.000244");
     EXPECT_EQ(PDFFormatNumber(1e9), "1000000000");
+    EXPECT_EQ(PDFFormatNumber(4.0 / 3, 12), "1.333333333333");
+    EXPECT_EQ(PDFFormatNumber(0.5, 12), "0.5");
 }
 
 TEST(PDFBoxPlan, MapsTheCutToTheOrigin) {
-    const auto plan = PDFBoxPlan::make(QRectF(10, 20, 600, 1000), 1, QRectF(5, 7, 500, 900));
+    const auto plan = PDFBoxPlan::make(QRectF(10, 20, 600, 1000), 1, {QRectF(5, 7, 500, 900)});
     ASSERT_TRUE(plan);
     EXPECT_EQ(plan->userUnit, 1);
     EXPECT_EQ(plan->width, 500);
@@ -41,11 +43,24 @@ TEST(PDFBoxPlan, MapsTheCutToTheOrigin) {
     EXPECT_EQ(plan->x(15), 0);
     EXPECT_EQ(plan->y(113), 0);
     EXPECT_TRUE(plan->moves());
-    EXPECT_FALSE(PDFBoxPlan::make(QRectF(0, 0, 600, 1000), 1, QRectF(0, 0, 600, 1000))->moves());
+    EXPECT_FALSE(PDFBoxPlan::make(QRectF(0, 0, 600, 1000), 1, {QRectF(0, 0, 600, 1000)})->moves());
+}
+
+TEST(PDFBoxPlan, TakesTheCutFromTheEnlargedPage) {
+    const auto plan = PDFBoxPlan::make(QRectF(0, 0, 600, 1000), 1, {QRectF(40, 20, 800, 1200), 2});
+    ASSERT_TRUE(plan);
+    EXPECT_EQ(plan->scale, 2);
+    EXPECT_EQ(plan->width, 800);
+    // Its left upper corner was (20, 990), its lower edge 600 below.
+    EXPECT_EQ(plan->x(20), 0);
+    EXPECT_EQ(plan->y(390), 0);
+    EXPECT_EQ(plan->contentMatrix(), "2 0 0 2 -40 -780 cm\n");
+    for (const double factor : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_FALSE(PDFBoxPlan::make(QRectF(0, 0, 600, 1000), 1, {QRectF(0, 0, 10, 10), factor}));
 }
 
 TEST(PDFBoxPlan, KeepsTheTrueSizeWhateverTheUnits) {
-    const auto plan = PDFBoxPlan::make(QRectF(0, 0, 300, 10000), 2, QRectF(0, 0, 600, 30000));
+    const auto plan = PDFBoxPlan::make(QRectF(0, 0, 300, 10000), 2, {QRectF(0, 0, 600, 30000)});
     ASSERT_TRUE(plan);
     EXPECT_EQ(plan->userUnit, 4);
     EXPECT_EQ(plan->scale, .5);

@@ -100,6 +100,26 @@ TEST(PDFPageBox, IsTakenFromThePresentBoxWhenSetAgain) {
     EXPECT_EQ(picture(document.dataRepresentation()), picture(boxed(before, QRectF(10, 10, 400, 900))));
 }
 
+TEST(PDFPageBox, EnlargesThePageFirstWhenAsked) {
+    const QByteArray before = sampleDocument(QSizeF(600, 1140));
+    for (const QByteArray &data : {before, withObjectStreams(before)}) {
+        PDFDocument document(data);
+        ASSERT_TRUE(document.setPageBox(0, QSizeF(1200, 2280), 2));
+        const QByteArray twice = document.dataRepresentation();
+        EXPECT_TRUE(isSound(twice));
+        EXPECT_EQ(picture(twice), picture(before, 144));
+        const QRectF area = linkArea(before);
+        expectNear(linkArea(twice), QRectF(area.topLeft() * 2, area.size() * 2));
+    }
+    PDFDocument document(before);
+    ASSERT_TRUE(document.setPageBox(0, QRectF(5, 7, 500, 1000)));
+    ASSERT_TRUE(document.setPageBox(0, QRectF(0, 4, 400, 900), 2));
+    PDFDocument atOnce(before);
+    ASSERT_TRUE(atOnce.setPageBox(0, QRectF(10, 18, 400, 900), 2));
+    EXPECT_EQ(picture(document.dataRepresentation()), picture(atOnce.dataRepresentation()));
+    EXPECT_FALSE(document.setPageBox(0, QSizeF(10, 10), 0));
+}
+
 TEST(PDFPageBox, AndAttributesAreWrittenTogether) {
     PDFDocument document(sampleDocument(QSizeF(600, 1140)));
     document.setPageBox(0, QSizeF(600, 1131.37));

@@ -34,13 +34,14 @@ QVariantMap someAttributes() {
 
 QList<PDFChanges> someChanges(const QRectF &box, unsigned seed) {
     std::mt19937 random(seed);
-    PDFChanges stamp, cut, scale, all;
+    PDFChanges stamp, cut, scale, enlarge, all;
     stamp.attributes = someAttributes();
-    cut.boxes[0] = QRectF(0, 0, box.width(), box.height() - (random() % 500) / 100.0);
-    scale.boxes[0] = QRectF(0, 0, box.width(), 14400.25 + random() % 100000);
+    cut.boxes[0] = {QRectF(0, 0, box.width(), box.height() - (random() % 500) / 100.0)};
+    scale.boxes[0] = {QRectF(0, 0, box.width(), 14400.25 + random() % 100000)};
+    enlarge.boxes[0] = {QRectF(0, 0, box.width() * 4 / 3, box.height() * 4 / 3 - 1), 4.0 / 3};
     all.attributes = QVariantMap();
-    all.boxes[0] = QRectF(random() % 50, random() % 50, 15000 + random() % 40000, 400.5);
-    return {stamp, cut, scale, all};
+    all.boxes[0] = {QRectF(random() % 50, random() % 50, 15000 + random() % 40000, 400.5), 0.75};
+    return {stamp, cut, scale, enlarge, all};
 }
 
 void expectBothWaysAlike(const QByteArray &data, unsigned seed) {
@@ -207,7 +208,7 @@ TEST(PDFWaysOfWriting, TheQuickOneLeavesUnknownPagesToTheOther) {
     builder.add("<</Type /Annot/Subtype /Square/Rect [10 20 30 40]/BS <</W 2>>>>");
     const QByteArray data = builder.file(1, 0);
     PDFChanges changes;
-    changes.boxes[0] = QRectF(0, 0, 600, 700);
+    changes.boxes[0] = {QRectF(0, 0, 600, 700)};
     ASSERT_TRUE(PDFPlainFile::open(data));
     EXPECT_TRUE(PDFPlainFile::open(data)->written(changes).isNull());
     PDFDocument document(data);
