@@ -1,0 +1,412 @@
+// SPDX-License-Identifier: MIT
+#include "platform/text/JSONReader.h"
+
+#include "platform/text/NSJSONSerialization.h"
+#include "platform/values/NSNull.h"
+
+#include <QVariantList>
+#include <QVariantMap>
+#include <bit>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <map>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// A byte that stands for itself in a string, and is one UTF-16 unit.
+constexpr bool isPlain(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte >= 0x20 && byte < 0x80 && c != '"' && c != '\\';
+}
+
+const char *skipPlain(const char *at, const char *end) {
+#ifdef __SSE2__
+    const __m128i quote = _mm_set1_epi8('"'), backslash = _mm_set1_epi8('\\'), space = _mm_set1_epi8(0x20);
+    for (; end - at >= 16; at += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+        // Compared as signed numbers, all bytes of more than seven bits are less than a space, too.
+        const __m128i special =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash)),
+                         _mm_cmplt_epi8(bytes, space));
+        if (const auto mask = unsigned(_mm_movemask_epi8(special)))
+            return at + std::countr_zero(mask);
+    }
+#endif
+    while (at < end && isPlain(*at))
+        ++at;
+    return at;
+}
+
+// Whether a number that no double comes near, and that isn't zero, is at least ten.
+bool isLarge(const char *at, const char *end) {
+    at += *at == '-';
+    qint64 magnitude = -1; // the power of ten of the first digit that isn't zero
+    if (*at == '0') {
+        for (at += 2; *at == '0'; ++at)
+            --magnitude;
+    } else {
+        for (; at < end && isDigit(*at); ++at)
+            ++magnitude;
+    }
+    while (at < end && *at != 'e' && *at != 'E')
+        ++at;
+    if (at == end)
+        return magnitude > 0;
+    ++at;
+    const bool down = *at == '-';
+    qint64 exponent = 0;
+    for (at += down || *at == '+'; at < end; ++at)
+        exponent = qMin(exponent * 10 + (*at - '0'), Q_INT64_C(1) << 50);
+    return magnitude + (down ? -exponent : exponent) > 0;
+}
+
+// The value is made in place: assigning a ready one would copy it.
+template <typename T>
+T &become(QVariant &value) {
+    value = QVariant(QMetaType::fromType<T>());
+    return *static_cast<T *>(value.data());
+}
+
+} // namespace
+
+JSONReader::JSONReader(QByteArrayView text)
+    : m_begin(text.data()), m_end(text.data() + text.size()), m_at(text.data()) {
+}
+
+bool JSONReader::read(QVariant &value, bool fragmentsAllowed) {
+    if (m_end - m_at >= 3 && std::memcmp(m_at, "\xEF\xBB\xBF", 3) == 0)
+        m_at += 3;
+    skipSpace();
+    if (!fragmentsAllowed && m_at < m_end && *m_at != '{' && *m_at != '[')
+        return refuse("the text does not begin with an array or an object");
+    if (!this->value(value))
+        return false;
+    skipSpace();
+    return m_at == m_end || refuse("something follows the value");
+}
+
+bool JSONReader::refuse(const char *problem) {
+    m_problem = problem;
+    return false;
+}
+
+bool JSONReader::refuseAt(const char *position, const char *problem) {
+    m_at = position;
+    return refuse(problem);
+}
+
+void JSONReader::skipSpace() {
+    while (m_at < m_end && (*m_at == ' ' || *m_at == '\n' || *m_at == '\r' || *m_at == '\t'))
+        ++m_at;
+}
+
+bool JSONReader::value(QVariant &out) {
+    if (m_at == m_end)
+        return refuse("the text ends where a value is due");
+    switch (*m_at) {
+    case '{':
+        return object(out);
+    case '[':
+        return array(out);
+    case '"':
+        ++m_at;
+        return string(become<QString>(out));
+    case 't':
+        out = true;
+        return literal("true", 4);
+    case 'f':
+        out = false;
+        return literal("false", 5);
+    case 'n':
+        out = NSNull();
+        return literal("null", 4);
+    default:
+        return number(out);
+    }
+}
+
+bool JSONReader::literal(const char *word, qsizetype size) {
+    if (m_end - m_at < size || std::memcmp(m_at, word, size_t(size)) != 0)
+        return refuse("a word that is not true, false or null");
+    m_at += size;
+    return true;
+}
+
+bool JSONReader::array(QVariant &out) {
+    if (++m_depth > NSJSONSerialization::MaximumDepth)
+        return refuse("too many arrays and objects within one another");
+    ++m_at;
+    auto &list = become<QVariantList>(out);
+    skipSpace();
+    if (m_at < m_end && *m_at == ']') {
+        ++m_at;
+        --m_depth;
+        return true;
+    }
+    for (;;) {
+        skipSpace();
+        if (!value(list.emplaceBack()))
+            return false;
+        skipSpace();
+        if (m_at == m_end)
+            return refuse("the text ends in an array");
+        const char c = *m_at;
+        if (c != ',' && c != ']')
+            return refuse("neither a comma nor a bracket after an array's element");
+        ++m_at;
+        if (c == ']')
+            break;
+    }
+    --m_depth;
+    return true;
+}
+
+bool JSONReader::object(QVariant &out) {
+    if (++m_depth > NSJSONSerialization::MaximumDepth)
+        return refuse("too many arrays and objects within one another");
+    ++m_at;
+    std::map<QString, QVariant> members;
+    skipSpace();
+    bool more = m_at == m_end || *m_at != '}';
+    if (!more)
+        ++m_at;
+    while (more) {
+        skipSpace();
+        if (m_at == m_end || *m_at != '"')
+            return refuse("no name where an object's member is due");
+        ++m_at;
+        QString name;
+        if (!key(name))
+            return false;
+        skipSpace();
+        if (m_at == m_end || *m_at != ':')
+            return refuse("no colon after a name");
+        ++m_at;
+        skipSpace();
+        // Keys often come sorted.
+        if (!value(members.try_emplace(members.end(), std::move(name))->second))
+            return false;
+        skipSpace();
+        if (m_at == m_end)
+            return refuse("the text ends in an object");
+        const char c = *m_at;
+        if (c != ',' && c != '}')
+            return refuse("neither a comma nor a brace after an object's member");
+        ++m_at;
+        more = c == ',';
+    }
+    --m_depth;
+    become<QVariantMap>(out) = QVariantMap(std::move(members));
+    return true;
+}
+
+bool JSONReader::number(QVariant &out) {
+    const char *const start = m_at;
+    const bool negative = *m_at == '-';
+    m_at += negative;
+    const char *const digits = m_at;
+    quint64 magnitude = 0;
+    bool overflow = false;
+    for (; m_at < m_end && isDigit(*m_at); ++m_at) {
+        overflow |= __builtin_mul_overflow(magnitude, quint64(10), &magnitude);
+        overflow |= __builtin_add_overflow(magnitude, quint64(*m_at - '0'), &magnitude);
+    }
+    if (m_at == digits)
+        return refuse(negative ? "no digit after a minus sign" : "no value where one is due");
+    if (*digits == '0' && m_at - digits > 1)
+        return refuseAt(digits, "a number with a leading zero");
+    if (m_at < m_end && (*m_at == '.' || *m_at == 'e' || *m_at == 'E'))
+        return floatingPoint(out, start);
+
+    constexpr auto limit = quint64(std::numeric_limits<qint64>::max());
+    if (overflow || (negative && (magnitude > limit + 1 || magnitude == 0)))
+        return floatingPoint(out, start);
+    if (negative)
+        out = qlonglong(0 - magnitude);
+    else if (magnitude <= limit)
+        out = qlonglong(magnitude);
+    else
+        out = qulonglong(magnitude);
+    return true;
+}
+
+bool JSONReader::floatingPoint(QVariant &out, const char *start) {
+    const auto digits = [this] {
+        const char *const first = m_at;
+        while (m_at < m_end && isDigit(*m_at))
+            ++m_at;
+        return m_at > first;
+    };
+    if (m_at < m_end && *m_at == '.') {
+        ++m_at;
+        if (!digits())
+            return refuse("no digit after a decimal point");
+    }
+    if (m_at < m_end && (*m_at == 'e' || *m_at == 'E')) {
+        ++m_at;
+        if (m_at < m_end && (*m_at == '-' || *m_at == '+'))
+            ++m_at;
+        if (!digits())
+            return refuse("no digit in an exponent");
+    }
+    double number = 0;
+    const std::errc problem = std::from_chars(start, m_at, number).ec;
+    if (problem == std::errc::result_out_of_range) {
+        if (isLarge(start, m_at))
+            return refuseAt(start, "a number too large");
+        number = *start == '-' ? -0.0 : 0.0;
+    }
+    out = number;
+    return true;
+}
+
+bool JSONReader::key(QString &out) {
+    const char *const start = m_at;
+    const char *const end = skipPlain(start, m_end);
+    const qsizetype size = end - start;
+    if (end == m_end || *end != '"' || size == 0 || size > 32)
+        return string(out);
+    quint64 head = 0, tail = 0;
+    std::memcpy(&head, start, size_t(qMin<qsizetype>(size, 8)));
+    if (size > 8)
+        std::memcpy(&tail, end - 8, 8);
+    const quint64 hash = (head ^ std::rotl(tail, 29) ^ quint64(size)) * Q_UINT64_C(0x9e3779b97f4a7c15);
+    Key &known = m_keys[hash >> 58];
+    if (known.size != size || std::memcmp(known.bytes, start, size_t(size)) != 0)
+        known = {start, size, QString::fromLatin1(start, size)};
+    out = known.text;
+    m_at = end + 1;
+    return true;
+}
+
+bool JSONReader::string(QString &out) {
+    const char *const start = m_at;
+    m_at = skipPlain(m_at, m_end);
+    if (m_at < m_end && *m_at == '"') {
+        out = QString::fromLatin1(start, m_at - start);
+        ++m_at;
+        return true;
+    }
+    return decode(out, start);
+}
+
+bool JSONReader::decode(QString &out, const char *start) {
+    m_units.clear();
+    for (;;) {
+        for (const char *c = start; c < m_at; ++c)
+            m_units.append(char16_t(*c));
+        if (m_at == m_end)
+            return refuse("the text ends in a string");
+        const char c = *m_at;
+        if (c == '"')
+            break;
+        if (static_cast<unsigned char>(c) < 0x20)
+            return refuse("a control character in a string");
+        if (!(c == '\\' ? escape() : multibyte()))
+            return false;
+        start = m_at;
+        m_at = skipPlain(m_at, m_end);
+    }
+    ++m_at;
+    out = QString(reinterpret_cast<const QChar *>(m_units.constData()), m_units.size());
+    return true;
+}
+
+bool JSONReader::hexadecimal(char16_t &unit) {
+    if (m_end - m_at < 4)
+        return refuse("the text ends in an escape");
+    unsigned value = 0;
+    const auto [end, problem] = std::from_chars(m_at, m_at + 4, value, 16);
+    if (problem != std::errc() || end != m_at + 4)
+        return refuse("no four hexadecimal digits after \\u");
+    m_at = end;
+    unit = char16_t(value);
+    return true;
+}
+
+bool JSONReader::escape() {
+    const char *const start = m_at++;
+    if (m_at == m_end)
+        return refuse("the text ends in an escape");
+    switch (*m_at++) {
+    case '"':
+        m_units.append(u'"');
+        return true;
+    case '\\':
+        m_units.append(u'\\');
+        return true;
+    case '/':
+        m_units.append(u'/');
+        return true;
+    case 'b':
+        m_units.append(u'\b');
+        return true;
+    case 'f':
+        m_units.append(u'\f');
+        return true;
+    case 'n':
+        m_units.append(u'\n');
+        return true;
+    case 'r':
+        m_units.append(u'\r');
+        return true;
+    case 't':
+        m_units.append(u'\t');
+        return true;
+    case 'u':
+        break;
+    default:
+        return refuseAt(start, "an unknown escape");
+    }
+    char16_t unit = 0;
+    if (!hexadecimal(unit))
+        return false;
+    m_units.append(unit);
+    if (!QChar::isSurrogate(unit))
+        return true;
+    char16_t low = 0;
+    if (QChar::isLowSurrogate(unit) || m_end - m_at < 2 || m_at[0] != '\\' || m_at[1] != 'u')
+        return refuseAt(start, "half a surrogate pair");
+    m_at += 2;
+    if (!hexadecimal(low))
+        return false;
+    if (!QChar::isLowSurrogate(low))
+        return refuseAt(start, "half a surrogate pair");
+    m_units.append(low);
+    return true;
+}
+
+// Well-formed sequences by table 3-7 of the Unicode standard.
+bool JSONReader::multibyte() {
+    const auto byte = [this](int i) { return static_cast<unsigned char>(m_at[i]); };
+    const unsigned first = byte(0);
+    const int size = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    if (size == 0 || m_end - m_at < size)
+        return refuse("bytes that are not UTF-8");
+    const unsigned smallest = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+    const unsigned largest = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+    if (byte(1) < smallest || byte(1) > largest)
+        return refuse("bytes that are not UTF-8");
+    char32_t code = (first & (0x7Fu >> size)) << 6 | (byte(1) & 0x3F);
+    for (int i = 2; i < size; ++i) {
+        if ((byte(i) & 0xC0) != 0x80)
+            return refuse("bytes that are not UTF-8");
+        code = code << 6 | (byte(i) & 0x3F);
+    }
+    m_at += size;
+    if (QChar::requiresSurrogates(code)) {
+        m_units.append(QChar::highSurrogate(code));
+        m_units.append(QChar::lowSurrogate(code));
+    } else {
+        m_units.append(char16_t(code));
+    }
+    return true;
+}

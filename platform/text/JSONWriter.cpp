@@ -1,0 +1,290 @@
+// SPDX-License-Identifier: MIT
+#include "platform/text/JSONWriter.h"
+
+#include "platform/values/NSDecimalNumber.h"
+#include "platform/values/NSLog.h"
+#include "platform/values/NSNull.h"
+
+#include <QMap>
+#include <QStringList>
+#include <QVariantHash>
+#include <QVariantList>
+#include <QVariantMap>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+constexpr qsizetype PieceOfString = 1024;
+constexpr qsizetype LongestEscape = 6;
+constexpr qsizetype LongestNumber = 32;
+
+[[noreturn]] void refuse(const QString &why) {
+    throw NSException(NSInvalidArgumentException, why);
+}
+
+template <typename T>
+const T &as(const QVariant &value) {
+    return *static_cast<const T *>(value.constData());
+}
+
+// 0 for a unit that stands for itself, 'u' for one that needs the long form, else the letter of its escape.
+constexpr std::array<char, 128> escapes = [] {
+    std::array<char, 128> table{};
+    for (int i = 0; i < 0x20; ++i)
+        table[size_t(i)] = 'u';
+    table['"'] = '"';
+    table['\\'] = '\\';
+    table['/'] = '/';
+    table['\b'] = 'b';
+    table['\f'] = 'f';
+    table['\n'] = 'n';
+    table['\r'] = 'r';
+    table['\t'] = 't';
+    return table;
+}();
+
+// Copies units as long as they are ASCII and stand for themselves (a slash counts as one that doesn't). There
+// is room for eight bytes more than there are units.
+void copyPlain(const char16_t *&from, const char16_t *end, char *&to) {
+#ifdef __SSE2__
+    const __m128i quote = _mm_set1_epi16('"'), backslash = _mm_set1_epi16('\\'), slash = _mm_set1_epi16('/');
+    const __m128i space = _mm_set1_epi16(0x20), last = _mm_set1_epi16(0x7F);
+    while (end - from >= 8) {
+        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
+        // Compared as signed numbers, the upper half of all units is less than a space.
+        __m128i special = _mm_or_si128(_mm_cmplt_epi16(units, space), _mm_cmpgt_epi16(units, last));
+        special = _mm_or_si128(special, _mm_cmpeq_epi16(units, quote));
+        special = _mm_or_si128(
+            special, _mm_or_si128(_mm_cmpeq_epi16(units, backslash), _mm_cmpeq_epi16(units, slash)));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(to), _mm_packus_epi16(units, units));
+        const auto mask = unsigned(_mm_movemask_epi8(special));
+        const int plain = mask ? std::countr_zero(mask) / 2 : 8;
+        from += plain;
+        to += plain;
+        if (mask)
+            return;
+    }
+#endif
+    while (from < end && *from < 0x80 && !escapes[*from])
+        *to++ = char(*from++);
+}
+
+} // namespace
+
+QByteArray JSONWriter::write(const QVariant &value) {
+    const int type = value.typeId();
+    if (!(m_options & NSJSONWritingFragmentsAllowed) && type != QMetaType::QVariantMap &&
+        type != QMetaType::QVariantList && type != QMetaType::QVariantHash && type != QMetaType::QStringList)
+        refuse(QStringLiteral("Invalid top-level type in JSON write: neither an array nor a dictionary"));
+    m_text.resize(256);
+    m_at = m_text.data();
+    m_end = m_at + m_text.size();
+    this->value(value);
+    m_text.truncate(m_at - m_text.constData());
+    return std::move(m_text);
+}
+
+void JSONWriter::grow(qsizetype size) {
+    const qsizetype used = m_at - m_text.constData();
+    m_text.resize(qMax(used + size, m_text.size() * 2));
+    m_at = m_text.data() + used;
+    m_end = m_text.data() + m_text.size();
+}
+
+void JSONWriter::append(QByteArrayView bytes) {
+    ensure(bytes.size());
+    std::memcpy(m_at, bytes.data(), size_t(bytes.size()));
+    m_at += bytes.size();
+}
+
+void JSONWriter::value(const QVariant &value) {
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return string(as<QString>(value));
+    case QMetaType::QVariantMap: {
+        const auto &map = as<QVariantMap>(value);
+        return object(map.keyValueBegin(), map.keyValueEnd());
+    }
+    case QMetaType::QVariantList:
+        return array(as<QVariantList>(value));
+    case QMetaType::Int:
+        return number(as<int>(value));
+    case QMetaType::LongLong:
+        return number(as<qlonglong>(value));
+    case QMetaType::ULongLong:
+        return number(as<qulonglong>(value));
+    case QMetaType::Double:
+        return number(as<double>(value));
+    case QMetaType::Bool:
+        return as<bool>(value) ? append("true") : append("false");
+    case QMetaType::Nullptr:
+        return append("null");
+    default:
+        return other(value);
+    }
+}
+
+void JSONWriter::other(const QVariant &value) {
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+        refuse(QStringLiteral("Invalid value in JSON write: nil"));
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::Short:
+    case QMetaType::Long:
+        return number(value.toLongLong());
+    case QMetaType::UChar:
+    case QMetaType::UShort:
+    case QMetaType::UInt:
+    case QMetaType::ULong:
+        return number(value.toULongLong());
+    case QMetaType::Float:
+        return number(as<float>(value));
+    case QMetaType::QVariantHash: {
+        const auto &hash = as<QVariantHash>(value);
+        return m_options & NSJSONWritingSortedKeys ? sortedObject(hash)
+                                                   : object(hash.keyValueBegin(), hash.keyValueEnd());
+    }
+    case QMetaType::QStringList:
+        return array(value.toList());
+    default:
+        break;
+    }
+    if (value.metaType() != QMetaType::fromType<NSDecimalNumber>())
+        refuse(NSFormat("Invalid type in JSON write (%s)", {value.metaType().name()}));
+    const auto &decimal = as<NSDecimalNumber>(value);
+    if (decimal.isNaN())
+        refuse(QStringLiteral("Invalid number value (NaN) in JSON write"));
+    append(decimal.stringValue().toLatin1());
+}
+
+void JSONWriter::enter(char bracket) {
+    if (++m_depth > NSJSONSerialization::MaximumDepth)
+        refuse(QStringLiteral("Too many nested arrays or dictionaries in JSON write"));
+    append(bracket);
+}
+
+void JSONWriter::leave(char bracket, bool empty) {
+    --m_depth;
+    if (!empty)
+        newLine();
+    append(bracket);
+}
+
+void JSONWriter::newLine() {
+    if (!(m_options & NSJSONWritingPrettyPrinted))
+        return;
+    const qsizetype indentation = 2 * m_depth;
+    ensure(1 + indentation);
+    *m_at++ = '\n';
+    std::memset(m_at, ' ', size_t(indentation));
+    m_at += indentation;
+}
+
+void JSONWriter::array(const QVariantList &list) {
+    enter('[');
+    bool first = true;
+    for (const QVariant &element : list) {
+        if (!std::exchange(first, false))
+            append(',');
+        newLine();
+        value(element);
+    }
+    leave(']', first);
+}
+
+template <typename Iterator>
+void JSONWriter::object(Iterator begin, Iterator end) {
+    enter('{');
+    bool first = true;
+    for (; begin != end; ++begin) {
+        if (!std::exchange(first, false))
+            append(',');
+        newLine();
+        const auto &[key, member] = *begin;
+        string(key);
+        if (m_options & NSJSONWritingPrettyPrinted)
+            append(" : ");
+        else
+            append(':');
+        value(member);
+    }
+    leave('}', first);
+}
+
+void JSONWriter::sortedObject(const QVariantHash &dictionary) {
+    QVariantMap sorted;
+    for (auto it = dictionary.cbegin(); it != dictionary.cend(); ++it)
+        sorted.insert(it.key(), it.value());
+    object(sorted.keyValueBegin(), sorted.keyValueEnd());
+}
+
+template <typename Number>
+void JSONWriter::number(Number number) {
+    if constexpr (std::is_floating_point_v<Number>) {
+        if (!std::isfinite(number))
+            refuse(NSFormat("Invalid number value (%s) in JSON write",
+                            {std::isnan(number) ? "NaN" : "infinite"}));
+    }
+    ensure(LongestNumber);
+    m_at = std::to_chars(m_at, m_at + LongestNumber, number).ptr;
+}
+
+void JSONWriter::string(const QString &text) {
+    if (text.isNull())
+        refuse(QStringLiteral("Invalid value in JSON write: a nil string"));
+    const auto *at = reinterpret_cast<const char16_t *>(text.utf16());
+    const char16_t *const end = at + text.size();
+    append('"');
+    while (at < end) {
+        const char16_t *const pieceEnd = at + qMin(end - at, PieceOfString);
+        ensure(LongestEscape * (pieceEnd - at) + LongestEscape + 8);
+        while (at < pieceEnd) {
+            copyPlain(at, pieceEnd, m_at);
+            if (at == pieceEnd)
+                break;
+            const char32_t unit = *at++;
+            if (unit < 0x80) {
+                char escape = escapes[unit];
+                if (unit == '/' && (m_options & NSJSONWritingWithoutEscapingSlashes))
+                    escape = 0;
+                if (!escape) {
+                    *m_at++ = char(unit);
+                } else {
+                    *m_at++ = '\\';
+                    *m_at++ = escape;
+                    if (escape == 'u') {
+                        constexpr const char *digits = "0123456789abcdef";
+                        *m_at++ = '0';
+                        *m_at++ = '0';
+                        *m_at++ = digits[unit >> 4];
+                        *m_at++ = digits[unit & 15];
+                    }
+                }
+            } else if (unit < 0x800) {
+                *m_at++ = char(0xC0 | unit >> 6);
+                *m_at++ = char(0x80 | (unit & 0x3F));
+            } else if (!QChar::isSurrogate(unit)) {
+                *m_at++ = char(0xE0 | unit >> 12);
+                *m_at++ = char(0x80 | (unit >> 6 & 0x3F));
+                *m_at++ = char(0x80 | (unit & 0x3F));
+            } else {
+                if (QChar::isLowSurrogate(unit) || at == end || !QChar::isLowSurrogate(*at))
+                    refuse(QStringLiteral("Invalid string in JSON write: half a surrogate pair"));
+                const char32_t code = QChar::surrogateToUcs4(char16_t(unit), *at++);
+                *m_at++ = char(0xF0 | code >> 18);
+                *m_at++ = char(0x80 | (code >> 12 & 0x3F));
+                *m_at++ = char(0x80 | (code >> 6 & 0x3F));
+                *m_at++ = char(0x80 | (code & 0x3F));
+            }
+        }
+    }
+    append('"');
+}
