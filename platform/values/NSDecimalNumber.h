@@ -1,33 +1,53 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/values/NSDecimalNumberHandler.h"
+
 #include <QMetaType>
 #include <QString>
 #include <QtGlobal>
+#include <compare>
+#include <type_traits>
+#include <utility>
 
 /// An exact base-10 number: sign × mantissa × 10^exponent, or not-a-number.
 ///
-/// The mantissa is an unsigned 128-bit integer, so at least 38 decimal digits are exact; the exponent is -128
-/// to 127. A value has one form only: no trailing zeros in the mantissa while the exponent can take them up,
-/// and zero is never negative. So equal numbers are equal member by member. Copies are plain values; any
-/// thread.
+/// The mantissa has up to 38 significant digits; the exponent is -128 to 127. A value has one form only: no
+/// trailing zeros in the mantissa while the exponent can take them up, and zero is never negative. So equal
+/// numbers are equal member by member. What construction cannot hold exactly it rounds plain (halves away
+/// from zero). Copies are plain values; any thread.
+///
+/// Calculations give the exact result rounded once, by the handler's mode, to its scale or to 38 digits,
+/// whichever keeps less. Not-a-number makes every result not-a-number and raises nothing.
 class NSDecimalNumber {
 public:
+    static constexpr int MaxDigits = 38;
     static constexpr int MinExponent = -128;
     static constexpr int MaxExponent = 127;
 
     /// Zero.
     constexpr NSDecimalNumber() = default;
     /// The exact value of an integer.
-    NSDecimalNumber(qint64 integer);
+    template <std::integral Integer>
+    constexpr explicit NSDecimalNumber(Integer integer)
+        : NSDecimalNumber(std::cmp_less(integer, 0) ? 0 - quint64(integer) : quint64(integer),
+                          std::cmp_less(integer, 0)) {}
     /// The number a text stands for: sign, digits with an optional point, optional exponent ("-12.50",
-    /// "1e-3"). Digits past what the mantissa holds are rounded, half to even; an exponent out of range and
-    /// any other text give not-a-number.
+    /// "1e-3"). A number too small is zero, one too large and any other text not-a-number.
     explicit NSDecimalNumber(const QString &text);
-    /// sign × (high × 2^64 + low) × 10^exponent; not-a-number where that is out of range.
+    /// sign × (high × 2^64 + low) × 10^exponent; not-a-number where that is too large or too small.
     NSDecimalNumber(quint64 mantissaHigh, quint64 mantissaLow, int exponent, bool negative);
 
+    /// The decimal number of the shortest text that reads back as the same double: 0.1 is exactly 0.1.
+    /// Not-a-number for those, infinities and what is too large; too small is zero.
+    static NSDecimalNumber decimalNumberWithDouble(double number);
+    static NSDecimalNumber zero() { return {}; }
+    static NSDecimalNumber one() { return NSDecimalNumber(1); }
     static NSDecimalNumber notANumber();
+    /// 38 nines with the exponent 127.
+    static NSDecimalNumber maximumDecimalNumber();
+    /// The maximum's negative.
+    static NSDecimalNumber minimumDecimalNumber();
 
     bool isNaN() const { return m_nan; }
     bool isZero() const { return !m_nan && m_high == 0 && m_low == 0; }
@@ -38,11 +58,53 @@ public:
 
     /// Plain decimal text without an exponent: "-12.5", "0", "NaN".
     QString stringValue() const;
+    /// The nearest double.
+    double doubleValue() const;
+    /// The integer part, towards zero; beyond 64 bits the nearest limit; 0 for not-a-number.
+    qint64 longLongValue() const;
+    /// The same for unsigned integers; negative numbers wrap, as strtoull has it, and saturate beyond 64
+    /// bits.
+    quint64 unsignedLongLongValue() const;
 
-    /// Not-a-number equals itself, so that it can be found in collections.
+    using Handler = NSDecimalNumberHandler;
+    static constexpr Handler DefaultBehavior = Handler::defaultDecimalNumberHandler();
+
+    NSDecimalNumber decimalNumberByAdding(const NSDecimalNumber &number,
+                                          const Handler &behavior = DefaultBehavior) const;
+    NSDecimalNumber decimalNumberBySubtracting(const NSDecimalNumber &number,
+                                               const Handler &behavior = DefaultBehavior) const;
+    NSDecimalNumber decimalNumberByMultiplyingBy(const NSDecimalNumber &number,
+                                                 const Handler &behavior = DefaultBehavior) const;
+    NSDecimalNumber decimalNumberByDividingBy(const NSDecimalNumber &number,
+                                              const Handler &behavior = DefaultBehavior) const;
+    /// To the power 0 every number is 1.
+    NSDecimalNumber decimalNumberByRaisingToPower(quint64 power,
+                                                  const Handler &behavior = DefaultBehavior) const;
+    /// Shifts the decimal point to the right, or with a negative power to the left.
+    NSDecimalNumber decimalNumberByMultiplyingByPowerOf10(qint16 power,
+                                                          const Handler &behavior = DefaultBehavior) const;
+    NSDecimalNumber decimalNumberByRoundingAccordingToBehavior(const Handler &behavior) const;
+
+    /// By value; not-a-number comes before every number and equals itself, so that collections can be sorted
+    /// and searched.
+    std::strong_ordering compare(const NSDecimalNumber &number) const;
+    friend std::strong_ordering operator<=>(const NSDecimalNumber &a, const NSDecimalNumber &b) {
+        return a.compare(b);
+    }
     friend bool operator==(const NSDecimalNumber &, const NSDecimalNumber &) = default;
 
 private:
+    friend struct NSDecimalArithmetic;
+
+    constexpr NSDecimalNumber(quint64 magnitude, bool negative) {
+        if (magnitude == 0)
+            return;
+        for (; magnitude % 10 == 0; magnitude /= 10)
+            ++m_exponent;
+        m_low = magnitude;
+        m_negative = negative;
+    }
+
     quint64 m_high = 0;
     quint64 m_low = 0;
     qint16 m_exponent = 0;

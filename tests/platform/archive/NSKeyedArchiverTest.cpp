@@ -196,7 +196,7 @@ TEST(NSKeyedArchiver, ErrorsAndDecimalNumbersComeBack) {
     EXPECT_EQ(rootObjectOf(QVariant::fromValue(NSError(QStringLiteral("d"), 5)))
                   .value(QStringLiteral("NSUserInfo")),
               uid(0));
-    for (const char *text : {"0", "1", "-1", "123.45", "-0.000001", "340282366920938463463374607431768211455",
+    for (const char *text : {"0", "1", "-1", "123.45", "-0.000001", "99999999999999999999999999999999999999",
                              "1e127", "-5e-128", "NaN"})
         expectSame(QVariant::fromValue(NSDecimalNumber(QString::fromLatin1(text))));
 }

@@ -210,7 +210,9 @@ def numbers(builder):
 
     elements.append((number(12345, -2, 1, False, 1), ["decimal", "123.45"]))
     elements.append((number(12345000, -5, 2, True, 2), ["decimal", "-123.45"]))
-    elements.append((number(2 ** 128 - 1, 0, 8, False, 1), ["decimal", str(2 ** 128 - 1)]))
+    elements.append((number(10 ** 38 - 1, 0, 8, False, 1), ["decimal", str(10 ** 38 - 1)]))
+    # What the format has room for beyond 38 digits is rounded.
+    elements.append((number(2 ** 128 - 1, 0, 8, False, 1), ["decimal", "340282366920938463463374607431768211460"]))
     elements.append((number(0, 0, 0, True, 1), ["decimal", "NaN"]))
     elements.append((number(0, 0, 0, False, 1), ["decimal", "0"]))
     root = builder.object("NSArray", NS_objects=[u for u, _ in elements])

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <memory>
+
+/// How long a text a formatter makes where it is given a style instead of a pattern.
+enum NSDateFormatterStyle {
+    NSDateFormatterNoStyle = 0,
+    NSDateFormatterShortStyle = 1,  ///< 1/31/24
+    NSDateFormatterMediumStyle = 2, ///< Jan 31, 2024
+    NSDateFormatterLongStyle = 3,   ///< January 31, 2024
+    NSDateFormatterFullStyle = 4    ///< Wednesday, January 31, 2024
+};
+
+/// Writes and reads dates by patterns in the syntax of Unicode Technical Standard 35, by ICU.
+///
+/// Reading takes numbers with fewer digits than the pattern has and any white space around, but the whole
+/// text must match, and dates and times that don't exist are refused. What a pattern leaves open is that of
+/// 1 January 1970, 00:00. Making a formatter's machinery is costly; it is kept until a property other than
+/// the pattern changes. Use one formatter on one thread at a time.
+class NSDateFormatter {
+public:
+    /// The system's locale and time zone, no pattern and no styles.
+    NSDateFormatter();
+    ~NSDateFormatter();
+    NSDateFormatter(NSDateFormatter &&) noexcept;
+    NSDateFormatter &operator=(NSDateFormatter &&) noexcept;
+
+    /// An ICU locale identifier such as "en_US_POSIX"; null for the system's.
+    QString locale() const;
+    void setLocale(const QString &identifier);
+    /// An IANA time-zone identifier or "GMT"; null for the system's at the moment of use.
+    QString timeZone() const;
+    void setTimeZone(const QString &identifier);
+    /// The pattern; null where the styles count. Setting one ends the styles, and the other way about.
+    QString dateFormat() const;
+    void setDateFormat(const QString &pattern);
+    NSDateFormatterStyle dateStyle() const;
+    void setDateStyle(NSDateFormatterStyle style);
+    NSDateFormatterStyle timeStyle() const;
+    void setTimeStyle(NSDateFormatterStyle style);
+
+    /// The date as text; nil for nil and for a pattern that is none.
+    QString stringFromDate(const QDateTime &date) const;
+    /// The date that the text stands for, in UTC; nil where it doesn't match, and for nil.
+    QDateTime dateFromString(const QString &text) const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

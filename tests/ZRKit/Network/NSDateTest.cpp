@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Network/NSDate+ZRKit.h"
+
+#include "platform/values/NSException.h"
+
+#include <gtest/gtest.h>
+
+using namespace ZRKit;
+
+namespace {
+
+QDateTime utc(const char *iso) {
+    QDateTime date = QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODateWithMs);
+    date.setTimeSpec(Qt::UTC);
+    return date;
+}
+
+QString text(const char *latin1) {
+    return QString::fromLatin1(latin1);
+}
+
+} // namespace
+
+TEST(NSDateRFC822, ReadsEveryPattern) {
+    const QDateTime ten = utc("2024-01-01T10:00:00");
+    for (const char *with :
+         {"Mon, 01 Jan 2024 10:00:00 GMT", "Mon, 1 Jan 2024 10:00 GMT", "Mon, 1 Jan 2024 10:00:00",
+          "Mon, 1 Jan 2024 10:00", "01 Jan 2024 10:00:00 GMT", "1 Jan 2024 10:00 GMT", "1 Jan 2024 10:00:00",
+          "01 Jan 2024 10:00", "MON, 01 JAN 2024 11:00:00 +0100", "mon, 01 jan 2024 05:00:00 est",
+          "Monday, 1 January 2024 10:00:00 UT", "Mon,  1 Jan 2024 10:00:00 Z", "Mon, 1 Jan 2024 02:00 PST"})
+        EXPECT_EQ(dateFromRFC822String(text(with)), ten) << with;
+}
+
+TEST(NSDateRFC822, RefusesWhatMatchesNoPattern) {
+    for (const char *with : {"", "x", "Mon 1 Jan 2024 10:00", "Mon, 1 Jan 2024",
+                             "Fri, 30 Feb 2024 10:00:00 GMT", "1 Jan 2024 25:00", "1 Jan 2024 10:00:60 GMT",
+                             "1 Jan 2024 10:00:00 GMT tail", "2024-01-01T10:00:00Z", "1 Foo 2024 10:00"})
+        EXPECT_FALSE(dateFromRFC822String(text(with)).isValid()) << with;
+}
+
+TEST(NSDateRFC822, NilRaises) {
+    EXPECT_THROW(dateFromRFC822String(QString()), NSException);
+    EXPECT_THROW(dateFromInternetDateTimeString(QString()), NSException);
+}
+
+TEST(NSDateRFC3339, ReadsEveryPattern) {
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01T10:00:00Z")), utc("2024-01-01T10:00:00"));
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01t10:00:00z")), utc("2024-01-01T10:00:00"));
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01T10:00:00+01:00")), utc("2024-01-01T09:00:00"));
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01T10:00:00-0530")), utc("2024-01-01T15:30:00"));
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01T10:00:00.123+01:00")), utc("2024-01-01T09:00:00.123"));
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01T10:00:00.5Z")), utc("2024-01-01T10:00:00.500"));
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01T10:00:00.123999Z")), utc("2024-01-01T10:00:00.123"));
+    EXPECT_EQ(dateFromRFC3339String(text("2024-01-01T10:00:00")), utc("2024-01-01T10:00:00"));
+}
+
+TEST(NSDateRFC3339, RefusesWhatMatchesNoPattern) {
+    EXPECT_FALSE(dateFromRFC3339String(QString()).isValid());
+    for (const char *with : {"", "2024-01-01", "2024-01-01T10:00:00.5", "2024-02-30T10:00:00Z",
+                             "2024-13-01T10:00:00Z", "2024-01-01T24:00:00Z", "2024-01-01T10:00:00+2400",
+                             "2024-01-01T10:00:00Zulu", "Mon, 01 Jan 2024 10:00:00 GMT"})
+        EXPECT_FALSE(dateFromRFC3339String(text(with)).isValid()) << with;
+}
+
+TEST(NSDateInternet, FallsThroughFromRFC822ToRFC3339) {
+    EXPECT_EQ(dateFromInternetDateTimeString(text("Mon, 01 Jan 2024 10:00:00 GMT")),
+              utc("2024-01-01T10:00:00"));
+    EXPECT_EQ(dateFromInternetDateTimeString(text("2024-01-01T10:00:00Z")), utc("2024-01-01T10:00:00"));
+    EXPECT_FALSE(dateFromInternetDateTimeString(text("neither")).isValid());
+}
