@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Network/NSDate+ZRKit.h"
 
+#include "ZRKit/Values/NSObject+ZRKit.h"
 #include "platform/dates/InternetDate.h"
 #include "platform/values/NSException.h"
+#include "platform/values/NSNull.h"
+#include "platform/values/NumberText.h"
 
 #include <QHash>
 #include <QMutex>
-#include <charconv>
 #include <cmath>
 
 namespace ZRKit {
@@ -42,20 +44,6 @@ QDateTime firstParsed(NSDateFormatter &formatter, const QString &text,
             return date;
     }
     return {};
-}
-
-// The decimal floating-point number that the text starts with, else 0.
-double leadingNumber(const QString &text) {
-    const QByteArray start = QStringView(text).trimmed().toLatin1();
-    const char *at = start.cbegin();
-    if (at != start.cend() && *at == '+')
-        ++at;
-    const char *digits = at + (at == start.cbegin() && at != start.cend() && *at == '-');
-    if (digits == start.cend() || !(*digits == '.' || (*digits >= '0' && *digits <= '9')))
-        return 0;
-    double number = 0;
-    const auto read = std::from_chars(at, start.cend(), number);
-    return read.ec == std::errc() ? number : 0;
 }
 
 QDateTime fromSeconds(double seconds) {
@@ -187,7 +175,11 @@ QDateTime dateFromRFC3339String(const QString &text) {
 }
 
 QDateTime dateFromUNIXTimestampString(const QString &text) {
-    return text.isNull() ? QDateTime() : fromSeconds(leadingNumber(text));
+    return text.isNull() ? QDateTime() : fromSeconds(NumberText::doubleValue(text));
+}
+
+QDateTime dateFromUNIXTimestampObject(const QVariant &seconds) {
+    return NSIsNil(seconds) ? QDateTime() : fromSeconds(toDouble(seconds));
 }
 
 QDateTime dateFromString(const QString &text, const QString &format) {

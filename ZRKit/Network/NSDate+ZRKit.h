@@ -67,6 +67,9 @@ QDateTime dateFromRFC3339String(const QString &text);
 /// 2^53 milliseconds.
 QDateTime dateFromUNIXTimestampString(const QString &text);
 
+/// toDouble() of the value as seconds since 1970, with the same limits; nil for nil.
+QDateTime dateFromUNIXTimestampObject(const QVariant &seconds);
+
 /// By a pattern of Unicode Technical Standard 35 in en_US_POSIX and GMT; nil where the text doesn't match.
 /// The pattern's formatter is kept.
 QDateTime dateFromString(const QString &text, const QString &format);

@@ -120,6 +120,10 @@ struct NSDecimalArithmetic {
         const qint64 drop = std::max(toScale, toFit);
         if (drop <= 0)
             return store(negative, Small(mantissa), exponent, into);
+        if constexpr (std::is_same_v<Integer, Small>) {
+            if (drop > MaxDigits && drop <= digits) // 10^39 doesn't fit
+                return round(negative, Wide(mantissa), exponent, more, mode, scale, into);
+        }
 
         Small kept = 0;
         // How what is dropped compares with half of the last place kept; equal to nothing is `exact`.
