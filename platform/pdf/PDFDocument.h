@@ -49,9 +49,9 @@ public:
     /// Cuts or widens a page to the rectangle `box`: in points from the top left corner of its present box, y
     /// downward, before any page rotation. The page then starts at (0, 0), and links and destinations move
     /// along. `magnification`, a positive factor, enlarges everything on the page first, and the box is taken
-    /// from the enlarged page. Sides above 14,400 points get a UserUnit (and PDF 1.6), so that the true size stays and readers
-    /// with that limit show all of it. False where there is no such page, the rectangle has no area
-    /// or the factor is not positive.
+    /// from the enlarged page. Sides above 14,400 points get a UserUnit (and PDF 1.6), so that the true size
+    /// stays and readers with that limit show all of it. False where there is no such page, the rectangle has
+    /// no area or the factor is not positive.
     bool setPageBox(int page, const QRectF &box, double magnification = 1);
     /// The same from the top left corner on.
     bool setPageBox(int page, const QSizeF &size, double magnification = 1) {
