@@ -1,29 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSString+ZRKit.h"
 
+#include "platform/text/EditDistance.h"
+#include "platform/text/EscapeTable.h"
 #include "platform/values/NSException.h"
 
+#include <QStringBuilder>
 #include <QStringMatcher>
 #include <QVarLengthArray>
 #include <algorithm>
-#include <array>
 
 namespace ZRKit {
 
 namespace {
-
-/// What the writers of escaped texts fill: a text of a size that was counted before.
-class Writer {
-public:
-    explicit Writer(qsizetype size) : m_text(size, Qt::Uninitialized), m_out(m_text.data()) {}
-    void put(QChar unit) { *m_out++ = unit; }
-    void put(QStringView text) { m_out = std::copy(text.begin(), text.end(), m_out); }
-    QString text() const { return m_text; }
-
-private:
-    QString m_text;
-    QChar *m_out;
-};
 
 /// The check is the receiver's: nil has none.
 void requireSet(const QString &receiver, const NSCharacterSet &set, const char *operation) {
@@ -32,85 +21,76 @@ void requireSet(const QString &receiver, const NSCharacterSet &set, const char *
                           QLatin1StringView(operation) + QStringLiteral(" - nil character set argument"));
 }
 
-/// What escape() writes for a unit; empty where the unit stays.
-QStringView entity(char16_t unit, bool breaksLines) {
-    switch (unit) {
-    case u'&':
-        return u"&amp;";
-    case u'<':
-        return u"&lt;";
-    case u'>':
-        return u"&gt;";
-    case u'"':
-        return u"&quot;";
-    case u'\n':
-        return breaksLines ? QStringView(u"<br/>") : QStringView();
-    default:
-        return {};
-    }
-}
-
-QString escaped(const QString &text, bool breaksLines) {
-    const QStringView units(text);
-    qsizetype more = 0;
-    for (const QChar unit : units) {
-        const char16_t u = unit.unicode();
-        more += 4 * (u == u'&') + 3 * (u == u'<') + 3 * (u == u'>') + 5 * (u == u'"');
-        more += 4 * (breaksLines && u == u'\n');
-    }
-    if (more == 0)
-        return text;
-    Writer writer(units.size() + more);
-    for (const QChar unit : units) {
-        const QStringView written = entity(unit.unicode(), breaksLines);
-        if (written.isEmpty())
-            writer.put(unit);
-        else
-            writer.put(written);
-    }
-    return writer.text();
-}
-
-/// How many units repr() writes for an ASCII character where it escapes.
-constexpr std::array<uchar, 128> reprWidths = [] {
-    std::array<uchar, 128> widths{};
-    widths.fill(1);
-    std::fill_n(widths.begin(), 32, uchar(6));
-    for (const char c : {'\b', '\t', '\n', '\f', '\r', '\\', '\'', '"'})
-        widths[size_t(c)] = 2;
-    return widths;
+constexpr EscapeTable htmlTable = [] {
+    EscapeTable table;
+    table.set(u'&', u"&amp;");
+    table.set(u'<', u"&lt;");
+    table.set(u'>', u"&gt;");
+    table.set(u'"', u"&quot;");
+    return table;
 }();
 
-char16_t reprLetter(char16_t unit) {
-    switch (unit) {
-    case u'\b':
-        return u'b';
-    case u'\t':
-        return u't';
-    case u'\n':
-        return u'n';
-    case u'\f':
-        return u'f';
-    case u'\r':
-        return u'r';
-    default:
-        return unit;
+constexpr EscapeTable htmlLinesTable = [] {
+    EscapeTable table = htmlTable;
+    table.set(u'\n', u"<br/>");
+    return table;
+}();
+
+constexpr EscapeTable reprTable = [] {
+    EscapeTable table;
+    for (char16_t unit = 0; unit < u' '; ++unit) {
+        const char16_t code[] = {
+            u'\\', u'u', u'0', u'0', unit < 16 ? u'0' : u'1', u"0123456789abcdef"[unit & 15]};
+        table.set(unit, {code, std::size(code)});
     }
+    table.set(u'\b', u"\\b");
+    table.set(u'\t', u"\\t");
+    table.set(u'\n', u"\\n");
+    table.set(u'\f', u"\\f");
+    table.set(u'\r', u"\\r");
+    table.set(u'\\', u"\\\\");
+    table.set(u'\'', u"\\'");
+    table.set(u'"', u"\\\"");
+    return table;
+}();
+
+QString escaped(const QString &text, const EscapeTable &table) {
+    const qsizetype size = table.size(text);
+    if (size == text.size())
+        return text;
+    QString result(size + EscapeTable::slack, Qt::Uninitialized);
+    table.write(reinterpret_cast<char16_t *>(result.data()), text);
+    result.truncate(size);
+    return result;
 }
 
-void writeRepr(Writer &writer, char16_t unit) {
-    const int width = unit < reprWidths.size() ? reprWidths[unit] : 1;
-    if (width == 1) {
-        writer.put(unit);
-    } else if (width == 2) {
-        writer.put(u'\\');
-        writer.put(reprLetter(unit));
-    } else {
-        writer.put(u"\\u00");
-        writer.put(unit < 16 ? u'0' : u'1');
-        writer.put(u"0123456789abcdef"[unit & 15]);
+/// Finds a part again and again. Short parts are found by their first unit, which is fast, and slow by no
+/// more than their length; long ones by a method that no text makes slow.
+class Finder {
+public:
+    explicit Finder(const QString &part) : m_part(part) {
+        if (isLong())
+            m_matcher.setPattern(part);
     }
-}
+    /// -1 where it doesn't occur any more.
+    qsizetype find(QStringView text, qsizetype from) const {
+        if (isLong())
+            return m_matcher.indexIn(text, from);
+        for (;; ++from) {
+            from = text.indexOf(m_part[0], from);
+            if (from < 0 || text.size() - from < m_part.size())
+                return -1;
+            if (text.sliced(from, m_part.size()) == m_part)
+                return from;
+        }
+    }
+
+private:
+    bool isLong() const { return m_part.size() > 32; }
+
+    const QStringView m_part;
+    QStringMatcher m_matcher;
+};
 
 } // namespace
 
@@ -208,7 +188,8 @@ QVariantList splitBy(const QString &text, const QString &separator) {
         return {text};
     QVariantList pieces;
     qsizetype start = 0;
-    for (qsizetype at; (at = text.indexOf(separator, start)) >= 0; start = at + separator.size())
+    const Finder finder(separator);
+    for (qsizetype at; (at = finder.find(text, start)) >= 0; start = at + separator.size())
         pieces.append(text.sliced(start, at - start));
     pieces.append(text.sliced(start));
     return pieces;
@@ -244,29 +225,29 @@ QString replace(const QString &text, const QString &search, const QString &repla
     if (search.isEmpty() || replacement.isNull())
         return text;
     QVarLengthArray<qsizetype, 256> places;
-    const QStringMatcher matcher(search);
-    for (qsizetype at = 0; (at = matcher.indexIn(text, at)) >= 0; at += search.size())
+    const Finder finder(search);
+    for (qsizetype at = 0; (at = finder.find(text, at)) >= 0; at += search.size())
         places.append(at);
     if (places.isEmpty())
         return text;
-    Writer writer(text.size() + places.size() * (replacement.size() - search.size()));
-    const QStringView units(text);
+    QString result(text.size() + places.size() * (replacement.size() - search.size()), Qt::Uninitialized);
+    QChar *out = result.data();
     qsizetype start = 0;
     for (const qsizetype at : places) {
-        writer.put(units.sliced(start, at - start));
-        writer.put(replacement);
+        out = std::copy(text.begin() + start, text.begin() + at, out);
+        out = std::copy(replacement.begin(), replacement.end(), out);
         start = at + search.size();
     }
-    writer.put(units.sliced(start));
-    return writer.text();
+    std::copy(text.begin() + start, text.end(), out);
+    return result;
 }
 
 QString escape(const QString &text) {
-    return escaped(text, false);
+    return escaped(text, htmlTable);
 }
 
 QString escapeWithBreakLine(const QString &text) {
-    return escaped(text, true);
+    return escaped(text, htmlLinesTable);
 }
 
 QString repr(const QString &text) {
@@ -276,22 +257,29 @@ QString repr(const QString &text) {
     bool escapes = false;
     for (const QChar unit : units)
         escapes |= unit < u' ' || unit == u'"' || unit == u'\\';
-    if (!escapes) {
-        Writer writer(units.size() + 2);
-        writer.put(u'"');
-        writer.put(units);
-        writer.put(u'"');
-        return writer.text();
-    }
-    qsizetype size = 2;
-    for (const QChar unit : units)
-        size += unit.unicode() < reprWidths.size() ? reprWidths[unit.unicode()] : 1;
-    Writer writer(size);
-    writer.put(u'"');
-    for (const QChar unit : units)
-        writeRepr(writer, unit.unicode());
-    writer.put(u'"');
-    return writer.text();
+    if (!escapes)
+        return u'"' % text % u'"';
+    const qsizetype size = reprTable.size(text) + 2;
+    QString quoted(size + EscapeTable::slack, Qt::Uninitialized);
+    auto *out = reinterpret_cast<char16_t *>(quoted.data());
+    *out++ = u'"';
+    out = reprTable.write(out, text);
+    *out = u'"';
+    quoted.truncate(size);
+    return quoted;
+}
+
+qint64 computeLevenshteinDistanceWithString(const QString &text, const QString &other) {
+    if (text.isNull())
+        return 0;
+    return text.isEmpty() || other.isEmpty() ? -1 : NSEditDistance(text, other);
+}
+
+double computeLevenshteinDistanceQuotientWithString(const QString &text, const QString &other) {
+    if (text.isNull())
+        return 0;
+    const qint64 distance = computeLevenshteinDistanceWithString(text, other);
+    return distance < 0 ? 1 : double(distance) / (double(text.size() + other.size()) / 2);
 }
 
 } // namespace ZRKit

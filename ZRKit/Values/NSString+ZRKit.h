@@ -83,4 +83,13 @@ QString uuidShort();
 /// A new random UUID's bytes in Base64 without padding, "_" for "/" and "-" for "+": 22 characters.
 QString uuidBase64();
 
+// Edit distance
+
+/// How many units must at least be inserted, removed or replaced to turn the text into the other one; -1
+/// where one of them is empty, and where the other is nil. Exact for texts of any length, see
+/// NSEditDistance().
+qint64 computeLevenshteinDistanceWithString(const QString &text, const QString &other);
+/// The distance divided by the mean of both lengths; 1 where the distance is -1.
+double computeLevenshteinDistanceQuotientWithString(const QString &text, const QString &other);
+
 } // namespace ZRKit

@@ -1,17 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSString+ZRKit.h"
 
-#include <array>
+#include "platform/text/EscapeTable.h"
 
 namespace ZRKit {
 
 namespace {
 
-/// What RFC 3986 calls unreserved.
-constexpr std::array<bool, 128> unreserved = [] {
-    std::array<bool, 128> table{};
-    for (const char c : "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~")
-        table[size_t(c)] = c != '\0';
+/// All but what RFC 3986 calls unreserved.
+constexpr EscapeTable percentTable = [] {
+    constexpr std::u16string_view unreserved =
+        u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~";
+    constexpr std::u16string_view digits = u"0123456789ABCDEF";
+    EscapeTable table;
+    for (char16_t unit = 0; unit < 128; ++unit) {
+        const char16_t code[] = {u'%', digits[unit >> 4], digits[unit & 15]};
+        if (unreserved.find(unit) == unreserved.npos)
+            table.set(unit, {code, std::size(code)});
+    }
     return table;
 }();
 
@@ -25,18 +31,25 @@ QString withoutLoneSurrogates(QString text) {
     return text;
 }
 
-/// How long the text is when encoded. It must be valid UTF-16: each half of a surrogate pair counts for half
-/// of its four bytes.
-qsizetype encodedSize(QStringView text) {
+struct EncodedSize {
     qsizetype size = 0;
+    bool hasSurrogates = false;
+};
+
+/// How long the text is when encoded, if it is valid UTF-16: each half of a surrogate pair counts for half of
+/// its four bytes.
+EncodedSize encodedSize(QStringView text) {
+    EncodedSize result;
     for (const QChar c : text) {
         const char16_t unit = c.unicode();
-        if (unit < 0x80)
-            size += unreserved[unit] ? 1 : 3;
-        else
-            size += unit < 0x800 ? 6 : c.isSurrogate() ? 6 : 9;
+        if (unit < 0x80) {
+            result.size += percentTable.size(unit);
+        } else {
+            result.hasSurrogates |= c.isSurrogate();
+            result.size += unit < 0x800 || c.isSurrogate() ? 6 : 9;
+        }
     }
-    return size;
+    return result;
 }
 
 char16_t *writeByte(char16_t *out, char32_t byte) {
@@ -47,10 +60,9 @@ char16_t *writeByte(char16_t *out, char32_t byte) {
     return out;
 }
 
+/// For characters from U+0080 on.
 char16_t *writeCharacter(char16_t *out, char32_t c) {
     const auto tail = [&](int shift) { return 0x80 | (c >> shift & 0x3f); };
-    if (c < 0x80)
-        return writeByte(out, c);
     if (c < 0x800)
         return writeByte(writeByte(out, 0xc0 | c >> 6), tail(0));
     if (c < 0x10000)
@@ -63,22 +75,24 @@ char16_t *writeCharacter(char16_t *out, char32_t c) {
 QString urlEncode(const QString &text) {
     if (text.isEmpty())
         return text;
-    const QString whole = text.isValidUtf16() ? text : withoutLoneSurrogates(text);
-    const qsizetype size = encodedSize(whole);
-    if (size == whole.size())
-        return whole;
-    QString encoded(size, Qt::Uninitialized);
+    const auto [size, hasSurrogates] = encodedSize(text);
+    if (hasSurrogates && !text.isValidUtf16())
+        return urlEncode(withoutLoneSurrogates(text));
+    if (size == text.size())
+        return text;
+    QString encoded(size + EscapeTable::slack, Qt::Uninitialized);
     auto *out = reinterpret_cast<char16_t *>(encoded.data());
-    const QStringView units(whole);
+    const QStringView units(text);
     for (qsizetype i = 0; i < units.size(); ++i) {
         const char16_t unit = units[i].unicode();
-        if (unit < 0x80 && unreserved[unit])
-            *out++ = unit;
+        if (unit < 0x80)
+            out = percentTable.write(out, unit);
         else if (QChar::isHighSurrogate(unit))
             out = writeCharacter(out, QChar::surrogateToUcs4(unit, units[++i].unicode()));
         else
             out = writeCharacter(out, unit);
     }
+    encoded.truncate(size);
     return encoded;
 }
 

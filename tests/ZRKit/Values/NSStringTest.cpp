@@ -287,4 +287,41 @@ TEST(NSString, Base64UuidsAre22CharactersThatURLsTake) {
     EXPECT_TRUE(all.contains(u'_') && all.contains(u'-'));
 }
 
+TEST(NSString, EditDistanceIsMinusOneWhereOneTextIsEmpty) {
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(u(u"kitten"), u(u"sitting")), 3);
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(u(u"abc"), u(u"abc")), 0);
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(u(u"abc"), nothing), -1);
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(nothing, u(u"abc")), -1);
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(nothing, nothing), -1);
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(u(u"abc"), nil), -1);
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(nil, u(u"abc")), 0);
+}
+
+TEST(NSString, EditDistanceQuotientIsOfTheMeanLength) {
+    EXPECT_DOUBLE_EQ(ZRKit::computeLevenshteinDistanceQuotientWithString(u(u"kitten"), u(u"sitting")),
+                     3 / 6.5);
+    EXPECT_DOUBLE_EQ(ZRKit::computeLevenshteinDistanceQuotientWithString(u(u"abc"), u(u"abc")), 0);
+    EXPECT_DOUBLE_EQ(ZRKit::computeLevenshteinDistanceQuotientWithString(u(u"a"), u(u"bcd")), 1.5);
+    EXPECT_DOUBLE_EQ(ZRKit::computeLevenshteinDistanceQuotientWithString(u(u"abc"), nothing), 1);
+    EXPECT_DOUBLE_EQ(ZRKit::computeLevenshteinDistanceQuotientWithString(nothing, u(u"abc")), 1);
+    EXPECT_DOUBLE_EQ(ZRKit::computeLevenshteinDistanceQuotientWithString(nil, u(u"abc")), 0);
+}
+
+TEST(NSString, LongAndShortPartsAreFoundAlike) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 2000; ++round) {
+        QString text;
+        for (int i = 0; i < 300; ++i)
+            text += QChar(random() % 2 ? u'a' : u'b');
+        const QString part = text.mid(qsizetype(random() % 200), qsizetype(1 + random() % 60));
+        const QString with(qsizetype(random() % 3), u'-');
+        const QString replacement = with.isNull() ? nothing : with;
+        ASSERT_EQ(ZRKit::replace(text, part, replacement), QString(text).replace(part, replacement));
+        QStringList pieces;
+        for (const QVariant &piece : ZRKit::splitBy(text, part))
+            pieces.append(piece.toString());
+        ASSERT_EQ(pieces, text.split(part));
+    }
+}
+
 } // namespace
