@@ -1,12 +1,22 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/AnyObject.h"
+#include "platform/values/NSInvocation.h"
+#include "platform/values/NSObjectRuntime.h"
+#include "platform/values/NSSelector.h"
+
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <functional>
+#include <memory>
 #include <optional>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace ZRKit {
 
@@ -114,5 +124,81 @@ QStringList dump(const QVariant &receiver, const QVariant &value, const QString 
 QString dump(const QVariant &receiver);
 /// Does nothing.
 void dumpToLog(const QVariant &receiver);
+
+// Objects at run time. What a receiver responds to is what its meta-object declares: see NSObjectRuntime.
+
+/// The names of the methods that the receiver's class itself declares, in their order; none for values
+/// without a class of their own.
+QStringList methodsArray(const AnyObject &receiver);
+QStringList methodsArray(const QMetaObject &metaObject);
+
+/// The selector of the name without "-", "." and "/", of any length; nil for nullptr.
+NSSelector selectorByCName(const AnyObject &receiver, const char *name);
+/// Sends the message that selectorByCName() names, with the object as its first argument if it takes any
+/// (further ones are nil), and gives the result; nil where the receiver doesn't respond. Throws as
+/// NSObjectRuntime::perform().
+QVariant performByCName(const AnyObject &receiver, const char *name, const QVariant &object);
+/// The message that selectorByCName() names, to be sent later; std::nullopt where the receiver doesn't
+/// respond.
+std::optional<NSInvocation> invocationByCName(const AnyObject &receiver, const char *name);
+
+/// A new object of the class, whose `setDelegate` has been given the delegate if it has one.
+template <std::derived_from<QObject> Class>
+std::unique_ptr<Class> newWithDelegate(const AnyObject &delegate) {
+    auto object = std::make_unique<Class>();
+    const QVariant receiver = QVariant::fromValue<QObject *>(object.get());
+    if (const NSSelector selector("setDelegate:"); NSObjectRuntime::respondsTo(receiver, selector))
+        NSObjectRuntime::perform(receiver, selector, {delegate.value()});
+    return object;
+}
+
+/// Whether key-value coding can set the key: the receiver responds to "set<Key>:", or its class itself
+/// declares a writable property named "_<key>", "_is<Key>", "<key>" or "is<Key>". The latter isn't looked for
+/// where the class information "accessInstanceVariablesDirectly" (Q_CLASSINFO) is "NO". Throws NSException
+/// (NSRangeException) for the empty key.
+bool canSetValueForKey(const AnyObject &receiver, const QString &key);
+/// The same for keys joined by points: each of them on the value of the one before it. False where such a
+/// value is nil.
+bool canSetValueForKeyPath(const AnyObject &receiver, const QString &keyPath);
+
+/// What interface attributes stand for: the first entry whose text, or one of whose texts in an array, equals
+/// the key without a leading "IB" and then "$", in lower case, has its block called.
+using IBKeyTable = std::vector<std::pair<QVariant, std::function<void()>>>;
+void handleIBKey(const AnyObject &receiver, const QString &key, const IBKeyTable &table);
+
+// Notifications of the default center; the receiver must be an object.
+
+/// Has the receiver sent the message whenever anybody posts the name.
+void addObserverName(QObject *receiver, const QString &name, const NSSelector &selector);
+/// Posts the name with the receiver as its sender.
+void postNotificationName(const AnyObject &receiver, const QString &name);
+/// Takes all of the receiver's registrations back.
+void removeAllObservers(QObject *receiver);
+
+// Blocks for the main queue. They run once, whatever becomes of the receiver; all return at once, on any
+// thread.
+
+/// Runs the block after the delay in seconds, of which whole nanoseconds count.
+void performAfterDelay(const AnyObject &receiver, double seconds, std::function<void()> block);
+void performBlock(const AnyObject &receiver, std::function<void()> block, double afterDelay);
+/// Runs the block after 10 ms, so that what waits to be drawn is drawn first.
+void performBlockAfterUIRefresh(const AnyObject &receiver, std::function<void()> block);
+/// Adds the block to the main operation queue.
+void performBlockOnMainThread(const AnyObject &receiver, std::function<void()> block);
+
+// Values attached to an object by key, in one dictionary. They are let go with the object.
+
+/// All of them; nil if there never were any.
+QVariant associatedValues(const QObject *receiver);
+/// A copy of the dictionary in place of all of them. Anything but a dictionary fails an assertion, which is
+/// logged, and is attached all the same: nil as no dictionary, a value that has no mutable copy (a number, a
+/// date ...) by raising NSInvalidArgumentException.
+void setAssociatedValues(QObject *receiver, const QVariant &associatedValues);
+/// The value for the key, nil if there is none. Throws NSException (NSInvalidArgumentException) where what is
+/// attached isn't a dictionary.
+QVariant associatedObjectForKey(const QObject *receiver, const QString &key);
+/// Attaches a value. The object's lock (NSObjectLock) is held only while the dictionary is looked up or made.
+/// Throws NSException (NSInvalidArgumentException) for nil, and where what is attached isn't a dictionary.
+void setAssociatedObject(QObject *receiver, const QVariant &object, const QString &key);
 
 } // namespace ZRKit

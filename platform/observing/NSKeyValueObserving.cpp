@@ -3,66 +3,32 @@
 
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/ObserverCalls.h"
 
 #include <QMetaObject>
 #include <QObject>
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <thread>
 #include <unordered_map>
 #include <vector>
 
 namespace {
 
-/// One addObserver() call. Threads that are calling the observer are listed, so that removal can wait for
-/// them.
+/// One addObserver() call.
 struct Registration {
     NSKeyValueObserver *observer;
     QString key;
     NSKeyValueObservingOptions options;
     void *context;
-
-    std::mutex mutex;
-    std::condition_variable left;
-    std::vector<std::thread::id> callers;
-    bool removed = false;
+    ObserverCalls calls;
 
     void call(QObject *object, const QVariantMap &change) {
-        const auto self = std::this_thread::get_id();
-        {
-            const std::lock_guard lock(mutex);
-            if (removed)
-                return;
-            callers.push_back(self);
-        }
-        const auto leave = [&] {
-            const std::lock_guard lock(mutex);
-            callers.erase(std::find(callers.rbegin(), callers.rend(), self).base() - 1);
-            left.notify_all();
-        };
-        try {
-            observer->observeValueForKeyPath(key, object, change, context);
-        } catch (...) {
-            leave();
-            throw;
-        }
-        leave();
-    }
-
-    /// Ends the calls. Those of this very thread are further down its stack and can't be waited for.
-    void remove() {
-        const auto self = std::this_thread::get_id();
-        std::unique_lock lock(mutex);
-        removed = true;
-        left.wait(lock, [&] {
-            return std::all_of(callers.begin(), callers.end(), [&](auto caller) { return caller == self; });
-        });
+        calls.run([&] { observer->observeValueForKeyPath(key, object, change, context); });
     }
 };
 using Registrations = std::vector<std::shared_ptr<Registration>>;
@@ -177,7 +143,7 @@ void removeMatching(QObject *object, const QString &key,
                           QStringLiteral("Cannot remove an observer for the key path \"%1\": "
                                          "it is not registered as an observer.")
                               .arg(key));
-    found->remove();
+    found->calls.end();
 }
 
 } // namespace

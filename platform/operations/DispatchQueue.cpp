@@ -8,6 +8,8 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
+#include <QTimer>
+#include <algorithm>
 #include <exception>
 
 /// Lives in the main thread; each event it gets says that there are blocks to run.
@@ -61,6 +63,29 @@ void DispatchQueue::async(std::function<void()> block) {
             NSLog("Exception in a block of the main queue: %@", NSException::currentDescription());
         }
     });
+}
+
+void DispatchQueue::asyncAfter(std::chrono::nanoseconds delay, std::function<void()> block) {
+    using Clock = std::chrono::steady_clock;
+    const auto now = Clock::now();
+    delay = std::max(delay, std::chrono::nanoseconds::zero());
+    // Far beyond any clock, the latest date there is.
+    const auto date = delay < Clock::time_point::max() - now ? now + delay : Clock::time_point::max();
+    // The timer belongs to the main thread, so it is set up there.
+    async([this, date, block = std::move(block)]() mutable { addAt(date, std::move(block)); });
+}
+
+void DispatchQueue::addAt(std::chrono::steady_clock::time_point date, std::function<void()> block) {
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::ceil<milliseconds>(date - std::chrono::steady_clock::now());
+    if (left <= milliseconds::zero()) {
+        async(std::move(block));
+        return;
+    }
+    // A timer takes no more than some weeks, so long delays are waited for in pieces.
+    const milliseconds piece = std::min<milliseconds>(left, std::chrono::hours(24));
+    QTimer::singleShot(piece, Qt::PreciseTimer, m_receiver,
+                       [this, date, block = std::move(block)]() mutable { addAt(date, std::move(block)); });
 }
 
 void DispatchQueue::sync(const std::function<void()> &block) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -24,6 +25,10 @@ public:
     /// An exception that leaves the block is logged.
     void async(std::function<void()> block);
 
+    /// Adds a block after a delay, which begins now, and returns at once; any thread. Negative delays are
+    /// none. Without an application at the end of the delay the block never runs.
+    void asyncAfter(std::chrono::nanoseconds delay, std::function<void()> block);
+
     /// Adds a block and waits until it has run; what it throws is thrown here. On the main thread itself the
     /// block runs at once, as a block of the queue.
     void sync(const std::function<void()> &block);
@@ -34,6 +39,7 @@ private:
     DispatchQueue() = default;
     static void applicationStarted();
     void add(std::function<void()> block);
+    void addAt(std::chrono::steady_clock::time_point date, std::function<void()> block);
     void drain();
     void wake();
 

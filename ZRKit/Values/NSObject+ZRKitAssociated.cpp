@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSObject+ZRKit.h"
+#include "ZRKit/ZRMacros.h"
+#include "platform/values/NSAssociatedObjects.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSNull.h"
+#include "platform/values/NSObjectLock.h"
+
+#include <mutex>
+
+namespace ZRKit {
+
+namespace {
+
+constexpr char AssociationKey = 0;
+
+/// What is attached: a dictionary, unless somebody attached something else in spite of the assertion.
+struct Attached {
+    std::mutex mutex;
+    QVariant values;
+};
+
+std::shared_ptr<Attached> attachedTo(const QObject *receiver) {
+    return std::static_pointer_cast<Attached>(NSAssociatedObjects::get(receiver, &AssociationKey));
+}
+
+void attach(QObject *receiver, const std::shared_ptr<Attached> &attached) {
+    NSAssociatedObjects::set(receiver, &AssociationKey, attached);
+}
+
+QVariant mutableCopy(const QVariant &value) {
+    switch (kindOf(value)) {
+    case ValueKind::Dictionary:
+        return dictionaryOf(value);
+    case ValueKind::String:
+    case ValueKind::Data:
+    case ValueKind::Array:
+    case ValueKind::Set:
+        return value;
+    default:
+        NSObjectRuntime::raiseUnrecognized(value, NSSelector("mutableCopyWithZone:"));
+    }
+}
+
+} // namespace
+
+QVariant associatedValues(const QObject *receiver) {
+    const auto attached = attachedTo(receiver);
+    if (!attached)
+        return {};
+    const std::lock_guard lock(attached->mutex);
+    return attached->values;
+}
+
+void setAssociatedValues(QObject *receiver, const QVariant &associatedValues) {
+    if (!receiver)
+        return;
+    if (kindOf(associatedValues) != ValueKind::Dictionary)
+        zxAssertFailed("-[NSObject(ZRKit) setAssociatedValues:]",
+                       "([associatedValues isKindOfClass:[NSDictionary class]])", "NSObject+ZRKit", 761);
+    if (NSIsNil(associatedValues)) {
+        attach(receiver, nullptr);
+        return;
+    }
+    const auto attached = std::make_shared<Attached>();
+    attached->values = mutableCopy(associatedValues);
+    attach(receiver, attached);
+}
+
+QVariant associatedObjectForKey(const QObject *receiver, const QString &key) {
+    const QVariant values = associatedValues(receiver);
+    if (NSIsNil(values))
+        return {};
+    if (kindOf(values) != ValueKind::Dictionary)
+        NSObjectRuntime::raiseUnrecognized(values, NSSelector("objectForKey:"));
+    return values.toMap().value(key);
+}
+
+void setAssociatedObject(QObject *receiver, const QVariant &object, const QString &key) {
+    if (!receiver)
+        return;
+    std::shared_ptr<Attached> attached;
+    {
+        const NSObjectLock lock(receiver);
+        attached = attachedTo(receiver);
+        if (!attached) {
+            attached = std::make_shared<Attached>();
+            attached->values = QVariantMap();
+            attach(receiver, attached);
+        }
+    }
+    const std::lock_guard lock(attached->mutex);
+    if (kindOf(attached->values) != ValueKind::Dictionary)
+        NSObjectRuntime::raiseUnrecognized(attached->values, NSSelector("setObject:forKey:"));
+    if (NSIsNil(object))
+        throw NSException(NSInvalidArgumentException,
+                          QStringLiteral("nil can't be attached under the key \"%1\".").arg(key));
+    static_cast<QVariantMap *>(attached->values.data())->insert(key, object);
+}
+
+} // namespace ZRKit

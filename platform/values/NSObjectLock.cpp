@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "platform/values/NSObjectLock.h"
+
+#include <array>
+#include <cstdint>
+#include <mutex>
+#include <unordered_map>
+
+namespace {
+
+struct Lock {
+    std::recursive_mutex mutex;
+    int users = 0;
+};
+
+/// Locks in use are spread over several tables, so that threads which lock different objects seldom meet.
+struct Table {
+    std::mutex mutex;
+    std::unordered_map<const QObject *, Lock> locks;
+};
+
+Table &tableOf(const QObject *object) {
+    static auto *tables = new std::array<Table, 16>;
+    const auto address = reinterpret_cast<std::uintptr_t>(object);
+    return (*tables)[(address >> 6 ^ address >> 11) % tables->size()];
+}
+
+} // namespace
+
+NSObjectLock::NSObjectLock(const QObject *object) : m_object(object) {
+    if (!object)
+        return;
+    Table &table = tableOf(object);
+    std::unique_lock access(table.mutex);
+    Lock &lock = table.locks[object];
+    ++lock.users;
+    access.unlock();
+    lock.mutex.lock();
+}
+
+NSObjectLock::~NSObjectLock() {
+    if (!m_object)
+        return;
+    Table &table = tableOf(m_object);
+    const std::lock_guard access(table.mutex);
+    const auto at = table.locks.find(m_object);
+    at->second.mutex.unlock();
+    if (--at->second.users == 0)
+        table.locks.erase(at);
+}
