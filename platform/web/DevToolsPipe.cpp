@@ -186,10 +186,11 @@ void DevToolsPipe::takeMessages(qsizetype from) {
         m_messages.emplace_back(QByteArray(begin + start, end - start));
         start = from = end + 1;
     }
-    if (start == m_incoming.size())
-        m_incoming.resize(0);
-    else if (start > 0)
-        m_incoming.remove(0, start);
+    // Not removed from the front: a byte array keeps room there, and grows with every such remainder.
+    const qsizetype rest = m_incoming.size() - start;
+    if (start > 0 && rest > 0)
+        std::memmove(m_incoming.data(), m_incoming.constData() + start, size_t(rest));
+    m_incoming.resize(rest);
 }
 
 void DevToolsPipe::deliver() {

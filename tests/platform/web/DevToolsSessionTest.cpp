@@ -165,6 +165,22 @@ TEST(DevToolsSession, MoreThanThePipeHoldsIsSentWhenTheBrowserReads) {
     EXPECT_TRUE(received.contains(large));
 }
 
+TEST(DevToolsSession, ReadsThatEndInsideAMessageDoNotAddUp) {
+    FakeBrowser browser;
+    DevToolsSession session(*browser.pipe);
+    int events = 0;
+    session.on("E", [&](const DevToolsMessage &) { ++events; });
+    const QByteArray event = QByteArray("{\"method\":\"E\"}") + '\0';
+    constexpr int rounds = 200;
+    browser.say(event.left(5));
+    for (int i = 0; i < rounds; ++i) {
+        browser.say(event.mid(5) + event + event.left(5));
+        while (events < 2 * (i + 1))
+            DevToolsPipe::waitForEvents();
+    }
+    EXPECT_EQ(events, 2 * rounds);
+}
+
 TEST(DevToolsSession, LargeMessagesArriveWhole) {
     const std::unique_ptr<BrowserProcess> process = BrowserProcess::start();
     ASSERT_TRUE(process);
