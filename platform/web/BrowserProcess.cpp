@@ -196,8 +196,10 @@ QStringList BrowserProcess::arguments() {
         // A page without scripts needs no process a site, and its frames can print together.
         QStringLiteral("--disable-site-isolation-trials"),
         // Blank pages come back faster without a new frame host for each document, and none is gone back to.
+        // Stylesheets of XSLT are programs that do not run without scripts: documents that name one would be
+        // empty, or load for ever.
         QStringLiteral("--disable-features=RenderDocument,BackForwardCache,ProactivelySwapBrowsingInstance,"
-                       "IsolateOrigins,site-per-process"),
+                       "IsolateOrigins,site-per-process,XSLT"),
         // One process less to start and to keep.
         QStringLiteral("--enable-features=NetworkServiceInProcess2"),
         QStringLiteral("--no-first-run"),

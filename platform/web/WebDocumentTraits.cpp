@@ -3,6 +3,7 @@
 
 #include <QLatin1StringView>
 #include <array>
+#include <optional>
 
 namespace {
 
@@ -110,6 +111,50 @@ bool isAttribute(QStringView afterName) {
     return !rest.isEmpty() && rest[0] == u'=';
 }
 
+struct Attribute {
+    QStringView name;
+    QStringView value;
+};
+
+/// The next attribute of a tag; nothing at the tag's end, where `at` then is.
+std::optional<Attribute> nextAttribute(QStringView markup, qsizetype &at) {
+    const auto skipWhile = [&](auto condition) {
+        while (at < markup.size() && condition(markup[at]))
+            ++at;
+    };
+    skipWhile([](QChar c) { return isSpace(c) || c == u'/'; });
+    if (at == markup.size() || markup[at] == u'>')
+        return {};
+    const qsizetype name = at++;
+    skipWhile([](QChar c) { return !isSpace(c) && c != u'/' && c != u'>' && c != u'='; });
+    Attribute attribute{markup.sliced(name, at - name), {}};
+    skipWhile(isSpace);
+    if (at == markup.size() || markup[at] != u'=')
+        return attribute;
+    ++at;
+    skipWhile(isSpace);
+    if (at == markup.size())
+        return attribute;
+    const QChar quote = markup[at];
+    if (quote == u'"' || quote == u'\'') {
+        const qsizetype value = ++at;
+        skipWhile([quote](QChar c) { return c != quote; });
+        attribute.value = markup.sliced(value, at - value);
+        at = qMin(at + 1, markup.size());
+    } else {
+        const qsizetype value = at;
+        skipWhile([](QChar c) { return !isSpace(c) && c != u'>'; });
+        attribute.value = markup.sliced(value, at - value);
+    }
+    return attribute;
+}
+
+/// Past the next occurrence of a text; the markup's end where there is none.
+qsizetype endOf(QStringView markup, const QString &text, qsizetype from) {
+    const qsizetype found = markup.indexOf(text, from, Qt::CaseInsensitive);
+    return found < 0 ? markup.size() : found + text.size();
+}
+
 } // namespace
 
 namespace WebDocumentTraits {
@@ -138,6 +183,40 @@ bool mayLeaveTraces(QStringView markup) {
 
 bool mayReload(QStringView markup) {
     return hasActiveMeta(markup);
+}
+
+QString withoutReloads(QStringView markup) {
+    QString out = markup.toString();
+    for (qsizetype at = markup.indexOf(u'<'); at >= 0; at = markup.indexOf(u'<', at)) {
+        const QStringView tag = markup.sliced(at + 1);
+        if (tag.startsWith(u"!--")) {
+            at = endOf(markup, QStringLiteral("-->"), at + 2);
+            continue;
+        }
+        if (tag.isEmpty() || !tag[0].isLetter()) {
+            ++at;
+            continue;
+        }
+        const qsizetype name = at + 1;
+        while (at < markup.size() && !isSpace(markup[at]) && markup[at] != u'/' && markup[at] != u'>')
+            ++at;
+        const QStringView element = markup.sliced(name, at - name);
+        const bool isMeta = element.compare(u"meta", Qt::CaseInsensitive) == 0;
+        for (std::optional<Attribute> attribute; (attribute = nextAttribute(markup, at));) {
+            // What a value with character references says is not looked into.
+            if (isMeta && attribute->name.compare(u"http-equiv", Qt::CaseInsensitive) == 0 &&
+                (attribute->value.contains(u'&') ||
+                 attribute->value.compare(u"refresh", Qt::CaseInsensitive) == 0))
+                out[attribute->name.data() - markup.data()] = u'x';
+        }
+        static constexpr std::array textOnly = {"textarea", "title",  "style",   "script",
+                                                "xmp",      "iframe", "noembed", "noframes"};
+        for (const char *text : textOnly) {
+            if (element.compare(QLatin1StringView(text), Qt::CaseInsensitive) == 0)
+                at = endOf(markup, QStringLiteral("</") + QLatin1StringView(text), at);
+        }
+    }
+    return out;
 }
 
 bool mayDependOnAddress(QStringView markup) {

@@ -16,6 +16,8 @@ bool mayLeaveTraces(QStringView markup);
 
 /// Whether it may replace itself by another document after a while.
 bool mayReload(QStringView markup);
+/// The markup with the meta elements that reload it made harmless.
+QString withoutReloads(QStringView markup);
 
 /// Whether it may look different at another address: it refers to something other than by absolute links,
 /// data URLs and fragments in styles.

@@ -14,6 +14,8 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
+#include <array>
 
 namespace {
 
@@ -56,6 +58,14 @@ bool isWebAddress(const QUrl &url) {
     return url.scheme() == QLatin1StringView("http") || url.scheme() == QLatin1StringView("https");
 }
 
+/// The browser has schemes of its own beside these, for its inner pages, some of which crash or hang it.
+bool isForDocuments(const QUrl &url) {
+    static constexpr std::array schemes = {"http", "https", "file", "data"};
+    return url == QUrl(QStringLiteral("about:blank")) ||
+           std::any_of(schemes.begin(), schemes.end(),
+                       [&](const char *scheme) { return url.scheme() == QLatin1StringView(scheme); });
+}
+
 } // namespace
 
 void WebFrame::reset(const QUrl &url) {
@@ -95,6 +105,11 @@ void WebFrame::loadHTMLString(const QString &string, const QUrl &baseURL) {
 }
 
 void WebFrame::loadRequest(const QUrl &url) {
+    if (!isForDocuments(url)) {
+        m_view->stopLoading();
+        m_view->failLater(WebLoadError(QStringLiteral("net::ERR_UNKNOWN_URL_SCHEME"), url.toString()));
+        return;
+    }
     if (url.scheme() == QLatin1StringView("data")) {
         const WebDataURL data(url.toEncoded(QUrl::RemoveFragment));
         loadData(data.body(), QString::fromLatin1(data.mimeType()), QString::fromLatin1(data.charset()));
@@ -166,6 +181,13 @@ void WebDocumentView::render() {
     m_pdf = print.pdf;
     m_bounds = QRectF(QPointF(0, 0), print.size);
     m_error = print.error;
+    if (!view->m_page)
+        return;
+    m_error = view->m_page->explained(m_error);
+    if (view->m_page->isReplaced())
+        m_pdf.clear();
+    if (!m_error.isEmpty())
+        view->m_page->spend();
 }
 
 QRectF WebDocumentView::frame() {

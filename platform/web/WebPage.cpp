@@ -25,6 +25,9 @@ constexpr char settleScript[] =
 constexpr char watchDocuments[] =
     "[{\"resourceType\":\"Document\"},{\"resourceType\":\"Document\",\"requestStage\":\"Response\"}]";
 
+/// How the browser answers what was asked of a document that has gone.
+constexpr QLatin1StringView navigatedText("Inspected target navigated or closed");
+
 /// Calls a callback that may throw away the page, and with it the callback.
 template <typename... Arguments>
 void tell(const std::function<void(Arguments...)> &callback, const auto &...arguments) {
@@ -95,6 +98,13 @@ void WebPage::listen() {
     });
     m_session.on("Page.frameNavigated", [this](const DevToolsMessage &event) {
         const QJsonValue frame = event.object()[u"frame"];
+        // Reloads that ask for a document are kept from it; those of blank pages ask for none.
+        if (m_committed && frame[u"id"].toString() == mainFrame() &&
+            (m_loader.isEmpty() || frame[u"loaderId"].toString() != m_loader)) {
+            m_replaced = true;
+            failCommitted(WebLoadError(explained({}), m_url));
+            return;
+        }
         if (m_state == State::Loading)
             tell(m_events.didCommitFrame, frame[u"id"].toString(), frame[u"url"].toString());
     });
@@ -134,6 +144,10 @@ void WebPage::setUp(std::function<void(bool)> handler) {
         [handler = std::move(handler)](const DevToolsMessage &reply) { handler(!reply.isError()); });
 }
 
+QString WebPage::explained(const QString &error) const {
+    return m_replaced || error == navigatedText ? QStringLiteral("The document has replaced itself") : error;
+}
+
 DevToolsPipe::ReplyHandler WebPage::during(std::function<void(const DevToolsMessage &)> handler) {
     return [self = m_self, load = m_load, handler = std::move(handler)](const DevToolsMessage &reply) {
         if (*self && (*self)->m_load == load)
@@ -159,7 +173,7 @@ void WebPage::begin(bool mayReachOutside) {
     ++m_load;
     ++m_loads;
     m_state = State::Loading;
-    m_committed = m_loadEventSeen = m_settling = m_leavesTraces = m_isPicture = false;
+    m_committed = m_loadEventSeen = m_settling = m_leavesTraces = m_isPicture = m_replaced = false;
     m_mayLoadFonts = mayReachOutside;
     m_metOutside = m_metOutside || mayReachOutside;
     m_mainFailure = NSError();
@@ -169,6 +183,7 @@ void WebPage::begin(bool mayReachOutside) {
     m_failedFrames.clear();
     m_onLoadEvent = {};
     m_url.clear();
+    m_loader.clear();
 }
 
 void WebPage::loadMarkup(const QString &markup) {
@@ -176,7 +191,7 @@ void WebPage::loadMarkup(const QString &markup) {
     m_mayLoadFonts = WebDocumentTraits::mayLoadFonts(markup);
     m_leavesTraces = WebDocumentTraits::mayLeaveTraces(markup);
     if (WebDocumentTraits::mayReload(markup))
-        watchReloads([this, markup] { setContent(markup); });
+        watchReloads([this, lasting = WebDocumentTraits::withoutReloads(markup)] { setContent(lasting); });
     else
         setContent(markup);
 }
@@ -198,9 +213,11 @@ void WebPage::loadMarkup(const QString &markup, const QString &blankUrl) {
     begin(false);
     m_mayLoadFonts = WebDocumentTraits::mayLoadFonts(markup);
     m_leavesTraces = true;
-    const auto start = [this, markup, blankUrl] {
+    const bool reloads = WebDocumentTraits::mayReload(markup);
+    const QString lasting = reloads ? WebDocumentTraits::withoutReloads(markup) : markup;
+    const auto start = [this, lasting, blankUrl] {
         // The blank document has a load event of its own.
-        m_onLoadEvent = [this, markup] { setContent(markup); };
+        m_onLoadEvent = [this, lasting] { setContent(lasting); };
         m_session.call("Page.navigate", DevToolsParams().add("url", blankUrl),
                        during([this](const DevToolsMessage &reply) {
                            const QString error =
@@ -209,7 +226,7 @@ void WebPage::loadMarkup(const QString &markup, const QString &blankUrl) {
                                failProvisional(WebLoadError(error));
                        }));
     };
-    if (WebDocumentTraits::mayReload(markup))
+    if (reloads)
         watchReloads(start);
     else
         start();
@@ -284,6 +301,7 @@ void WebPage::navigate(const QString &url, std::function<void()> committed) {
                            // Within the blank page's own address there is nothing to load and no event to
                            // come.
                            m_loadEventSeen = m_loadEventSeen || !result.contains(u"loaderId");
+                           m_loader = result[u"loaderId"].toString();
                            committed();
                        }
                    }));
@@ -451,7 +469,7 @@ void WebPage::settle() {
                        if (m_state != State::Loading)
                            return;
                        if (reply.isError())
-                           failCommitted(WebLoadError(reply.error(), m_url));
+                           failCommitted(WebLoadError(explained(reply.error()), m_url));
                        else if (m_pendingRequests.isEmpty())
                            finish();
                        // Otherwise the last of the requests goes on.

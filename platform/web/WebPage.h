@@ -67,6 +67,12 @@ public:
     /// has failed.
     bool isReusable() const;
     int loads() const { return m_loads; }
+    /// Keeps further documents away: something has failed with this one.
+    void spend() { m_spent = true; }
+    /// Whether the document has put another one into its place since it was loaded.
+    bool isReplaced() const { return m_replaced; }
+    /// What the browser's error means here.
+    QString explained(const QString &error) const;
     /// Throws the document away; the handler is told whether the page is blank again.
     void reset(std::function<void(bool blank)> handler);
 
@@ -113,7 +119,9 @@ private:
     bool m_isPicture = false; ///< the document is nothing without its one picture
     bool m_metOutside = false;
     bool m_spent = false;
+    bool m_replaced = false;
     QString m_url;
+    QString m_loader; ///< names the navigation that brought the document, where one did
     NSError m_mainFailure;
     QSet<QByteArray> m_pendingRequests;
     QHash<QByteArray, QString> m_documentRequests; ///< request to frame

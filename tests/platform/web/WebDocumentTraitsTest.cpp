@@ -51,6 +51,37 @@ TEST(WebDocumentTraits, ReloadsComeFromMetaElements) {
         EXPECT_FALSE(mayReload(QString::fromUtf8(no))) << no;
 }
 
+TEST(WebDocumentTraits, ReloadsAreMadeHarmlessAndNothingElseIsTouched) {
+    static constexpr struct {
+        const char *before, *after;
+    } cases[] = {
+        {"<meta http-equiv=refresh content=0><p>x", "<meta xttp-equiv=refresh content=0><p>x"},
+        {"<META\nContent='0;url=a>b' HTTP-EQUIV = \"Refresh\"/>",
+         "<META\nContent='0;url=a>b' xTTP-EQUIV = \"Refresh\"/>"},
+        {"<meta/http-equiv='&#114;efresh'/content=0", "<meta/xttp-equiv='&#114;efresh'/content=0"},
+        {"<noscript><meta http-equiv=refresh></noscript>", "<noscript><meta xttp-equiv=refresh></noscript>"},
+        {"<!--<meta http-equiv=refresh>--><meta http-equiv=refresh>",
+         "<!--<meta http-equiv=refresh>--><meta xttp-equiv=refresh>"},
+        {"<p title='<meta http-equiv=refresh>'>", "<p title='<meta http-equiv=refresh>'>"},
+        {"<textarea><meta http-equiv=refresh></textarea>", "<textarea><meta http-equiv=refresh></textarea>"},
+        {"<title><meta http-equiv=refresh></TITLE><meta http-equiv=refresh>",
+         "<title><meta http-equiv=refresh></TITLE><meta xttp-equiv=refresh>"},
+        {"<meta http-equiv=content-language content=refresh>",
+         "<meta http-equiv=content-language content=refresh>"},
+        {"<metadata http-equiv=refresh><p http-equiv=refresh>",
+         "<metadata http-equiv=refresh><p http-equiv=refresh>"},
+        {"<meta http-equiv", "<meta http-equiv"},
+        {"<meta http-equiv=", "<meta http-equiv="},
+        {"<meta http-equiv='refresh", "<meta xttp-equiv='refresh"},
+        {"<", "<"},
+        {"<style>", "<style>"},
+        {"", ""},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(withoutReloads(QString::fromUtf8(each.before)), QString::fromUtf8(each.after))
+            << each.before;
+}
+
 TEST(WebDocumentTraits, ReferencesDependOnTheAddress) {
     for (const char *yes : {"<img src=x>",
                             "<img SRC = x>",
