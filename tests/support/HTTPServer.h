@@ -14,13 +14,15 @@
 
 class Gate;
 
-/// An HTTP/1.1 server on loopback for tests, made of plain sockets: one connection a request, a thread each.
+/// An HTTP/1.1 server on loopback for tests, made of plain sockets: a thread a connection, which takes one
+/// request unless an answer keeps it.
 class HTTPServer {
 public:
     struct Request {
         QByteArray method;
         QByteArray path;                      ///< with its query
         QMap<QByteArray, QByteArray> headers; ///< names in lower case
+        int connection = 0;                   ///< counted from 1
     };
     /// How an answer goes wrong, if it does.
     enum class Fault {
@@ -35,6 +37,7 @@ public:
         QList<QByteArray> headers = {}; ///< whole lines without their ends
         Fault fault = Fault::None;
         Gate *gate = nullptr; ///< opened before the answer is sent
+        bool keepsConnection = false;
     };
     using Handler = std::function<Response(const Request &)>;
 
@@ -55,7 +58,9 @@ public:
 
 private:
     void accept();
-    void serve(int fd);
+    void serve(int fd, int connection);
+    /// Takes one request; false when the connection is not kept for another.
+    bool answer(int fd, int connection);
 
     const Handler m_handler;
     int m_listener = -1;

@@ -160,8 +160,11 @@ TEST(ZRConvertHTMLFailure, AnswersThatAreNoPages) {
 }
 
 TEST(ZRConvertHTMLFailure, AddressesThatLeadNowhere) {
-    for (const char *address : {"javascript:document.write('ran')", "no-such-scheme:x",
-                                "mailto:a@example.org", "ftp://127.0.0.1/x", "http://"}) {
+    for (const char *address :
+         {"javascript:document.write('ran')", "no-such-scheme:x", "mailto:a@example.org", "ftp://127.0.0.1/x",
+          "http://", "chrome://hang", "chrome://crash", "CHROME://version/", "about:version", "about:crash",
+          "view-source:file:///etc/passwd", "devtools://devtools/bundled/inspector.html", "blob:null/x",
+          "filesystem:file:///temporary/", "about:srcdoc", "file.html"}) {
         const LogCapture log;
         EXPECT_TRUE(Conversion(QUrl(QString::fromLatin1(address))).failed()) << address;
         EXPECT_EQ(log.count(QString::fromLatin1(provisional)), 1) << address;
