@@ -3,6 +3,7 @@
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "platform/dates/InternetDate.h"
+#include "platform/dates/NSDataDetector.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NumberText.h"
@@ -180,6 +181,22 @@ QDateTime dateFromUNIXTimestampString(const QString &text) {
 
 QDateTime dateFromUNIXTimestampObject(const QVariant &seconds) {
     return NSIsNil(seconds) ? QDateTime() : fromSeconds(toDouble(seconds));
+}
+
+QDateTime dateFromHumanString(const QString &text, const QDateTime &now) {
+    if (!isTrue(text))
+        return {};
+    NSDataDetector detector;
+    detector.setReferenceDate(now);
+    if (const auto match = detector.firstMatchInString(text))
+        return match->date;
+    const qsizetype pieces = text.count(u'.') + 1;
+    if (pieces != 2 && pieces != 3)
+        return {};
+    const QDateTime present = now.isValid() ? now : QDateTime::currentDateTimeUtc();
+    const QString year = QString::number(present.toLocalTime().date().year());
+    const auto match = detector.firstMatchInString(pieces == 2 ? text + u'.' + year : text + year);
+    return match ? match->date : QDateTime();
 }
 
 QDateTime dateFromString(const QString &text, const QString &format) {

@@ -70,6 +70,12 @@ QDateTime dateFromUNIXTimestampString(const QString &text);
 /// toDouble() of the value as seconds since 1970, with the same limits; nil for nil.
 QDateTime dateFromUNIXTimestampObject(const QVariant &seconds);
 
+/// The first date in free text, English or German, as NSDataDetector finds them; else a day and month such as
+/// "24.12" in the present year. Times without a zone are in the current time zone, a day without a time means
+/// 12:00. nil where there is none, and for nil and empty text.
+/// @param now what "today" and the present year are told from; nil for the present moment
+QDateTime dateFromHumanString(const QString &text, const QDateTime &now = {});
+
 /// By a pattern of Unicode Technical Standard 35 in en_US_POSIX and GMT; nil where the text doesn't match.
 /// The pattern's formatter is kept.
 QDateTime dateFromString(const QString &text, const QString &format);

@@ -68,3 +68,43 @@ TEST(NSDateInternet, FallsThroughFromRFC822ToRFC3339) {
     EXPECT_EQ(dateFromInternetDateTimeString(text("2024-01-01T10:00:00Z")), utc("2024-01-01T10:00:00"));
     EXPECT_FALSE(dateFromInternetDateTimeString(text("neither")).isValid());
 }
+
+namespace {
+
+// As "now": a spring noon of 2024.
+const QDateTime Now(QDate(2024, 5, 15), QTime(12, 0), Qt::UTC);
+
+QDate dayOf(const char *human) {
+    return dateFromHumanString(text(human), Now).toLocalTime().date();
+}
+
+} // namespace
+
+TEST(NSDateHuman, NilAndEmptyTextGiveNil) {
+    EXPECT_FALSE(dateFromHumanString(QString()).isValid());
+    EXPECT_FALSE(dateFromHumanString(QStringLiteral("")).isValid());
+    EXPECT_FALSE(dateFromHumanString(text("nothing like it")).isValid());
+}
+
+TEST(NSDateHuman, TheFirstDateInTheTextCounts) {
+    EXPECT_EQ(dayOf("2014-01-02"), QDate(2014, 1, 2));
+    EXPECT_EQ(dayOf("from 24.12.2024 to 2.1.2025"), QDate(2024, 12, 24));
+    EXPECT_EQ(dateFromHumanString(text("2024-12-24T18:30:00Z")), utc("2024-12-24T18:30:00"));
+}
+
+TEST(NSDateHuman, DayAndMonthAreOnesOfThePresentYear) {
+    EXPECT_EQ(dayOf("24.12"), QDate(2024, 12, 24));
+    EXPECT_EQ(dayOf("24.12."), QDate(2024, 12, 24));
+    EXPECT_EQ(dayOf("3.4"), QDate(2024, 4, 3));
+    EXPECT_EQ(dateFromHumanString(text("24.12")).toLocalTime().date(),
+              QDate(QDate::currentDate().year(), 12, 24));
+}
+
+TEST(NSDateHuman, OtherNumbersOfPiecesAreNoDate) {
+    EXPECT_FALSE(dateFromHumanString(text("2412"), Now).isValid());
+    EXPECT_FALSE(dateFromHumanString(text("1.2.3.4"), Now).isValid());
+    // The year is appended to what looks like one already.
+    EXPECT_FALSE(dateFromHumanString(text("30.2.2024"), Now).isValid());
+    EXPECT_FALSE(dateFromHumanString(text("31.12."), utc("2024-05-15T12:00:00")).isNull());
+    EXPECT_FALSE(dateFromHumanString(text("29.2"), utc("2023-05-15T12:00:00")).isValid());
+}

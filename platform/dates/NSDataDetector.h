@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QTimeZone>
+#include <optional>
+
+/// Finds dates in running text, English and German.
+///
+/// Days: 2024-12-24, 24.12.2024, 24.12., 12/24/2024 (day first where the first number can be no month),
+/// 24-12-2024, 24 December 2024, Dec 24th, 24. Dezember 2024, all of them also behind a weekday; a weekday's
+/// name, next, last and this Monday; today, tomorrow, yesterday, the day after tomorrow, in two days, 3 weeks
+/// ago, and their German counterparts. Times: 15:30, 15:30:45.5, 3pm, 3:30 p.m., 15 Uhr, 15.30 Uhr, noon,
+/// midnight; with a zone (Z, UTC, GMT+1, +01:00, CET, PST and the like) or without. A day and a time may
+/// stand in either order.
+///
+/// A date without a year is one of the reference's year, a time without a day one of its day, a day without a
+/// time means 12:00, or what its part of the day suggests ("tomorrow morning" 9:00). A weekday beside a date
+/// decides nothing. What doesn't exist (30 February, 25:00, an hour that summer time leaves out) is not
+/// found, nor any piece of it.
+///
+/// The time for a text grows with its length only. A value; reading it is safe on any thread.
+class NSDataDetector {
+public:
+    struct Match {
+        qsizetype location; ///< in UTF-16 units
+        qsizetype length;
+        QDateTime date; ///< in UTC
+    };
+
+    /// The moment that "today" and missing years mean; nil, the default, for that of each call.
+    QDateTime referenceDate() const { return m_reference; }
+    void setReferenceDate(const QDateTime &date) { m_reference = date; }
+    /// The zone of times without one; invalid, the default, for the system's.
+    QTimeZone timeZone() const { return m_zone; }
+    void setTimeZone(const QTimeZone &zone) { m_zone = zone; }
+
+    /// The first date of the text.
+    std::optional<Match> firstMatchInString(const QString &text) const;
+    /// All dates of the text, in their order; none overlaps another.
+    QList<Match> matchesInString(const QString &text) const;
+
+private:
+    QDateTime m_reference;
+    QTimeZone m_zone;
+};
