@@ -3,10 +3,9 @@
 
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSLog.h"
-#include "platform/values/NSNull.h"
+#include "platform/values/ValueKind.h"
 
-#include <QMap>
-#include <QStringList>
+#include <QAssociativeIterable>
 #include <QVariantHash>
 #include <QVariantList>
 #include <QVariantMap>
@@ -29,9 +28,23 @@ constexpr qsizetype LongestNumber = 32;
     throw NSException(NSInvalidArgumentException, why);
 }
 
-template <typename T>
-const T &as(const QVariant &value) {
-    return *static_cast<const T *>(value.constData());
+bool isUnsigned(const QVariant &number) {
+    switch (number.typeId()) {
+    case QMetaType::UChar:
+    case QMetaType::UShort:
+    case QMetaType::UInt:
+    case QMetaType::ULong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Qt turns keys of other types into strings, too.
+bool hasStringKeys(const QVariant &dictionary) {
+    return !dictionary.canConvert<QAssociativeIterable>() ||
+           dictionary.value<QAssociativeIterable>().metaContainer().keyMetaType() ==
+               QMetaType::fromType<QString>();
 }
 
 // 0 for a unit that stands for itself, 'u' for one that needs the long form, else the letter of its escape.
@@ -79,15 +92,14 @@ void copyPlain(const char16_t *&from, const char16_t *end, char *&to) {
 } // namespace
 
 QByteArray JSONWriter::write(const QVariant &value) {
-    const int type = value.typeId();
-    if (!(m_options & NSJSONWritingFragmentsAllowed) && type != QMetaType::QVariantMap &&
-        type != QMetaType::QVariantList && type != QMetaType::QVariantHash && type != QMetaType::QStringList)
-        refuse(QStringLiteral("Invalid top-level type in JSON write: neither an array nor a dictionary"));
     m_text.resize(256);
     m_at = m_text.data();
     m_end = m_at + m_text.size();
     this->value(value);
     m_text.truncate(m_at - m_text.constData());
+    const bool container = m_text.startsWith('{') || m_text.startsWith('[');
+    if (!container && !(m_options & NSJSONWritingFragmentsAllowed))
+        refuse(QStringLiteral("Invalid top-level type in JSON write: neither an array nor a dictionary"));
     return std::move(m_text);
 }
 
@@ -107,23 +119,23 @@ void JSONWriter::append(QByteArrayView bytes) {
 void JSONWriter::value(const QVariant &value) {
     switch (value.typeId()) {
     case QMetaType::QString:
-        return string(as<QString>(value));
+        return string(held<QString>(value));
     case QMetaType::QVariantMap: {
-        const auto &map = as<QVariantMap>(value);
+        const auto &map = held<QVariantMap>(value);
         return object(map.keyValueBegin(), map.keyValueEnd());
     }
     case QMetaType::QVariantList:
-        return array(as<QVariantList>(value));
+        return array(held<QVariantList>(value));
     case QMetaType::Int:
-        return number(as<int>(value));
+        return number(held<int>(value));
     case QMetaType::LongLong:
-        return number(as<qlonglong>(value));
+        return number(held<qlonglong>(value));
     case QMetaType::ULongLong:
-        return number(as<qulonglong>(value));
+        return number(held<qulonglong>(value));
     case QMetaType::Double:
-        return number(as<double>(value));
+        return number(held<double>(value));
     case QMetaType::Bool:
-        return as<bool>(value) ? append("true") : append("false");
+        return held<bool>(value) ? append("true") : append("false");
     case QMetaType::Nullptr:
         return append("null");
     default:
@@ -132,37 +144,35 @@ void JSONWriter::value(const QVariant &value) {
 }
 
 void JSONWriter::other(const QVariant &value) {
-    switch (value.typeId()) {
-    case QMetaType::UnknownType:
+    switch (kindOf(value)) {
+    case ValueKind::Nil:
         refuse(QStringLiteral("Invalid value in JSON write: nil"));
-    case QMetaType::Char:
-    case QMetaType::SChar:
-    case QMetaType::Short:
-    case QMetaType::Long:
-        return number(value.toLongLong());
-    case QMetaType::UChar:
-    case QMetaType::UShort:
-    case QMetaType::UInt:
-    case QMetaType::ULong:
-        return number(value.toULongLong());
-    case QMetaType::Float:
-        return number(as<float>(value));
-    case QMetaType::QVariantHash: {
-        const auto &hash = as<QVariantHash>(value);
-        return m_options & NSJSONWritingSortedKeys ? sortedObject(hash)
-                                                   : object(hash.keyValueBegin(), hash.keyValueEnd());
+    case ValueKind::Number:
+        if (value.typeId() == QMetaType::Float)
+            return number(held<float>(value));
+        return isUnsigned(value) ? number(value.toULongLong()) : number(value.toLongLong());
+    case ValueKind::Decimal: {
+        const auto &decimal = held<NSDecimalNumber>(value);
+        if (decimal.isNaN())
+            refuse(QStringLiteral("Invalid number value (NaN) in JSON write"));
+        return append(decimal.stringValue().toLatin1());
     }
-    case QMetaType::QStringList:
+    case ValueKind::Array:
         return array(value.toList());
+    case ValueKind::Dictionary:
+        if (value.typeId() == QMetaType::QVariantHash && !(m_options & NSJSONWritingSortedKeys)) {
+            const auto &hash = held<QVariantHash>(value);
+            return object(hash.keyValueBegin(), hash.keyValueEnd());
+        }
+        if (hasStringKeys(value)) {
+            const QVariantMap map = value.toMap();
+            return object(map.keyValueBegin(), map.keyValueEnd());
+        }
+        refuse(QStringLiteral("Invalid (non-string) key in JSON dictionary"));
     default:
-        break;
+        if (!writeDictionary(value))
+            refuse(NSFormat("Invalid type in JSON write (%s)", {value.metaType().name()}));
     }
-    if (value.metaType() != QMetaType::fromType<NSDecimalNumber>())
-        refuse(NSFormat("Invalid type in JSON write (%s)", {value.metaType().name()}));
-    const auto &decimal = as<NSDecimalNumber>(value);
-    if (decimal.isNaN())
-        refuse(QStringLiteral("Invalid number value (NaN) in JSON write"));
-    append(decimal.stringValue().toLatin1());
 }
 
 void JSONWriter::enter(char bracket) {
@@ -205,25 +215,22 @@ void JSONWriter::object(Iterator begin, Iterator end) {
     enter('{');
     bool first = true;
     for (; begin != end; ++begin) {
-        if (!std::exchange(first, false))
-            append(',');
-        newLine();
         const auto &[key, member] = *begin;
-        string(key);
-        if (m_options & NSJSONWritingPrettyPrinted)
-            append(" : ");
-        else
-            append(':');
-        value(member);
+        writeMember(key, member, std::exchange(first, false));
     }
     leave('}', first);
 }
 
-void JSONWriter::sortedObject(const QVariantHash &dictionary) {
-    QVariantMap sorted;
-    for (auto it = dictionary.cbegin(); it != dictionary.cend(); ++it)
-        sorted.insert(it.key(), it.value());
-    object(sorted.keyValueBegin(), sorted.keyValueEnd());
+void JSONWriter::writeMember(const QString &key, const QVariant &member, bool first) {
+    if (!first)
+        append(',');
+    newLine();
+    string(key);
+    if (m_options & NSJSONWritingPrettyPrinted)
+        append(" : ");
+    else
+        append(':');
+    value(member);
 }
 
 template <typename Number>

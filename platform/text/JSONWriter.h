@@ -7,20 +7,31 @@
 #include <QString>
 #include <QVariant>
 
-/// Writes one value as JSON text, in one pass. See NSJSONSerialization for what it takes and gives.
+/// Writes one value as JSON text, in one pass; for one use. See NSJSONSerialization for what it takes and
+/// gives.
 class JSONWriter {
 public:
     explicit JSONWriter(NSJSONWritingOptions options) : m_options(options) {}
+    virtual ~JSONWriter() = default;
+    JSONWriter(const JSONWriter &) = delete;
+    JSONWriter &operator=(const JSONWriter &) = delete;
 
     /// \throws NSException for what JSON cannot hold
     QByteArray write(const QVariant &value);
+
+protected:
+    /// Is asked of values that are of no kind the platform knows. A subclass that knows one as a dictionary
+    /// writes it with the operations below and says true.
+    virtual bool writeDictionary(const QVariant &) { return false; }
+    void beginObject() { enter('{'); }
+    void writeMember(const QString &key, const QVariant &value, bool first);
+    void endObject(bool empty) { leave('}', empty); }
 
 private:
     void value(const QVariant &value);
     void array(const QVariantList &list);
     template <typename Iterator>
     void object(Iterator begin, Iterator end);
-    void sortedObject(const QVariantHash &dictionary);
     void string(const QString &text);
     template <typename Number>
     void number(Number number);

@@ -62,6 +62,9 @@ TEST(NSJSONWriting, EachKind) {
     EXPECT_EQ(element(QVariantHash{{u"a"_s, 1}}), "{\"a\":1}");
     EXPECT_EQ(element(QStringList{u"a"_s, u"b"_s}), "[\"a\",\"b\"]");
     EXPECT_EQ(write(QStringList()), "[]");
+    EXPECT_EQ(write(QVariant::fromValue(QMap<QString, int>{{u"a"_s, 1}})), "{\"a\":1}");
+    EXPECT_EQ(write(QVariant::fromValue(QList<double>{1.5, 2})), "[1.5,2]");
+    EXPECT_EQ(element(QVariant::fromValue(Qt::AlignRight)), "2");
 }
 
 TEST(NSJSONWriting, EveryArithmeticType) {
@@ -215,7 +218,10 @@ TEST(NSJSONWriting, RefusesWhatJSONCannotHold) {
         EXPECT_FALSE(refusal(QVariantMap{{u"a"_s, QVariantList{value}}}).isEmpty());
         EXPECT_FALSE(refusal(value, NSJSONWritingFragmentsAllowed).isEmpty());
     }
-    EXPECT_EQ(refusal(QVariantList{QDateTime()}), u"Invalid type in JSON write (QDateTime)"_s);
+    EXPECT_EQ(refusal(QVariant::fromValue(QMap<int, QVariant>{{1, 1}})),
+              u"Invalid (non-string) key in JSON dictionary"_s);
+    EXPECT_EQ(refusal(QVariantList{QDateTime::currentDateTimeUtc()}),
+              u"Invalid type in JSON write (QDateTime)"_s);
     EXPECT_EQ(refusal(QVariantList{std::nan("")}), u"Invalid number value (NaN) in JSON write"_s);
     EXPECT_FALSE(refusal(QVariantMap{{QString(QChar(0xD800)), 1}}).isEmpty());
 }
