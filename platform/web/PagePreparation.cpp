@@ -85,7 +85,8 @@ public:
             return fail(
                 QStringLiteral("The document is larger than the engine can lay out (33,554,432 pixels)"));
         m_viewport.widthChanges = m_size.width() > m_viewport.width;
-        m_viewport.heightChanges = m_size.height() > m_viewport.height;
+        // Paper comes in whole dots: even that of a short document is a fraction of a pixel off.
+        m_viewport.heightChanges = true;
         m_viewport.isVertical = found[u"vertical"].toBool();
         return assignTexts(found[u"texts"].toArray()) &&
                (!hasSheets || freezeSheets(found[u"outcomes"].toArray()));
@@ -188,7 +189,7 @@ private:
         if (texts.isEmpty())
             return true;
         QJsonArray frozen;
-        for (const QJsonValue &text : texts)
+        for (const auto &text : texts)
             frozen << frozenStyle(text.toString(), m_viewport);
         QJsonObject answer;
         return ask({{QStringLiteral("step"), QStringLiteral("assign")}, {QStringLiteral("texts"), frozen}},

@@ -20,9 +20,10 @@ struct PagePrint {
     /// The document's size in CSS pixels: what the page's box has to be in points, once the page is enlarged
     /// by `magnification`. The paper that was printed on may be a little larger.
     QSizeF size;
-    /// What makes a CSS pixel a point. Printing it as a whole point would make pictures of shadows and filters,
-    /// which have 300 dots an inch of paper, 16/9 times the size. The engine writes a pixel as 3.125 dots, and a
-    /// dot, 0.24 points, as .23999999; anything else would push the edges of pictures over the pixel grid.
+    /// What makes a CSS pixel a point. Printing it as a whole point would make pictures of shadows and
+    /// filters, which have 300 dots an inch of paper, 16/9 times the size. The engine writes a pixel as 3.125
+    /// dots, and a dot, 0.24 points, as .23999999; anything else would push the edges of pictures over the
+    /// pixel grid.
     static constexpr double magnification = 1 / (3.125 * 0.23999999);
     QString error;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebDataURL.h"
 
+#include <QByteArrayList>
+
 WebDataURL::WebDataURL(const QByteArray &url) {
     constexpr qsizetype scheme = 5;
     const qsizetype comma = url.indexOf(',');

@@ -169,7 +169,7 @@ double prior(Encoding encoding) {
 
 WebTextEncoding WebEncodingDetector::detect(QByteArrayView bytes, bool isMarkup) {
     // A document says what it is long before its end.
-    constexpr qsizetype examined = 32 * 1024;
+    constexpr qsizetype examined = 32 * qsizetype(1024);
     QByteArrayView sample = bytes.first(qMin(examined, bytes.size()));
     // A character must not be cut: what is behind the last plain one is left out.
     qsizetype end = sample.size();

@@ -114,7 +114,7 @@ QByteArray withoutComments(QByteArrayView text) {
 QByteArray readContentType(QByteArrayView field, Fields &parameters) {
     const QByteArray text = withoutComments(field);
     qsizetype at = text.indexOf(';');
-    const QByteArray type = text.left(at < 0 ? text.size() : at).trimmed().toLower();
+    QByteArray type = text.left(at < 0 ? text.size() : at).trimmed().toLower();
     Fields pieces;
     while (at >= 0 && at < text.size()) {
         ++at;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebReferenceRewriter.h"
 
+#include <QChar>
+
 namespace {
 
 bool isBlank(char c) {

@@ -312,9 +312,9 @@ void XPCConnectionCore::run() {
             m_state = isOver ? State::Invalid : State::Interrupted;
             interruption = m_settings.interruption;
         }
-        for (const auto &[exchange, each] : waiting) {
-            if (each.error)
-                guarded("the error handler", [&] { each.error(failure); });
+        for (const auto &exchange : waiting) {
+            if (exchange.second.error)
+                guarded("the error handler", [&] { exchange.second.error(failure); });
         }
         waiting.clear();
         if (isOver)

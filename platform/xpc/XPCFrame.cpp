@@ -9,7 +9,7 @@ namespace {
 
 constexpr char magic[4] = {'Z', 'R', 'X', 'P'};
 // Bodies above this grow by doubling as they arrive.
-constexpr quint64 firstChunk = 1024 * 1024;
+constexpr quint64 firstChunk = quint64(1) << 20;
 
 } // namespace
 

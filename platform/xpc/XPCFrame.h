@@ -69,7 +69,7 @@ private:
     bool buffer(std::size_t count);
     bool take(QByteArray &into, quint64 count);
 
-    static constexpr std::size_t bufferLength = 64 * 1024;
+    static constexpr std::size_t bufferLength = std::size_t(64) << 10;
     Source m_source;
     std::unique_ptr<char[]> m_buffer;
     std::size_t m_begin = 0;

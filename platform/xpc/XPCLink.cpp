@@ -19,7 +19,7 @@ constexpr quint32 quiet = EPOLLRDHUP | EPOLLET;
 } // namespace
 
 std::shared_ptr<XPCLink> XPCLink::make(XPCDescriptor socket, End end) {
-    const std::shared_ptr<XPCLink> link(new XPCLink(std::move(socket), end));
+    std::shared_ptr<XPCLink> link(new XPCLink(std::move(socket), end));
     link->watch();
     return link;
 }

@@ -66,7 +66,7 @@ private:
     };
     bool writeParcel(Parcel &parcel);
 
-    static constexpr quint64 maximumUntaken = 64 * 1024 * 1024;
+    static constexpr quint64 maximumUntaken = quint64(64) << 20;
 
     XPCDescriptor m_socket;
     const End m_end;

@@ -23,7 +23,7 @@ bool isOwnFolder(const char *path) {
 }
 
 QByteArray parentFolder() {
-    const QByteArray runtime = XPCRuntimeFolder();
+    QByteArray runtime = XPCRuntimeFolder();
     if (!runtime.isEmpty())
         return runtime;
     const char *temporary = ::secure_getenv("TMPDIR");

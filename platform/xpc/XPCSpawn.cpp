@@ -16,8 +16,8 @@
 
 // The C library's clone() under its other name: thread sanitizers take the first one for a fork, but this
 // child shares our memory.
-extern "C" int __clone(int (*)(void *), void *, int, void *,
-                       ...) noexcept; // NOLINT(bugprone-reserved-identifier)
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" int __clone(int (*)(void *), void *, int, void *, ...) noexcept;
 
 namespace {
 
@@ -110,6 +110,7 @@ XPCSpawned XPCSpawn(const QByteArray &executable, int listeningSocket) {
     QByteArray name = executable;
     std::vector<QByteArray> strings = makeEnvironment();
     std::vector<char *> environment;
+    environment.reserve(strings.size() + 1);
     for (QByteArray &text : strings)
         environment.push_back(text.data());
     environment.push_back(nullptr);
@@ -125,7 +126,7 @@ XPCSpawned XPCSpawn(const QByteArray &executable, int listeningSocket) {
     plan.socket = listeningSocket;
     plan.lastSignal = SIGRTMAX;
 
-    constexpr std::size_t stackLength = 64 * 1024;
+    constexpr std::size_t stackLength = std::size_t(64) << 10;
     void *stack =
         ::mmap(nullptr, stackLength, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
     if (stack == MAP_FAILED) {
