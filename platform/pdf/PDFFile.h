@@ -52,8 +52,8 @@ struct PDFBoxPlan {
     /// The operator that does so for the page's content.
     std::string contentMatrix() const;
 
-    /// The plan for cutting `cut` out of a page whose box, in units of `userUnit` points, is `box` (its top being
-    /// the largest y). Nothing where sizes are not usable.
+    /// The plan for cutting `cut` out of a page whose box, in units of `userUnit` points, is `box` (its top
+    /// being the largest y). Nothing where sizes are not usable.
     static std::optional<PDFBoxPlan> make(const QRectF &box, double userUnit, const PDFPageCut &cut);
 };
 

@@ -22,7 +22,8 @@ std::optional<double> PDFParseNumber(std::string_view text) {
 
 std::string PDFFormatNumber(double value, int decimals) {
     char buffer[64];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
+    const auto result =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
     std::string_view text(buffer, size_t(result.ptr - buffer));
     while (text.back() == '0')
         text.remove_suffix(1);

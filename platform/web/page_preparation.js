@@ -97,7 +97,7 @@
         for (let i = 0; i < styles.length && !elsewhere; ++i)
             elsewhere = styles[i].href !== null;
         if (elsewhere || /content-visibility|@page[^}]*!\s*important|\d\s*cq/i.test(inline) ||
-            ((tall || wide) && (viewportUnit.test(inline) || (/@media|\bmedia\(/i.test(inline) && sized.test(inline)))))
+            viewportUnit.test(inline) || (/@media|\bmedia\(/i.test(inline) && sized.test(inline)))
             return { sheets: true };
     }
 

@@ -21,8 +21,9 @@ std::vector<Process> below(pid_t root);
 /// The processes of a list that still run.
 std::vector<Process> alive(const std::vector<Process> &list);
 
-/// What the processes hold in memory of their own, in bytes: anonymous and shared memory, each page that several
-/// share counted once. Pages of mapped files are left out: their share changes with who else maps them.
+/// What the processes hold in memory of their own, in bytes: anonymous and shared memory, each page that
+/// several share counted once. Pages of mapped files are left out: their share changes with who else maps
+/// them.
 long long memory(const std::vector<Process> &list);
 long long memory(pid_t pid);
 
