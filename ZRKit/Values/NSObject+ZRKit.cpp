@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
 
+#include "ZRKit/Network/NSDate+ZRKit.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
@@ -56,12 +57,6 @@ bool numberIsTrue(const QVariant &number) {
     if (isReal(number))
         return number.toDouble() != 0;
     return integerOf(number) != 0;
-}
-
-/// Both as strtoll() and strtoull() read a decimal's text: fractions are dropped.
-template <typename Read>
-auto decimalOf(const QVariant &decimal, Read read) {
-    return read(held<NSDecimalNumber>(decimal).stringValue());
 }
 
 double secondsOf(const QVariant &date) {
@@ -165,10 +160,10 @@ void dumpValue(const QVariant &value, const QString &path, QStringList &lines) {
     const QString head = path.isEmpty() ? QStringLiteral("/") : path;
     switch (kindOf(value)) {
     case ValueKind::Dictionary: {
-        const QVariantMap entries = dictionaryOf(value);
+        const DictionaryEntries entries = entriesOf(value);
         lines << QStringLiteral("%1 = {%2}").arg(head, QString::number(entries.size()));
-        for (auto it = entries.begin(); it != entries.end(); ++it)
-            dumpValue(it.value(), path + QLatin1Char('/') + it.key(), lines);
+        for (const auto &[key, entry] : entries)
+            dumpValue(entry, path + QLatin1Char('/') + key, lines);
         return;
     }
     case ValueKind::Array: {
@@ -219,7 +214,7 @@ qint64 toLongLong(const QVariant &receiver) {
     case ValueKind::Number:
         return integerOf(receiver);
     case ValueKind::Decimal:
-        return decimalOf(receiver, NumberText::longLongValue);
+        return held<NSDecimalNumber>(receiver).longLongValue();
     case ValueKind::String:
         return NumberText::longLongValue(held<QString>(receiver));
     default:
@@ -232,7 +227,7 @@ quint64 toUnsignedLongLong(const QVariant &receiver) {
     case ValueKind::Number:
         return isReal(receiver) ? unsignedOf(receiver.toDouble()) : quint64(integerOf(receiver));
     case ValueKind::Decimal:
-        return decimalOf(receiver, NumberText::unsignedLongLongValue);
+        return held<NSDecimalNumber>(receiver).unsignedLongLongValue();
     case ValueKind::String:
         return NumberText::unsignedLongLongValue(held<QString>(receiver));
     default:
@@ -245,7 +240,7 @@ float toFloat(const QVariant &receiver) {
     case ValueKind::Number:
         return receiver.toFloat();
     case ValueKind::Decimal:
-        return decimalOf(receiver, NumberText::floatValue);
+        return NumberText::floatValue(held<NSDecimalNumber>(receiver).stringValue());
     case ValueKind::String:
         return NumberText::floatValue(held<QString>(receiver));
     case ValueKind::Date:
@@ -260,7 +255,7 @@ double toDouble(const QVariant &receiver) {
     case ValueKind::Number:
         return receiver.toDouble();
     case ValueKind::Decimal:
-        return NSObjectRuntime::doubleValue(receiver);
+        return held<NSDecimalNumber>(receiver).doubleValue();
     case ValueKind::String:
         return NumberText::doubleValue(held<QString>(receiver));
     case ValueKind::Date:
@@ -286,6 +281,8 @@ QString toString(const QVariant &receiver) {
         const QString text = decoder(held<QByteArray>(receiver));
         return decoder.hasError() ? QString() : notNil(text);
     }
+    case ValueKind::Date:
+        return unixTimeStampString(held<QDateTime>(receiver));
     default:
         return textOf(receiver, kind);
     }
@@ -391,14 +388,20 @@ QString className(const QVariant &receiver) {
 std::optional<QVariantList> zrKeys(const QVariant &receiver) {
     if (kindOf(receiver) != ValueKind::Dictionary)
         return std::nullopt;
-    const QStringList keys = dictionaryOf(receiver).keys();
-    return QVariantList(keys.begin(), keys.end());
+    QVariantList keys;
+    for (const auto &entry : entriesOf(receiver))
+        keys << entry.first;
+    return keys;
 }
 
 std::optional<QVariantList> zrValues(const QVariant &receiver) {
     switch (kindOf(receiver)) {
-    case ValueKind::Dictionary:
-        return dictionaryOf(receiver).values();
+    case ValueKind::Dictionary: {
+        QVariantList values;
+        for (const auto &entry : entriesOf(receiver))
+            values << entry.second;
+        return values;
+    }
     case ValueKind::Array:
         return arrayOf(receiver);
     default:

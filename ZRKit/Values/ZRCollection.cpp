@@ -5,6 +5,7 @@
 #include "platform/values/NSEnumeration.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/ValueKind.h"
 
 namespace {
 
@@ -23,6 +24,8 @@ void requireEntry(const QVariant &object, const QString &key) {
         throw NSException(NSInvalidArgumentException,
                           QStringLiteral("The object for the key \"%1\" can't be nil.").arg(key));
 }
+
+[[maybe_unused]] const bool isRegistered = registerDictionaryType<ZRCollection>();
 
 } // namespace
 

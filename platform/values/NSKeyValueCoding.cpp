@@ -12,6 +12,7 @@
 #include <QMetaProperty>
 #include <QObject>
 #include <QUrl>
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <optional>
@@ -144,29 +145,65 @@ QVariant objectValue(const QVariant &receiver, const QString &key) {
 
 using Values = QVariantList;
 
-/// Numbers of all kinds added up: integers exactly while they fit, decimals exactly, everything else in
-/// doubles.
-class Sum {
-public:
-    void add(const QVariant &value) {
-        if (isAbsent(value))
-            return;
-        const QMetaType type = value.metaType();
-        const int id = type.id();
-        const bool whole = kindOf(value) == ValueKind::Number && id != QMetaType::Float &&
-                           id != QMetaType::Double && id != QMetaType::ULong && id != QMetaType::ULongLong;
-        m_real += doubleValue(value);
-        if (!whole || __builtin_add_overflow(m_whole, value.toLongLong(), &m_whole))
-            m_isWhole = false;
-    }
-    QVariant total() const { return m_isWhole ? QVariant(m_whole) : QVariant(m_real); }
-    double real() const { return m_isWhole ? double(m_whole) : m_real; }
+__extension__ typedef __int128 WideInteger;
 
-private:
-    qint64 m_whole = 0;
-    double m_real = 0;
-    bool m_isWhole = true;
-};
+bool isInteger(const QVariant &value) {
+    const int type = value.typeId();
+    return kindOf(value) == ValueKind::Number && type != QMetaType::Float && type != QMetaType::Double;
+}
+
+WideInteger integerOf(const QVariant &value) {
+    const int type = value.typeId();
+    const bool isUnsigned = type == QMetaType::ULong || type == QMetaType::ULongLong;
+    return isUnsigned ? WideInteger(value.toULongLong()) : WideInteger(value.toLongLong());
+}
+
+NSDecimalNumber decimalOf(const QVariant &value) {
+    if (kindOf(value) == ValueKind::Decimal)
+        return held<NSDecimalNumber>(value);
+    if (!isInteger(value))
+        return NSDecimalNumber::decimalNumberWithDouble(doubleValue(value));
+    const WideInteger whole = integerOf(value);
+    return whole < 0 ? NSDecimalNumber(qint64(whole)) : NSDecimalNumber(quint64(whole));
+}
+
+QVariant sumOf(const Values &values) {
+    WideInteger whole = 0;
+    double real = 0;
+    NSDecimalNumber decimal;
+    bool allIntegers = true, anyDecimal = false;
+    for (const QVariant &value : values) {
+        if (isAbsent(value))
+            continue;
+        if (isInteger(value))
+            whole += integerOf(value);
+        else
+            allIntegers = false;
+        anyDecimal |= kindOf(value) == ValueKind::Decimal;
+        real += doubleValue(value);
+    }
+    if (anyDecimal) {
+        for (const QVariant &value : values)
+            decimal = isAbsent(value) ? decimal : decimal.decimalNumberByAdding(decimalOf(value));
+        return QVariant::fromValue(decimal);
+    }
+    if (allIntegers && whole >= std::numeric_limits<qint64>::min() &&
+        whole <= std::numeric_limits<qint64>::max())
+        return qint64(whole);
+    if (allIntegers && whole > 0 && whole <= std::numeric_limits<quint64>::max())
+        return quint64(whole);
+    return real;
+}
+
+QVariant averageOf(const Values &values) {
+    if (values.isEmpty())
+        return 0;
+    const QVariant sum = sumOf(values);
+    if (kindOf(sum) == ValueKind::Decimal)
+        return QVariant::fromValue(
+            held<NSDecimalNumber>(sum).decimalNumberByDividingBy(NSDecimalNumber(values.size())));
+    return doubleValue(sum) / double(values.size());
+}
 
 struct Hash {
     size_t operator()(const QVariant &value) const { return hash(value); }
@@ -233,15 +270,10 @@ QVariant applyOperator(const QVariant &collection, const QString &name, const QS
     if (rest.isEmpty())
         throw NSException(NSInvalidArgumentException, QStringLiteral("%1 needs a key path.").arg(name));
     const bool isSet = kindOf(collection) == ValueKind::Set;
-    if (name == QStringLiteral("@sum") || name == QStringLiteral("@avg")) {
-        Sum sum;
-        const Values values = eachValue(collection, rest);
-        for (const QVariant &value : values)
-            sum.add(value);
-        if (name == QStringLiteral("@sum"))
-            return sum.total();
-        return values.isEmpty() ? 0.0 : sum.real() / double(values.size());
-    }
+    if (name == QStringLiteral("@sum"))
+        return sumOf(eachValue(collection, rest));
+    if (name == QStringLiteral("@avg"))
+        return averageOf(eachValue(collection, rest));
     if (name == QStringLiteral("@min"))
         return extreme(eachValue(collection, rest), NSOrderedAscending);
     if (name == QStringLiteral("@max"))
@@ -341,6 +373,29 @@ void store(QVariant &receiver, const QVariant &value, const QString &key) {
         dictionary.insert(key, value);
 }
 
+/// Into a dictionary of another class: what it is made of goes out, and back in.
+void storeElsewhere(QVariant &receiver, const QVariant &value, const QString &key) {
+    DictionaryEntries entries = entriesOf(receiver);
+    const auto at =
+        std::find_if(entries.begin(), entries.end(), [&](const auto &entry) { return entry.first == key; });
+    if (NSIsNil(value)) {
+        if (at != entries.end())
+            entries.erase(at);
+    } else if (at != entries.end()) {
+        at->second = value;
+    } else {
+        entries.append({key, value});
+    }
+    QVariant changed = QVariant::fromValue(entries);
+    if (!changed.convert(receiver.metaType())) {
+        QVariantMap map;
+        for (const auto &[name, entry] : entries)
+            map.insert(name, entry);
+        changed = map;
+    }
+    receiver = changed;
+}
+
 std::pair<QString, QString> splitPath(const QString &keyPath) {
     const qsizetype point = keyPath.indexOf(QLatin1Char('.'));
     return point < 0 ? std::pair(keyPath, QString()) : std::pair(keyPath.left(point), keyPath.mid(point + 1));
@@ -411,10 +466,10 @@ void setValueForKey(QVariant &receiver, const QVariant &value, const QString &ke
     case ValueKind::Dictionary:
         if (receiver.typeId() == QMetaType::QVariantHash) {
             store<QVariantHash>(receiver, value, key);
-        } else {
-            if (receiver.typeId() != QMetaType::QVariantMap)
-                receiver = dictionaryOf(receiver);
+        } else if (receiver.typeId() == QMetaType::QVariantMap) {
             store<QVariantMap>(receiver, value, key);
+        } else {
+            storeElsewhere(receiver, value, key);
         }
         return;
     case ValueKind::Array: {

@@ -233,41 +233,23 @@ NSComparisonResult orderNumbers(const Number &a, const Number &b) {
     return a.sort == Number::Signed ? order(a.whole, b.whole) : order(a.large, b.large);
 }
 
-/// The order of the magnitudes that two plain decimal texts without a sign stand for.
-NSComparisonResult orderPlainText(QStringView a, QStringView b) {
-    const auto pointOf = [](QStringView text) {
-        const qsizetype point = text.indexOf(QLatin1Char('.'));
-        return point < 0 ? text.size() : point;
-    };
-    const qsizetype pointA = pointOf(a), pointB = pointOf(b);
-    if (pointA != pointB)
-        return order(pointA, pointB);
-    return NSComparisonResult(std::clamp(a.compare(b), -1, 1));
-}
-
 NSComparisonResult orderDecimals(const NSDecimalNumber &a, const NSDecimalNumber &b) {
-    if (a == b)
-        return NSOrderedSame;
-    if (a.isNaN() || b.isNaN())
-        return order(!a.isNaN(), !b.isNaN());
-    if (a.isNegative() != b.isNegative())
-        return a.isNegative() ? NSOrderedAscending : NSOrderedDescending;
-    const QString textA = a.stringValue(), textB = b.stringValue();
-    return a.isNegative() ? orderPlainText(QStringView(textB).sliced(1), QStringView(textA).sliced(1))
-                          : orderPlainText(textA, textB);
+    return order(a, b);
 }
 
-double decimalDouble(const NSDecimalNumber &number) {
-    return number.isNaN() ? std::numeric_limits<double>::quiet_NaN()
-                          : NumberText::doubleValue(number.stringValue());
-}
-
+/// A double counts as the decimal of its shortest text, so that 0.1 equals 0.1, and a whole one as what it is
+/// exactly.
 NSComparisonResult orderDecimalNumber(const NSDecimalNumber &decimal, const Number &number) {
     if (number.sort == Number::Signed)
         return orderDecimals(decimal, NSDecimalNumber(number.whole));
     if (number.sort == Number::Unsigned)
-        return orderDecimals(decimal, NSDecimalNumber(0, number.large, 0, false));
-    return orderNumbers({Number::Real, 0, 0, decimalDouble(decimal)}, number);
+        return orderDecimals(decimal, NSDecimalNumber(number.large));
+    if (number.real == std::floor(number.real) && number.real >= -0x1p63 && number.real < 0x1p63)
+        return orderDecimals(decimal, NSDecimalNumber(qint64(number.real)));
+    const NSDecimalNumber other = NSDecimalNumber::decimalNumberWithDouble(number.real);
+    if (!decimal.isNaN() && !other.isNaN() && !other.isZero())
+        return orderDecimals(decimal, other);
+    return orderNumbers({Number::Real, 0, 0, decimal.doubleValue()}, number);
 }
 
 bool isNumeric(ValueKind kind) {
@@ -384,6 +366,11 @@ QString otherText(const QVariant &value) {
     return QLatin1Char('<') + className(value) + QLatin1Char('>');
 }
 
+/// A dictionary of a class that has a text of its own.
+bool describesItself(const QVariant &dictionary) {
+    return dictionary.typeId() >= QMetaType::User && dictionary.canConvert<QString>();
+}
+
 QString objectText(const QVariant &value) {
     QVariant answer;
     if (ask(value, "description", answer))
@@ -453,10 +440,13 @@ void write(QString &out, const QVariant &value, int indent) {
         return;
     }
     case ValueKind::Dictionary: {
-        const QVariantMap dictionary = dictionaryOf(value);
+        if (describesItself(value)) {
+            out += value.toString();
+            return;
+        }
         QStringList lines;
-        for (auto it = dictionary.begin(); it != dictionary.end(); ++it)
-            lines << it.key() + QStringLiteral(" = ") + nested(it.value());
+        for (const auto &[key, entry] : entriesOf(value))
+            lines << key + QStringLiteral(" = ") + nested(entry);
         writeLines(out, lines, QLatin1String("{"), QLatin1String("}"), QLatin1String(";"), QLatin1String(";"),
                    indent);
         return;
@@ -595,7 +585,7 @@ double doubleValue(const QVariant &value) {
     case ValueKind::Number:
         return numberOf(value).asDouble();
     case ValueKind::Decimal:
-        return decimalDouble(held<NSDecimalNumber>(value));
+        return held<NSDecimalNumber>(value).doubleValue();
     case ValueKind::String:
         return NumberText::doubleValue(held<QString>(value));
     case ValueKind::Date:
@@ -655,13 +645,23 @@ QVariant converted(const QVariant &value, QMetaType type) {
     }
     QVariant result = value;
     if (kind == ValueKind::Decimal) {
-        if (type.id() == QMetaType::QString)
-            return stringValue(value);
-        const bool real = type.id() == QMetaType::Double || type.id() == QMetaType::Float;
-        const QString text = stringValue(value);
-        result = real ? QVariant(doubleValue(value)) : QVariant(NumberText::longLongValue(text));
-        if (!real && type.id() == QMetaType::ULongLong)
-            return NumberText::unsignedLongLongValue(text);
+        const auto &decimal = held<NSDecimalNumber>(value);
+        switch (type.id()) {
+        case QMetaType::QString:
+            return decimal.stringValue();
+        case QMetaType::Bool:
+            return !decimal.isZero();
+        case QMetaType::Double:
+        case QMetaType::Float:
+            result = decimal.doubleValue();
+            break;
+        case QMetaType::ULongLong:
+        case QMetaType::ULong:
+            result = decimal.unsignedLongLongValue();
+            break;
+        default:
+            result = decimal.longLongValue();
+        }
     }
     return result.convert(type) ? result : QVariant();
 }

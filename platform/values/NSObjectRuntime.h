@@ -40,8 +40,9 @@ NSComparisonResult compare(const QVariant &a, const QVariant &b);
 /// - data "<00112233 44>", dates "2014-01-02 10:20:30 +0000" (UTC), URLs and errors their text;
 /// - arrays "(", one element a line, each indented by four spaces and followed by a comma but the last, ")";
 ///   sets the same between "{(" and ")}" in the order of the elements' texts; dictionaries "{", lines
-///   "key = value;" in the order of the keys, "}"; empty ones "()", "{()}" and "{}". Strings inside
-///   containers stand in double quotes, with \" \\ \n \r \t escaped;
+///   "key = value;" in the dictionary's own order, which is that of the keys unless its class has another,
+///   "}" (a dictionary type registered with a text of its own has that); empty ones "()", "{()}" and "{}".
+///   Strings inside containers stand in double quotes, with \" \\ \n \r \t escaped;
 /// - objects what their "description" gives, or "<Class: 0x1234>";
 /// - points "{1, 2}", sizes "{3, 4}", rectangles "{{1, 2}, {3, 4}}", UUIDs upper-case, other types what Qt
 /// makes

@@ -6,7 +6,6 @@
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QDateTime>
-#include <QStringList>
 #include <QUrl>
 #include <QUuid>
 #include <cstring>
@@ -34,6 +33,13 @@ size_t numberHash(double number, size_t seed) {
     if (number != 0) // zero and negative zero are equal
         std::memcpy(&bits, &number, sizeof bits);
     return mixed(bits, seed);
+}
+
+size_t listHash(const QVariantList &list, size_t seed) {
+    size_t hash = seed;
+    for (const QVariant &element : list)
+        hash = mixed(hash, qHash(element, seed));
+    return hash;
 }
 
 template <typename Pairs>
@@ -76,18 +82,8 @@ size_t qHash(const QVariant &value, size_t seed) {
         return qHash(as<QUrl>(value), seed);
     case QMetaType::QUuid:
         return qHash(as<QUuid>(value), seed);
-    case QMetaType::QStringList: {
-        size_t hash = seed;
-        for (const QString &element : as<QStringList>(value))
-            hash = mixed(hash, qHash(element, seed));
-        return hash;
-    }
-    case QMetaType::QVariantList: {
-        size_t hash = seed;
-        for (const QVariant &element : as<QVariantList>(value))
-            hash = mixed(hash, qHash(element, seed));
-        return hash;
-    }
+    case QMetaType::QVariantList:
+        return listHash(as<QVariantList>(value), seed);
     case QMetaType::QVariantMap:
         return pairsHash(as<QVariantMap>(value), seed);
     case QMetaType::QVariantHash:
@@ -110,5 +106,13 @@ size_t qHash(const QVariant &value, size_t seed) {
     // Pointers to objects of related classes may be equal without having the same type.
     if (type.flags().testFlag(QMetaType::PointerToQObject))
         return mixed(quintptr(as<QObject *>(value)), seed);
-    return mixed(quint64(type.id()), seed);
+    // Arrays and dictionaries of other types are equal to those above if they hold the same.
+    switch (kindOf(value)) {
+    case ValueKind::Array:
+        return listHash(arrayOf(value), seed);
+    case ValueKind::Dictionary:
+        return pairsHash(dictionaryOf(value), seed);
+    default:
+        return mixed(quint64(type.id()), seed);
+    }
 }

@@ -98,6 +98,17 @@ QVariantMap dictionaryOf(const QVariant &value) {
     return kindOf(value) == ValueKind::Dictionary ? value.toMap() : QVariantMap();
 }
 
+DictionaryEntries entriesOf(const QVariant &value) {
+    if (value.typeId() >= QMetaType::User && value.canConvert<DictionaryEntries>() &&
+        kindOf(value) == ValueKind::Dictionary)
+        return value.value<DictionaryEntries>();
+    DictionaryEntries entries;
+    const QVariantMap dictionary = dictionaryOf(value);
+    for (auto at = dictionary.begin(); at != dictionary.end(); ++at)
+        entries.append({at.key(), at.value()});
+    return entries;
+}
+
 QObject *objectOf(const QVariant &value) {
     const QMetaType::TypeFlags flags = value.metaType().flags();
     if (flags & QMetaType::PointerToQObject)

@@ -3,6 +3,7 @@
 
 #include <QVariantList>
 #include <QVariantMap>
+#include <utility>
 
 class QObject;
 
@@ -37,5 +38,39 @@ const T &held(const QVariant &value) {
 QVariantList arrayOf(const QVariant &value);
 /// The entries of a dictionary; empty for any other kind.
 QVariantMap dictionaryOf(const QVariant &value);
+
+using DictionaryEntries = QList<std::pair<QString, QVariant>>;
+/// The entries of a dictionary in its own order, which is that of the keys unless its class has another;
+/// empty for any other kind.
+DictionaryEntries entriesOf(const QVariant &value);
+
+/// Makes a class count as a dictionary wherever values are looked at. It has begin() and end() over its
+/// entries, whose iterators have key() and value(), and insert(key, value); if it has a description(), that
+/// is its text. Call it once for each class.
+template <typename Dictionary>
+bool registerDictionaryType() {
+    bool done = QMetaType::registerConverter<Dictionary, QVariantMap>([](const Dictionary &dictionary) {
+        QVariantMap map;
+        for (auto at = dictionary.begin(); at != dictionary.end(); ++at)
+            map.insert(at.key(), at.value());
+        return map;
+    });
+    done &= QMetaType::registerConverter<Dictionary, DictionaryEntries>([](const Dictionary &dictionary) {
+        DictionaryEntries entries;
+        for (auto at = dictionary.begin(); at != dictionary.end(); ++at)
+            entries.append({at.key(), at.value()});
+        return entries;
+    });
+    done &= QMetaType::registerConverter<DictionaryEntries, Dictionary>([](const DictionaryEntries &entries) {
+        Dictionary dictionary;
+        for (const auto &[key, value] : entries)
+            dictionary.insert(key, value);
+        return dictionary;
+    });
+    if constexpr (requires(const Dictionary &dictionary) { dictionary.description(); })
+        done &= QMetaType::registerConverter<Dictionary, QString>(&Dictionary::description);
+    return done;
+}
+
 /// The object that a value points to; nullptr for any other kind.
 QObject *objectOf(const QVariant &value);

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
 
+#include "ZRKit/Values/ZRCollection.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSException.h"
+#include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
 
 #include <gtest/gtest.h>
@@ -101,6 +103,32 @@ TEST(NSObject, TolerantAccess) {
     for (const int index : {1, 2, -1})
         EXPECT_FALSE(ZRKit::zrAt(list, index).isValid());
     EXPECT_FALSE(ZRKit::zrAt(map, 0).isValid());
+}
+
+TEST(NSObject, OrderedDictionariesAreDictionariesInTheirOwnOrder) {
+    const ZRCollection ordered = {{S("b"), 1}, {S("a"), QVariantList{S("x")}}};
+    const QVariant value = QVariant::fromValue(ordered);
+    EXPECT_EQ(kindOf(value), ValueKind::Dictionary);
+    EXPECT_EQ(ZRKit::path(value, S("a/0")), QVariant(S("x")));
+    EXPECT_EQ(ZRKit::dump(value), S("/ = {2}\n/b = 1\n/a = [1]\n/a/0 = \"x\""));
+    EXPECT_EQ(ZRKit::zrKeys(value), (QVariantList{S("b"), S("a")}));
+    EXPECT_EQ(ZRKit::zrValues(value)->first(), QVariant(1));
+    EXPECT_TRUE(ZRKit::zrHas(value, S("a")));
+    EXPECT_FALSE(ZRKit::zrKey(value, S("a")).isValid());
+    EXPECT_TRUE(ZRKit::isTrue(value));
+    EXPECT_TRUE(ZRKit::isNotEmpty(value));
+    EXPECT_FALSE(ZRKit::isTrue(QVariant::fromValue(ZRCollection())));
+    EXPECT_EQ(NSObjectRuntime::description(value), ordered.description());
+    const QVariant same = QVariantMap{{S("a"), QVariantList{S("x")}}, {S("b"), 1.0}};
+    EXPECT_TRUE(NSObjectRuntime::isEqual(value, same));
+    EXPECT_EQ(NSObjectRuntime::hash(value), NSObjectRuntime::hash(same));
+    QVariant changed = value;
+    NSKeyValueCoding::setValueForKey(changed, 3, S("c"));
+    NSKeyValueCoding::setValueForKey(changed, 2, S("b"));
+    NSKeyValueCoding::setValueForKey(changed, QVariant(), S("a"));
+    EXPECT_EQ(changed.value<ZRCollection>().array(), (QStringList{S("b"), S("c")}));
+    EXPECT_EQ(ZRKit::path(changed, S("b")), QVariant(2));
+    EXPECT_EQ(NSKeyValueCoding::valueForKey(changed, S("@count")), QVariant(2));
 }
 
 TEST(NSObject, HashHexHas32LowerCaseDigits) {

@@ -119,7 +119,15 @@ TEST(NSKeyValueCoding, CountSumAverageExtremes) {
     EXPECT_EQ(at(QVariantList{S("b"), S("a")}, "@min.self"), QVariant(S("a")));
     EXPECT_EQ(at(QVariantList{1, 2.5}, "@sum.self"), QVariant(3.5));
     EXPECT_EQ(at(QVariantList{S("1.5"), 1}, "@sum.self"), QVariant(2.5));
-    EXPECT_EQ(at(QVariantList{std::numeric_limits<qint64>::max(), 1}, "@sum.self"), QVariant(0x1p63));
+    constexpr qint64 largest = std::numeric_limits<qint64>::max();
+    EXPECT_EQ(at(QVariantList{largest, 1}, "@sum.self"), QVariant(Q_UINT64_C(9223372036854775808)));
+    EXPECT_EQ(at(QVariantList{largest, largest, -largest, 1u}, "@sum.self"),
+              QVariant(Q_UINT64_C(9223372036854775808)));
+    EXPECT_EQ(at(QVariantList{largest, largest, largest}, "@sum.self"), QVariant(3 * 0x1p63));
+    EXPECT_EQ(at(QVariantList{-largest, -largest}, "@sum.self"), QVariant(-0x1p64));
+    EXPECT_EQ(at(QVariantList{decimal("0.1"), decimal("0.2"), 1, 0.5, NSNull()}, "@sum.self"),
+              decimal("1.8"));
+    EXPECT_EQ(at(QVariantList{decimal("0.1"), decimal("0.2")}, "@avg.self"), decimal("0.15"));
     EXPECT_EQ(at(QVariant::fromValue(NSSet{1, 2, 3}), "@sum.self"), QVariant(6));
     EXPECT_EQ(at(QVariantList(), "@sum.self"), QVariant(0));
     EXPECT_EQ(at(QVariantList(), "@avg.self"), QVariant(0));

@@ -92,6 +92,15 @@ TEST(NSObjectRuntime, NumbersAreEqualByValueAcrossTypes) {
     EXPECT_TRUE(isEqual(std::numeric_limits<quint64>::max(), decimal("18446744073709551615")));
     EXPECT_FALSE(isEqual(std::numeric_limits<quint64>::max(), 0x1p64));
     EXPECT_TRUE(isEqual(std::nan(""), std::nan("")));
+    EXPECT_TRUE(isEqual(decimal("0.1"), 0.1));
+    EXPECT_FALSE(isEqual(decimal("0.10000000000000000001"), 0.1));
+    EXPECT_TRUE(isEqual(decimal("-9223372036854775808"), -0x1p63));
+    EXPECT_FALSE(isEqual(decimal("9223372036854774785"), 9223372036854774784.0));
+    EXPECT_FALSE(isEqual(decimal("0"), 1e-300));
+    EXPECT_EQ(compare(decimal("99999999999999999999999999999999999999"), 1e300), NSOrderedAscending);
+    EXPECT_EQ(compare(decimal("0"), 1e-300), NSOrderedAscending);
+    EXPECT_EQ(compare(decimal("0"), -1e-300), NSOrderedDescending);
+    EXPECT_TRUE(isEqual(QVariant::fromValue(NSDecimalNumber::notANumber()), std::nan("")));
     EXPECT_FALSE(isEqual(1, S("1")));
     EXPECT_FALSE(isEqual(0, NSNull()));
     EXPECT_FALSE(isEqual(0, {}));
