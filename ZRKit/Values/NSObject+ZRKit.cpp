@@ -10,6 +10,7 @@
 #include "platform/values/NumberText.h"
 
 #include <QStringDecoder>
+#include <QStringEncoder>
 #include <QUrl>
 #include <QVariantHash>
 #include <cmath>
@@ -57,6 +58,11 @@ bool numberIsTrue(const QVariant &number) {
     if (isReal(number))
         return number.toDouble() != 0;
     return integerOf(number) != 0;
+}
+
+float floatOf(const NSDecimalNumber &decimal) {
+    return decimal.isNaN() ? std::numeric_limits<float>::quiet_NaN()
+                           : NumberText::floatValue(decimal.stringValue());
 }
 
 double secondsOf(const QVariant &date) {
@@ -240,7 +246,7 @@ float toFloat(const QVariant &receiver) {
     case ValueKind::Number:
         return receiver.toFloat();
     case ValueKind::Decimal:
-        return NumberText::floatValue(held<NSDecimalNumber>(receiver).stringValue());
+        return floatOf(held<NSDecimalNumber>(receiver));
     case ValueKind::String:
         return NumberText::floatValue(held<QString>(receiver));
     case ValueKind::Date:
@@ -308,8 +314,27 @@ QByteArray toData(const QVariant &receiver) {
     const QString text = toString(receiver);
     if (text.isNull())
         return {};
-    const QByteArray data = text.toUtf8();
+    // Unlike toUtf8(), this makes U+FFFD of a surrogate without a partner.
+    QStringEncoder encoder(QStringEncoder::Utf8, QStringEncoder::Flag::Stateless);
+    const QByteArray data = encoder(text);
     return data.isNull() ? QByteArray("") : data;
+}
+
+QDateTime toDate(const QVariant &receiver) {
+    switch (kindOf(receiver)) {
+    case ValueKind::Date:
+        return held<QDateTime>(receiver);
+    case ValueKind::String: {
+        const auto &text = held<QString>(receiver);
+        const bool isHuman = text.contains(QLatin1Char('-')) || text.contains(QLatin1Char(':'));
+        return isHuman ? dateFromHumanString(text) : dateFromUNIXTimestampString(text);
+    }
+    case ValueKind::Number:
+    case ValueKind::Decimal:
+        return dateFromUNIXTimestampObject(receiver);
+    default:
+        return {};
+    }
 }
 
 bool isTrue(const QVariant &receiver) {

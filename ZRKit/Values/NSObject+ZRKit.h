@@ -49,8 +49,13 @@ QString toStringNotEmpty(const QVariant &receiver);
 /// is empty. Data and the null marker are described here, not decoded.
 QString stringDefault(const QVariant &receiver, const QString &defaultString);
 
-/// Data itself; empty data for the null marker; anything else toString() as UTF-8.
+/// Data itself; empty data for the null marker; anything else toString() as UTF-8, in which a surrogate
+/// without a partner is U+FFFD.
 QByteArray toData(const QVariant &receiver);
+
+/// A date itself; a string with "-" or ":" in it by dateFromHumanString(), any other string and a number as
+/// seconds since 1970; nil for anything else and where the text can't be read.
+QDateTime toDate(const QVariant &receiver);
 
 /// A number that isn't zero, a URL that isn't empty; of what has a count or a length (strings, data,
 /// containers, objects that declare one) whether it isn't 0; true for all other values, false for the null

@@ -473,8 +473,11 @@ void writeNested(QString &out, const QVariant &value, int indent) {
 namespace NSObjectRuntime {
 
 QString className(const QVariant &value) {
-    if (kindOf(value) == ValueKind::Nil)
+    const ValueKind kind = kindOf(value);
+    if (kind == ValueKind::Nil)
         return {};
+    if (kind == ValueKind::Null)
+        return QStringLiteral("NSNull");
     const Instance instance = instanceOf(value);
     const QString name =
         QString::fromUtf8(instance.metaObject ? instance.metaObject->className() : value.metaType().name());

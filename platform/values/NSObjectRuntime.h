@@ -18,8 +18,8 @@ enum NSComparisonResult : int {
 /// "setName:". Values are read on the caller's thread; an object must not be used by another one meanwhile.
 namespace NSObjectRuntime {
 
-/// The name of the value's class without namespaces: of an object's or gadget's meta-object, otherwise of the
-/// C++ type; nil for nil.
+/// The name of the value's class without namespaces: of an object's or gadget's meta-object, "NSNull" for the
+/// null marker, otherwise of the C++ type; nil for nil.
 QString className(const QVariant &value);
 
 /// Equality across the C++ types of one kind: numbers and decimals by their value (exactly, so 2^53 + 1 isn't
