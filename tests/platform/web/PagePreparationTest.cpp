@@ -69,6 +69,34 @@ TEST(PagePreparation, ATallDocumentIsOnePageThatReadersWithLimitsShow) {
     EXPECT_EQ(text.count(QStringLiteral("last")), 1);
 }
 
+TEST(PagePreparation, ReadersDrawATallDocumentFromItsFirstPixelToItsLast) {
+    const PDFFile pdf(
+        converted(QStringLiteral("<!doctype html><style>body,div{margin:0}div{height:1000px}</style><div "
+                                 "style='background:red'></div><div style='height:98000px'></div><div "
+                                 "style='background:lime'></div>")));
+    QTemporaryDir folder;
+    const QString picture = folder.filePath(QStringLiteral("page"));
+    // One pixel for some ten of the document's.
+    const QString height = QStringLiteral("10000"), width = QStringLiteral("80");
+    outputOf(QStringLiteral("mutool"),
+             {QStringLiteral("draw"), QStringLiteral("-q"), QStringLiteral("-w"), width, QStringLiteral("-h"),
+              height, QStringLiteral("-o"), picture + QStringLiteral("1.png"), pdf.path()});
+    outputOf(QStringLiteral("pdftoppm"),
+             {QStringLiteral("-png"), QStringLiteral("-singlefile"), QStringLiteral("-scale-to-x"), width,
+              QStringLiteral("-scale-to-y"), height, pdf.path(), picture + QStringLiteral("2")});
+    for (const char *reader : {"1.png", "2.png"}) {
+        QFile file(picture + QString::fromLatin1(reader));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << reader;
+        const Picture drawn = Picture::fromPNG(file.readAll());
+        ASSERT_FALSE(drawn.isNull()) << reader;
+        EXPECT_NEAR(double(drawn.height) / drawn.width, 125, 1) << reader;
+        const int x = drawn.width / 2;
+        EXPECT_EQ(pixel(drawn, x, 1), red) << reader;
+        EXPECT_EQ(pixel(drawn, x, drawn.height / 2), white) << reader;
+        EXPECT_EQ(pixel(drawn, x, drawn.height - 2), lime) << reader;
+    }
+}
+
 TEST(PagePreparation, TwentyThousandParagraphsAreOnePageWithEachOnce) {
     constexpr int count = 20000;
     QString html = QStringLiteral("<!doctype html><body>");
