@@ -144,6 +144,8 @@ void JSONWriter::value(const QVariant &value) {
 }
 
 void JSONWriter::other(const QVariant &value) {
+    if (writeDictionary(value))
+        return;
     switch (kindOf(value)) {
     case ValueKind::Nil:
         refuse(QStringLiteral("Invalid value in JSON write: nil"));
@@ -170,8 +172,7 @@ void JSONWriter::other(const QVariant &value) {
         }
         refuse(QStringLiteral("Invalid (non-string) key in JSON dictionary"));
     default:
-        if (!writeDictionary(value))
-            refuse(NSFormat("Invalid type in JSON write (%s)", {value.metaType().name()}));
+        refuse(NSFormat("Invalid type in JSON write (%s)", {value.metaType().name()}));
     }
 }
 

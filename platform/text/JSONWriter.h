@@ -20,8 +20,8 @@ public:
     QByteArray write(const QVariant &value);
 
 protected:
-    /// Is asked of values that are of no kind the platform knows. A subclass that knows one as a dictionary
-    /// writes it with the operations below and says true.
+    /// Is asked of values of rare types first. A subclass that knows one as a dictionary, in an order of its
+    /// own say, writes it with the operations below and says true.
     virtual bool writeDictionary(const QVariant &) { return false; }
     void beginObject() { enter('{'); }
     void writeMember(const QString &key, const QVariant &value, bool first);
