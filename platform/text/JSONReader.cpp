@@ -17,6 +17,9 @@
 
 namespace {
 
+constexpr qsizetype LongestKnownKey = 32;
+constexpr qsizetype LongestKnownWord = 16;
+
 constexpr bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
@@ -43,6 +46,14 @@ const char *skipPlain(const char *at, const char *end) {
     while (at < end && isPlain(*at))
         ++at;
     return at;
+}
+
+size_t textHash(const char *text, qsizetype size) {
+    quint64 head = 0, tail = 0;
+    std::memcpy(&head, text, size_t(qMin<qsizetype>(size, 8)));
+    if (size > 8)
+        std::memcpy(&tail, text + size - 8, 8);
+    return ((head ^ std::rotl(tail, 29) ^ quint64(size)) * Q_UINT64_C(0x9e3779b97f4a7c15)) >> 32;
 }
 
 // Whether a number that no double comes near, and that isn't zero, is at least ten.
@@ -117,8 +128,7 @@ bool JSONReader::value(QVariant &out) {
     case '[':
         return array(out);
     case '"':
-        ++m_at;
-        return string(become<QString>(out));
+        return string(become<QString>(out), m_words, LongestKnownWord);
     case 't':
         out = true;
         return literal("true", 4);
@@ -151,6 +161,7 @@ bool JSONReader::array(QVariant &out) {
         --m_depth;
         return true;
     }
+    list.reserve(4);
     for (;;) {
         skipSpace();
         if (!value(list.emplaceBack()))
@@ -182,9 +193,8 @@ bool JSONReader::object(QVariant &out) {
         skipSpace();
         if (m_at == m_end || *m_at != '"')
             return refuse("no name where an object's member is due");
-        ++m_at;
         QString name;
-        if (!key(name))
+        if (!string(name, m_keys, LongestKnownKey))
             return false;
         skipSpace();
         if (m_at == m_end || *m_at != ':')
@@ -268,34 +278,21 @@ bool JSONReader::floatingPoint(QVariant &out, const char *start) {
     return true;
 }
 
-bool JSONReader::key(QString &out) {
-    const char *const start = m_at;
-    const char *const end = skipPlain(start, m_end);
-    const qsizetype size = end - start;
-    if (end == m_end || *end != '"' || size == 0 || size > 32)
-        return string(out);
-    quint64 head = 0, tail = 0;
-    std::memcpy(&head, start, size_t(qMin<qsizetype>(size, 8)));
-    if (size > 8)
-        std::memcpy(&tail, end - 8, 8);
-    const quint64 hash = (head ^ std::rotl(tail, 29) ^ quint64(size)) * Q_UINT64_C(0x9e3779b97f4a7c15);
-    Key &known = m_keys[hash >> 58];
-    if (known.size != size || std::memcmp(known.bytes, start, size_t(size)) != 0)
-        known = {start, size, QString::fromLatin1(start, size)};
-    out = known.text;
-    m_at = end + 1;
-    return true;
-}
-
-bool JSONReader::string(QString &out) {
-    const char *const start = m_at;
+bool JSONReader::string(QString &out, KnownTexts &known, qsizetype longestKnown) {
+    const char *const start = ++m_at;
     m_at = skipPlain(m_at, m_end);
-    if (m_at < m_end && *m_at == '"') {
-        out = QString::fromLatin1(start, m_at - start);
-        ++m_at;
+    if (m_at == m_end || *m_at != '"')
+        return decode(out, start);
+    const qsizetype size = m_at++ - start;
+    if (size == 0 || size > longestKnown) {
+        out = QString::fromLatin1(start, size);
         return true;
     }
-    return decode(out, start);
+    Known &place = known[textHash(start, size) % known.size()];
+    if (place.size != size || std::memcmp(place.bytes, start, size_t(size)) != 0)
+        place = {start, size, QString::fromLatin1(start, size)};
+    out = place.text;
+    return true;
 }
 
 bool JSONReader::decode(QString &out, const char *start) {

@@ -21,12 +21,13 @@ public:
     qsizetype position() const { return m_at - m_begin; }
 
 private:
-    /// Documents repeat their keys; each text is made once.
-    struct Key {
+    /// Documents repeat their keys and short words; each text is made once while it stays here.
+    struct Known {
         const char *bytes = nullptr;
         qsizetype size = 0;
         QString text;
     };
+    using KnownTexts = std::array<Known, 64>;
 
     bool value(QVariant &out);
     bool object(QVariant &out);
@@ -34,8 +35,7 @@ private:
     bool number(QVariant &out);
     bool floatingPoint(QVariant &out, const char *start);
     bool literal(const char *word, qsizetype size);
-    bool string(QString &out);
-    bool key(QString &out);
+    bool string(QString &out, KnownTexts &known, qsizetype longestKnown);
     bool decode(QString &out, const char *start);
     bool escape();
     bool hexadecimal(char16_t &unit);
@@ -50,5 +50,6 @@ private:
     const char *m_problem = nullptr;
     int m_depth = 0;
     QVarLengthArray<char16_t, 256> m_units; ///< of the string that is being decoded
-    std::array<Key, 64> m_keys;
+    KnownTexts m_keys;
+    KnownTexts m_words;
 };

@@ -4,6 +4,7 @@
 #include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <ctime>
@@ -22,7 +23,7 @@ constexpr qint64 SearchTimePerMillionUnits = Second;
 // ICU counts a stack entry as four bytes and takes eight: this makes 128 MB.
 constexpr qint32 StackLimit = 64'000'000;
 constexpr qint32 IdleStackLimit = 64'000;
-constexpr qsizetype LongestBatch = 64;
+constexpr qsizetype LongestBatch = 256;
 constexpr qint64 FormattingError = 2048;
 
 qint64 processorTime() {
@@ -166,15 +167,21 @@ public:
     void read(NSTextCheckingResult &result) const {
         if (!result.m_expression) {
             result.m_expression = m_expression;
-            result.m_ranges.resize(m_expression->groups() + 1);
+            result.m_groups.resize(m_expression->groups());
         }
-        for (int i = 0; i < result.m_ranges.size(); ++i)
-            result.m_ranges[i] = group(i);
+        result.m_range = group(0);
+        if (const int groups = m_expression->groups(); groups > 0) {
+            NSRange *const ranges = result.m_groups.data();
+            for (int i = 0; i < groups; ++i)
+                ranges[i] = group(i + 1);
+        }
     }
-    NSMatchingFlags flags() {
+    NSMatchingFlags flags() const {
         UErrorCode status = U_ZERO_ERROR;
-        return (uregex_hitEnd(m_matcher, &status) ? quint64(NSMatchingHitEnd) : 0) |
-               (uregex_requireEnd(m_matcher, &status) ? quint64(NSMatchingRequiredEnd) : 0);
+        if (!uregex_hitEnd(m_matcher, &status))
+            return 0;
+        return uregex_requireEnd(m_matcher, &status) ? NSMatchingHitEnd | NSMatchingRequiredEnd
+                                                     : NSMatchingHitEnd;
     }
     /// Whether the search was given up before its end.
     bool failed() const { return U_FAILURE(m_status) && m_status != U_REGEX_STOPPED_BY_CALLER; }
@@ -278,18 +285,19 @@ private:
 } // namespace
 
 NSTextCheckingResult NSTextCheckingResult::regularExpressionCheckingResultWithRanges(
-    const QVarLengthArray<NSRange, 4> &ranges, const NSRegularExpression &regularExpression) {
+    const QList<NSRange> &ranges, const NSRegularExpression &regularExpression) {
     NSTextCheckingResult result;
-    result.m_ranges = ranges;
+    if (!ranges.isEmpty()) {
+        result.m_range = ranges.first();
+        result.m_groups = ranges.mid(1);
+    }
     result.m_expression = regularExpression.m_compiled;
     return result;
 }
 
-NSRange NSTextCheckingResult::rangeAtIndex(qsizetype index) const {
-    if (index < 0 || index >= m_ranges.size())
-        throw NSException(NSRangeException, NSFormat("Range number %d is beyond the result's %d ranges",
-                                                     {index, m_ranges.size()}));
-    return m_ranges[index];
+void NSTextCheckingResult::refuseIndex(qsizetype index) const {
+    throw NSException(NSRangeException, NSFormat("Range number %d is beyond the result's %d ranges",
+                                                 {index, numberOfRanges()}));
 }
 
 NSRegularExpression NSTextCheckingResult::regularExpression() const {
@@ -299,15 +307,17 @@ NSRegularExpression NSTextCheckingResult::regularExpression() const {
 }
 
 NSTextCheckingResult NSTextCheckingResult::resultByAdjustingRangesWithOffset(qsizetype offset) const {
-    NSTextCheckingResult result = *this;
-    for (NSRange &range : result.m_ranges) {
+    const auto moved = [offset](NSRange range) -> NSRange {
         if (range.isNotFound())
-            continue;
+            return range;
         if (range.location + offset < 0)
             throw NSException(NSInvalidArgumentException,
                               NSFormat("Offset %d moves a range before the text", {offset}));
-        range.location += offset;
-    }
+        return {range.location + offset, range.length};
+    };
+    NSTextCheckingResult result = *this;
+    result.m_range = moved(m_range);
+    std::transform(m_groups.cbegin(), m_groups.cend(), result.m_groups.begin(), moved);
     return result;
 }
 

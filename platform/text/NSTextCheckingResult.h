@@ -3,7 +3,7 @@
 
 #include "platform/values/NSRange.h"
 
-#include <QVarLengthArray>
+#include <QList>
 #include <memory>
 
 class NSRegularExpression;
@@ -17,16 +17,20 @@ public:
     /// \param ranges  the whole match first, then the groups; NSNotFound as location for one that took no
     /// part
     static NSTextCheckingResult
-    regularExpressionCheckingResultWithRanges(const QVarLengthArray<NSRange, 4> &ranges,
+    regularExpressionCheckingResultWithRanges(const QList<NSRange> &ranges,
                                               const NSRegularExpression &regularExpression);
 
     /// The whole match; nowhere for the default one.
-    NSRange range() const { return m_ranges.isEmpty() ? NSRange{NSNotFound, 0} : m_ranges[0]; }
+    NSRange range() const { return m_range; }
     /// The range of a group, 0 for the whole; its location is NSNotFound where the group took no part.
     /// \throws NSException NSRangeException for a number that isn't below numberOfRanges()
-    NSRange rangeAtIndex(qsizetype index) const;
+    NSRange rangeAtIndex(qsizetype index) const {
+        if (index < 0 || index >= numberOfRanges())
+            refuseIndex(index);
+        return index == 0 ? m_range : m_groups[index - 1];
+    }
     /// One more than the expression has capture groups.
-    qsizetype numberOfRanges() const { return m_ranges.size(); }
+    qsizetype numberOfRanges() const { return m_range.isNotFound() ? 0 : m_groups.size() + 1; }
     /// The expression that matched; nil for the default one.
     NSRegularExpression regularExpression() const;
     /// The same finding with all ranges moved by so many units.
@@ -37,6 +41,11 @@ private:
     friend class NSRegularExpression;
     friend class NSRegularExpressionSearch;
 
-    QVarLengthArray<NSRange, 4> m_ranges;
+    [[noreturn]] void refuseIndex(qsizetype index) const;
+
+    NSRange m_range{NSNotFound, 0};
+    QList<NSRange> m_groups;
     std::shared_ptr<const class NSCompiledExpression> m_expression;
 };
+
+Q_DECLARE_TYPEINFO(NSTextCheckingResult, Q_RELOCATABLE_TYPE);
