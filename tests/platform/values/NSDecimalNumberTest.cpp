@@ -5,6 +5,7 @@
 
 #include <QHashFunctions>
 #include <QVariant>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -110,4 +111,121 @@ TEST(NSDecimalNumber, TravelsInVariants) {
     EXPECT_STREQ(value.metaType().name(), "NSDecimalNumber");
     EXPECT_FALSE(NSIsNil(value));
     EXPECT_EQ(NSDescription(value), QStringLiteral("1.1"));
+}
+
+TEST(NSDecimalNumber, HoldsEveryInteger) {
+    EXPECT_EQ(NSDecimalNumber(0), NSDecimalNumber::zero());
+    EXPECT_EQ(NSDecimalNumber(true), NSDecimalNumber::one());
+    EXPECT_EQ(NSDecimalNumber(-5), decimal("-5"));
+    EXPECT_EQ(NSDecimalNumber(7u), decimal("7"));
+    EXPECT_EQ(NSDecimalNumber(std::numeric_limits<qint64>::min()), decimal("-9223372036854775808"));
+    EXPECT_EQ(NSDecimalNumber(std::numeric_limits<quint64>::max()), decimal("18446744073709551615"));
+}
+
+TEST(NSDecimalNumber, IsMadeFromADoublesShortestText) {
+    EXPECT_EQ(NSDecimalNumber::decimalNumberWithDouble(0.1), decimal("0.1"));
+    EXPECT_EQ(NSDecimalNumber::decimalNumberWithDouble(-1e21), decimal("-1e21"));
+    EXPECT_EQ(NSDecimalNumber::decimalNumberWithDouble(-0.0), NSDecimalNumber());
+    EXPECT_EQ(NSDecimalNumber::decimalNumberWithDouble(5e-324), NSDecimalNumber());
+    for (const double number :
+         {1e165, 1e308, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_TRUE(NSDecimalNumber::decimalNumberWithDouble(number).isNaN()) << number;
+}
+
+TEST(NSDecimalNumber, GivesTheNearestDouble) {
+    EXPECT_EQ(decimal("0.1").doubleValue(), 0.1);
+    EXPECT_EQ(decimal("-1e-128").doubleValue(), -1e-128);
+    EXPECT_EQ(NSDecimalNumber::maximumDecimalNumber().doubleValue(), 1e165);
+    EXPECT_EQ(decimal("9007199254740993").doubleValue(), 9007199254740992.0);
+    EXPECT_EQ(decimal("0").doubleValue(), 0);
+    EXPECT_TRUE(std::isnan(NSDecimalNumber::notANumber().doubleValue()));
+}
+
+TEST(NSDecimalNumber, GivesItsIntegerPart) {
+    EXPECT_EQ(decimal("-123.99").longLongValue(), -123);
+    EXPECT_EQ(decimal("1e30").longLongValue(), std::numeric_limits<qint64>::max());
+    EXPECT_EQ(decimal("-1e30").longLongValue(), std::numeric_limits<qint64>::min());
+    EXPECT_EQ(decimal("18446744073709551615.5").unsignedLongLongValue(), std::numeric_limits<quint64>::max());
+    EXPECT_EQ(decimal("18446744073709551616").unsignedLongLongValue(), std::numeric_limits<quint64>::max());
+    EXPECT_EQ(decimal("-1").unsignedLongLongValue(), std::numeric_limits<quint64>::max());
+    EXPECT_EQ(decimal("-18446744073709551615").unsignedLongLongValue(), 1u);
+    EXPECT_EQ(NSDecimalNumber::notANumber().unsignedLongLongValue(), 0u);
+}
+
+TEST(NSDecimalNumber, IsOrderedByValueAndNotANumberComesFirst) {
+    const NSDecimalNumber ordered[] = {NSDecimalNumber::notANumber(),
+                                       NSDecimalNumber::minimumDecimalNumber(),
+                                       decimal("-10"),
+                                       decimal("-9.99"),
+                                       decimal("-1e-128"),
+                                       decimal("0"),
+                                       decimal("1e-128"),
+                                       decimal("0.1"),
+                                       decimal("0.11"),
+                                       decimal("9"),
+                                       decimal("10"),
+                                       decimal("99999999999999999999999999999999999999"),
+                                       decimal("1e38"),
+                                       NSDecimalNumber::maximumDecimalNumber()};
+    for (size_t i = 0; i < std::size(ordered); ++i) {
+        for (size_t j = 0; j < std::size(ordered); ++j)
+            EXPECT_EQ(ordered[i] <=> ordered[j], i <=> j) << i << ' ' << j;
+    }
+}
+
+TEST(NSDecimalNumber, NotANumberMakesEveryResultNotANumberAndRaisesNothing) {
+    const NSDecimalNumber nan = NSDecimalNumber::notANumber(), one = NSDecimalNumber::one();
+    for (const auto &[a, b] : {std::pair(nan, one), {one, nan}, {nan, nan}}) {
+        EXPECT_TRUE(a.decimalNumberByAdding(b).isNaN());
+        EXPECT_TRUE(a.decimalNumberBySubtracting(b).isNaN());
+        EXPECT_TRUE(a.decimalNumberByMultiplyingBy(b).isNaN());
+        EXPECT_TRUE(a.decimalNumberByDividingBy(b).isNaN());
+    }
+    EXPECT_TRUE(nan.decimalNumberByDividingBy(NSDecimalNumber()).isNaN());
+    EXPECT_TRUE(nan.decimalNumberByRaisingToPower(0).isNaN());
+    EXPECT_TRUE(nan.decimalNumberByMultiplyingByPowerOf10(1).isNaN());
+}
+
+TEST(NSDecimalNumber, RaisesWhatTheHandlerAsksFor) {
+    const auto nameOf = [](auto calculate) {
+        try {
+            calculate();
+        } catch (const NSException &exception) {
+            return exception.name();
+        }
+        return QString();
+    };
+    const NSDecimalNumber largest = NSDecimalNumber::maximumDecimalNumber();
+    const NSDecimalNumber tiny = decimal("1e-128");
+    EXPECT_EQ(nameOf([&] { largest.decimalNumberByAdding(largest); }), NSDecimalNumberOverflowException);
+    EXPECT_EQ(nameOf([&] { tiny.decimalNumberByMultiplyingBy(tiny); }), NSDecimalNumberUnderflowException);
+    EXPECT_EQ(nameOf([&] { tiny.decimalNumberByDividingBy(NSDecimalNumber()); }),
+              NSDecimalNumberDivideByZeroException);
+    EXPECT_EQ(nameOf([&] { decimal("1").decimalNumberByDividingBy(decimal("3")); }), QString());
+
+    const NSDecimalNumberHandler exact(NSRoundPlain, NSDecimalNoScale, true, false, false, false);
+    EXPECT_EQ(nameOf([&] { decimal("1").decimalNumberByDividingBy(decimal("3"), exact); }),
+              NSDecimalNumberExactnessException);
+    EXPECT_EQ(nameOf([&] { decimal("1").decimalNumberByDividingBy(decimal("8"), exact); }), QString());
+    EXPECT_TRUE(largest.decimalNumberByAdding(largest, exact).isNaN());
+    EXPECT_TRUE(tiny.decimalNumberByMultiplyingBy(tiny, exact).isNaN());
+    EXPECT_TRUE(tiny.decimalNumberByDividingBy(NSDecimalNumber(), exact).isNaN());
+    // Rounding to a scale is what was asked for, no loss.
+    const NSDecimalNumberHandler cents(NSRoundPlain, 2, true, true, true, true);
+    EXPECT_EQ(decimal("0.001").decimalNumberByRoundingAccordingToBehavior(cents), NSDecimalNumber());
+    EXPECT_EQ(decimal("1").decimalNumberByDividingBy(decimal("3"), cents), decimal("0.33"));
+}
+
+TEST(NSDecimalNumber, PowersOfAnySizeEnd) {
+    constexpr quint64 Most = std::numeric_limits<quint64>::max();
+    const NSDecimalNumberHandler quiet(NSRoundPlain, NSDecimalNoScale, false, false, false, false);
+    EXPECT_EQ(decimal("1").decimalNumberByRaisingToPower(Most), decimal("1"));
+    EXPECT_EQ(decimal("-1").decimalNumberByRaisingToPower(Most), decimal("-1"));
+    EXPECT_EQ(decimal("0").decimalNumberByRaisingToPower(Most), decimal("0"));
+    EXPECT_EQ(decimal("0").decimalNumberByRaisingToPower(0), decimal("1"));
+    EXPECT_TRUE(decimal("2").decimalNumberByRaisingToPower(Most, quiet).isNaN());
+    EXPECT_TRUE(decimal("0.5").decimalNumberByRaisingToPower(Most, quiet).isNaN());
+    EXPECT_TRUE(decimal("10").decimalNumberByRaisingToPower(Most, quiet).isNaN());
+    EXPECT_EQ(decimal("1.00000000000000000001").decimalNumberByRaisingToPower(Most, quiet).stringValue(),
+              QStringLiteral("1.202577825599849155874754345407019456"));
 }
