@@ -16,10 +16,10 @@ enum NSDateFormatterStyle {
 
 /// Writes and reads dates by patterns in the syntax of Unicode Technical Standard 35, by ICU.
 ///
-/// Reading takes numbers with fewer digits than the pattern has and any white space around, but the whole
-/// text must match, and dates and times that don't exist are refused. What a pattern leaves open is that of
-/// 1 January 1970, 00:00. Making a formatter's machinery is costly; it is kept until a property other than
-/// the pattern changes. Use one formatter on one thread at a time.
+/// The whole text must match, white space around it left out, and dates and times that don't exist are
+/// refused. Days, minutes and seconds need the pattern's two digits. What a pattern leaves open is that of 1
+/// January 1970, 00:00. Making a formatter's machinery is costly; it is kept until a property other than the
+/// pattern changes. Use one formatter on one thread at a time.
 class NSDateFormatter {
 public:
     /// The system's locale and time zone, no pattern and no styles.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/dates/NSDataDetector.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 
 namespace {
@@ -306,4 +307,42 @@ TEST(NSDataDetector, FindsDaysWithTimes) {
 
 TEST(NSDataDetector, LeavesAloneWhatIsNoDateOrDoesNotExist) {
     expectRows(Nothing);
+}
+
+TEST(NSDataDetector, FindsAllDatesOfAText) {
+    const QString text = QStringLiteral(
+        "Created 2024-01-02, due 24.12.2024 at 18:30 (not 30.2.2024!), or tomorrow; 10:00-12:00.");
+    QStringList found;
+    qsizetype end = 0;
+    for (const NSDataDetector::Match &match : detector().matchesInString(text)) {
+        EXPECT_GE(match.location, end);
+        end = match.location + match.length;
+        found.append(text.mid(match.location, match.length));
+    }
+    EXPECT_EQ(found, QStringList({QStringLiteral("2024-01-02"), QStringLiteral("24.12.2024 at 18:30"),
+                                  QStringLiteral("tomorrow"), QStringLiteral("10:00")}));
+    EXPECT_TRUE(detector().matchesInString(QString()).isEmpty());
+}
+
+TEST(NSDataDetector, WithoutReferenceAndZoneThePresentAndTheSystemsZoneCount) {
+    const NSDataDetector plain;
+    EXPECT_FALSE(plain.referenceDate().isValid());
+    EXPECT_FALSE(plain.timeZone().isValid());
+    const QDate before = QDate::currentDate();
+    const auto match = plain.firstMatchInString(QStringLiteral("today at 15:30"));
+    const QDate after = QDate::currentDate();
+    ASSERT_TRUE(match);
+    const QDateTime local = match->date.toLocalTime();
+    EXPECT_EQ(local.time(), QTime(15, 30));
+    EXPECT_TRUE(local.date() == before || local.date() == after);
+}
+
+TEST(NSDataDetector, AMegabyteOfHardTextEnds) {
+    // Each gives every attempt much to look at; a scan that began anew for each character would take hours.
+    for (const char *piece :
+         {"1", "1.", "1:", " ", "a", "1 ", "12:30:", "in a ", "_", "may 1 ", "1 Uhr ", "- "}) {
+        const QString text = QString::fromLatin1(piece).repeated((1 << 20) / qsizetype(std::strlen(piece)));
+        for (const NSDataDetector::Match &match : detector().matchesInString(text))
+            ASSERT_LE(match.location + match.length, text.size());
+    }
 }
