@@ -18,42 +18,98 @@ std::optional<int> find(const Entry (&table)[Size], QStringView word) {
 
 constexpr int Hour = 3600;
 
+constexpr Entry MonthTable[] = {
+    {u"january", 1},   {u"jan", 1},       {u"januar", 1},   {u"jänner", 1},    {u"february", 2},
+    {u"feb", 2},       {u"februar", 2},   {u"march", 3},    {u"mar", 3},       {u"märz", 3},
+    {u"mär", 3},       {u"mrz", 3},       {u"april", 4},    {u"apr", 4},       {u"may", 5},
+    {u"mai", 5},       {u"june", 6},      {u"jun", 6},      {u"juni", 6},      {u"july", 7},
+    {u"jul", 7},       {u"juli", 7},      {u"august", 8},   {u"aug", 8},       {u"september", 9},
+    {u"sep", 9},       {u"sept", 9},      {u"october", 10}, {u"oct", 10},      {u"oktober", 10},
+    {u"okt", 10},      {u"november", 11}, {u"nov", 11},     {u"december", 12}, {u"dec", 12},
+    {u"dezember", 12}, {u"dez", 12}};
+
+constexpr Entry WeekdayTable[] = {{u"monday", 1},    {u"montag", 1},   {u"tuesday", 2},  {u"dienstag", 2},
+                                  {u"wednesday", 3}, {u"mittwoch", 3}, {u"thursday", 4}, {u"donnerstag", 4},
+                                  {u"friday", 5},    {u"freitag", 5},  {u"saturday", 6}, {u"samstag", 6},
+                                  {u"sonnabend", 6}, {u"sunday", 7},   {u"sonntag", 7}};
+
+constexpr Entry ShortWeekdayTable[] = {{u"mon", 1}, {u"mo", 1},  {u"tue", 2}, {u"tues", 2},  {u"di", 2},
+                                       {u"wed", 3}, {u"mi", 3},  {u"thu", 4}, {u"thurs", 4}, {u"thur", 4},
+                                       {u"do", 4},  {u"fri", 5}, {u"fr", 5},  {u"sat", 6},   {u"sa", 6},
+                                       {u"sun", 7}, {u"so", 7}};
+
+constexpr Entry RelativeDayTable[] = {{u"today", 0},      {u"tonight", 0},    {u"tomorrow", 1},
+                                      {u"yesterday", -1}, {u"heute", 0},      {u"morgen", 1},
+                                      {u"gestern", -1},   {u"übermorgen", 2}, {u"vorgestern", -2}};
+
+constexpr Entry NumberTable[] = {{u"a", 1},    {u"an", 1},    {u"one", 1},     {u"two", 2},     {u"three", 3},
+                                 {u"four", 4}, {u"five", 5},  {u"six", 6},     {u"seven", 7},   {u"eight", 8},
+                                 {u"nine", 9}, {u"ten", 10},  {u"eleven", 11}, {u"twelve", 12}, {u"ein", 1},
+                                 {u"eine", 1}, {u"einem", 1}, {u"einer", 1},   {u"zwei", 2},    {u"drei", 3},
+                                 {u"vier", 4}, {u"fünf", 5},  {u"sechs", 6},   {u"sieben", 7},  {u"acht", 8},
+                                 {u"neun", 9}, {u"zehn", 10}, {u"elf", 11},    {u"zwölf", 12}};
+
+constexpr Entry DirectionTable[] = {
+    {u"next", 1},         {u"coming", 1},   {u"last", -1},    {u"this", 0},     {u"nächste", 1},
+    {u"nächsten", 1},     {u"nächster", 1}, {u"nächstem", 1}, {u"kommende", 1}, {u"kommenden", 1},
+    {u"kommender", 1},    {u"letzte", -1},  {u"letzten", -1}, {u"letzter", -1}, {u"vergangene", -1},
+    {u"vergangenen", -1}, {u"vorige", -1},  {u"vorigen", -1}, {u"diese", 0},    {u"diesen", 0},
+    {u"dieser", 0}};
+
+// Which words can start a date, by their length and their first and last letters: most words of a text are
+// turned away by one look.
+class Filter {
+public:
+    constexpr Filter() {
+        add(MonthTable);
+        add(WeekdayTable);
+        add(ShortWeekdayTable);
+        add(RelativeDayTable);
+        add(NumberTable);
+        add(DirectionTable);
+        for (const QStringView word :
+             {QStringView(u"day"), QStringView(u"in"), QStringView(u"vor"), QStringView(u"noon"),
+              QStringView(u"midnight"), QStringView(u"mitternacht")})
+            add(word);
+    }
+
+    constexpr bool passes(QStringView word) const { return m_slots[slot(word)]; }
+
+private:
+    static constexpr size_t slot(QStringView word) {
+        const size_t size = size_t(word.size());
+        return (size & 15) << 10 | size_t(word.utf16()[0] & 31) << 5 | size_t(word.utf16()[size - 1] & 31);
+    }
+
+    constexpr void add(QStringView word) { m_slots[slot(word)] = true; }
+
+    template <size_t Size>
+    constexpr void add(const Entry (&table)[Size]) {
+        for (const Entry &entry : table)
+            add(entry.first);
+    }
+
+    std::array<bool, size_t(1) << 14> m_slots{};
+};
+
+constexpr Filter StartFilter;
+
 } // namespace
 
 std::optional<int> DateWords::month(QStringView word) {
-    static constexpr Entry Table[] = {
-        {u"january", 1},   {u"jan", 1},       {u"januar", 1},   {u"jänner", 1},    {u"february", 2},
-        {u"feb", 2},       {u"februar", 2},   {u"march", 3},    {u"mar", 3},       {u"märz", 3},
-        {u"mär", 3},       {u"mrz", 3},       {u"april", 4},    {u"apr", 4},       {u"may", 5},
-        {u"mai", 5},       {u"june", 6},      {u"jun", 6},      {u"juni", 6},      {u"july", 7},
-        {u"jul", 7},       {u"juli", 7},      {u"august", 8},   {u"aug", 8},       {u"september", 9},
-        {u"sep", 9},       {u"sept", 9},      {u"october", 10}, {u"oct", 10},      {u"oktober", 10},
-        {u"okt", 10},      {u"november", 11}, {u"nov", 11},     {u"december", 12}, {u"dec", 12},
-        {u"dezember", 12}, {u"dez", 12}};
-    return word.size() < 3 ? std::nullopt : find(Table, word);
+    return word.size() < 3 ? std::nullopt : find(MonthTable, word);
 }
 
 std::optional<int> DateWords::weekday(QStringView word) {
-    static constexpr Entry Table[] = {
-        {u"monday", 1},   {u"montag", 1},   {u"tuesday", 2},    {u"dienstag", 2}, {u"wednesday", 3},
-        {u"mittwoch", 3}, {u"thursday", 4}, {u"donnerstag", 4}, {u"friday", 5},   {u"freitag", 5},
-        {u"saturday", 6}, {u"samstag", 6},  {u"sonnabend", 6},  {u"sunday", 7},   {u"sonntag", 7}};
-    return word.size() < 6 ? std::nullopt : find(Table, word);
+    return word.size() < 6 ? std::nullopt : find(WeekdayTable, word);
 }
 
 std::optional<int> DateWords::shortWeekday(QStringView word) {
-    static constexpr Entry Table[] = {{u"mon", 1}, {u"mo", 1},  {u"tue", 2}, {u"tues", 2},  {u"di", 2},
-                                      {u"wed", 3}, {u"mi", 3},  {u"thu", 4}, {u"thurs", 4}, {u"thur", 4},
-                                      {u"do", 4},  {u"fri", 5}, {u"fr", 5},  {u"sat", 6},   {u"sa", 6},
-                                      {u"sun", 7}, {u"so", 7}};
-    return word.size() > 5 ? std::nullopt : find(Table, word);
+    return word.size() > 5 ? std::nullopt : find(ShortWeekdayTable, word);
 }
 
 std::optional<int> DateWords::relativeDay(QStringView word) {
-    static constexpr Entry Table[] = {{u"today", 0},      {u"tonight", 0},    {u"tomorrow", 1},
-                                      {u"yesterday", -1}, {u"heute", 0},      {u"morgen", 1},
-                                      {u"gestern", -1},   {u"übermorgen", 2}, {u"vorgestern", -2}};
-    return word.size() < 5 ? std::nullopt : find(Table, word);
+    return word.size() < 5 ? std::nullopt : find(RelativeDayTable, word);
 }
 
 std::optional<int> DateWords::partOfDay(QStringView word) {
@@ -65,13 +121,7 @@ std::optional<int> DateWords::partOfDay(QStringView word) {
 }
 
 std::optional<int> DateWords::number(QStringView word) {
-    static constexpr Entry Table[] = {
-        {u"a", 1},       {u"an", 1},      {u"one", 1},   {u"two", 2},   {u"three", 3}, {u"four", 4},
-        {u"five", 5},    {u"six", 6},     {u"seven", 7}, {u"eight", 8}, {u"nine", 9},  {u"ten", 10},
-        {u"eleven", 11}, {u"twelve", 12}, {u"ein", 1},   {u"eine", 1},  {u"einem", 1}, {u"einer", 1},
-        {u"zwei", 2},    {u"drei", 3},    {u"vier", 4},  {u"fünf", 5},  {u"sechs", 6}, {u"sieben", 7},
-        {u"acht", 8},    {u"neun", 9},    {u"zehn", 10}, {u"elf", 11},  {u"zwölf", 12}};
-    return word.size() > 6 ? std::nullopt : find(Table, word);
+    return word.size() > 6 ? std::nullopt : find(NumberTable, word);
 }
 
 std::optional<DateWords::Unit> DateWords::unit(QStringView word) {
@@ -88,13 +138,7 @@ std::optional<DateWords::Unit> DateWords::unit(QStringView word) {
 }
 
 std::optional<int> DateWords::direction(QStringView word) {
-    static constexpr Entry Table[] = {
-        {u"next", 1},         {u"coming", 1},   {u"last", -1},    {u"this", 0},     {u"nächste", 1},
-        {u"nächsten", 1},     {u"nächster", 1}, {u"nächstem", 1}, {u"kommende", 1}, {u"kommenden", 1},
-        {u"kommender", 1},    {u"letzte", -1},  {u"letzten", -1}, {u"letzter", -1}, {u"vergangene", -1},
-        {u"vergangenen", -1}, {u"vorige", -1},  {u"vorigen", -1}, {u"diese", 0},    {u"diesen", 0},
-        {u"dieser", 0}};
-    return word.size() < 4 ? std::nullopt : find(Table, word);
+    return word.size() < 4 ? std::nullopt : find(DirectionTable, word);
 }
 
 std::optional<int> DateWords::zoneOffset(QStringView word) {
@@ -105,4 +149,8 @@ std::optional<int> DateWords::zoneOffset(QStringView word) {
         {u"est", -5 * Hour}, {u"edt", -4 * Hour}, {u"cst", -6 * Hour}, {u"cdt", -5 * Hour},
         {u"mst", -7 * Hour}, {u"mdt", -6 * Hour}, {u"pst", -8 * Hour}, {u"pdt", -7 * Hour}};
     return find(Table, word);
+}
+
+bool DateWords::mayStart(QStringView word) {
+    return !word.isEmpty() && StartFilter.passes(word);
 }

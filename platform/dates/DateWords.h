@@ -8,6 +8,9 @@
 /// The words of dates in English and German. All are asked for in lower case.
 namespace DateWords {
 
+/// False for nearly every word that no date starts with; true for those that one can.
+bool mayStart(QStringView word);
+
 /// 1 to 12.
 std::optional<int> month(QStringView word);
 /// 1 (Monday) to 7, by the whole name.

@@ -699,6 +699,8 @@ private:
     // ---- Both
 
     std::optional<Found> expression(qsizetype p) const {
+        if (!isDigit(p) && !DateWords::mayStart(word(p).lower()))
+            return std::nullopt;
         if (auto read = day(p)) {
             if (read->moment.isValid())
                 return Found{read->end, read->moment};

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// Looks for dates in any UTF-16 text: what is found lies in the text, in order; and
+// timestamps mean what their own parser says.
+#include "platform/dates/InternetDate.h"
+#include "platform/dates/NSDataDetector.h"
+
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const QString text = QString::fromUtf8(reinterpret_cast<const char *>(data), qsizetype(size));
+    NSDataDetector detector;
+    detector.setReferenceDate(QDateTime(QDate(2024, 5, 15), QTime(8, 30), Qt::UTC));
+    static const QTimeZone zone("Europe/Zurich");
+    detector.setTimeZone(zone);
+
+    const auto matches = detector.matchesInString(text);
+    qsizetype end = 0;
+    for (const NSDataDetector::Match &match : matches) {
+        if (match.location < end || match.length <= 0 || match.location + match.length > text.size() ||
+            !match.date.isValid() || match.date.timeSpec() != Qt::UTC)
+            std::abort();
+        end = match.location + match.length;
+    }
+    const auto first = detector.firstMatchInString(text);
+    if (first.has_value() != !matches.isEmpty() ||
+        (first && (first->location != matches[0].location || first->date != matches[0].date)))
+        std::abort();
+
+    // A plain timestamp is one for the detector too.
+    if (const auto stamp = InternetDate::rfc3339(text); stamp && text.endsWith(u'Z')) {
+        if (!first || first->date.toMSecsSinceEpoch() != *stamp)
+            std::abort();
+    }
+    (void)InternetDate::rfc822(text);
+    return 0;
+}
