@@ -121,6 +121,10 @@ qint64 len(const QString &text) {
     return text.size();
 }
 
+NSRange range(const QString &text) {
+    return {0, text.size()};
+}
+
 QString stringValueWithDefault(const QString &text, const QString &defaultValue) {
     return isBlank(text) ? defaultValue : text;
 }

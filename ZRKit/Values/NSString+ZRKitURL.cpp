@@ -3,6 +3,8 @@
 
 #include "platform/text/EscapeTable.h"
 
+#include <algorithm>
+
 namespace ZRKit {
 
 namespace {
@@ -94,6 +96,18 @@ QString urlEncode(const QString &text) {
     }
     encoded.truncate(size);
     return encoded;
+}
+
+QUrl URL(const QString &text) {
+    // Qt's strict mode lets what is not ASCII pass.
+    const bool isASCII = std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+    const QUrl url = isASCII ? QUrl(text, QUrl::StrictMode) : QUrl();
+    return url.isValid() ? url : QUrl();
+}
+
+QString humanizeURL(const QString &text) {
+    const QString host = URL(text).host(QUrl::EncodeUnicode);
+    return host.isEmpty() ? text : replace(host, QStringLiteral("www."), QStringLiteral(""));
 }
 
 } // namespace ZRKit

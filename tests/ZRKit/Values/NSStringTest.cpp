@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSString+ZRKit.h"
 
+#include "platform/text/NSAttributedString.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 
@@ -322,6 +323,43 @@ TEST(NSString, LongAndShortPartsAreFoundAlike) {
             pieces.append(piece.toString());
         ASSERT_EQ(pieces, text.split(part));
     }
+}
+
+TEST(NSString, TheRangeIsTheWholeText) {
+    EXPECT_EQ(ZRKit::range(u(u"a𝄞")), (NSRange{0, 3}));
+    EXPECT_EQ(ZRKit::range(nothing), (NSRange{0, 0}));
+    EXPECT_EQ(ZRKit::range(nil), (NSRange{0, 0}));
+}
+
+TEST(NSString, AnyObjectCanBeTheReplacement) {
+    const QString text = u(u"a-b");
+    EXPECT_EQ(ZRKit::replace(text, u(u"-"), QVariant(12)), u(u"a12b"));
+    EXPECT_EQ(ZRKit::replace(text, u(u"-"), QVariant(QByteArray("\xc3\xa9"))), u(u"aéb"));
+    EXPECT_EQ(ZRKit::replace(text, u(u"-"), NSNull()), u(u"ab"));
+    EXPECT_EQ(ZRKit::replace(text, u(u"-"), QVariant(u(u"+"))), u(u"a+b"));
+    EXPECT_EQ(ZRKit::replace(text, u(u"-"), QVariant()), text);
+    EXPECT_EQ(ZRKit::replace(text, nothing, QVariant(12)), text);
+}
+
+TEST(NSString, MatchesOfAnExpressionAreReplacedByTheTemplate) {
+    const NSRegularExpression expression(u(u"(\\w)(\\d)"));
+    EXPECT_EQ(ZRKit::replaceRegEx(u(u"a1 b2 c"), expression, u(u"$2$1")), u(u"1a 2b c"));
+    EXPECT_EQ(ZRKit::replaceRegEx(u(u"none"), expression, u(u"x")), u(u"none"));
+    EXPECT_TRUE(isEmptyText(ZRKit::replaceRegEx(nothing, expression, u(u"x"))));
+    EXPECT_TRUE(ZRKit::replaceRegEx(nil, expression, u(u"x")).isNull());
+    EXPECT_TRUE(ZRKit::replaceRegEx(u(u"a1"), NSRegularExpression(), u(u"x")).isNull());
+}
+
+TEST(NSString, AttributedStringsCarryTheAttributesOverTheWholeText) {
+    const NSMutableAttributedString plain = ZRKit::attributedString(u(u"abc"));
+    EXPECT_EQ(plain.string(), u(u"abc"));
+    EXPECT_TRUE(plain.attributesAtIndex(0).isEmpty());
+    const QVariantMap attributes{{u(u"font"), u(u"Sans")}};
+    const NSMutableAttributedString styled = ZRKit::attributedStringWithAttributes(u(u"abc"), attributes);
+    NSRange run;
+    EXPECT_EQ(styled.attributesAtIndex(1, &run), attributes);
+    EXPECT_EQ(run, (NSRange{0, 3}));
+    EXPECT_EQ(ZRKit::attributedStringWithAttributes(nothing, attributes).length(), 0);
 }
 
 } // namespace

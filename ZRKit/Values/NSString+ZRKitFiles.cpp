@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSString+ZRKit.h"
+
+#include "platform/files/AtomicFile.h"
+#include "platform/files/FileContents.h"
+#include "platform/net/ContentsOfURL.h"
+#include "platform/text/UTF8.h"
+#include "platform/values/NSNull.h"
+
+#include <QFile>
+
+namespace ZRKit {
+
+namespace {
+
+/// The path of what a text may be written to; nil for anything else.
+QString targetPath(const QVariant &file) {
+    if (file.typeId() == QMetaType::QString)
+        return file.toString();
+    const QUrl url = file.typeId() == QMetaType::QUrl ? file.toUrl() : QUrl();
+    const bool isHere = url.host().isEmpty() || url.host() == QStringLiteral("localhost");
+    return url.scheme() == QStringLiteral("file") && isHere ? url.path(QUrl::FullyDecoded) : QString();
+}
+
+} // namespace
+
+QByteArray data(const QString &text) {
+    return NSDataUsingUTF8(text);
+}
+
+QString stringWithData(const QByteArray &data) {
+    return data.isNull() ? QString() : NSStringFromUTF8(data);
+}
+
+QString fetch(const QString &text) {
+    return stringWithData(NSDataWithContentsOfURL(URL(text)));
+}
+
+QString loadFile(const QString &path) {
+    return stringWithData(NSDataWithContentsOfFile(path));
+}
+
+QString loadAsString(const QString &text) {
+    const QByteArray content = NSDataWithContentsOfFile(text);
+    if (content.isNull())
+        return {};
+    // Latin 1 gives every byte a character, so that nothing is left for ASCII to read.
+    const QString decoded = NSStringFromUTF8(content);
+    return decoded.isNull() ? QString::fromLatin1(content) : decoded;
+}
+
+bool saveToFile(const QString &text, const QVariant &file) {
+    const QString path = targetPath(file);
+    const QByteArray content = NSDataUsingUTF8(text);
+    if (content.isNull() || path.isEmpty() || path.contains(u'\0'))
+        return false;
+    AtomicFile target(QFile::encodeName(path), AtomicFile::Existing::Replaced);
+    return !target.open() && !target.commit(content);
+}
+
+QString joinPath(const QString &path, const QString &component) {
+    if (path.isNull())
+        return {};
+    QString joined = path;
+    joined += u'/';
+    joined += component;
+    QString result;
+    for (const QChar unit : joined) {
+        if (unit != u'/' || !result.endsWith(u'/'))
+            result += unit;
+    }
+    if (path.isEmpty() && !component.startsWith(u'/'))
+        result.remove(0, 1);
+    if (result.size() > 1 && result.endsWith(u'/'))
+        result.chop(1);
+    return result.isNull() ? QStringLiteral("") : result;
+}
+
+} // namespace ZRKit
