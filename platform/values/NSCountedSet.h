@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/values/NSSet.h"
+
+#include <QHash>
+#include <QMetaType>
+#include <QVariantList>
+
+/// A set that counts how often each of its members was added. Members are equal as those of NSSet are. A
+/// plain value.
+class NSCountedSet {
+public:
+    NSCountedSet() = default;
+    /// Each element as often as it is there.
+    explicit NSCountedSet(const QVariantList &array);
+    /// Each member once.
+    explicit NSCountedSet(const NSSet &set);
+
+    /// Adds the object once more. Raises NSInvalidArgumentException for nil.
+    void addObject(const QVariant &object);
+    /// Takes the object away once; nothing where it isn't there.
+    void removeObject(const QVariant &object);
+    void removeAllObjects() { m_counts.clear(); }
+
+    /// How often the object is there; 0 where it isn't.
+    qsizetype countForObject(const QVariant &object) const { return m_counts.value(object); }
+    bool containsObject(const QVariant &object) const { return m_counts.contains(object); }
+    /// The number of distinct members.
+    qsizetype count() const { return m_counts.size(); }
+    /// The distinct members in no particular order.
+    QVariantList allObjects() const { return m_counts.keys(); }
+    NSSet set() const;
+
+    /// Adds the other's counts, takes them away, keeps the smaller of both.
+    void unionSet(const NSCountedSet &other);
+    void minusSet(const NSCountedSet &other);
+    void intersectSet(const NSCountedSet &other);
+
+    friend bool operator==(const NSCountedSet &, const NSCountedSet &) = default;
+
+private:
+    void add(const QVariant &object, qsizetype times);
+
+    QHash<QVariant, qsizetype> m_counts;
+};
+
+Q_DECLARE_METATYPE(NSCountedSet)

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include "platform/values/NSCountedSet.h"
+
+#include "platform/values/NSNull.h"
+#include "tests/support/Expect.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QString a = QStringLiteral("a"), b = QStringLiteral("b");
+
+TEST(NSCountedSet, CountsWhatIsAdded) {
+    NSCountedSet set(QVariantList{a, b, a, 1, 1.0});
+    EXPECT_EQ(set.count(), 3);
+    EXPECT_EQ(set.countForObject(a), 2);
+    EXPECT_EQ(set.countForObject(1), 2) << "equal numbers are one member";
+    EXPECT_EQ(set.countForObject(QStringLiteral("c")), 0);
+    set.addObject(b);
+    EXPECT_EQ(set.countForObject(b), 2);
+    EXPECT_EQ(NSCountedSet(NSSet{a, b}).countForObject(a), 1);
+    EXPECT_EQ(set.set(), (NSSet{a, b, 1}));
+    EXPECT_EQ(NSCountedSet(set.allObjects()), NSCountedSet(set.set()));
+}
+
+TEST(NSCountedSet, RemovesOneAtATime) {
+    NSCountedSet set(QVariantList{a, a});
+    set.removeObject(a);
+    EXPECT_TRUE(set.containsObject(a));
+    set.removeObject(a);
+    EXPECT_FALSE(set.containsObject(a));
+    set.removeObject(a);
+    EXPECT_EQ(set.countForObject(a), 0);
+    set.addObject(a);
+    set.removeAllObjects();
+    EXPECT_EQ(set.count(), 0);
+}
+
+TEST(NSCountedSet, TakesTheNullMarkerButNotNil) {
+    NSCountedSet set;
+    set.addObject(NSNull());
+    EXPECT_EQ(set.countForObject(NSNull()), 1);
+    expectException(NSInvalidArgumentException, [&] { set.addObject(QVariant()); });
+    expectException(NSInvalidArgumentException, [&] { set.addObject(QString()); });
+}
+
+TEST(NSCountedSet, CombinesCounts) {
+    const NSCountedSet one(QVariantList{a, a, b}), other(QVariantList{a, 1});
+    NSCountedSet set = one;
+    set.unionSet(other);
+    EXPECT_EQ(set, NSCountedSet(QVariantList{a, a, a, b, 1}));
+    set.minusSet(one);
+    EXPECT_EQ(set, other);
+    set = one;
+    set.intersectSet(other);
+    EXPECT_EQ(set, NSCountedSet(QVariantList{a}));
+    set = one;
+    set.unionSet(set);
+    EXPECT_EQ(set.countForObject(a), 4);
+    set.minusSet(set);
+    EXPECT_EQ(set, NSCountedSet());
+}
+
+} // namespace
