@@ -3,6 +3,10 @@
 
 #include "ZRKit/Values/PropertyListCopy.h"
 #include "platform/values/NSException.h"
+#include "platform/values/NSKeyValueCoding.h"
+#include "platform/values/NSObjectRuntime.h"
+#include "platform/values/NSPredicate.h"
+#include "platform/values/NSSortDescriptor.h"
 
 #include <QStringList>
 #include <algorithm>
@@ -35,7 +39,7 @@ QString join(const QVariantList &array, const QString &separator) {
     QStringList descriptions;
     descriptions.reserve(array.size());
     for (const QVariant &element : array)
-        descriptions.append(NSDescription(element));
+        descriptions.append(NSObjectRuntime::description(element));
     return descriptions.isEmpty() ? QStringLiteral("") : descriptions.join(separator);
 }
 
@@ -51,10 +55,31 @@ NSMutableAttributedString joinAttributedStrings(const QVariantList &array,
         else if (element.metaType() == QMetaType::fromType<NSMutableAttributedString>())
             joined.appendAttributedString(element.value<NSMutableAttributedString>());
         else
-            throw NSException(NSInvalidArgumentException,
-                              QStringLiteral("%1 is no attributed string.").arg(NSDescription(element)));
+            throw NSException(
+                NSInvalidArgumentException,
+                QStringLiteral("%1 is no attributed string.").arg(NSObjectRuntime::description(element)));
     }
     return joined;
+}
+
+QVariantList sorted(const QVariantList &array) {
+    QVariantList elements = array;
+    NSStableSort(elements, NSObjectRuntime::compare);
+    return elements;
+}
+
+QVariantList zrSortBy(const QVariantList &array, const QString &key) {
+    return sortedArrayUsingDescriptors(array, {NSSortDescriptor(key, false)});
+}
+
+QVariantList distinctValues(const QVariantList &array, const QString &keyPath) {
+    return NSKeyValueCoding::valueForKeyPath(array, QStringLiteral("@distinctUnionOfObjects.") + keyPath)
+        .toList();
+}
+
+QVariantList elementsWithValue(const QVariantList &array, const QString &keyPath, const QVariant &value) {
+    return filteredArrayUsingPredicate(
+        array, NSPredicate::predicateWithFormat(QStringLiteral("%K == %@"), keyPath, value));
 }
 
 NSSet set(const QVariantList &array) {

@@ -24,7 +24,7 @@ namespace ZRKit {
 
 /// A block's result as an object.
 template <typename T>
-QVariant objectOf(T &&value) {
+QVariant blockResult(T &&value) {
     if constexpr (std::is_convertible_v<T, QVariant>)
         return QVariant(std::forward<T>(value));
     else
@@ -54,6 +54,10 @@ template <typename T>
 T last(const QList<T> &array) {
     return array.isEmpty() ? T() : array.constLast();
 }
+
+// What zrGroupBy() is made of: the distinct values for a key path, and the elements that have one of them.
+QVariantList distinctValues(const QVariantList &array, const QString &keyPath);
+QVariantList elementsWithValue(const QVariantList &array, const QString &keyPath, const QVariant &value);
 
 /// The range that sliceFrom() means in an array of so many elements; raises NSRangeException.
 struct SliceRange {
@@ -85,7 +89,7 @@ QVariantList zrMap(const QList<T> &array, Block block) {
     QVariantList results;
     const NSEnumeration enumeration(array);
     for (const T &element : enumeration.elements()) {
-        QVariant result = objectOf(block(element));
+        QVariant result = blockResult(block(element));
         enumeration.verify();
         if (!NSIsNil(result))
             results.append(std::move(result));
@@ -156,6 +160,33 @@ QList<T> zrSorted(const QList<T> &array, Block block) {
         return order;
     });
     return elements;
+}
+
+/// A copy sorted by the elements' "compare:", see NSObjectRuntime::compare(); equal elements stay in their
+/// order. Raises NSInvalidArgumentException for elements that have no order.
+QVariantList sorted(const QVariantList &array);
+
+/// A copy sorted by the elements' values for the key, in DESCENDING order: the largest first. Equal ones stay
+/// in their order, elements without a value come last.
+QVariantList zrSortBy(const QVariantList &array, const QString &key);
+
+/// The results, without those that are nil, of the block over arrays of the elements that have the same value
+/// for the key path, in the order in which the values first appear. Elements whose value is nil are in none
+/// of them.
+template <typename Block>
+QVariantList zrGroupBy(const QVariantList &array, const QString &keyPath, Block block) {
+    QVariantList results;
+    const NSEnumeration enumeration(array);
+    for (const QVariant &value : distinctValues(enumeration.elements(), keyPath)) {
+        const QVariantList group = elementsWithValue(enumeration.elements(), keyPath, value);
+        if (group.isEmpty())
+            continue;
+        QVariant result = blockResult(block(group));
+        enumeration.verify();
+        if (!NSIsNil(result))
+            results.append(std::move(result));
+    }
+    return results;
 }
 
 /// The elements, each once.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ZRKit/Values/NSArray+ZRKit.h"
+#include "ZRKit/Values/NSObject+ZRKit.h"
 #include "platform/values/NSEnumeration.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
@@ -102,7 +103,7 @@ QVariantList zrFlatten(const Dictionary &dictionary, Block block) {
     const NSEnumeration enumeration(dictionary);
     const Dictionary &entries = enumeration.elements();
     for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
-        QVariant result = objectOf(block(it.key(), it.value()));
+        QVariant result = blockResult(block(it.key(), it.value()));
         enumeration.verify();
         if (!NSIsNil(result))
             results.append(std::move(result));
@@ -110,8 +111,30 @@ QVariantList zrFlatten(const Dictionary &dictionary, Block block) {
     return results;
 }
 
+/// Sets the object's properties to the receiver's values that aren't nil, by key-value coding: of each
+/// property that its class itself declares, not its superclasses, the last declared first.
+void mapValuesToObject(const QVariantMap &dictionary, QObject *object);
+/// The same for a dictionary of another type.
+template <WholeDictionary Dictionary>
+void mapValuesToObject(const Dictionary &dictionary, QObject *object) {
+    mapValuesToObject(mergeDict(QVariantMap(), dictionary), object);
+}
+
+/// The values of the properties that the object's class itself declares, by their names, as far as a keyed
+/// archive takes them; nothing where it declares none, and for nil.
+std::optional<QVariantMap> dictionaryWithValuesOfObject(const QObject *object);
+
 /// A copy as deepMutableCopy() of arrays makes it.
 std::optional<QVariantMap> deepMutableCopy(const QVariantMap &dictionary);
+
+/// Adds 1 to the number for the key, as toInt() reads it (0 where it is absent), stores the sum and gives it.
+template <MutableDictionary Dictionary>
+qint64 incrementCounterForKey(Dictionary &dictionary, const QString &k) {
+    // Past the largest number it wraps, as the platform's integers do.
+    const auto sum = qint64(quint64(toInt(key(dictionary, k))) + 1);
+    dictionary.insert(k, sum);
+    return sum;
+}
 
 /// Stores the first argument as the object under the second as the key, where neither is nil.
 template <MutableDictionary Dictionary>

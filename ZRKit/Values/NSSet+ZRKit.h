@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ZRKit/Values/NSArray+ZRKit.h"
+#include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSSet.h"
 
 /// Sets: operations over blocks, which see the members in the set's order, of which nothing is promised. What
@@ -14,7 +15,7 @@ NSSet zrMap(const QSet<T> &set, Block block) {
     NSSet results;
     const NSEnumeration enumeration(set);
     for (const T &member : enumeration.elements()) {
-        QVariant result = objectOf(block(member));
+        QVariant result = blockResult(block(member));
         enumeration.verify();
         if (!NSIsNil(result))
             results.insert(std::move(result));
@@ -71,5 +72,9 @@ QList<T> zrSorted(const QSet<T> &set, Block block) {
         return isBefore;
     });
 }
+
+/// Sends the target the message with each member as its argument, where it responds to it. Raises as
+/// NSObjectRuntime::perform() does for a member that the method doesn't take.
+void zrApplyTarget(const NSSet &set, const QVariant &target, const NSSelector &action);
 
 } // namespace ZRKit

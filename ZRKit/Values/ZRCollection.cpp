@@ -5,9 +5,14 @@
 #include "platform/values/NSEnumeration.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
 #include "platform/values/ValueKind.h"
 
 namespace {
+
+// Whoever knows only of dictionaries sees one.
+const bool isConvertible =
+    QMetaType::registerConverter<ZRCollection, QVariantMap>(&ZRCollection::toVariantMap);
 
 void requireIndex(qsizetype index, qsizetype limit) {
     if (index < 0 || index >= limit)
@@ -194,7 +199,12 @@ QString DescriptionForObject(const QVariant &object, const QLocale &locale, int 
         return object.toString();
     if (object.metaType() == QMetaType::fromType<ZRCollection>())
         return object.value<ZRCollection>().descriptionWithLocale(locale, level);
-    return NSDescription(object);
+    const NSSelector indented("descriptionWithLocale:indent:"), localized("descriptionWithLocale:");
+    if (NSObjectRuntime::respondsTo(object, indented))
+        return NSObjectRuntime::perform(object, indented, {locale, level}).toString();
+    if (NSObjectRuntime::respondsTo(object, localized))
+        return NSObjectRuntime::perform(object, localized, {locale}).toString();
+    return NSObjectRuntime::description(object);
 }
 
 std::optional<QVariantMap> deepMutableCopy(const ZRCollection &collection) {

@@ -4,6 +4,7 @@
 #include "ZRKit/Values/NSMutableArray+ZRKit.h"
 #include "ZRKit/Values/ZRCollection.h"
 #include "platform/values/NSDecimalNumber.h"
+#include "platform/values/NSKeyValueCoding.h"
 #include "tests/support/Expect.h"
 
 #include <QDateTime>
@@ -242,6 +243,64 @@ TEST(NSArray, ChangingTheArrayFromItsBlockRaises) {
         });
     });
     EXPECT_EQ(ZRKit::zrMap(array, [&](const QVariant &) { return array.at(0); }), QVariantList{2});
+}
+
+TEST(NSArray, SortedComparesTheElements) {
+    EXPECT_EQ(ZRKit::sorted({c, a, b}), abc);
+    EXPECT_EQ(ZRKit::sorted({2.5, 10, -1}), (QVariantList{-1, 2.5, 10}));
+    EXPECT_EQ(ZRKit::sorted(empty), empty);
+    const QVariantList same = ZRKit::sorted({2, 1.0, 1});
+    EXPECT_EQ(same.at(0).metaType().id(), QMetaType::Double) << "equal elements stay in their order";
+    expectException(NSInvalidArgumentException, [] { ZRKit::sorted({1, a}); });
+}
+
+QVariant valued(const QVariant &value, const char *name = "") {
+    return QVariantMap{{QStringLiteral("value"), value}, {QStringLiteral("name"), QString::fromLatin1(name)}};
+}
+
+QString names(const QVariantList &objects) {
+    return ZRKit::join(NSKeyValueCoding::valueForKey(objects, QStringLiteral("name")).toList(), QString());
+}
+
+TEST(NSArray, SortByIsDescending) {
+    const QString value = QStringLiteral("value");
+    EXPECT_EQ(ZRKit::zrSortBy({valued(1), valued(3), valued(2)}, value),
+              (QVariantList{valued(3), valued(2), valued(1)}));
+    EXPECT_EQ(
+        names(ZRKit::zrSortBy({valued(1, "a"), valued(2, "b"), valued(1, "c"), valued({}, "d")}, value)),
+        QStringLiteral("bacd"));
+    expectException(NSInvalidArgumentException, [&] { ZRKit::zrSortBy({valued(1), valued(a)}, value); });
+}
+
+TEST(NSArray, GroupByGathersEqualValues) {
+    const QString value = QStringLiteral("value");
+    const QVariantList objects{valued(2, "a"), valued(a, "b"), valued(2.0, "c"), valued({}, "d"),
+                               valued(3, "e")};
+    EXPECT_EQ(ZRKit::zrGroupBy(objects, value, names),
+              (QVariantList{QStringLiteral("ac"), QStringLiteral("b"), QStringLiteral("e")}))
+        << "elements without a value are in no group";
+    EXPECT_EQ(ZRKit::zrGroupBy(
+                  objects, value,
+                  [](const QVariantList &group) { return group.size() > 1 ? names(group) : QString(); }),
+              QVariantList{QStringLiteral("ac")})
+        << "nil results are left out";
+    EXPECT_EQ(ZRKit::zrGroupBy(empty, value, names), empty);
+    const QVariantList nested{QVariantMap{{a, valued(1)}}, QVariantMap{{a, valued(1)}}, QVariantMap{{b, 1}}};
+    EXPECT_EQ(ZRKit::zrGroupBy(nested, QStringLiteral("a.value"),
+                               [](const QVariantList &group) { return group.size(); }),
+              QVariantList{2});
+    QVariantList changing = objects;
+    expectException(NSGenericException, [&] {
+        ZRKit::zrGroupBy(changing, value, [&](const QVariantList &) {
+            changing.removeLast();
+            return 1;
+        });
+    });
+}
+
+TEST(NSArray, GroupByTakesTheNullMarkerAsAValue) {
+    const QVariantList objects{valued(NSNull(), "a"), valued({}, "b"), valued(NSNull(), "c")};
+    EXPECT_EQ(ZRKit::zrGroupBy(objects, QStringLiteral("value"), names), QVariantList{QStringLiteral("ac")});
 }
 
 TEST(NSArray, SetHoldsEachElementOnce) {

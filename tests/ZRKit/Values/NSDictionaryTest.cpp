@@ -2,12 +2,18 @@
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
 
 #include "ZRKit/Values/ZRCollection.h"
+#include "platform/values/NSError.h"
 #include "platform/values/NSException.h"
 #include "tests/support/Expect.h"
 
+#include <QDateTime>
+#include <QLocale>
+#include <QObject>
 #include <QUrl>
+#include <QUuid>
 #include <QVariantHash>
 #include <gtest/gtest.h>
+#include <limits>
 #include <stdexcept>
 
 namespace {
@@ -149,6 +155,120 @@ TEST(NSDictionary, DeepMutableCopyMakesNestedContainersPlain) {
     EXPECT_FALSE(ZRKit::deepMutableCopy(QVariantMap{{a, QVariantHash{{b, QUrl(QStringLiteral("x:y"))}}}}));
 }
 
+/// Declares nothing that its subclass inherits.
+class Base : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString inherited MEMBER inherited)
+public:
+    QString inherited = QStringLiteral("kept");
+};
+
+/// Writes down in which order it is set.
+class Model : public Base {
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title WRITE setTitle)
+    Q_PROPERTY(int count READ count WRITE setCount)
+    Q_PROPERTY(QObject *owner MEMBER owner)
+    Q_PROPERTY(QVariant anything MEMBER anything)
+public:
+    QString title() const { return m_title; }
+    void setTitle(const QString &title) {
+        m_title = title;
+        order << QStringLiteral("title");
+    }
+    int count() const { return m_count; }
+    void setCount(int count) {
+        m_count = count;
+        order << QStringLiteral("count");
+    }
+    QObject *owner = nullptr;
+    QVariant anything;
+    QStringList order;
+
+private:
+    QString m_title;
+    int m_count = 0;
+};
+
+const QString title = QStringLiteral("title"), count = QStringLiteral("count"),
+              anything = QStringLiteral("anything");
+
+TEST(NSDictionary, MapsValuesToAnObjectsOwnPropertiesFromTheLast) {
+    Model model;
+    ZRKit::mapValuesToObject(QVariantMap{{title, QStringLiteral("new")},
+                                         {count, 5},
+                                         {QStringLiteral("unknown"), 1},
+                                         {QStringLiteral("inherited"), QStringLiteral("changed")}},
+                             &model);
+    EXPECT_EQ(model.title(), QStringLiteral("new"));
+    EXPECT_EQ(model.count(), 5);
+    EXPECT_EQ(model.order, (QStringList{count, title}));
+    EXPECT_EQ(model.inherited, QStringLiteral("kept")) << "superclasses' properties are left alone";
+    ZRKit::mapValuesToObject(QVariantMap{{title, QVariant()}, {anything, NSNull()}}, &model);
+    EXPECT_EQ(model.title(), QStringLiteral("new")) << "nil sets nothing";
+    EXPECT_TRUE(NSIsNull(model.anything)) << "the null marker is a value";
+    ZRKit::mapValuesToObject(ZRCollection{{count, 6}}, &model);
+    EXPECT_EQ(model.count(), 6);
+    ZRKit::mapValuesToObject(QVariantMap{{count, 6}}, nullptr);
+    expectException(NSInvalidArgumentException, [&] {
+        ZRKit::mapValuesToObject(QVariantMap{{count, QVariantList{1}}}, &model);
+    });
+}
+
+TEST(NSDictionary, TakesTheValuesOfAnObjectsOwnProperties) {
+    Model model;
+    model.setTitle(QStringLiteral("t"));
+    model.owner = &model;
+    EXPECT_EQ(ZRKit::dictionaryWithValuesOfObject(&model),
+              (QVariantMap{{title, QStringLiteral("t")}, {count, 0}}))
+        << "nil and objects that no archive takes are left out";
+    for (const QVariant &value :
+         {NSNull(), QVariant(QStringLiteral("")), QVariant(QVariantList{1}),
+          QVariant(QUrl(QStringLiteral("a:b"))), QVariant(QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC)),
+          QVariant(QUuid()), QVariant::fromValue(NSError(QStringLiteral("d"), 1)),
+          QVariant::fromValue(NSSet{1})}) {
+        model.anything = value;
+        EXPECT_TRUE(ZRKit::dictionaryWithValuesOfObject(&model)->contains(anything)) << value.typeName();
+    }
+    for (const QVariant &value : {QVariant(), QVariant(QString()), QVariant::fromValue(NSError()),
+                                  QVariant::fromValue(static_cast<QObject *>(&model)), QVariant(QLocale())}) {
+        model.anything = value;
+        EXPECT_FALSE(ZRKit::dictionaryWithValuesOfObject(&model)->contains(anything)) << value.typeName();
+    }
+    const Base base;
+    EXPECT_EQ(ZRKit::dictionaryWithValuesOfObject(&base)->size(), 1);
+    EXPECT_FALSE(ZRKit::dictionaryWithValuesOfObject(nullptr));
+}
+
+/// Declares no properties of its own.
+class Bare : public Base {
+    Q_OBJECT
+};
+
+TEST(NSDictionary, AClassWithoutPropertiesHasNoDictionary) {
+    const Bare bare;
+    EXPECT_FALSE(ZRKit::dictionaryWithValuesOfObject(&bare));
+}
+
+TEST(NSMutableDictionary, IncrementCountsFromWhatIsThere) {
+    QVariantMap dictionary{{b, QStringLiteral("41")},
+                           {c, NSNull()},
+                           {QStringLiteral("d"), QStringLiteral("x")},
+                           {QStringLiteral("max"), std::numeric_limits<qint64>::max()}};
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, a), 1);
+    EXPECT_EQ(dictionary.value(a), QVariant(1));
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, a), 2);
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, b), 42);
+    EXPECT_EQ(dictionary.value(b).metaType().id(), QMetaType::LongLong) << "a number is stored";
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, c), 1);
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, QStringLiteral("d")), 1);
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, QStringLiteral("max")),
+              std::numeric_limits<qint64>::min());
+    ZRCollection collection;
+    EXPECT_EQ(ZRKit::incrementCounterForKey(collection, a), 1);
+    EXPECT_EQ(collection.value(a), QVariant(1));
+}
+
 TEST(NSMutableDictionary, KeySetTakesTheObjectFirst) {
     QVariantMap dictionary;
     ZRKit::keySet(dictionary, QStringLiteral("v"), QStringLiteral("k"));
@@ -182,3 +302,5 @@ TEST(NSDictionary, KeysAndObjectsSkipNil) {
 }
 
 } // namespace
+
+#include "NSDictionaryTest.moc"

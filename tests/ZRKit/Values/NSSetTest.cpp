@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSSet+ZRKit.h"
 
+#include "ZRKit/Values/NSCountedSet+ZRKit.h"
 #include "tests/support/Expect.h"
 
+#include <QObject>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
@@ -71,6 +73,42 @@ TEST(NSSetCategory, ChangingTheSetFromItsBlockRaises) {
     });
 }
 
+/// Writes down what it is sent.
+class Receiver : public QObject {
+    Q_OBJECT
+public:
+    Q_INVOKABLE void take(const QVariant &member) { taken.insert(member); }
+    Q_INVOKABLE void takeNothing() { taken.insert(QStringLiteral("nothing")); }
+    NSSet taken;
+};
+
+TEST(NSSetCategory, ApplyTargetSendsEachMember) {
+    Receiver receiver;
+    const QVariant target = QVariant::fromValue(&receiver);
+    ZRKit::zrApplyTarget(numbers, target, NSSelector("take:"));
+    EXPECT_EQ(receiver.taken, numbers);
+    receiver.taken.clear();
+    ZRKit::zrApplyTarget(NSSet(), target, NSSelector("take:"));
+    ZRKit::zrApplyTarget(numbers, target, NSSelector("unknown:"));
+    ZRKit::zrApplyTarget(numbers, QVariant(), NSSelector("take:"));
+    ZRKit::zrApplyTarget(numbers, 5, NSSelector("take:"));
+    EXPECT_TRUE(receiver.taken.isEmpty()) << "who doesn't respond is sent nothing";
+    expectException(NSInvalidArgumentException,
+                    [&] { ZRKit::zrApplyTarget(numbers, target, NSSelector("takeNothing")); });
+}
+
+TEST(NSCountedSetCategory, SortedByCountInEitherDirection) {
+    const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c");
+    const NSCountedSet set(QVariantList{b, b, b, a, c, c});
+    EXPECT_EQ(ZRKit::sortedArrayByCountAscending(set, true), (QVariantList{a, c, b}));
+    EXPECT_EQ(ZRKit::sortedArrayByCountAscending(set, false), (QVariantList{b, c, a}));
+    EXPECT_TRUE(ZRKit::sortedArrayByCountAscending(NSCountedSet(), true).isEmpty());
+    const QVariantList even =
+        ZRKit::sortedArrayByCountAscending(NSCountedSet(QVariantList{a, b, c, c}), true);
+    EXPECT_EQ(even.last(), QVariant(c));
+    EXPECT_EQ(ZRKit::set(even), (NSSet{a, b, c}));
+}
+
 TEST(NSSetCategory, ABlockThatThrowsStopsTheOperation) {
     const auto bad = [](const QVariant &) -> bool { throw std::runtime_error("stop"); };
     EXPECT_THROW(ZRKit::zrSelect(numbers, bad), std::runtime_error);
@@ -79,3 +117,5 @@ TEST(NSSetCategory, ABlockThatThrowsStopsTheOperation) {
 }
 
 } // namespace
+
+#include "NSSetTest.moc"

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/ZRCollection.h"
 
+#include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
 #include "tests/support/Expect.h"
 
+#include <QObject>
 #include <gtest/gtest.h>
 
 namespace {
@@ -199,4 +202,42 @@ TEST(ZRCollection, DescriptionForObjectTakesStringsAsTheyAre) {
     EXPECT_EQ(ZRKit::DescriptionForObject(5, QLocale::c(), 1), QStringLiteral("5"));
 }
 
+/// Describes itself by locale.
+class Localized : public QObject {
+    Q_OBJECT
+public:
+    Q_INVOKABLE QString descriptionWithLocale(const QVariant &locale) const {
+        return locale.toLocale().name() + QStringLiteral("!");
+    }
+};
+
+/// Describes itself by locale and level.
+class Indented : public Localized {
+    Q_OBJECT
+public:
+    Q_INVOKABLE QString descriptionWithLocale(const QVariant &locale, int level) const {
+        return locale.toLocale().name() + QString::number(level);
+    }
+};
+
+TEST(ZRCollection, DescriptionForObjectAsksTheObject) {
+    Localized localized;
+    Indented indented;
+    const QLocale german(QLocale::German, QLocale::Germany);
+    EXPECT_EQ(ZRKit::DescriptionForObject(QVariant::fromValue(&localized), german, 2),
+              QStringLiteral("de_DE!"));
+    EXPECT_EQ(ZRKit::DescriptionForObject(QVariant::fromValue(&indented), german, 2),
+              QStringLiteral("de_DE2"));
+    EXPECT_EQ(ZRKit::DescriptionForObject(NSNull(), german, 2), QStringLiteral("<null>"));
+}
+
+TEST(ZRCollection, IsADictionaryToWhoeverTakesAny) {
+    const QVariant value = QVariant::fromValue(ZRCollection{{b, 2}, {a, QVariantMap{{c, 3}}}});
+    EXPECT_EQ(kindOf(value), ValueKind::Dictionary);
+    EXPECT_EQ(NSKeyValueCoding::valueForKeyPath(value, QStringLiteral("a.c")), QVariant(3));
+    EXPECT_TRUE(NSObjectRuntime::isEqual(value, QVariantMap{{a, QVariantMap{{c, 3}}}, {b, 2}}));
+}
+
 } // namespace
+
+#include "ZRCollectionTest.moc"

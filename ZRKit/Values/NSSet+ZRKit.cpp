@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSSet+ZRKit.h"
+
+namespace ZRKit {
+
+void zrApplyTarget(const NSSet &set, const QVariant &target, const NSSelector &action) {
+    const NSEnumeration enumeration(set);
+    for (const QVariant &member : enumeration.elements()) {
+        if (NSObjectRuntime::respondsTo(target, action))
+            NSObjectRuntime::perform(target, action, {member});
+        enumeration.verify();
+    }
+}
+
+} // namespace ZRKit
