@@ -6,8 +6,12 @@ if(TARGET ZRKitInterface)
   install(TARGETS ZRKitInterface EXPORT ZRKitTargets)
 endif()
 install(EXPORT ZRKitTargets NAMESPACE ZRKit:: DESTINATION ${ZR_CMAKE_DIR})
+# Only what programs call, and the few headers that those need, whose names don't begin with NS or ZR.
 install(DIRECTORY platform ZRKit DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zrkit
-        FILES_MATCHING PATTERN "*.h")
+        FILES_MATCHING
+        REGEX "/(NS|ZR)[^/]*\\.h$"
+        REGEX "/(AnyObject|ValueKind|WebFrameLoadDelegate|XPCDescriptor|XPCRemote)\\.h$"
+        PATTERN "*Private.h" EXCLUDE)
 
 configure_package_config_file(cmake/ZRKitConfig.cmake.in ZRKitConfig.cmake INSTALL_DESTINATION ${ZR_CMAKE_DIR})
 write_basic_package_version_file(ZRKitConfigVersion.cmake COMPATIBILITY SameMinorVersion)

@@ -49,6 +49,12 @@ void TestKitWorker::work() {
             QFile(started).open(QIODevice::WriteOnly);
         waitForFile((*this)[QStringLiteral("path")].toString());
         doneWithResult(QStringLiteral("waited"));
+    } else if (what == u"holdAlone") {
+        QFile held((*this)[QStringLiteral("held")].toString());
+        const bool alone = held.open(QIODevice::WriteOnly | QIODevice::NewOnly);
+        waitForFile((*this)[QStringLiteral("path")].toString());
+        held.remove();
+        doneWithResult(alone);
     } else if (what == u"kill") {
         ::kill(::getpid(), SIGKILL);
     } else if (what == u"pid") {

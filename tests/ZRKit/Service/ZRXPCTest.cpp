@@ -192,21 +192,18 @@ TEST_F(Client, ATaskThatCannotBeArchivedIsLoggedAndSentAsNil) {
 TEST_F(Client, TasksOfTwoThreadsDoNotOverlap) {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("flag"));
-    Inbox<int> finished;
-    std::thread first([&] {
-        client.performXPCWithObject(doing("wait", {{QStringLiteral("path"), path}}));
-        finished.put(1);
-    });
-    EXPECT_TRUE(eventually([&] { return client.operationQueue()->operationCount() >= 1; }));
-    std::thread second([&] {
-        client.performXPCWithObject(doing("pid"));
-        finished.put(2);
-    });
+    const QString held = folder.filePath(QStringLiteral("held"));
+    const QVariant task = doing("holdAlone", {{QStringLiteral("path"), path}, {QStringLiteral("held"), held}});
+    Inbox<bool> alone;
+    const auto perform = [&] { alone.put(client.performXPCWithObject(task).toBool()); };
+    std::thread first(perform);
+    EXPECT_TRUE(eventually([&] { return QFile::exists(held); }));
+    std::thread second(perform);
     EXPECT_TRUE(eventually([&] { return client.operationQueue()->operationCount() == 2; }));
-    EXPECT_EQ(finished.count(), 0u);
+    EXPECT_EQ(alone.count(), 0u);
     QFile(path).open(QIODevice::WriteOnly);
-    EXPECT_EQ(finished.take(), 1);
-    EXPECT_EQ(finished.take(), 2);
+    EXPECT_TRUE(alone.take());
+    EXPECT_TRUE(alone.take());
     first.join();
     second.join();
 }
