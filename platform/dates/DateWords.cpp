@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/dates/DateWords.h"
 
+#include <span>
 #include <utility>
 
 namespace {
@@ -83,8 +84,7 @@ private:
 
     constexpr void add(QStringView word) { m_slots[slot(word)] = true; }
 
-    template <size_t Size>
-    constexpr void add(const Entry (&table)[Size]) {
+    constexpr void add(std::span<const Entry> table) {
         for (const Entry &entry : table)
             add(entry.first);
     }
