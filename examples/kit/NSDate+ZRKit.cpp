@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Network/NSDate+ZRKit.h"
 
-#include "ZRKit/Network/ZRTimeTrack.h"
 #include "examples/kit/Expect.h"
 
 using namespace ZRKit;
@@ -56,12 +55,6 @@ void texts() {
     expect(timeAgoInWords(QDateTime::currentDateTimeUtc()) == QStringLiteral("1 min"));
 }
 
-void timeTracking() {
-    // Logs "Time <import> [0.0000s of 0.0000s] read", and then how long each step took.
-    zxTimeTrack(QStringLiteral("import"), QStringLiteral("read"));
-    zxTimeTrack(QStringLiteral("import"), QStringLiteral("parsed"));
-}
-
 } // namespace
 
 int main() {
@@ -70,5 +63,4 @@ int main() {
     humanDates();
     days();
     texts();
-    timeTracking();
 }

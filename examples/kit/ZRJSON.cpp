@@ -12,7 +12,8 @@ using namespace Qt::StringLiterals;
 
 int main() {
     // fromJSON and fromJSONData: objects and arrays only; anything else is nil
-    const QVariant order = ZRKit::fromJSON(u"{\"id\": 18446744073709551615, \"paid\": null, \"lines\": [1.5, true]}"_s);
+    const QVariant order =
+        ZRKit::fromJSON(u"{\"id\": 18446744073709551615, \"paid\": null, \"lines\": [1.5, true]}"_s);
     expect(order.toMap()[u"id"_s] == QVariant(18446744073709551615ULL));
     expect(NSIsNull(order.toMap()[u"paid"_s]));
     expect(ZRKit::fromJSONData("[1, \"two\"]") == QVariantList{1LL, u"two"_s});

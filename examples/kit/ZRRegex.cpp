@@ -7,10 +7,12 @@ using namespace Qt::StringLiterals;
 
 int main() {
     // regexWithPattern: a wrapper, from the cache where it is there
-    const ZRRegex version = ZRRegex::regexWithPattern(u"(?<major>\\d+) \\. (?<minor>\\d+) (-(?<tag>\\w+))?"_s, 19, true);
+    const ZRRegex version =
+        ZRRegex::regexWithPattern(u"(?<major>\\d+) \\. (?<minor>\\d+) (-(?<tag>\\w+))?"_s, 19, true);
     expect(version == ZRRegex::regexWithPattern(version.pattern(), 19, true));
+    expect(version.options() == ZRRegex::DefaultOptions);
 
-    // initWithPattern: a new one; without options it takes the default ones, in which white space means nothing
+    // initWithPattern: a new one; in the default options white space means nothing
     expect(ZRRegex(u"a b"_s).allStringMatchesinString(u"ab AB"_s) == QVariantList{u"ab"_s, u"AB"_s});
     expect(ZRRegex(u"a b"_s, 0).allStringMatchesinString(u"a b ab"_s) == QVariantList{u"a b"_s});
 
@@ -31,6 +33,7 @@ int main() {
     version.enumerateMatchesInString(u"from 1.2 to 10.0-beta"_s, [](const ZRRegexMatch &match, bool *stop) {
         expect(match.stringValue() == u"1.2"_s);
         expect(match.stringForGroupName(u"major"_s) == u"1"_s);
+        expect(match.objectForKeyedSubscript(u"minor"_s) == u"2"_s);
         expect(match[u"minor"_s] == u"2"_s);
         expect(match[u"tag"_s].isEmpty() && !match[u"tag"_s].isNull()); // the group took no part
         expect(match[u"patch"_s].isNull());                             // there is no such group
@@ -41,7 +44,8 @@ int main() {
 
     // With matching options: only at the text's beginning
     int found = 0;
-    version.enumerateMatchesInString(u"from 1.2"_s, NSMatchingAnchored, [&](const ZRRegexMatch &, bool *) { ++found; });
+    version.enumerateMatchesInString(u"from 1.2"_s, NSMatchingAnchored,
+                                     [&](const ZRRegexMatch &, bool *) { ++found; });
     expect(found == 0);
     return 0;
 }

@@ -28,7 +28,8 @@ TEST(NSDateFormatter, ReadingWantsTheWholeTextAndDatesThatExist) {
     const NSDateFormatter day = formatter(QStringLiteral("yyyy-MM-dd"));
     EXPECT_TRUE(day.dateFromString(QStringLiteral("2024-02-29")).isValid());
     EXPECT_TRUE(day.dateFromString(QStringLiteral(" 2024-2-09 ")).isValid());
-    for (const char *text : {"2023-02-29", "2024-13-01", "2024-01-01x", "x2024-01-01", "2024-01", "2024-01-9", ""})
+    for (const char *text :
+         {"2023-02-29", "2024-13-01", "2024-01-01x", "x2024-01-01", "2024-01", "2024-01-9", ""})
         EXPECT_FALSE(day.dateFromString(QString::fromLatin1(text)).isValid()) << text;
     EXPECT_FALSE(day.dateFromString(QString()).isValid());
     EXPECT_EQ(formatter(QStringLiteral("HH:mm")).dateFromString(QStringLiteral("7:30")),

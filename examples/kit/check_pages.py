@@ -1,0 +1,24 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Checks that the C++ on the pages of docs/kit is what the example programs run: check_pages.py SOURCE_DIR.
+
+Each line of a page's blocks must stand in the program of the page's name, however it is indented there. A comment behind a
+line is the page's own.
+"""
+import pathlib
+import re
+import sys
+
+top = pathlib.Path(sys.argv[1])
+lines = strangers = 0
+for page in sorted((top / "docs/kit").glob("*.md")):
+    program = top / "examples/kit" / (page.stem + ".cpp")
+    code = re.sub(r"\s+", "", program.read_text()) if program.exists() else ""
+    for block in re.findall(r"```cpp\n(.*?)```", page.read_text(), re.S):
+        for line in filter(None, map(str.strip, block.splitlines())):
+            lines += 1
+            if re.sub(r"\s+", "", re.sub(r"\s//.*", "", line)) not in code:
+                strangers += 1
+                print(f"{page.name} shows what {program.name} doesn't run: {line}")
+print(f"{lines} lines, {strangers} of them not in their programs")
+sys.exit(strangers > 0 or lines == 0)
