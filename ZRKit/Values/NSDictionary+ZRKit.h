@@ -46,10 +46,12 @@ qsizetype len(const Dictionary &dictionary) {
     return dictionary.size();
 }
 
-/// The value for the key; nil where it is missing, where the null marker stands for it, and where the lookup
-/// throws. Empty values are values.
+/// The value for the key; nil where it is missing, where the null marker stands for it, where the lookup
+/// throws, and for a nil key. Empty values are values.
 template <DictionaryLike Dictionary>
 QVariant key(const Dictionary &dictionary, const QString &k) {
+    if (k.isNull())
+        return {};
     try {
         QVariant value = dictionary.value(k);
         return NSIsNull(value) ? QVariant() : value;
@@ -82,7 +84,7 @@ QVariant keys(const Dictionary &dictionary, const QStringList &list) {
 /// Whether there is an object for the key; the null marker is one.
 template <DictionaryLike Dictionary>
 bool has(const Dictionary &dictionary, const QString &k) {
-    return !NSIsNil(dictionary.value(k));
+    return !k.isNull() && !NSIsNil(dictionary.value(k));
 }
 
 /// The receiver's entries with the other's over them: of equal keys the other's wins.
@@ -93,6 +95,13 @@ Dictionary mergeDict(const Dictionary &dictionary,
     for (auto it = other.cbegin(); it != other.cend(); ++it)
         merged.insert(it.key(), it.value());
     return merged;
+}
+
+/// The same, just a copy for nil.
+template <WholeDictionary Dictionary, WholeDictionary Other>
+Dictionary mergeDict(const Dictionary &dictionary,
+                     const std::optional<Other> &other) requires MutableDictionary<Dictionary> {
+    return other ? mergeDict(dictionary, *other) : dictionary;
 }
 
 /// The block's results over all entries, `block(key, object)`, in the order of the keys, those that are nil

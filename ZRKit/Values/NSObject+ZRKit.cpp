@@ -60,83 +60,80 @@ bool numberIsTrue(const QVariant &number) {
     return integerOf(number) != 0;
 }
 
-float floatOf(const NSDecimalNumber &decimal) {
-    return decimal.isNaN() ? std::numeric_limits<float>::quiet_NaN()
-                           : NumberText::floatValue(decimal.stringValue());
-}
-
 double secondsOf(const QVariant &date) {
     return double(held<QDateTime>(date).toMSecsSinceEpoch()) / 1000;
 }
 
-bool respondsTo(const QVariant &value, const char *name) {
-    return NSObjectRuntime::respondsTo(value, NSSelector(name));
-}
-
 bool isTrueObject(const QVariant &value) {
     for (const char *name : {"count", "length"}) {
-        if (respondsTo(value, name))
-            return toBool(NSObjectRuntime::perform(value, NSSelector(name)));
+        if (const auto size = NSObjectRuntime::answer(value, name))
+            return toBool(*size);
     }
     return true;
 }
 
+/// An invalid URL has no text.
+bool hasText(const QUrl &url) {
+    return url.isValid() || !url.toEncoded().isEmpty();
+}
+
 /// stringValue, else description, else the empty string.
 QString textOf(const QVariant &value, ValueKind kind) {
-    if (NSObjectRuntime::hasStringValue(value))
-        return NSObjectRuntime::stringValue(value);
     if (kind == ValueKind::Object || kind == ValueKind::Gadget) {
-        if (!respondsTo(value, "description"))
-            return QStringLiteral("");
-        return NSObjectRuntime::perform(value, NSSelector("description")).toString();
+        for (const char *name : {"stringValue", "description"}) {
+            if (const auto text = NSObjectRuntime::answer(value, name))
+                return text->toString();
+        }
+        return QStringLiteral("");
     }
-    return NSObjectRuntime::description(value);
+    return NSObjectRuntime::hasStringValue(value) ? NSObjectRuntime::stringValue(value)
+                                                  : NSObjectRuntime::description(value);
 }
 
-const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &converted) {
-    const auto find = [&](const auto &entries) -> const QVariant * {
-        const auto at = entries.constFind(key);
-        return at == entries.constEnd() ? nullptr : &at.value();
-    };
-    const int type = dictionary.typeId();
-    if (type == QMetaType::QVariantMap)
-        return find(held<QVariantMap>(dictionary));
-    if (type == QMetaType::QVariantHash)
-        return find(held<QVariantHash>(dictionary));
-    converted = dictionaryOf(dictionary).value(key);
-    return converted.isValid() ? &converted : nullptr;
+/// The kinds that paths are made of first.
+ValueKind stepKind(const QVariant &value) {
+    switch (value.typeId()) {
+    case QMetaType::QVariantMap:
+        return ValueKind::Dictionary;
+    case QMetaType::QVariantList:
+        return ValueKind::Array;
+    default:
+        return kindOf(value);
+    }
 }
 
-const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &converted) {
-    const auto inside = [index](const auto &elements) { return index >= 0 && index < elements.size(); };
-    if (array.typeId() == QMetaType::QVariantList) {
-        const auto &elements = held<QVariantList>(array);
-        return inside(elements) ? &elements[index] : nullptr;
+/// A component's integer; -1, which no array has, where that is 0 and the component is not "0".
+qint64 indexIn(QStringView component) {
+    constexpr qsizetype Short = 18; // so many digits can't overflow
+    qint64 index = 0;
+    for (const QChar c : component) {
+        if (c < QLatin1Char('0') || c > QLatin1Char('9') || component.size() > Short) {
+            index = NumberText::longLongValue(component);
+            break;
+        }
+        index = index * 10 + (c.unicode() - u'0');
     }
-    const QVariantList elements = arrayOf(array);
-    if (!inside(elements))
-        return nullptr;
-    converted = elements[index];
-    return &converted;
+    return index == 0 && component != u"0" ? -1 : index;
 }
 
 /// A step on a path that is neither a dictionary's nor an array's, or whose element is missing, ends it:
 /// nullptr. `scratch` holds values that had to be made.
 const QVariant *walk(const QVariant *current, QStringView rest, QVariant &scratch) {
+    QVariant made;
     while (!rest.isEmpty()) {
         const qsizetype slash = rest.indexOf(QLatin1Char('/'));
         const QStringView component = slash < 0 ? rest : rest.first(slash);
         rest = slash < 0 ? QStringView() : rest.sliced(slash + 1);
         if (component.isEmpty())
             continue;
-        const ValueKind kind = kindOf(*current);
-        QVariant made;
-        if (kind == ValueKind::Dictionary) {
+        switch (stepKind(*current)) {
+        case ValueKind::Dictionary:
             // The key only lives for the search, so it needs no memory of its own.
             current = entryOf(*current, QString::fromRawData(component.data(), component.size()), made);
-        } else if (kind == ValueKind::Array) {
+            break;
+        case ValueKind::Array:
             if (component == u"*" || component == u"?") {
-                for (const QVariant &element : arrayOf(*current)) {
+                for (const QVariantList elements = arrayOf(*current); const QVariant &element : elements) {
                     QVariant inner;
                     if (const QVariant *found = walk(&element, rest, inner); found && !NSIsNil(*found)) {
                         scratch = *found;
@@ -145,11 +142,9 @@ const QVariant *walk(const QVariant *current, QStringView rest, QVariant &scratc
                 }
                 return nullptr;
             }
-            const qint64 index = NumberText::longLongValue(component);
-            if (index == 0 && component != u"0")
-                return nullptr;
-            current = elementOf(*current, index, made);
-        } else {
+            current = elementOf(*current, indexIn(component), made);
+            break;
+        default:
             return nullptr;
         }
         if (!current)
@@ -246,7 +241,7 @@ float toFloat(const QVariant &receiver) {
     case ValueKind::Number:
         return receiver.toFloat();
     case ValueKind::Decimal:
-        return floatOf(held<NSDecimalNumber>(receiver));
+        return held<NSDecimalNumber>(receiver).floatValue();
     case ValueKind::String:
         return NumberText::floatValue(held<QString>(receiver));
     case ValueKind::Date:
@@ -349,19 +344,15 @@ bool isTrue(const QVariant &receiver) {
         return !decimal.isZero() && !decimal.isNaN();
     }
     case ValueKind::URL:
-        return !held<QUrl>(receiver).toEncoded().isEmpty();
+        return hasText(held<QUrl>(receiver));
     case ValueKind::String:
         return !held<QString>(receiver).isEmpty();
     case ValueKind::Data:
         return !held<QByteArray>(receiver).isEmpty();
     case ValueKind::Array:
-        return receiver.typeId() == QMetaType::QVariantList ? !held<QVariantList>(receiver).isEmpty()
-                                                            : !arrayOf(receiver).isEmpty();
     case ValueKind::Dictionary:
-        return receiver.typeId() == QMetaType::QVariantMap ? !held<QVariantMap>(receiver).isEmpty()
-                                                           : !dictionaryOf(receiver).isEmpty();
     case ValueKind::Set:
-        return !held<NSSet>(receiver).isEmpty();
+        return countOf(receiver) != 0;
     case ValueKind::Object:
     case ValueKind::Gadget:
         return isTrueObject(receiver);

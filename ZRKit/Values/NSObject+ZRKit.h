@@ -203,7 +203,8 @@ void setAssociatedValues(QObject *receiver, const QVariant &associatedValues);
 /// attached isn't a dictionary.
 QVariant associatedObjectForKey(const QObject *receiver, const QString &key);
 /// Attaches a value. The object's lock (NSObjectLock) is held only while the dictionary is looked up or made.
-/// Throws NSException (NSInvalidArgumentException) for nil, and where what is attached isn't a dictionary.
+/// Throws NSException (NSInvalidArgumentException) for nil as the object or the key, and where what is
+/// attached isn't a dictionary.
 void setAssociatedObject(QObject *receiver, const QVariant &object, const QString &key);
 
 } // namespace ZRKit

@@ -73,7 +73,9 @@ QVariant associatedObjectForKey(const QObject *receiver, const QString &key) {
         return {};
     if (kindOf(values) != ValueKind::Dictionary)
         NSObjectRuntime::raiseUnrecognized(values, NSSelector("objectForKey:"));
-    return values.toMap().value(key);
+    QVariant made;
+    const QVariant *object = entryOf(values, key, made);
+    return object ? *object : QVariant();
 }
 
 void setAssociatedObject(QObject *receiver, const QVariant &object, const QString &key) {
@@ -95,6 +97,8 @@ void setAssociatedObject(QObject *receiver, const QVariant &object, const QStrin
     if (NSIsNil(object))
         throw NSException(NSInvalidArgumentException,
                           QStringLiteral("nil can't be attached under the key \"%1\".").arg(key));
+    if (key.isNull())
+        throw NSException(NSInvalidArgumentException, QStringLiteral("Nothing can be attached under nil."));
     static_cast<QVariantMap *>(attached->values.data())->insert(key, object);
 }
 

@@ -8,11 +8,9 @@
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/ValueKind.h"
 
-namespace {
+#include <algorithm>
 
-// Whoever knows only of dictionaries sees one.
-const bool isConvertible =
-    QMetaType::registerConverter<ZRCollection, QVariantMap>(&ZRCollection::toVariantMap);
+namespace {
 
 void requireIndex(qsizetype index, qsizetype limit) {
     if (index < 0 || index >= limit)
@@ -30,13 +28,15 @@ void requireEntry(const QVariant &object, const QString &key) {
                           QStringLiteral("The object for the key \"%1\" can't be nil.").arg(key));
 }
 
+// Whoever knows only of dictionaries sees one.
 [[maybe_unused]] const bool isRegistered = registerDictionaryType<ZRCollection>();
 
 } // namespace
 
 ZRCollection::ZRCollection(qsizetype capacity) {
-    m_dictionary.reserve(capacity);
-    m_array.reserve(capacity);
+    const qsizetype room = std::max<qsizetype>(capacity, 0);
+    m_dictionary.reserve(room);
+    m_array.reserve(room);
 }
 
 ZRCollection::ZRCollection(std::initializer_list<std::pair<QString, QVariant>> entries) {
@@ -62,7 +62,7 @@ void ZRCollection::setObject(const QVariant &object, const QString &key) {
 }
 
 void ZRCollection::removeObjectForKey(const QString &key) {
-    if (!m_dictionary.contains(key))
+    if (!contains(key))
         return;
     // The caller's key may be the very one in the order.
     const QString removed = key;
@@ -82,8 +82,16 @@ void ZRCollection::insertObject(const QVariant &object, const QString &key, qsiz
     ++m_mutations;
 }
 
+const QVariant *ZRCollection::find(const QString &key) const {
+    // Hashing takes nil for the empty string.
+    if (key.isNull())
+        return nullptr;
+    const auto at = m_dictionary.constFind(key);
+    return at == m_dictionary.constEnd() ? nullptr : &at.value();
+}
+
 qsizetype ZRCollection::indexOfKey(const QString &key) const {
-    return m_dictionary.contains(key) ? m_array.indexOf(key) : NSNotFound;
+    return contains(key) ? m_array.indexOf(key) : NSNotFound;
 }
 
 QString ZRCollection::keyAtIndex(qsizetype index) const {
@@ -194,6 +202,18 @@ ZRCollection::const_iterator &ZRCollection::const_iterator::operator++() {
 
 namespace ZRKit {
 
+namespace {
+
+/// A number with the locale's decimal separator; digits are not grouped.
+QString numberText(const QVariant &number, const QLocale &locale) {
+    QString text = NSObjectRuntime::stringValue(number);
+    if (const QString point = locale.decimalPoint(); point != QStringLiteral("."))
+        text.replace(QLatin1Char('.'), point);
+    return text;
+}
+
+} // namespace
+
 QString DescriptionForObject(const QVariant &object, const QLocale &locale, int level) {
     if (object.metaType().id() == QMetaType::QString)
         return object.toString();
@@ -204,7 +224,13 @@ QString DescriptionForObject(const QVariant &object, const QLocale &locale, int 
         return NSObjectRuntime::perform(object, indented, {locale, level}).toString();
     if (NSObjectRuntime::respondsTo(object, localized))
         return NSObjectRuntime::perform(object, localized, {locale}).toString();
-    return NSObjectRuntime::description(object);
+    switch (kindOf(object)) {
+    case ValueKind::Number:
+    case ValueKind::Decimal:
+        return numberText(object, locale);
+    default:
+        return NSObjectRuntime::description(object, level);
+    }
 }
 
 std::optional<QVariantMap> deepMutableCopy(const ZRCollection &collection) {

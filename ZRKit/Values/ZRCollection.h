@@ -22,7 +22,7 @@ public:
     class const_iterator;
 
     ZRCollection() = default;
-    /// Empty, with room for so many entries.
+    /// Empty, with room for so many entries; a number below 0 counts as 0.
     explicit ZRCollection(qsizetype capacity);
     /// The entries in the order given; of equal keys the later object wins, in the first one's place.
     ZRCollection(std::initializer_list<std::pair<QString, QVariant>> entries);
@@ -39,7 +39,12 @@ public:
 
     qsizetype count() const { return m_array.size(); }
     /// The object for the key, nil where there is none.
-    QVariant objectForKey(const QString &key) const { return m_dictionary.value(key); }
+    QVariant objectForKey(const QString &key) const {
+        const QVariant *object = find(key);
+        return object ? *object : QVariant();
+    }
+    /// The same without a copy, nullptr where there is none. Valid until the collection changes.
+    const QVariant *find(const QString &key) const;
     /// Stores the object; a new key goes to the end, one that is there keeps its place. Raises
     /// NSInvalidArgumentException where the object or the key is nil.
     void setObject(const QVariant &object, const QString &key);
@@ -104,7 +109,7 @@ public:
     // The names that Qt's dictionaries have for the same.
     qsizetype size() const { return count(); }
     bool isEmpty() const { return m_array.isEmpty(); }
-    bool contains(const QString &key) const { return m_dictionary.contains(key); }
+    bool contains(const QString &key) const { return find(key); }
     QVariant value(const QString &key) const { return objectForKey(key); }
     void insert(const QString &key, const QVariant &object) { setObject(object, key); }
     QVariantMap toVariantMap() const;
@@ -167,8 +172,9 @@ inline ZRCollection::const_iterator ZRCollection::cend() const {
 
 namespace ZRKit {
 
-/// The text of an object inside a nested description: a string as it is, a collection or an object that
-/// describes itself by locale and indentation so, anything else by its description.
+/// The text of an object inside a nested description: a string as it is; a collection, or an object that has
+/// "descriptionWithLocale:indent:" or "descriptionWithLocale:", as that says; a number with the locale's
+/// decimal separator; an array, dictionary or set indented by the level; anything else by its description.
 QString DescriptionForObject(const QVariant &object, const QLocale &locale, int level);
 
 std::optional<QVariantMap> deepMutableCopy(const ZRCollection &collection);

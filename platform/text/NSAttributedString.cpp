@@ -3,9 +3,18 @@
 
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
 
 #include <algorithm>
 #include <utility>
+
+QString NSAttributedString::description() const {
+    QString text = QStringLiteral("");
+    for (const Run &run : m_runs)
+        text.append(QStringView(m_string).mid(run.range.location, run.range.length))
+            .append(NSObjectRuntime::description(run.attributes));
+    return text;
+}
 
 NSAttributedString::NSAttributedString(const QString &string, const QVariantMap &attributes) {
     if (string.isEmpty())

@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QMetaType>
+#include <QObject>
 #include <QString>
 #include <QVariantMap>
 #include <functional>
@@ -15,6 +16,11 @@
 /// attributed strings are equal where their texts and the attributes of each unit are. A plain value: copies
 /// share their data, a const one may be read from any thread.
 class NSAttributedString {
+    Q_GADGET
+    Q_PROPERTY(QString string READ string)
+    Q_PROPERTY(qsizetype length READ length)
+    Q_PROPERTY(QString description READ description)
+
 public:
     /// A stretch with the same attributes throughout.
     struct Run {
@@ -31,6 +37,8 @@ public:
     /// The text without its attributes; never null.
     QString string() const { return m_string; }
     qsizetype length() const { return m_string.size(); }
+    /// Each stretch's text followed by its attributes as a dictionary is described.
+    QString description() const;
     /// The stretches in order, without gaps; none for the empty text.
     QList<Run> runs() const { return m_runs; }
 
@@ -64,6 +72,8 @@ protected:
 /// An attributed string that can be changed. Every range that isn't within the text raises NSRangeException
 /// and changes nothing.
 class NSMutableAttributedString : public NSAttributedString {
+    Q_GADGET
+
 public:
     using NSAttributedString::NSAttributedString;
     NSMutableAttributedString(const NSAttributedString &other) : NSAttributedString(other) {}

@@ -3,7 +3,9 @@
 
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
 
+#include <QStringList>
 #include <algorithm>
 
 NSCountedSet::NSCountedSet(const QVariantList &array) {
@@ -36,6 +38,18 @@ void NSCountedSet::removeObject(const QVariant &object) {
 
 NSSet NSCountedSet::set() const {
     return NSSet(m_counts.keyBegin(), m_counts.keyEnd());
+}
+
+QString NSCountedSet::description() const {
+    QStringList lines;
+    for (auto it = m_counts.cbegin(); it != m_counts.cend(); ++it) {
+        QString member = NSObjectRuntime::descriptionInside(it.key(), 1);
+        lines.append(QStringLiteral("    %1 [%2]").arg(member, QString::number(it.value())));
+    }
+    lines.sort();
+    return lines.isEmpty()
+               ? QStringLiteral("{()}")
+               : QStringLiteral("{(\n") + lines.join(QStringLiteral(",\n")) + QStringLiteral("\n)}");
 }
 
 void NSCountedSet::unionSet(const NSCountedSet &other) {

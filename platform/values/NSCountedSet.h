@@ -5,11 +5,18 @@
 
 #include <QHash>
 #include <QMetaType>
+#include <QObject>
+#include <QString>
 #include <QVariantList>
 
 /// A set that counts how often each of its members was added. Members are equal as those of NSSet are. A
-/// plain value.
+/// plain value, whose count decides whether it is true.
 class NSCountedSet {
+    Q_GADGET
+    Q_PROPERTY(qsizetype count READ count)
+    Q_PROPERTY(QVariantList allObjects READ allObjects)
+    Q_PROPERTY(QString description READ description)
+
 public:
     NSCountedSet() = default;
     /// Each element as often as it is there.
@@ -31,6 +38,8 @@ public:
     /// The distinct members in no particular order.
     QVariantList allObjects() const { return m_counts.keys(); }
     NSSet set() const;
+    /// As a set is described, each member followed by its count: `"a" [2]`.
+    QString description() const;
 
     /// Adds the other's counts, takes them away, keeps the smaller of both.
     void unionSet(const NSCountedSet &other);

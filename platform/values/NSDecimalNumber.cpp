@@ -441,6 +441,31 @@ QString NSDecimalNumber::stringValue() const {
     return QString::fromLatin1(at, end - at);
 }
 
+namespace {
+
+/// The nearest number of a decimal that isn't not-a-number.
+template <typename Number>
+Number nearest(Small mantissa, int exponent, bool negative) {
+    char text[64];
+    char *const end = text + sizeof text;
+    char *at = std::to_chars(text + 45, end, exponent).ptr;
+    char *const last = at;
+    at = text + 45;
+    *--at = 'e';
+    do
+        *--at = char('0' + int(mantissa % 10));
+    while ((mantissa /= 10) != 0);
+    if (negative)
+        *--at = '-';
+    Number number = 0;
+    if (std::from_chars(at, last, number).ec == std::errc::result_out_of_range && exponent > 0)
+        number =
+            negative ? -std::numeric_limits<Number>::infinity() : std::numeric_limits<Number>::infinity();
+    return number;
+}
+
+} // namespace
+
 double NSDecimalNumber::doubleValue() const {
     if (m_nan)
         return std::numeric_limits<double>::quiet_NaN();
@@ -452,19 +477,12 @@ double NSDecimalNumber::doubleValue() const {
             m_exponent < 0 ? double(m_low) / Powers[-m_exponent] : double(m_low) * Powers[m_exponent];
         return m_negative ? -magnitude : magnitude;
     }
-    char text[64];
-    char *const end = text + sizeof text;
-    char *at = std::to_chars(text + 45, end, m_exponent).ptr;
-    char *const last = at;
-    at = text + 45;
-    *--at = 'e';
-    for (Small mantissa = Arithmetic::mantissa(*this); mantissa != 0; mantissa /= 10)
-        *--at = char('0' + int(mantissa % 10));
-    if (m_negative)
-        *--at = '-';
-    double number = 0;
-    std::from_chars(at, last, number);
-    return number;
+    return nearest<double>(Arithmetic::mantissa(*this), m_exponent, m_negative);
+}
+
+float NSDecimalNumber::floatValue() const {
+    return m_nan ? std::numeric_limits<float>::quiet_NaN()
+                 : nearest<float>(Arithmetic::mantissa(*this), m_exponent, m_negative);
 }
 
 namespace {

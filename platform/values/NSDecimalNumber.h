@@ -60,6 +60,8 @@ public:
     QString stringValue() const;
     /// The nearest double.
     double doubleValue() const;
+    /// The nearest float, rounded once.
+    float floatValue() const;
     /// The integer part, towards zero; beyond 64 bits the nearest limit; 0 for not-a-number.
     qint64 longLongValue() const;
     /// The same for unsigned integers; negative numbers wrap, as strtoull has it, and saturate beyond 64

@@ -239,7 +239,7 @@ QVariant NSExpression::expressionValueWithObject(const QVariant &object, const Q
         const QVariant collection = childValue(m_node->children.constFirst());
         QVariantMap inner = context;
         QVariantList selected;
-        for (const QVariant &element : arrayOf(collection)) {
+        for (const QVariantList elements = arrayOf(collection); const QVariant &element : elements) {
             inner.insert(m_node->name, element);
             if (m_node->predicate.evaluateWithObject(object, inner))
                 selected.append(element);

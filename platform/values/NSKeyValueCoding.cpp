@@ -229,7 +229,7 @@ NSSet setOf(const Values &values) {
 /// The rest's value of each element; nil where it is nil.
 Values eachValue(const QVariant &collection, const QString &rest) {
     Values values;
-    for (const QVariant &element : arrayOf(collection))
+    for (const QVariantList elements = arrayOf(collection); const QVariant &element : elements)
         values << valueForKeyPath(element, rest);
     return values;
 }
@@ -245,7 +245,7 @@ Values withoutNil(const Values &values) {
 
 Values valuesInside(const QVariant &collection, const QString &rest, ValueKind inner, const QString &name) {
     Values values;
-    for (const QVariant &element : arrayOf(collection)) {
+    for (const QVariantList elements = arrayOf(collection); const QVariant &element : elements) {
         if (kindOf(element) != inner)
             throw NSException(NSInvalidArgumentException,
                               QStringLiteral("%1 needs a collection of collections of its kind, not of %2.")
@@ -266,7 +266,7 @@ QVariant extreme(const Values &values, NSComparisonResult wanted) {
 
 QVariant applyOperator(const QVariant &collection, const QString &name, const QString &rest) {
     if (name == QStringLiteral("@count"))
-        return arrayOf(collection).size();
+        return countOf(collection);
     if (rest.isEmpty())
         throw NSException(NSInvalidArgumentException, QStringLiteral("%1 needs a key path.").arg(name));
     const bool isSet = kindOf(collection) == ValueKind::Set;
@@ -411,15 +411,16 @@ QVariant valueForKey(const QVariant &receiver, const QString &key) {
         return {};
     case ValueKind::Dictionary: {
         if (key == QStringLiteral("@count"))
-            return dictionaryOf(receiver).size();
-        const QVariant value = dictionaryOf(receiver).value(key);
-        return NSIsNil(value) ? QVariant() : value;
+            return countOf(receiver);
+        QVariant made;
+        const QVariant *value = entryOf(receiver, key, made);
+        return value && !NSIsNil(*value) ? *value : QVariant();
     }
     case ValueKind::Array: {
         if (isOperator(key))
             return applyOperator(receiver, key, {});
         QVariantList values;
-        for (const QVariant &element : arrayOf(receiver)) {
+        for (const QVariantList elements = arrayOf(receiver); const QVariant &element : elements) {
             const QVariant value = valueForKey(element, key);
             values << (NSIsNil(value) ? NSNull() : value);
         }

@@ -3,6 +3,7 @@
 
 #include "platform/values/NSError.h"
 #include "platform/values/NSObjectRuntime.h"
+#include "platform/values/ValueKind.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -17,16 +18,16 @@ bool NSIsNil(const QVariant &value) {
     case QMetaType::UnknownType:
         return true;
     case QMetaType::QString:
-        return value.value<QString>().isNull();
+        return held<QString>(value).isNull();
     case QMetaType::QByteArray:
-        return value.value<QByteArray>().isNull();
+        return held<QByteArray>(value).isNull();
     case QMetaType::QDateTime:
-        return !value.value<QDateTime>().isValid();
+        return !held<QDateTime>(value).isValid();
     case QMetaType::QUrl:
-        return value.value<QUrl>().isEmpty();
+        return held<QUrl>(value).isEmpty();
     default:
         if (value.metaType().flags() & QMetaType::PointerToQObject)
-            return !*static_cast<QObject *const *>(value.constData());
+            return !held<QObject *>(value);
         return value.metaType() == QMetaType::fromType<NSError>() && value.value<NSError>().isNil();
     }
 }

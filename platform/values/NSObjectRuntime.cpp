@@ -151,16 +151,6 @@ QVariant callMember(const Instance &instance, Member member, const QVariantList 
     return {};
 }
 
-/// What the object's own method or property of that name says; false if it has none.
-bool ask(const QVariant &value, const char *name, QVariant &answer) {
-    const Instance instance = instanceOf(value);
-    const Member member = memberOf(instance.metaObject, name, 0);
-    if (member.sort == Member::None)
-        return false;
-    answer = callMember(instance, member, {});
-    return true;
-}
-
 // ---- Numbers
 
 struct Number {
@@ -372,9 +362,8 @@ bool describesItself(const QVariant &dictionary) {
 }
 
 QString objectText(const QVariant &value) {
-    QVariant answer;
-    if (ask(value, "description", answer))
-        return answer.toString();
+    if (const auto text = answer(value, "description"))
+        return text->toString();
     if (const QObject *object = objectOf(value))
         return QStringLiteral("<%1: 0x%2>").arg(className(value)).arg(quintptr(object), 0, 16);
     return otherText(value);
@@ -426,7 +415,7 @@ void write(QString &out, const QVariant &value, int indent) {
         return;
     case ValueKind::Array: {
         QStringList lines;
-        for (const QVariant &element : arrayOf(value))
+        for (const QVariantList elements = arrayOf(value); const QVariant &element : elements)
             lines << nested(element);
         writeLines(out, lines, QLatin1String("("), QLatin1String(")"), QLatin1String(","), {}, indent);
         return;
@@ -515,9 +504,8 @@ bool isEqual(const QVariant &a, const QVariant &b) {
 
 size_t hash(const QVariant &value) {
     if (objectOf(value)) {
-        QVariant answer;
-        if (ask(value, "hash", answer))
-            return size_t(answer.toULongLong());
+        if (const auto own = answer(value, "hash"))
+            return size_t(own->toULongLong());
     }
     return qHash(value, 0);
 }
@@ -542,6 +530,23 @@ NSComparisonResult compare(const QVariant &a, const QVariant &b) {
 QString description(const QVariant &value) {
     QString text;
     write(text, value, 0);
+    return text;
+}
+
+QString description(const QVariant &value, int level) {
+    const ValueKind kind = kindOf(value);
+    const bool isIndented = kind == ValueKind::Array || kind == ValueKind::Set ||
+                            (kind == ValueKind::Dictionary && !describesItself(value));
+    if (!isIndented)
+        return description(value);
+    QString text(qsizetype(level) * 4, QLatin1Char(' '));
+    write(text, value, level);
+    return text;
+}
+
+QString descriptionInside(const QVariant &value, int level) {
+    QString text;
+    writeNested(text, value, level);
     return text;
 }
 
@@ -575,8 +580,8 @@ QString stringValue(const QVariant &value) {
         return held<QString>(value);
     case ValueKind::Object:
     case ValueKind::Gadget: {
-        QVariant answer;
-        return ask(value, "stringValue", answer) ? answer.toString() : QString();
+        const auto own = answer(value, "stringValue");
+        return own ? own->toString() : QString();
     }
     default:
         return {};
@@ -595,8 +600,8 @@ double doubleValue(const QVariant &value) {
         return double(held<QDateTime>(value).toMSecsSinceEpoch()) / 1000;
     case ValueKind::Object:
     case ValueKind::Gadget: {
-        QVariant answer;
-        return ask(value, "doubleValue", answer) ? answer.toDouble() : 0;
+        const auto own = answer(value, "doubleValue");
+        return own ? own->toDouble() : 0;
     }
     default:
         return 0;
@@ -606,6 +611,15 @@ double doubleValue(const QVariant &value) {
 bool respondsTo(const QVariant &receiver, const NSSelector &selector) {
     return memberOf(instanceOf(receiver).metaObject, selector.methodName(), selector.argumentCount()).sort !=
            Member::None;
+}
+
+std::optional<QVariant> answer(const QVariant &receiver, const char *name) {
+    const Instance instance = instanceOf(receiver);
+    // The name needs no memory of its own.
+    const Member member = memberOf(instance.metaObject, QByteArray::fromRawData(name, qstrlen(name)), 0);
+    if (member.sort == Member::None)
+        return std::nullopt;
+    return callMember(instance, member, {});
 }
 
 QMetaType argumentType(const QVariant &receiver, const NSSelector &selector, int index) {

@@ -6,6 +6,7 @@
 
 #include <QStringList>
 #include <QVariant>
+#include <optional>
 
 enum NSComparisonResult : int {
     NSOrderedAscending = -1,
@@ -48,6 +49,12 @@ NSComparisonResult compare(const QVariant &a, const QVariant &b);
 /// makes
 ///   of them.
 QString description(const QVariant &value);
+/// The same with each line of a container, the first one too, indented by so many levels of four spaces; any
+/// other value's text as it is.
+QString description(const QVariant &value, int level);
+/// The text that a value has inside a container whose lines are indented by so many levels: a string in
+/// quotes, nested lines indented further.
+QString descriptionInside(const QVariant &value, int level);
 
 /// True for numbers, decimals, strings, and objects that declare "stringValue".
 bool hasStringValue(const QVariant &value);
@@ -62,6 +69,9 @@ double doubleValue(const QVariant &value);
 /// True when a message of this name can be sent to the value: to objects and gadgets what they declare; to
 /// other values nothing.
 bool respondsTo(const QVariant &receiver, const NSSelector &selector);
+
+/// What the value answers to a message without arguments; std::nullopt where it doesn't respond.
+std::optional<QVariant> answer(const QVariant &receiver, const char *name);
 
 /// The type of an argument of a message that the receiver responds to; an invalid type otherwise.
 QMetaType argumentType(const QVariant &receiver, const NSSelector &selector, int index = 0);

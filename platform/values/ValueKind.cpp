@@ -38,6 +38,16 @@ ValueKind rareKind(const QVariant &value) {
     return ValueKind::Other;
 }
 
+/// The registered class's, without functions for any other dictionary.
+DictionaryAccess accessTo(const QVariant &dictionary) {
+    DictionaryAccess access;
+    if (dictionary.typeId() >= QMetaType::User &&
+        !QMetaType::convert(dictionary.metaType(), dictionary.constData(),
+                            QMetaType::fromType<DictionaryAccess>(), &access))
+        return {};
+    return access;
+}
+
 } // namespace
 
 ValueKind kindOf(const QVariant &value) {
@@ -96,6 +106,78 @@ QVariantList arrayOf(const QVariant &value) {
 
 QVariantMap dictionaryOf(const QVariant &value) {
     return kindOf(value) == ValueKind::Dictionary ? value.toMap() : QVariantMap();
+}
+
+qsizetype countOf(const QVariant &collection) {
+    switch (collection.typeId()) {
+    case QMetaType::QVariantList:
+        return held<QVariantList>(collection).size();
+    case QMetaType::QStringList:
+        return held<QStringList>(collection).size();
+    case QMetaType::QVariantMap:
+        return held<QVariantMap>(collection).size();
+    case QMetaType::QVariantHash:
+        return held<QVariantHash>(collection).size();
+    default:
+        break;
+    }
+    switch (kindOf(collection)) {
+    case ValueKind::Array:
+        return arrayOf(collection).size();
+    case ValueKind::Set:
+        return held<NSSet>(collection).size();
+    case ValueKind::Dictionary: {
+        const DictionaryAccess access = accessTo(collection);
+        return access.count ? access.count(access.dictionary) : dictionaryOf(collection).size();
+    }
+    default:
+        return 0;
+    }
+}
+
+const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made) {
+    const auto isInside = [index](const auto &elements) { return index >= 0 && index < elements.size(); };
+    if (array.typeId() == QMetaType::QVariantList) {
+        const auto &elements = held<QVariantList>(array);
+        return isInside(elements) ? &elements[index] : nullptr;
+    }
+    if (array.typeId() == QMetaType::QStringList) {
+        const auto &elements = held<QStringList>(array);
+        if (!isInside(elements))
+            return nullptr;
+        made = elements[index];
+        return &made;
+    }
+    if (kindOf(array) != ValueKind::Array)
+        return nullptr;
+    const QVariantList elements = arrayOf(array);
+    if (!isInside(elements))
+        return nullptr;
+    made = elements[index];
+    return &made;
+}
+
+const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &made) {
+    if (key.isNull())
+        return nullptr;
+    const auto find = [&](const auto &entries) -> const QVariant * {
+        const auto at = entries.constFind(key);
+        return at == entries.constEnd() ? nullptr : &at.value();
+    };
+    if (dictionary.typeId() == QMetaType::QVariantMap)
+        return find(held<QVariantMap>(dictionary));
+    if (dictionary.typeId() == QMetaType::QVariantHash)
+        return find(held<QVariantHash>(dictionary));
+    if (kindOf(dictionary) != ValueKind::Dictionary)
+        return nullptr;
+    if (const DictionaryAccess access = accessTo(dictionary); access.find)
+        return access.find(access.dictionary, key);
+    const QVariantMap entries = dictionaryOf(dictionary);
+    const auto at = entries.constFind(key);
+    if (at == entries.constEnd())
+        return nullptr;
+    made = *at;
+    return &made;
 }
 
 DictionaryEntries entriesOf(const QVariant &value) {

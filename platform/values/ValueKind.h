@@ -39,14 +39,30 @@ QVariantList arrayOf(const QVariant &value);
 /// The entries of a dictionary; empty for any other kind.
 QVariantMap dictionaryOf(const QVariant &value);
 
+/// The number of elements of an array or set, or of entries of a dictionary; 0 for any other kind.
+qsizetype countOf(const QVariant &collection);
+/// An array's element, without a copy of the array; nullptr out of range and for any other kind. Where the
+/// element isn't stored as a value it is made in `made`.
+const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made);
+/// A dictionary's value for the key, without a copy of the dictionary; nullptr where there is none, for a
+/// null key and for any other kind.
+const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &made);
+
 using DictionaryEntries = QList<std::pair<QString, QVariant>>;
 /// The entries of a dictionary in its own order, which is that of the keys unless its class has another;
 /// empty for any other kind.
 DictionaryEntries entriesOf(const QVariant &value);
 
+/// How a registered class is looked into where it is.
+struct DictionaryAccess {
+    const void *dictionary = nullptr;
+    qsizetype (*count)(const void *dictionary) = nullptr;
+    const QVariant *(*find)(const void *dictionary, const QString &key) = nullptr;
+};
+
 /// Makes a class count as a dictionary wherever values are looked at. It has begin() and end() over its
-/// entries, whose iterators have key() and value(), and insert(key, value); if it has a description(), that
-/// is its text. Call it once for each class.
+/// entries, whose iterators have key() and value(), insert(key, value), size() and find(key), which gives a
+/// pointer to the value or nullptr; if it has a description(), that is its text. Call it once for each class.
 template <typename Dictionary>
 bool registerDictionaryType() {
     bool done = QMetaType::registerConverter<Dictionary, QVariantMap>([](const Dictionary &dictionary) {
@@ -66,6 +82,14 @@ bool registerDictionaryType() {
         for (const auto &[key, value] : entries)
             dictionary.insert(key, value);
         return dictionary;
+    });
+    done &= QMetaType::registerConverter<Dictionary, DictionaryAccess>([](const Dictionary &dictionary) {
+        return DictionaryAccess{
+            &dictionary,
+            [](const void *at) { return qsizetype(static_cast<const Dictionary *>(at)->size()); },
+            [](const void *at, const QString &key) {
+                return static_cast<const Dictionary *>(at)->find(key);
+            }};
     });
     if constexpr (requires(const Dictionary &dictionary) { dictionary.description(); })
         done &= QMetaType::registerConverter<Dictionary, QString>(&Dictionary::description);

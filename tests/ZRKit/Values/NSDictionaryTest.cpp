@@ -44,6 +44,15 @@ TEST(NSDictionary, KeyKeepsEmptyValues) {
     EXPECT_EQ(ZRKit::key(dictionary, QStringLiteral("")), QVariant(QStringLiteral("empty key")));
 }
 
+TEST(NSDictionary, ANilKeyHasNoValue) {
+    const QVariantMap dictionary{{QStringLiteral(""), 1}};
+    EXPECT_EQ(ZRKit::key(dictionary, QStringLiteral("")), QVariant(1));
+    EXPECT_FALSE(ZRKit::key(dictionary, QString()).isValid());
+    EXPECT_EQ(ZRKit::key(dictionary, QString(), 5), QVariant(5));
+    EXPECT_TRUE(ZRKit::has(dictionary, QStringLiteral("")));
+    EXPECT_FALSE(ZRKit::has(dictionary, QString()));
+}
+
 TEST(NSDictionary, KeyGivesNilWhenTheLookupThrows) {
     struct Broken {
         QVariant value(const QString &k) const {
@@ -100,6 +109,8 @@ TEST(NSDictionary, MergeDictPutsTheOthersEntriesOver) {
     EXPECT_EQ(ZRKit::mergeDict(one, {{b, 3}, {c, 4}}), (QVariantMap{{a, 1}, {b, 3}, {c, 4}}));
     EXPECT_EQ(ZRKit::mergeDict(one, QVariantMap()), one);
     EXPECT_EQ(ZRKit::mergeDict(QVariantMap(), one), one);
+    EXPECT_EQ(ZRKit::mergeDict(one, std::optional<QVariantMap>()), one) << "nil adds nothing";
+    EXPECT_EQ(ZRKit::mergeDict(one, std::optional(QVariantMap{{a, 2}})).value(a), QVariant(2));
     const ZRCollection merged = ZRKit::mergeDict(ZRCollection{{c, 1}, {a, 2}}, QVariantMap{{a, 3}, {b, 4}});
     EXPECT_EQ(merged.array(), (QStringList{c, a, b}));
     EXPECT_EQ(merged.value(a), QVariant(3));

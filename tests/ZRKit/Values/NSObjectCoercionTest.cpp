@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
+
+#include "ZRKit/Values/ZRCollection.h"
+#include "platform/text/NSAttributedString.h"
+#include "platform/values/NSCountedSet.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSError.h"
 #include "platform/values/NSException.h"
@@ -8,6 +12,7 @@
 
 #include <QHash>
 #include <QPointF>
+#include <QSharedPointer>
 #include <QUrl>
 #include <QUuid>
 #include <cmath>
@@ -422,6 +427,42 @@ std::vector<Row> rows() {
          .isTrue = false,
          .className = "QSet<QVariant>"});
 
+    add({.name = "ordered dictionary",
+         .value = QVariant::fromValue(ZRCollection{{S("k"), 1}}),
+         .toString = S("{\n    k = 1;\n}\n"),
+         .isNotEmpty = Len::Yes,
+         .className = "ZRCollection"});
+    add({.name = "empty ordered dictionary",
+         .value = QVariant::fromValue(ZRCollection()),
+         .toString = S("{\n}\n"),
+         .isTrue = false,
+         .isNotEmpty = Len::No,
+         .className = "ZRCollection"});
+    add({.name = "counted set",
+         .value = QVariant::fromValue(NSCountedSet(QVariantList{S("x"), S("x")})),
+         .toString = S("{(\n    \"x\" [2]\n)}"),
+         .className = "NSCountedSet"});
+    add({.name = "empty counted set",
+         .value = QVariant::fromValue(NSCountedSet()),
+         .toString = S("{()}"),
+         .isTrue = false,
+         .className = "NSCountedSet"});
+    add({.name = "attributed string",
+         .value = QVariant::fromValue(NSAttributedString(S("0"))),
+         .toString = S("0{}"),
+         .className = "NSAttributedString"});
+    add({.name = "empty attributed string",
+         .value = QVariant::fromValue(NSMutableAttributedString()),
+         .toString = S(""),
+         .isTrue = false,
+         .className = "NSMutableAttributedString",
+         .stringDefault = S("default")});
+    add({.name = "shared object",
+         .value = QVariant::fromValue(QSharedPointer<QObject>(new Counted(3))),
+         .toString = S(""),
+         .className = "Counted",
+         .stringDefault = S("default")});
+
     add({.name = "object without anything",
          .value = ref(&objects.plain),
          .toString = S(""),
@@ -634,6 +675,13 @@ TEST(NSObjectCoercion, ZrKeyIsSentToAllButDictionaries) {
     Keyed keyed;
     EXPECT_FALSE(ZRKit::zrKey(ref(&keyed), S("null")).isValid());
     EXPECT_FALSE(ZRKit::zrKey(ref(&keyed), S("nil")).isValid());
+}
+
+TEST(NSObjectCoercion, AnInvalidURLIsTrueOnlyIfItHasAText) {
+    for (const char *text : {"http://h:99999/", "http://[::1", "//a b:c", "http://h/%"}) {
+        const QUrl url(S(text));
+        EXPECT_EQ(ZRKit::isTrue(url), !url.toEncoded().isEmpty()) << text;
+    }
 }
 
 TEST(NSObjectCoercion, ToDataOfALoneSurrogateIsStillUTF8) {

@@ -240,13 +240,6 @@ TEST(NSObjectRuntimeOperations, BlocksRunOnTheMainQueueAfterTheirDelay) {
     QElapsedTimer time;
     time.start();
     QStringList ran;
-    std::thread([&] {
-        ZRKit::performAfterDelay(&object, 0.03, [&] {
-            EXPECT_TRUE(NSThread::isMainThread());
-            EXPECT_GE(time.nsecsElapsed(), 30'000'000);
-            ran << S("delay");
-        });
-    }).join();
     ZRKit::performBlock(
         &object, [&] { ran << S("negative"); }, -5);
     ZRKit::performBlock(
@@ -254,6 +247,14 @@ TEST(NSObjectRuntimeOperations, BlocksRunOnTheMainQueueAfterTheirDelay) {
     ZRKit::performAfterDelay(&object, 1e-10, [&] { ran << S("tiny"); });
     ZRKit::performAfterDelay(&object, 1e300, [&] { ran << S("never"); });
     ZRKit::performAfterDelay(nullptr, 0, [&] { ran << S("nil"); });
+    // Last, so that whatever this thread waits for it is due after the others.
+    std::thread([&] {
+        ZRKit::performAfterDelay(&object, 0.03, [&] {
+            EXPECT_TRUE(NSThread::isMainThread());
+            EXPECT_GE(time.nsecsElapsed(), 30'000'000);
+            ran << S("delay");
+        });
+    }).join();
     EXPECT_TRUE(ran.isEmpty());
     ASSERT_TRUE(spin([&] { return ran.size() >= 4; }));
     EXPECT_EQ(ran, (QStringList{S("negative"), S("undefined"), S("tiny"), S("delay")}));
@@ -306,6 +307,10 @@ TEST(NSObjectRuntimeOperations, AttachingNilRaisesAfterTheDictionaryIsMade) {
     QObject object;
     EXPECT_THROW(ZRKit::setAssociatedObject(&object, QVariant(), S("a")), NSException);
     EXPECT_EQ(ZRKit::associatedValues(&object), QVariant(QVariantMap()));
+    EXPECT_THROW(ZRKit::setAssociatedObject(&object, 1, QString()), NSException) << "a nil key";
+    ZRKit::setAssociatedObject(&object, 1, S(""));
+    EXPECT_EQ(ZRKit::associatedObjectForKey(&object, S("")), QVariant(1));
+    EXPECT_FALSE(ZRKit::associatedObjectForKey(&object, QString()).isValid());
 }
 
 TEST(NSObjectRuntimeOperations, AssociatedValuesThatAreNoDictionaryFailAnAssertion) {

@@ -24,6 +24,9 @@ const QVariant tree = QVariantMap{{S("a"), QVariantList{QVariantMap{{S("c"), 1}}
 } // namespace
 
 TEST(NSObject, PathLeadsThroughDictionariesAndArrays) {
+    EXPECT_EQ(ZRKit::path(QVariantMap{{S("a"), QVariantList{QVariantMap{{S("b"), 1}}}}}, S("a/0/b")),
+              QVariant(1));
+    EXPECT_EQ(ZRKit::path(tree, S("//a//")), ZRKit::path(tree, S("a")));
     EXPECT_EQ(ZRKit::path(tree, S("a/0/c")), QVariant(1));
     EXPECT_EQ(ZRKit::path(tree, S("a/1/b")), QVariant(2));
     EXPECT_EQ(ZRKit::path(tree, S("//s//")), QVariant(S("text")));
@@ -32,9 +35,12 @@ TEST(NSObject, PathLeadsThroughDictionariesAndArrays) {
     EXPECT_EQ(ZRKit::path(tree, S("//")), tree);
     EXPECT_EQ(ZRKit::path(tree, S("l/01")), QVariant(S("x")));
     EXPECT_EQ(ZRKit::path(tree, S("l/1x")), QVariant(S("x")));
+    EXPECT_EQ(ZRKit::path(tree, S("l/ +1")), QVariant(S("x")));
+    EXPECT_EQ(ZRKit::path(tree, S("l/00000000000000000000001")), QVariant(S("x")));
     EXPECT_EQ(ZRKit::path(tree, S("e")), QVariant(S("")));
     for (const char *nowhere :
-         {"x", "a/5/b", "a/x", "a/00", "a/-1", "a/0/x", "s/0", "n/x", "l/0/0", "a/99999999999"})
+         {"x", "a/5/b", "a/x", "a/00", "a/-1", "a/0/x", "s/0", "n/x", "l/0/0", "a/99999999999",
+          "a/99999999999999999999", "a/+", "a/-0", "l/18446744073709551617"})
         EXPECT_FALSE(ZRKit::path(tree, S(nowhere)).isValid()) << nowhere;
     EXPECT_FALSE(ZRKit::path({}, S("a")).isValid());
     EXPECT_FALSE(ZRKit::path(S("text"), S("a")).isValid());
@@ -65,6 +71,30 @@ TEST(NSObject, PathEndsAtTheNullMarkerInItsOwnWays) {
     EXPECT_TRUE(ZRKit::stringAtPath(tree, S("e")).isNull());
     EXPECT_TRUE(ZRKit::stringAtPath(tree, S("n")).isNull());
     EXPECT_TRUE(ZRKit::stringAtPath(tree, S("x")).isNull());
+}
+
+TEST(NSObject, PathsLeadThroughContainersOfEveryType) {
+    const QVariant tree = QVariantHash{
+        {S("a"),
+         QVariant::fromValue(ZRCollection{
+             {S("b"), QStringList{S("x"), S("y")}},
+             {S("c"), QVariantList{QVariant::fromValue(ZRCollection{{S("d"), QStringList{S("z")}}})}}})}};
+    EXPECT_EQ(ZRKit::path(tree, S("a/b/1")), QVariant(S("y")));
+    EXPECT_EQ(ZRKit::path(tree, S("a/c/0/d/0")), QVariant(S("z")));
+    EXPECT_EQ(ZRKit::path(tree, S("a/*/d/?")), QVariant()) << "a wildcard is a key to a dictionary";
+    EXPECT_EQ(ZRKit::path(tree, S("a/c/*/d/?")), QVariant(S("z")));
+    EXPECT_FALSE(ZRKit::path(tree, S("a/b/2")).isValid());
+    EXPECT_FALSE(ZRKit::path(tree, S("a/b/x")).isValid());
+}
+
+TEST(NSObject, ANilKeyHasNoValue) {
+    for (const QVariant &dictionary : {QVariant(QVariantMap{{S(""), 1}}), QVariant(QVariantHash{{S(""), 1}}),
+                                       QVariant::fromValue(ZRCollection{{S(""), 1}})}) {
+        EXPECT_TRUE(ZRKit::zrHas(dictionary, S("")));
+        EXPECT_FALSE(ZRKit::zrHas(dictionary, QString()));
+        EXPECT_EQ(ZRKit::zrKey(dictionary, QString(), 5), QVariant(5));
+        EXPECT_EQ(ZRKit::zrKey(dictionary, S(""), 5), QVariant(1));
+    }
 }
 
 TEST(NSObject, DumpsTreesAsLines) {

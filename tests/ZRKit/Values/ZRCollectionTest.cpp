@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/ZRCollection.h"
 
+#include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
@@ -35,6 +36,7 @@ TEST(ZRCollection, StartsEmpty) {
     EXPECT_EQ(ZRCollection().count(), 0);
     EXPECT_EQ(ZRCollection(100).count(), 0);
     EXPECT_TRUE(ZRCollection(100).isEmpty());
+    EXPECT_TRUE(ZRCollection(-1).isEmpty());
     EXPECT_TRUE(ZRCollection().keyEnumerator().nextObject().isNull());
 }
 
@@ -96,6 +98,12 @@ TEST(ZRCollection, NilIsRefused) {
     EXPECT_TRUE(NSIsNull(collection.objectForKey(a)));
     collection.setObject(1, QStringLiteral(""));
     EXPECT_EQ(collection.objectForKey(QStringLiteral("")), QVariant(1));
+    EXPECT_FALSE(collection.objectForKey(QString()).isValid());
+    EXPECT_FALSE(collection.contains(QString()));
+    EXPECT_EQ(collection.indexOfKey(QString()), NSNotFound);
+    collection.removeObjectForKey(QString());
+    EXPECT_EQ(collection.array().last(), QStringLiteral(""));
+    expectConsistent(collection);
 }
 
 TEST(ZRCollection, EnumeratesKeysBothWays) {
@@ -200,6 +208,23 @@ TEST(ZRCollection, DescriptionForObjectTakesStringsAsTheyAre) {
     EXPECT_EQ(ZRKit::DescriptionForObject(QVariant::fromValue(ZRCollection{{a, 1}}), QLocale::c(), 1),
               QStringLiteral("    {\n        a = 1;\n    }\n"));
     EXPECT_EQ(ZRKit::DescriptionForObject(5, QLocale::c(), 1), QStringLiteral("5"));
+}
+
+TEST(ZRCollection, DescriptionForObjectIndentsContainersAndLocalisesNumbers) {
+    const QLocale german(QLocale::German, QLocale::Germany);
+    const auto text = [&](const QVariant &object, int level) {
+        return ZRKit::DescriptionForObject(object, german, level);
+    };
+    EXPECT_EQ(text(QVariantList{1, QVariantMap{{a, b}}}, 1),
+              QStringLiteral("    (\n        1,\n        {\n            a = \"b\";\n        }\n    )"));
+    EXPECT_EQ(text(QVariantMap{{a, 1}}, 2), QStringLiteral("        {\n            a = 1;\n        }"));
+    EXPECT_EQ(text(QVariantList(), 1), QStringLiteral("    ()"));
+    EXPECT_EQ(text(QVariantList{1}, 0), NSObjectRuntime::description(QVariantList{1}));
+    EXPECT_EQ(text(1234.5, 1), QStringLiteral("1234,5"));
+    EXPECT_EQ(text(QVariant::fromValue(NSDecimalNumber(QStringLiteral("-0.25"))), 1),
+              QStringLiteral("-0,25"));
+    EXPECT_EQ(text(true, 1), QStringLiteral("1"));
+    EXPECT_EQ(ZRKit::DescriptionForObject(1234.5, QLocale::c(), 1), QStringLiteral("1234.5"));
 }
 
 /// Describes itself by locale.

@@ -2,6 +2,7 @@
 #include "platform/text/NSAttributedString.h"
 
 #include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
 #include "tests/support/Expect.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +35,16 @@ TEST(NSAttributedString, TheEmptyTextIsNotNullAndHasNoRuns) {
 
 TEST(NSAttributedString, PositionsCountUTF16Units) {
     EXPECT_EQ(NSAttributedString(QStringLiteral("\U0001F600")).length(), 2);
+}
+
+TEST(NSAttributedString, IsDescribedStretchByStretch) {
+    NSMutableAttributedString string(text);
+    string.setAttributes(red, {0, 3});
+    EXPECT_EQ(string.description(), QStringLiteral("one{\n    colour = \"red\";\n} two{}"));
+    EXPECT_EQ(NSAttributedString().description(), QStringLiteral(""));
+    EXPECT_FALSE(NSAttributedString().description().isNull());
+    EXPECT_EQ(NSObjectRuntime::description(QVariant::fromValue(string)), string.description());
+    EXPECT_EQ(NSObjectRuntime::answer(QVariant::fromValue(string), "length"), QVariant(7));
 }
 
 TEST(NSAttributedString, GivesAttributesWithTheirStretch) {

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSCountedSet.h"
 
+#include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
 #include "tests/support/Expect.h"
 
 #include <gtest/gtest.h>
@@ -42,6 +44,15 @@ TEST(NSCountedSet, TakesTheNullMarkerButNotNil) {
     EXPECT_EQ(set.countForObject(NSNull()), 1);
     expectException(NSInvalidArgumentException, [&] { set.addObject(QVariant()); });
     expectException(NSInvalidArgumentException, [&] { set.addObject(QString()); });
+}
+
+TEST(NSCountedSet, IsAnObjectWithACount) {
+    const QVariant set = QVariant::fromValue(NSCountedSet(QVariantList{b, a, b, QVariantList{1}}));
+    EXPECT_EQ(NSKeyValueCoding::valueForKey(set, QStringLiteral("count")), QVariant(3));
+    EXPECT_EQ(NSKeyValueCoding::valueForKeyPath(set, QStringLiteral("allObjects.@count")), QVariant(3));
+    EXPECT_EQ(NSObjectRuntime::description(set),
+              QStringLiteral("{(\n    \"a\" [1],\n    \"b\" [2],\n    (\n        1\n    ) [1]\n)}"));
+    EXPECT_EQ(NSCountedSet().description(), QStringLiteral("{()}"));
 }
 
 TEST(NSCountedSet, CombinesCounts) {

@@ -6,6 +6,7 @@
 #include <QHashFunctions>
 #include <QVariant>
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -84,6 +85,20 @@ TEST(NSDecimalNumber, RoundsDigitsPastThirtyEightHalfAwayFromZero) {
               QStringLiteral("-340282366920938463463374607431768211460"));
     EXPECT_EQ(back("3402823669209384634633746074317682114550000"),
               QStringLiteral("3402823669209384634633746074317682114600000"));
+}
+
+TEST(NSDecimalNumber, FloatValueIsRoundedOnce) {
+    for (const char *text :
+         {"0", "1", "-0.1", "123.99", "16777217", "3402823466385288598117041834845169254.4",
+          "12345678901234567890.123456789012345678", "1e-45", "7e-46", "1e38"})
+        EXPECT_EQ(decimal(text).floatValue(), std::strtof(text, nullptr)) << text;
+    EXPECT_EQ(decimal("1.000000059604644775390626").floatValue(), 1.00000012f)
+        << "a double between would give 1";
+    EXPECT_EQ(decimal("34e37").floatValue(), 34e37f);
+    EXPECT_EQ(decimal("35e37").floatValue(), std::numeric_limits<float>::infinity());
+    EXPECT_EQ(decimal("-1e127").floatValue(), -std::numeric_limits<float>::infinity());
+    EXPECT_EQ(decimal("1e-128").floatValue(), 0);
+    EXPECT_TRUE(std::isnan(NSDecimalNumber::notANumber().floatValue()));
 }
 
 TEST(NSDecimalNumber, WhatIsTooLargeIsNotANumberAndTinyTextRoundsToZero) {

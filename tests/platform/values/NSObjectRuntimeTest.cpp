@@ -321,3 +321,27 @@ TEST(NSObjectRuntime, NamespacesOfObjectPointersDoNotMatterForNil) {
     EXPECT_EQ(description(QVariant::fromValue<Person *>(nullptr)), S("(null)"));
     EXPECT_TRUE(NSIsNil(QVariant::fromValue<QObject *>(nullptr)));
 }
+
+TEST(NSObjectRuntime, DescriptionsOfContainersAreIndentedByLevels) {
+    EXPECT_EQ(description(QVariantList{1, S("x")}, 1), S("    (\n        1,\n        \"x\"\n    )"));
+    EXPECT_EQ(description(QVariantMap{{S("a"), QVariantList{}}}, 2),
+              S("        {\n            a = ();\n        }"));
+    EXPECT_EQ(description(QVariant::fromValue(NSSet{1}), 1), S("    {(\n        1\n    )}"));
+    EXPECT_EQ(description(QVariantList{1}, 0), description(QVariantList{1}));
+    for (const QVariant &value : {QVariant(S("x")), QVariant(5), NSNull(), QVariant()})
+        EXPECT_EQ(description(value, 3), description(value));
+    EXPECT_EQ(descriptionInside(S("x"), 1), S("\"x\""));
+    EXPECT_EQ(descriptionInside(QVariantList{1}, 1), S("(\n        1\n    )"));
+}
+
+TEST(NSObjectRuntime, AnswersToMessagesWithoutArguments) {
+    Person ann(S("Ann"), 17);
+    const QVariant person = QVariant::fromValue(&ann);
+    EXPECT_EQ(answer(person, "name"), QVariant(S("Ann")));
+    EXPECT_EQ(answer(person, "greeting"), QVariant(S("I am Ann")));
+    EXPECT_FALSE(answer(person, "note")) << "one that takes an argument";
+    EXPECT_FALSE(answer(person, "unknown"));
+    EXPECT_FALSE(answer(person, ""));
+    EXPECT_FALSE(answer(S("text"), "length"));
+    EXPECT_FALSE(answer(QVariant(), "name"));
+}
