@@ -1,48 +1,146 @@
 // SPDX-License-Identifier: MIT
 #include "platform/observing/NSKeyValueObserving.h"
 
+#include "platform/observing/NotifyRelay.h"
 #include "platform/values/NSException.h"
+#include "platform/values/NSKeyValueCoding.h"
+#include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/ObserverCalls.h"
+#include "platform/values/ValueKind.h"
 
 #include <QMetaObject>
+#include <QMetaProperty>
 #include <QObject>
+#include <QStringList>
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace {
 
+class ObservedKey;
+
 /// One addObserver() call.
 struct Registration {
     NSKeyValueObserver *observer;
-    QString key;
+    QObject *object;
+    QString keyPath;
+    QStringList keys;
     NSKeyValueObservingOptions options;
     void *context;
     ObserverCalls calls;
 
-    void call(QObject *object, const QVariantMap &change) {
-        calls.run([&] { observer->observeValueForKeyPath(key, object, change, context); });
-    }
-};
-using Registrations = std::vector<std::shared_ptr<Registration>>;
+    bool wants(NSKeyValueObservingOption option) const { return options & option; }
+    bool hasPath() const { return keys.size() > 1; }
 
-struct Observed {
-    Registrations registrations;
-    QMetaObject::Connection destroyed;
+    /// Guards the rest.
+    std::mutex mutex;
+    /// Where it listens now: for each key of the path, as far as objects lead.
+    std::vector<std::shared_ptr<ObservedKey>> chain;
+    /// Some key of the chain announces its changes by a signal, so that old values must be known beforehand.
+    bool isAutomatic = false;
+    /// An object on the path has died, and what led to it may still point there.
+    bool isBroken = false;
+    /// The value that the observer last heard of.
+    QVariant known;
+    /// A change dictionary to fill again: most observers only look at it.
+    QVariantMap spare;
+};
+
+/// A registration, and at which key of its path it listens here.
+struct Link {
+    std::shared_ptr<Registration> registration;
+    std::size_t level;
+};
+using Links = std::vector<Link>;
+
+/// One key of one object, from the time it is first observed until the object dies.
+class ObservedKey : public std::enable_shared_from_this<ObservedKey> {
+public:
+    ObservedKey(QObject *object, const QString &key) : object(object), key(key) {
+        const QMetaObject *meta = object->metaObject();
+        int index = meta->indexOfProperty(key.toUtf8().constData());
+        if (index < 0)
+            index = meta->indexOfProperty(
+                (QStringLiteral("is") + key.left(1).toUpper() + key.mid(1)).toUtf8().constData());
+        if (index >= 0)
+            m_property = meta->property(index);
+    }
+
+    QObject *const object;
+    const QString key;
+
+    bool isAutomatic() const { return m_property.hasNotifySignal(); }
+
+    QVariant value() const {
+        if (m_property.isValid())
+            return m_property.read(object);
+        try {
+            return NSKeyValueCoding::valueForKey(object, key);
+        } catch (const NSException &) {
+            return {};
+        }
+    }
+
+    /// nullptr without any.
+    std::shared_ptr<const Links> links() const {
+        const std::lock_guard lock(m_mutex);
+        return m_links;
+    }
+
+    void add(const Link &link) {
+        const std::lock_guard lock(m_mutex);
+        if (m_gone)
+            return;
+        auto links = m_links ? std::make_shared<Links>(*m_links) : std::make_shared<Links>();
+        links->push_back(link);
+        replace(std::move(links));
+    }
+
+    void remove(const Registration *registration, std::size_t level) {
+        const std::lock_guard lock(m_mutex);
+        if (!m_links)
+            return;
+        auto links = std::make_shared<Links>(*m_links);
+        links->erase(std::remove_if(links->begin(), links->end(),
+                                    [&](const Link &link) {
+                                        return link.registration.get() == registration && link.level == level;
+                                    }),
+                     links->end());
+        replace(std::move(links));
+    }
+
+    /// The object dies: gives the links that were left.
+    std::shared_ptr<const Links> end() {
+        const std::lock_guard lock(m_mutex);
+        m_gone = true;
+        m_relay.reset();
+        return std::exchange(m_links, nullptr);
+    }
+
+private:
+    void replace(std::shared_ptr<const Links> links);
+
+    QMetaProperty m_property;
+    mutable std::mutex m_mutex; ///< guards the rest
+    /// Replaced, never changed, so that those who walk over it need no lock.
+    std::shared_ptr<const Links> m_links;
+    std::unique_ptr<NotifyRelay> m_relay;
+    bool m_gone = false;
 };
 
 /// Observed objects are spread over several tables, so that threads which change different objects seldom
 /// meet.
 struct Table {
     std::mutex mutex;
-    std::unordered_map<const QObject *, Observed> objects;
+    std::unordered_map<const QObject *, std::vector<std::shared_ptr<ObservedKey>>> objects;
 };
 
 Table &tableOf(const QObject *object) {
@@ -51,63 +149,204 @@ Table &tableOf(const QObject *object) {
     return (*tables)[(address >> 6 ^ address >> 11) % tables->size()];
 }
 
-/// How many registrations there are at all: changes of a program without observers cost next to nothing.
+/// How many keys are in the tables: changes of a program without observers cost next to nothing.
 std::atomic<int> total{0};
-
-Registrations registrationsFor(const QObject *object, const QString &key) {
-    Registrations found;
-    if (total.load(std::memory_order_relaxed) == 0)
-        return found;
-    Table &table = tableOf(object);
-    const std::lock_guard lock(table.mutex);
-    if (const auto at = table.objects.find(object); at != table.objects.end())
-        std::copy_if(at->second.registrations.begin(), at->second.registrations.end(),
-                     std::back_inserter(found),
-                     [&](const auto &registration) { return registration->key == key; });
-    return found;
-}
-
-void forget(const QObject *object) {
-    Table &table = tableOf(object);
-    const std::lock_guard lock(table.mutex);
-    if (const auto at = table.objects.find(object); at != table.objects.end()) {
-        total.fetch_sub(int(at->second.registrations.size()), std::memory_order_relaxed);
-        table.objects.erase(at);
-    }
-}
-
-QVariant valueOf(const QObject *object, const QString &key) {
-    const QVariant value = object->property(key.toUtf8().constData());
-    return NSIsNil(value) ? NSNull() : value;
-}
 
 /// The values from before the changes that this thread is in the middle of.
 struct PendingChange {
     const QObject *object;
     QString key;
-    QVariant old;
+    std::shared_ptr<ObservedKey> observed;
+    std::vector<std::pair<std::shared_ptr<Registration>, QVariant>> olds;
 };
 thread_local std::vector<PendingChange> pendingChanges;
 
-std::optional<QVariant> takeOldValue(const QObject *object, const QString &key) {
-    const auto at =
-        std::find_if(pendingChanges.rbegin(), pendingChanges.rend(), [&](const PendingChange &change) {
-            return change.object == object && change.key == key;
-        });
-    if (at == pendingChanges.rend())
-        return std::nullopt;
-    QVariant old = std::move(at->old);
-    pendingChanges.erase(at.base() - 1);
-    return old;
+std::shared_ptr<ObservedKey> find(const QObject *object, const QString &key) {
+    if (total.load(std::memory_order_relaxed) == 0)
+        return nullptr;
+    Table &table = tableOf(object);
+    const std::lock_guard lock(table.mutex);
+    const auto at = table.objects.find(object);
+    if (at == table.objects.end())
+        return nullptr;
+    const auto &keys = at->second;
+    const auto found =
+        std::find_if(keys.begin(), keys.end(), [&](const auto &each) { return each->key == key; });
+    return found == keys.end() ? nullptr : *found;
 }
 
-/// Calls all; the first exception waits until everybody knows.
-void callAll(const Registrations &registrations, QObject *object,
-             const std::function<QVariantMap(const Registration &)> &change) {
+/// Takes the registration from the keys of its path from a level on. Its mutex is held.
+void unlink(Registration &registration, std::size_t level) {
+    while (registration.chain.size() > level) {
+        registration.chain.back()->remove(&registration, registration.chain.size() - 1);
+        registration.chain.pop_back();
+    }
+}
+
+void forget(const QObject *object) {
+    std::vector<std::shared_ptr<ObservedKey>> keys;
+    {
+        Table &table = tableOf(object);
+        const std::lock_guard lock(table.mutex);
+        if (const auto at = table.objects.find(object); at != table.objects.end()) {
+            keys = std::move(at->second);
+            table.objects.erase(at);
+        }
+    }
+    total.fetch_sub(int(keys.size()), std::memory_order_relaxed);
+    pendingChanges.erase(std::remove_if(pendingChanges.begin(), pendingChanges.end(),
+                                        [&](const PendingChange &change) { return change.object == object; }),
+                         pendingChanges.end());
+    for (const auto &key : keys) {
+        const auto links = key->end();
+        if (!links)
+            continue;
+        for (const auto &[registration, level] : *links) {
+            if (level == 0)
+                registration->calls.refuse();
+            const std::lock_guard lock(registration->mutex);
+            unlink(*registration, level);
+            registration->isBroken = true;
+        }
+    }
+}
+
+std::shared_ptr<ObservedKey> findOrMake(QObject *object, const QString &key) {
+    if (auto found = find(object, key))
+        return found;
+    auto made = std::make_shared<ObservedKey>(object, key);
+    Table &table = tableOf(object);
+    const std::lock_guard lock(table.mutex);
+    auto &keys = table.objects[object];
+    if (keys.empty())
+        QObject::connect(object, &QObject::destroyed, [object] { forget(object); });
+    const auto found =
+        std::find_if(keys.begin(), keys.end(), [&](const auto &each) { return each->key == key; });
+    if (found != keys.end())
+        return *found;
+    keys.push_back(made);
+    total.fetch_add(1, std::memory_order_relaxed);
+    return made;
+}
+
+QVariant orNull(QVariant value) {
+    return NSIsNil(value) ? NSNull() : std::move(value);
+}
+
+/// The value at the end of the registration's path, read where it listens.
+QVariant pathValue(Registration &registration) {
+    std::shared_ptr<ObservedKey> last;
+    std::size_t level = 0;
+    {
+        const std::lock_guard lock(registration.mutex);
+        if (registration.chain.empty() || registration.isBroken)
+            return NSNull();
+        last = registration.chain.back();
+        level = registration.chain.size();
+    }
+    const QVariant value = last->value();
+    if (level == std::size_t(registration.keys.size()))
+        return orNull(value);
+    try {
+        return orNull(NSKeyValueCoding::valueForKeyPath(
+            value, registration.keys.mid(qsizetype(level)).join(QLatin1Char('.'))));
+    } catch (const NSException &) {
+        return NSNull();
+    }
+}
+
+/// Whether it has been taken back, or its object has died.
+bool isOver(Registration &registration) {
+    const std::lock_guard lock(registration.mutex);
+    return registration.chain.empty();
+}
+
+/// Listens at the keys of the path from a level on, after what leads there has changed.
+void link(const std::shared_ptr<Registration> &registration, std::size_t level) {
+    const auto count = std::size_t(registration->keys.size());
+    std::vector<std::shared_ptr<ObservedKey>> chain;
+    {
+        const std::lock_guard lock(registration->mutex);
+        if (registration->chain.size() < level)
+            return; // taken back, or an object before it has died
+        chain.assign(registration->chain.begin(), registration->chain.begin() + qsizetype(level));
+    }
+    // Values are read without the lock: that runs code of the objects.
+    while (chain.size() < count) {
+        QObject *object = chain.empty() ? registration->object : objectOf(chain.back()->value());
+        if (!object)
+            break;
+        chain.push_back(findOrMake(object, registration->keys.at(qsizetype(chain.size()))));
+    }
+    const std::lock_guard lock(registration->mutex);
+    if (registration->chain.size() < level)
+        return;
+    unlink(*registration, level);
+    registration->isBroken = false;
+    for (std::size_t next = level; next < chain.size(); ++next) {
+        chain[next]->add({registration, next});
+        registration->chain.push_back(chain[next]);
+    }
+    registration->isAutomatic =
+        std::any_of(chain.begin(), chain.end(), [](const auto &observed) { return observed->isAutomatic(); });
+}
+
+enum class Moment { Initial, Prior, Changed };
+
+/// Calls the observer. Values are those that it asked for, where there are any.
+void call(Registration &registration, Moment moment, std::optional<QVariant> newValue,
+          std::optional<QVariant> oldValue) {
+    QVariantMap change;
+    if (moment == Moment::Changed) {
+        const std::lock_guard lock(registration.mutex);
+        change.swap(registration.spare);
+        if (newValue && registration.isAutomatic)
+            registration.known = *newValue;
+    }
+    if (!registration.wants(NSKeyValueObservingOptionNew))
+        newValue.reset();
+    if (!registration.wants(NSKeyValueObservingOptionOld))
+        oldValue.reset();
+    if (change.size() == 1 + int(newValue.has_value()) + int(oldValue.has_value())) {
+        // In the order of the keys: kind, new, old.
+        auto at = change.begin();
+        if (newValue)
+            *++at = *std::move(newValue);
+        if (oldValue)
+            *++at = *std::move(oldValue);
+    } else {
+        change = {{NSKeyValueChangeKindKey, NSKeyValueChangeSetting}};
+        if (newValue)
+            change.insert(NSKeyValueChangeNewKey, *std::move(newValue));
+        if (oldValue)
+            change.insert(NSKeyValueChangeOldKey, *std::move(oldValue));
+        if (moment == Moment::Prior)
+            change.insert(NSKeyValueChangeNotificationIsPriorKey, true);
+    }
+    registration.calls.run([&] {
+        registration.observer->observeValueForKeyPath(registration.keyPath, registration.object, change,
+                                                      registration.context);
+    });
+    if (moment == Moment::Changed && change.isDetached()) {
+        for (auto at = std::next(change.begin()); at != change.end(); ++at)
+            at->clear();
+        const std::lock_guard lock(registration.mutex);
+        registration.spare.swap(change);
+    }
+}
+
+/// Does something for each registration, once; the first exception waits until everybody knows.
+template <typename Action>
+void forEach(const Links &links, Action action) {
     std::exception_ptr failure;
-    for (const auto &registration : registrations) {
+    for (auto at = links.begin(); at != links.end(); ++at) {
+        // A path may lead through the same key twice.
+        if (at->registration->hasPath() && std::any_of(links.begin(), at, [&](const Link &earlier) {
+                return earlier.registration == at->registration;
+            }))
+            continue;
         try {
-            registration->call(object, change(*registration));
+            action(*at);
         } catch (...) {
             if (!failure)
                 failure = std::current_exception();
@@ -117,115 +356,238 @@ void callAll(const Registrations &registrations, QObject *object,
         std::rethrow_exception(failure);
 }
 
-void removeMatching(QObject *object, const QString &key,
-                    const std::function<bool(const Registration &)> &matches) {
-    std::shared_ptr<Registration> found;
-    {
-        Table &table = tableOf(object);
-        const std::lock_guard lock(table.mutex);
-        if (const auto observed = table.objects.find(object); observed != table.objects.end()) {
-            Registrations &all = observed->second.registrations;
-            const auto at = std::find_if(all.rbegin(), all.rend(),
-                                         [&](const auto &registration) { return matches(*registration); });
-            if (at != all.rend()) {
-                found = *at;
-                all.erase(at.base() - 1);
-                total.fetch_sub(1, std::memory_order_relaxed);
-                if (all.empty()) {
-                    QObject::disconnect(observed->second.destroyed);
-                    table.objects.erase(observed);
-                }
+/// A key has changed: tells its observers, with the old values from before if they are there.
+void tell(const Links &links, ObservedKey &observed, const PendingChange *pending, bool isSignal) {
+    std::optional<QVariant> value;
+    forEach(links, [&](const Link &at) {
+        const auto &registration = at.registration;
+        if (registration->hasPath())
+            link(registration, at.level + 1);
+        bool isAutomatic = false;
+        std::optional<QVariant> old;
+        if (isOver(*registration))
+            return;
+        {
+            const std::lock_guard lock(registration->mutex);
+            isAutomatic = registration->isAutomatic;
+            if (isAutomatic && !pending && registration->wants(NSKeyValueObservingOptionOld))
+                old = registration->known;
+        }
+        if (pending) {
+            const auto known = std::find_if(pending->olds.begin(), pending->olds.end(),
+                                            [&](const auto &each) { return each.first == registration; });
+            if (known != pending->olds.end())
+                old = known->second;
+        }
+        if (isSignal && registration->wants(NSKeyValueObservingOptionPrior)) {
+            call(*registration, Moment::Prior, std::nullopt, old);
+            if (isOver(*registration))
+                return;
+        }
+        std::optional<QVariant> present;
+        if (registration->wants(NSKeyValueObservingOptionNew) ||
+            (isAutomatic && registration->wants(NSKeyValueObservingOptionOld))) {
+            if (registration->hasPath()) {
+                present = pathValue(*registration);
+            } else {
+                if (!value)
+                    value = orNull(observed.value());
+                present = value;
             }
+        }
+        call(*registration, Moment::Changed, std::move(present), std::move(old));
+    });
+}
+
+/// A NOTIFY signal was emitted.
+void signalled(ObservedKey *key) {
+    const bool isBracketed =
+        std::any_of(pendingChanges.begin(), pendingChanges.end(),
+                    [&](const PendingChange &change) { return change.observed.get() == key; });
+    if (isBracketed)
+        return;
+    // It may die with its object during the calls.
+    const std::shared_ptr<ObservedKey> observed = key->shared_from_this();
+    const auto links = observed->links();
+    if (!links)
+        return;
+    try {
+        tell(*links, *observed, nullptr, true);
+    } catch (...) {
+        NSLog("Exception in an observer of the key \"%@\": %@", observed->key,
+              NSException::currentDescription());
+    }
+}
+
+void ObservedKey::replace(std::shared_ptr<const Links> links) {
+    if (links->empty())
+        links = nullptr;
+    if (isAutomatic() && links && !m_links) {
+        if (!m_relay)
+            m_relay = std::make_unique<NotifyRelay>([this] { signalled(this); });
+        m_relay->connectTo(object, m_property);
+    } else if (m_relay && !links && m_links) {
+        m_relay->disconnectFrom(object);
+    }
+    m_links = std::move(links);
+}
+
+} // namespace
+
+struct NSKeyValueObserver::Registrations {
+    std::mutex mutex;
+    std::vector<std::weak_ptr<Registration>> all;
+    std::size_t swept = 16;
+};
+
+/// What observers know of their registrations, to drop them in the end.
+class KeyValueRegistry {
+public:
+    static void add(NSKeyValueObserver *observer, const std::shared_ptr<Registration> &registration) {
+        auto &[mutex, all, swept] = *observer->m_registrations;
+        const std::lock_guard lock(mutex);
+        if (all.size() >= swept) {
+            all.erase(std::remove_if(all.begin(), all.end(), [](const auto &each) { return each.expired(); }),
+                      all.end());
+            swept = std::max<std::size_t>(16, all.size() * 2);
+        }
+        all.push_back(registration);
+    }
+};
+
+NSKeyValueObserver::NSKeyValueObserver() : m_registrations(std::make_unique<Registrations>()) {
+}
+
+NSKeyValueObserver::~NSKeyValueObserver() {
+    for (const auto &each : m_registrations->all) {
+        const auto registration = each.lock();
+        if (!registration)
+            continue;
+        {
+            const std::lock_guard lock(registration->mutex);
+            unlink(*registration, 0);
+        }
+        registration->calls.end();
+    }
+}
+
+namespace NSKeyValueObserving {
+
+namespace {
+
+template <typename Matches>
+void removeMatching(const QObject *object, const QString &keyPath, Matches matches) {
+    const auto observed = find(object, keyPath.section(QLatin1Char('.'), 0, 0));
+    const auto links = observed ? observed->links() : nullptr;
+    std::shared_ptr<Registration> found;
+    if (links) {
+        for (auto at = links->rbegin(); at != links->rend() && !found; ++at) {
+            Registration &registration = *at->registration;
+            if (at->level > 0 || registration.keyPath != keyPath || !matches(registration))
+                continue;
+            // Two threads may look for it at once; one of them finds it.
+            const std::lock_guard lock(registration.mutex);
+            if (registration.chain.empty())
+                continue;
+            unlink(registration, 0);
+            found = at->registration;
         }
     }
     if (!found)
         throw NSException(NSRangeException,
                           QStringLiteral("Cannot remove an observer for the key path \"%1\": "
                                          "it is not registered as an observer.")
-                              .arg(key));
+                              .arg(keyPath));
     found->calls.end();
 }
 
 } // namespace
 
-namespace NSKeyValueObserving {
-
-void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &key,
+void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &keyPath,
                  NSKeyValueObservingOptions options, void *context) {
     if (!object || !observer)
         throw NSException(NSInvalidArgumentException,
                           QStringLiteral("Observing needs an object and an observer."));
     auto registration = std::make_shared<Registration>();
     registration->observer = observer;
-    registration->key = key;
+    registration->object = object;
+    registration->keyPath = keyPath;
+    registration->keys = keyPath.split(QLatin1Char('.'));
     registration->options = options;
     registration->context = context;
-    {
-        Table &table = tableOf(object);
-        const std::lock_guard lock(table.mutex);
-        Observed &observed = table.objects[object];
-        if (observed.registrations.empty())
-            observed.destroyed = QObject::connect(object, &QObject::destroyed, [object] { forget(object); });
-        observed.registrations.push_back(registration);
-        total.fetch_add(1, std::memory_order_relaxed);
+    KeyValueRegistry::add(observer, registration);
+    link(registration, 0);
+    if (registration->wants(NSKeyValueObservingOptionOld)) {
+        std::unique_lock lock(registration->mutex);
+        if (registration->isAutomatic) {
+            lock.unlock();
+            QVariant value = pathValue(*registration);
+            lock.lock();
+            registration->known = std::move(value);
+        }
     }
-    if (options & NSKeyValueObservingOptionInitial) {
-        QVariantMap change{{NSKeyValueChangeKindKey, NSKeyValueChangeSetting}};
-        if (options & NSKeyValueObservingOptionNew)
-            change.insert(NSKeyValueChangeNewKey, valueOf(object, key));
-        registration->call(object, change);
-    }
+    if (registration->wants(NSKeyValueObservingOptionInitial))
+        call(*registration, Moment::Initial,
+             registration->wants(NSKeyValueObservingOptionNew) ? std::optional(pathValue(*registration))
+                                                               : std::nullopt,
+             std::nullopt);
 }
 
-void removeObserver(QObject *object, NSKeyValueObserver *observer, const QString &key) {
-    removeMatching(object, key, [&](const Registration &registration) {
-        return registration.observer == observer && registration.key == key;
-    });
+void removeObserver(const QObject *object, NSKeyValueObserver *observer, const QString &keyPath) {
+    removeMatching(object, keyPath,
+                   [&](const Registration &registration) { return registration.observer == observer; });
 }
 
-void removeObserver(QObject *object, NSKeyValueObserver *observer, const QString &key, void *context) {
-    removeMatching(object, key, [&](const Registration &registration) {
-        return registration.observer == observer && registration.key == key &&
-               registration.context == context;
+void removeObserver(const QObject *object, NSKeyValueObserver *observer, const QString &keyPath,
+                    void *context) {
+    removeMatching(object, keyPath, [&](const Registration &registration) {
+        return registration.observer == observer && registration.context == context;
     });
 }
 
 void willChangeValueForKey(QObject *object, const QString &key) {
-    const Registrations registrations = registrationsFor(object, key);
-    const auto wants = [&](NSKeyValueObservingOption option) {
-        return std::any_of(registrations.begin(), registrations.end(),
-                           [&](const auto &registration) { return registration->options & option; });
-    };
-    QVariant old;
-    if (wants(NSKeyValueObservingOptionOld)) {
-        old = valueOf(object, key);
-        pendingChanges.push_back({object, key, old});
-    }
-    if (!wants(NSKeyValueObservingOptionPrior))
+    const auto observed = find(object, key);
+    const auto links = observed ? observed->links() : nullptr;
+    if (!links)
         return;
-    Registrations prior;
-    std::copy_if(
-        registrations.begin(), registrations.end(), std::back_inserter(prior),
-        [](const auto &registration) { return registration->options & NSKeyValueObservingOptionPrior; });
-    callAll(prior, object, [&](const Registration &registration) {
-        QVariantMap change{{NSKeyValueChangeKindKey, NSKeyValueChangeSetting},
-                           {NSKeyValueChangeNotificationIsPriorKey, true}};
-        if (registration.options & NSKeyValueObservingOptionOld)
-            change.insert(NSKeyValueChangeOldKey, old);
-        return change;
+    PendingChange change{object, key, observed, {}};
+    std::optional<QVariant> value;
+    for (const auto &[registration, level] : *links) {
+        if (!registration->wants(NSKeyValueObservingOptionOld))
+            continue;
+        if (registration->hasPath()) {
+            change.olds.emplace_back(registration, pathValue(*registration));
+        } else {
+            if (!value)
+                value = orNull(observed->value());
+            change.olds.emplace_back(registration, *value);
+        }
+    }
+    const auto olds = change.olds;
+    pendingChanges.push_back(std::move(change));
+    forEach(*links, [&](const Link &at) {
+        if (!at.registration->wants(NSKeyValueObservingOptionPrior))
+            return;
+        const auto old = std::find_if(olds.begin(), olds.end(),
+                                      [&](const auto &each) { return each.first == at.registration; });
+        call(*at.registration, Moment::Prior, std::nullopt,
+             old == olds.end() ? std::nullopt : std::optional(old->second));
     });
 }
 
 void didChangeValueForKey(QObject *object, const QString &key) {
-    const std::optional<QVariant> old = takeOldValue(object, key);
-    callAll(registrationsFor(object, key), object, [&](const Registration &registration) {
-        QVariantMap change{{NSKeyValueChangeKindKey, NSKeyValueChangeSetting}};
-        if (registration.options & NSKeyValueObservingOptionNew)
-            change.insert(NSKeyValueChangeNewKey, valueOf(object, key));
-        if (old && registration.options & NSKeyValueObservingOptionOld)
-            change.insert(NSKeyValueChangeOldKey, *old);
-        return change;
-    });
+    const auto at =
+        std::find_if(pendingChanges.rbegin(), pendingChanges.rend(), [&](const PendingChange &change) {
+            return change.object == object && change.key == key;
+        });
+    std::optional<PendingChange> pending;
+    if (at != pendingChanges.rend()) {
+        pending = std::move(*at);
+        pendingChanges.erase(at.base() - 1);
+    }
+    const auto observed = pending ? pending->observed : find(object, key);
+    if (const auto links = observed ? observed->links() : nullptr)
+        tell(*links, *observed, pending ? &*pending : nullptr, false);
 }
 
 } // namespace NSKeyValueObserving

@@ -4,6 +4,7 @@
 #include <QFlags>
 #include <QString>
 #include <QVariantMap>
+#include <memory>
 
 class QObject;
 
@@ -25,33 +26,58 @@ inline const QString NSKeyValueChangeNotificationIsPriorKey = QStringLiteral("no
 /// The kind of change where a value was set: the only kind so far.
 inline constexpr int NSKeyValueChangeSetting = 1;
 
-/// Whoever is told of changes. It must be removed before it dies.
+/// Whoever is told of changes. What it is still registered for when it dies is dropped; if other threads may
+/// make changes then, it must be removed before.
 class NSKeyValueObserver {
 public:
-    virtual ~NSKeyValueObserver() = default;
+    NSKeyValueObserver();
+    virtual ~NSKeyValueObserver();
+    NSKeyValueObserver(const NSKeyValueObserver &) = delete;
+    NSKeyValueObserver &operator=(const NSKeyValueObserver &) = delete;
+
     /// Called on the thread that made the change.
+    /// \param object  the one that the observer was added to, also where a later key of the path changed
     virtual void observeValueForKeyPath(const QString &keyPath, QObject *object, const QVariantMap &change,
                                         void *context) = 0;
+
+private:
+    struct Registrations;
+    friend class KeyValueRegistry;
+    const std::unique_ptr<Registrations> m_registrations;
 };
 
-/// Change notifications by key on any QObject.
+/// Change notifications by key path on any QObject.
 ///
-/// The changing side brackets each change with willChangeValueForKey() and didChangeValueForKey(), on one
-/// thread; brackets may nest. Observers are called in the order in which they were added. Values are read
-/// through the object's properties, and only when an observer asked for them. All functions may be called
-/// from any thread, as long as the object lives; a dying object drops its observers.
+/// A change is announced in one of two ways. The changing side brackets it with willChangeValueForKey() and
+/// didChangeValueForKey(), on one thread; brackets may nest. Or the key is a property (or is<Key>, as in
+/// key-value coding) with a NOTIFY signal, and the signal announces it; inside a bracket of that key the
+/// signal counts as part of it. A signal comes when the change has happened: the old value is then the one
+/// that was read when observers last heard of the key, prior calls come after the change too, and what
+/// observers throw is logged, because nothing can be thrown through a signal.
+///
+/// A key path is keys joined by points. Its observer hears of changes of every key on it, as far as objects
+/// lead; with other values on the way (dictionaries, arrays and their operators) up to those. Objects on one
+/// path must be changed by one thread at a time.
+///
+/// Observers are called in the order in which they were added. Values are read by key-value coding, only when
+/// an observer asked for them; a key that the object doesn't have is read as nil. All functions may be called
+/// from any thread, as long as the object lives; a dying object drops its observers. Observers and observed
+/// objects may die during a notification.
 namespace NSKeyValueObserving {
 
 /// Adds an observer; adding it twice makes it be called twice. Neither side is kept alive.
-void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &key,
+/// Throws NSException (NSInvalidArgumentException) without an object or observer.
+void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &keyPath,
                  NSKeyValueObservingOptions options = {}, void *context = nullptr);
 
 /// Takes back the latest addObserver() with these arguments, whatever its context. Once it returns, the
 /// observer isn't being called by another thread and won't be called again: don't hold a lock that the
-/// observer takes. Throws NSException (NSRangeException) when there is no such observer.
-void removeObserver(QObject *object, NSKeyValueObserver *observer, const QString &key);
+/// observer takes. Throws NSException (NSRangeException) when there is no such observer. The object is only
+/// looked up: it may be gone.
+void removeObserver(const QObject *object, NSKeyValueObserver *observer, const QString &keyPath);
 /// The same, for the latest one added with this context.
-void removeObserver(QObject *object, NSKeyValueObserver *observer, const QString &key, void *context);
+void removeObserver(const QObject *object, NSKeyValueObserver *observer, const QString &keyPath,
+                    void *context);
 
 /// Announces that the key's value is about to change.
 void willChangeValueForKey(QObject *object, const QString &key);

@@ -2,74 +2,37 @@
 #include "platform/operations/NSRunLoop.h"
 
 #include "platform/operations/NSThread.h"
+#include "platform/operations/NSTimer.h"
+#include "platform/operations/RunLoopAlarm.h"
+#include "platform/operations/RunLoopTimers.h"
 #include "platform/values/NSException.h"
 
-#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <QEventLoop>
-#include <QPointer>
-#include <QSocketNotifier>
-#include <optional>
-#include <sys/timerfd.h>
-#include <system_error>
+#include <algorithm>
 #include <thread>
-#include <unistd.h>
-#include <utility>
 
-/// Wakes the dispatcher at a point in time. Qt's own timers count in milliseconds; a timer descriptor
-/// doesn't.
-class NSRunLoop::Alarm {
-public:
-    explicit Alarm(QAbstractEventDispatcher *dispatcher)
-        : m_fd(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC)), m_dispatcher(dispatcher) {
-        if (m_fd < 0)
-            throw std::system_error(errno, std::generic_category(), "timerfd_create");
-        m_notifier.emplace(m_fd, QSocketNotifier::Read);
-        // Reading takes the alarm back; that it woke the dispatcher is all it is for.
-        QObject::connect(&*m_notifier, &QSocketNotifier::activated, [fd = m_fd] {
-            std::uint64_t expirations;
-            [[maybe_unused]] const ssize_t count = ::read(fd, &expirations, sizeof expirations);
-        });
-    }
-    ~Alarm() {
-        m_notifier.reset();
-        ::close(m_fd);
-    }
-    Alarm(const Alarm &) = delete;
-    Alarm &operator=(const Alarm &) = delete;
+namespace {
 
-    /// A new application brings a new dispatcher, which knows nothing of the old one's notifiers.
-    bool belongsTo(const QAbstractEventDispatcher *dispatcher) const { return m_dispatcher == dispatcher; }
+/// The calling thread's run loop, as long as it has one.
+thread_local NSRunLoop *threadsRunLoop = nullptr;
 
-    /// Sets the alarm and gives what it was set to.
-    std::optional<Clock::time_point> set(Clock::time_point date) {
-        // Zero would switch the timer off.
-        const auto since = std::max(date.time_since_epoch(), Clock::duration(1));
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
-        itimerspec spec{};
-        spec.it_value.tv_sec = time_t(seconds.count());
-        spec.it_value.tv_nsec = long(std::chrono::nanoseconds(since - seconds).count());
-        ::timerfd_settime(m_fd, TFD_TIMER_ABSTIME, &spec, nullptr);
-        return std::exchange(m_date, date);
-    }
+} // namespace
 
-    /// Sets it to what it was before; that may have been due meanwhile, and then goes off at once. Without an
-    /// earlier date a timer that still goes off wakes the next loop once, which costs less than switching it
-    /// off each time.
-    void reset(std::optional<Clock::time_point> date) {
-        m_date.reset();
-        if (date)
-            set(*date);
-    }
+void attachMainRunLoop() {
+    if (NSThread::isMainThread())
+        NSRunLoop::mainRunLoop().m_timers->arm();
+}
+Q_COREAPP_STARTUP_FUNCTION(attachMainRunLoop)
 
-private:
-    const int m_fd;
-    QPointer<QAbstractEventDispatcher> m_dispatcher;
-    std::optional<QSocketNotifier> m_notifier;
-    std::optional<Clock::time_point> m_date;
-};
+NSRunLoop::NSRunLoop() : m_timers(std::make_unique<RunLoopTimers>()) {
+}
 
-NSRunLoop::NSRunLoop() = default;
-NSRunLoop::~NSRunLoop() = default;
+NSRunLoop::~NSRunLoop() {
+    // What is let go of here finds no run loop to be withdrawn from.
+    threadsRunLoop = nullptr;
+    m_timers->clear();
+}
 
 NSRunLoop &NSRunLoop::mainRunLoop() {
     // Never destroyed: threads that outlive main() may still ask for it.
@@ -83,9 +46,47 @@ NSRunLoop &NSRunLoop::currentRunLoop() {
     static thread_local const std::unique_ptr<NSRunLoop> loop = [] {
         // Gives the thread its dispatcher, which timers and sockets need from now on.
         const QEventLoop dispatcher;
-        return std::unique_ptr<NSRunLoop>(new NSRunLoop);
+        auto made = std::unique_ptr<NSRunLoop>(new NSRunLoop);
+        threadsRunLoop = made.get();
+        return made;
     }();
     return *loop;
+}
+
+NSRunLoop *NSRunLoop::existing() {
+    return NSThread::isMainThread() ? &mainRunLoop() : threadsRunLoop;
+}
+
+NSRunLoop::Clock::duration NSRunLoop::duration(double seconds) {
+    // A hundred years stand for ever: the clock's own range ends not much later.
+    constexpr double longest = 100.0 * 366 * 24 * 3600;
+    return std::chrono::duration_cast<Clock::duration>(
+        std::chrono::duration<double>(seconds > 0 ? std::min(seconds, longest) : 0));
+}
+
+void NSRunLoop::requireOwnThread() const {
+    if (this != &currentRunLoop())
+        throw NSException(NSInternalInconsistencyException,
+                          QStringLiteral("A run loop can only be used by its own thread."));
+}
+
+void NSRunLoop::addTimer(const std::shared_ptr<NSTimer> &timer) {
+    requireOwnThread();
+    if (!timer)
+        return;
+    {
+        const std::lock_guard lock(timer->m_mutex);
+        if (!timer->m_valid || timer->m_runLoop)
+            return;
+        timer->m_runLoop = this;
+    }
+    m_timers->add(timer);
+}
+
+void NSRunLoop::removeTimerFromCurrent(const NSRunLoop *runLoop, const NSTimer *timer) {
+    NSRunLoop *const current = existing();
+    if (current == runLoop && current)
+        current->m_timers->remove(timer);
 }
 
 void NSRunLoop::runUntilDate(const QDateTime &date) {
@@ -94,17 +95,16 @@ void NSRunLoop::runUntilDate(const QDateTime &date) {
 }
 
 void NSRunLoop::runUntilDate(double secondsFromNow) {
-    // A hundred years stand for ever: the clock's own range ends not much later.
-    constexpr double longest = 100.0 * 366 * 24 * 3600;
-    const double seconds = secondsFromNow > 0 ? std::min(secondsFromNow, longest) : 0;
-    runUntil(Clock::now() +
-             std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds)));
+    runUntil(Clock::now() + duration(secondsFromNow));
+}
+
+void NSRunLoop::setAlarm(Clock::time_point date) {
+    m_alarm->set(date);
+    m_alarmDate = date;
 }
 
 void NSRunLoop::runUntil(Clock::time_point date) {
-    if (this != &currentRunLoop())
-        throw NSException(NSInternalInconsistencyException,
-                          QStringLiteral("A run loop can only be run by its own thread."));
+    requireOwnThread();
     QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
     if (!dispatcher) {
         // The main thread without an application: there can be no events.
@@ -116,10 +116,16 @@ void NSRunLoop::runUntil(Clock::time_point date) {
         return;
     }
     if (!m_alarm || !m_alarm->belongsTo(dispatcher))
-        m_alarm = std::make_unique<Alarm>(dispatcher);
+        m_alarm = std::make_unique<RunLoopAlarm>(dispatcher);
 
-    const std::optional<Clock::time_point> outer = m_alarm->set(date);
+    // A run around this one may be due meanwhile; its alarm is set again in the end, and then goes off at
+    // once. Without one a timer that still goes off wakes the next loop once, which costs less than switching
+    // it off each time.
+    const std::optional<Clock::time_point> outer = m_alarmDate;
+    setAlarm(date);
     while (Clock::now() < date)
         dispatcher->processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    m_alarm->reset(outer);
+    m_alarmDate.reset();
+    if (outer)
+        setAlarm(*outer);
 }

@@ -4,8 +4,14 @@
 #include <QDateTime>
 #include <chrono>
 #include <memory>
+#include <optional>
+
+class NSTimer;
+class RunLoopAlarm;
+class RunLoopTimers;
 
 /// The event loop of a thread, run for a while by whoever waits for something that arrives through it.
+/// Timers and delayed messages (NSDelayedPerforming.h) are served by whatever runs the thread's events.
 ///
 /// It runs on Qt's event dispatcher: timers, sockets, posted events and the main queue are all served, and it
 /// may be run from inside an event handler, to any depth.
@@ -28,12 +34,27 @@ public:
     /// system between events and comes back as soon as the time is over, for an interval of 0.0001 too.
     void runUntilDate(double secondsFromNow);
 
+    /// Schedules a timer here, until it is invalidated or the thread ends; if its date has passed, it fires
+    /// as soon as the loop runs. Nothing happens for nil, for an invalid timer and for one that is scheduled
+    /// already. Throws NSException (NSInternalInconsistencyException) on another thread.
+    void addTimer(const std::shared_ptr<NSTimer> &timer);
+
 private:
-    class Alarm;
+    friend class NSTimer;
+    friend class DelayedPerforming;
+    friend void attachMainRunLoop();
     using Clock = std::chrono::steady_clock;
 
     NSRunLoop();
+    static NSRunLoop *existing();
+    /// Zero for what is negative or undefined, at most a hundred years.
+    static Clock::duration duration(double seconds);
+    static void removeTimerFromCurrent(const NSRunLoop *runLoop, const NSTimer *timer);
+    void requireOwnThread() const;
     void runUntil(Clock::time_point date);
+    void setAlarm(Clock::time_point date);
 
-    std::unique_ptr<Alarm> m_alarm;
+    std::unique_ptr<RunLoopAlarm> m_alarm;
+    std::optional<Clock::time_point> m_alarmDate;
+    const std::unique_ptr<RunLoopTimers> m_timers;
 };

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Operations/NSTimer+ZRKit.h"
+
+#include "platform/values/ValueKind.h"
+
+#include <utility>
+
+namespace ZRKit {
+
+namespace {
+
+using SimpleBlock = std::function<void()>;
+
+QVariant userInfoOf(SimpleBlock block) {
+    return block ? QVariant::fromValue(std::move(block)) : QVariant();
+}
+
+} // namespace
+
+std::shared_ptr<NSTimer> scheduledTimerWithTimeInterval(double interval, std::function<void()> block,
+                                                        bool repeats) {
+    return NSTimer::scheduledTimerWithTimeInterval(interval, executeSimpleBlock, userInfoOf(std::move(block)),
+                                                   repeats);
+}
+
+std::shared_ptr<NSTimer> timerWithTimeInterval(double interval, std::function<void()> block, bool repeats) {
+    return NSTimer::timerWithTimeInterval(interval, executeSimpleBlock, userInfoOf(std::move(block)),
+                                          repeats);
+}
+
+void executeSimpleBlock(NSTimer &timer) {
+    const QVariant userInfo = timer.userInfo();
+    if (userInfo.metaType() == QMetaType::fromType<SimpleBlock>())
+        held<SimpleBlock>(userInfo)();
+}
+
+} // namespace ZRKit

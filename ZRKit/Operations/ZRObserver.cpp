@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "ZRKit/Operations/ZRObserver.h"
+
+#include "ZRKit/Values/NSDictionary+ZRKit.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSLog.h"
+#include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+using Info = std::shared_ptr<ZRObserverInfo>;
+
+/// nullptr for anything else.
+ZRObserverInfo *infoOf(const QVariant &entry) {
+    return entry.metaType() == QMetaType::fromType<Info>() ? held<Info>(entry).get() : nullptr;
+}
+
+void tell(const ZRObserverInfo &info, const QString &keyPath, QObject *object, const QVariantMap &change,
+          void *context) {
+    if (info.target()) {
+        const QVariant target = QVariant::fromValue(info.livingTarget());
+        if (NSObjectRuntime::respondsTo(target, info.action()))
+            NSObjectRuntime::perform(target, info.action());
+    } else if (info.block()) {
+        info.block()(keyPath, object, change, context);
+    }
+}
+
+} // namespace
+
+ZRObserver::ZRObserver() : m_actions(QVariantMap()) {
+}
+
+ZRObserver::~ZRObserver() {
+    const QVariantMap actions = m_actions.value_or(QVariantMap());
+    for (const QVariant &array : actions) {
+        for (const QVariant &entry : arrayOf(array)) {
+            try {
+                if (const ZRObserverInfo *info = infoOf(entry))
+                    remove(*info);
+            } catch (const NSException &exception) {
+                NSLog("Exception while an observer is destroyed: %@", exception.description());
+            }
+        }
+    }
+}
+
+void ZRObserver::observe(QObject *observed, const QString &keyPath, NSKeyValueObservingOptions options,
+                         bool once, Block block) {
+    const auto info = std::make_shared<ZRObserverInfo>();
+    info->setObserved(observed);
+    info->setKeypath(keyPath);
+    info->setBlock(std::move(block));
+    info->setOnce(once);
+    add(info, options);
+}
+
+void ZRObserver::observe(QObject *observed, const QString &keyPath, Block block) {
+    observe(observed, keyPath, defaultOptions, false, std::move(block));
+}
+
+void ZRObserver::observe(QObject *observed, const QString &keyPath, NSKeyValueObservingOptions options,
+                         bool /*once*/, QObject *target, const NSSelector &action) {
+    const auto info = std::make_shared<ZRObserverInfo>();
+    info->setObserved(observed);
+    info->setKeypath(keyPath);
+    info->setTarget(target);
+    info->setAction(action);
+    add(info, options);
+}
+
+void ZRObserver::observe(QObject *observed, const QString &keyPath, QObject *target,
+                         const NSSelector &action) {
+    observe(observed, keyPath, defaultOptions, false, target, action);
+}
+
+void ZRObserver::add(const std::shared_ptr<ZRObserverInfo> &info, NSKeyValueObservingOptions options) {
+    const QString keyPath = info->keypath();
+    const auto arrayThere = [&] { return m_actions ? ZRKit::key(*m_actions, keyPath) : QVariant(); };
+    if (NSIsNil(arrayThere()) && info->observed())
+        NSKeyValueObserving::addObserver(info->observed(), this, keyPath, options, nullptr);
+    if (!m_actions)
+        return;
+    QVariantList array = arrayOf(arrayThere());
+    array.append(QVariant::fromValue(info));
+    m_actions->insert(keyPath, array);
+}
+
+void ZRObserver::remove(const ZRObserverInfo &info) {
+    if (info.observed())
+        NSKeyValueObserving::removeObserver(info.observed(), this, info.keypath(), nullptr);
+}
+
+void ZRObserver::observeValueForKeyPath(const QString &keyPath, QObject *object, const QVariantMap &change,
+                                        void *context) {
+    if (!m_actions)
+        return;
+    // A snapshot: those told may add and remove.
+    const QVariant array = ZRKit::key(*m_actions, keyPath);
+    if (array.typeId() != QMetaType::QVariantList)
+        return;
+    const auto &entries = held<QVariantList>(array);
+    for (const QVariant &entry : entries) {
+        const ZRObserverInfo *info = infoOf(entry);
+        if (!info)
+            continue;
+        if (entries.size() == 1 && !info->isOnce()) {
+            tell(*info, keyPath, object, change, context);
+            return;
+        }
+        const QPointer<ZRObserver> self = this;
+        const QPointer<QObject> changed = object;
+        tell(*info, keyPath, object, change, context);
+        if (!self)
+            return;
+        if (info->isOnce())
+            endOnce(keyPath, *info, changed);
+        if (!changed)
+            return; // there is nothing any more to tell of
+    }
+}
+
+void ZRObserver::endOnce(const QString &keyPath, const ZRObserverInfo &info, const QObject *changed) {
+    if (changed)
+        NSKeyValueObserving::removeObserver(changed, this, keyPath);
+    if (!m_actions)
+        return;
+    QVariantList live = arrayOf(ZRKit::key(*m_actions, keyPath));
+    const auto at =
+        std::find_if(live.begin(), live.end(), [&](const QVariant &entry) { return infoOf(entry) == &info; });
+    if (at == live.end())
+        return;
+    live.erase(at);
+    m_actions->insert(keyPath, live);
+}
+
+void ZRObserver::removeAllObservers() {
+    const QVariantMap actions = m_actions.value_or(QVariantMap());
+    for (const QVariant &array : actions)
+        for (const QVariant &entry : arrayOf(array))
+            if (const ZRObserverInfo *info = infoOf(entry))
+                remove(*info);
+    m_actions.reset();
+}
+
+#include "moc_ZRObserver.cpp"

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/operations/RunLoopAlarm.h"
+#include "platform/values/NSSelector.h"
+
+#include <QVariant>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+class NSTimer;
+class QObject;
+
+/// What one run loop has to do at points in time: timers and delayed messages. For the run loop's thread
+/// only.
+///
+/// All of them share one alarm, which is moved only when something is due earlier: restarting a delay again
+/// and again costs no system call.
+class RunLoopTimers {
+public:
+    using Clock = RunLoopAlarm::Clock;
+
+    RunLoopTimers() = default;
+    RunLoopTimers(const RunLoopTimers &) = delete;
+    RunLoopTimers &operator=(const RunLoopTimers &) = delete;
+
+    /// Adds a timer that isn't there yet.
+    void add(const std::shared_ptr<NSTimer> &timer);
+    void remove(const NSTimer *timer);
+
+    void addPerform(std::shared_ptr<QObject> target, const NSSelector &selector, const QVariant &object,
+                    Clock::time_point date);
+    void removePerforms(const QObject *target);
+    void removePerforms(const QObject *target, const NSSelector &selector, const QVariant &object);
+
+    /// Sees to it that the thread's dispatcher, if there is one now, serves what is there.
+    void arm();
+
+    /// Gives everything up.
+    void clear();
+
+private:
+    struct Entry {
+        std::shared_ptr<NSTimer> timer; ///< nullptr for a delayed message
+        std::shared_ptr<QObject> target;
+        NSSelector selector;
+        QVariant object;
+    };
+    /// The order in which things are due; of those due at the same moment the one added first comes first.
+    struct Due {
+        Clock::time_point date;
+        std::uint64_t number;
+        bool operator<(const Due &other) const {
+            return date != other.date ? date < other.date : number < other.number;
+        }
+    };
+    using Entries = std::map<Due, Entry>;
+    using Index = std::unordered_multimap<const void *, Entries::iterator>;
+
+    void insert(const void *owner, Entry entry, Clock::time_point date);
+    template <typename Matches>
+    void removeMatching(const void *owner, Matches matches);
+    Entry takeFirst();
+    void fireDue();
+    void fire(Entry entry);
+
+    Entries m_entries;
+    Index m_byOwner; ///< the timer or the target
+    std::uint64_t m_lastNumber = 0;
+    std::unique_ptr<RunLoopAlarm> m_alarm;
+    std::optional<Clock::time_point> m_armedFor;
+};
