@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/ZRMacros.h"
 
+#include "platform/files/NSBundle.h"
 #include "platform/values/NSLog.h"
 
 #include <array>
@@ -30,6 +31,27 @@ void zxAssertFailed(const char *function, const char *condition, const char *fil
                     const char *message) {
     NSLog("%@ <%@:%d> %s\n\n    %s failed assertion\n\n%@", message, file, line, function, condition,
           callStack());
+}
+
+QString zxAppName() {
+    const QString name =
+        NSBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleName")).toString();
+    if (name.isEmpty())
+        zxAssertFailed("NSString *zxAppName()",
+                       "([[[[NSBundle mainBundle] infoDictionary] objectForKey:@\"CFBundleName\"] length])",
+                       "ZRMacros", 424);
+    return name;
+}
+
+QString zxAppID() {
+    const QString identifier =
+        NSBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleIdentifier")).toString();
+    if (identifier.isEmpty())
+        zxAssertFailed(
+            "NSString *zxAppID()",
+            "([[[[NSBundle mainBundle] infoDictionary] objectForKey:@\"CFBundleIdentifier\"] length])",
+            "ZRMacros", 429);
+    return identifier;
 }
 
 } // namespace ZRKit

@@ -16,4 +16,9 @@ namespace ZRKit {
 void zxAssertFailed(const char *function, const char *condition, const char *file, int line,
                     const char *message = "Assertion");
 
+/// The application's name, "CFBundleName" of its NSBundle, and its identifier, "CFBundleIdentifier". Where
+/// that is missing or empty, an assertion line is logged and it is given all the same, nil or "". Any thread.
+QString zxAppName();
+QString zxAppID();
+
 } // namespace ZRKit

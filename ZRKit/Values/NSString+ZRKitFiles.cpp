@@ -3,11 +3,10 @@
 
 #include "platform/files/AtomicFile.h"
 #include "platform/files/FileContents.h"
+#include "platform/files/NSPathUtilities.h"
 #include "platform/net/ContentsOfURL.h"
 #include "platform/text/UTF8.h"
 #include "platform/values/NSNull.h"
-
-#include <QFile>
 
 namespace ZRKit {
 
@@ -17,9 +16,7 @@ namespace {
 QString targetPath(const QVariant &file) {
     if (file.typeId() == QMetaType::QString)
         return file.toString();
-    const QUrl url = file.typeId() == QMetaType::QUrl ? file.toUrl() : QUrl();
-    const bool isHere = url.host().isEmpty() || url.host() == QStringLiteral("localhost");
-    return url.scheme() == QStringLiteral("file") && isHere ? url.path(QUrl::FullyDecoded) : QString();
+    return file.typeId() == QMetaType::QUrl ? NSPathOfFileURL(file.toUrl()) : QString();
 }
 
 } // namespace
@@ -50,11 +47,11 @@ QString loadAsString(const QString &text) {
 }
 
 bool saveToFile(const QString &text, const QVariant &file) {
-    const QString path = targetPath(file);
+    const QByteArray path = NSFileSystemRepresentation(targetPath(file));
     const QByteArray content = NSDataUsingUTF8(text);
-    if (content.isNull() || path.isEmpty() || path.contains(u'\0'))
+    if (content.isNull() || path.isNull())
         return false;
-    AtomicFile target(QFile::encodeName(path), AtomicFile::Existing::Replaced);
+    AtomicFile target(path, AtomicFile::Existing::Replaced);
     return !target.open() && !target.commit(content);
 }
 

@@ -11,26 +11,14 @@
 
 namespace {
 
-/// Parents by identifier, and identifiers by MIME type; everything in lower case.
-struct Hierarchy {
-    QHash<QString, QStringList> parents;
-    QMultiHash<QString, QString> identifiersOfMIMEType;
-};
-
-QStringList words(const char *list) {
-    return QString::fromLatin1(list).split(u' ', Qt::SkipEmptyParts);
-}
-
-const Hierarchy &hierarchy() {
-    static const Hierarchy made = [] {
-        Hierarchy h;
-        for (const UniformType &type : uniformTypes()) {
-            const QString identifier = QString::fromLatin1(type.identifier).toLower();
-            h.parents.insert(identifier, words(type.parents));
-            for (const QString &mimeType : words(type.mimeTypes))
-                h.identifiersOfMIMEType.insert(mimeType, identifier);
-        }
-        return h;
+/// What each known identifier builds on; in lower case.
+const QHash<QString, QStringList> &parentsOfIdentifiers() {
+    static const QHash<QString, QStringList> made = [] {
+        QHash<QString, QStringList> parents;
+        for (const UniformType &type : uniformTypes())
+            parents.insert(QString::fromLatin1(type.identifier),
+                           QString::fromLatin1(type.parents).split(u' ', Qt::SkipEmptyParts));
+        return parents;
     }();
     return made;
 }
@@ -41,6 +29,18 @@ QStringList parentsOfMIMEType(const QString &name) {
     if (!mimeType.isValid())
         return {};
     return mimeType.parentMimeTypes() + mimeType.aliases() + QStringList{mimeType.name()};
+}
+
+/// What a dynamic identifier builds on: what its tag stands for, and data in any case.
+QStringList parentsOfDynamicType(const QString &identifier) {
+    const QString tag = tagOfDynamicUniformType(identifier);
+    if (tag.isNull())
+        return {};
+    const QString mimeType =
+        tag.startsWith(u'.')
+            ? QMimeDatabase().mimeTypeForFile(u'x' + tag, QMimeDatabase::MatchExtension).name()
+            : tag;
+    return {mimeType, QStringLiteral("public.data")};
 }
 
 } // namespace
@@ -54,16 +54,15 @@ bool NSWorkspace::typeConformsToType(const QString &type, const QString &toType)
     const QString wanted = toType.toLower();
     if (type.isEmpty() || wanted.isEmpty())
         return false;
-    const Hierarchy &known = hierarchy();
     QStringList open{type.toLower()};
     QSet<QString> seen(open.begin(), open.end());
     while (!open.isEmpty()) {
         const QString current = open.takeLast();
         if (current == wanted)
             return true;
-        QStringList next = known.parents.value(current);
+        QStringList next = parentsOfIdentifiers().value(current) + parentsOfDynamicType(current);
         if (current.contains(u'/'))
-            next += QStringList(known.identifiersOfMIMEType.values(current)) + parentsOfMIMEType(current);
+            next += uniformTypesOfMIMEType(current) + parentsOfMIMEType(current);
         for (const QString &parent : std::as_const(next)) {
             if (!seen.contains(parent)) {
                 seen.insert(parent);

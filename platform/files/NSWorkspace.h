@@ -11,8 +11,8 @@ public:
 
     /// Whether a type is another one or builds on it, directly or not: "public.jpeg" is a "public.image" and
     /// a "public.data". Case doesn't count. A MIME type may stand for `type`; what the shared MIME database
-    /// says it inherits counts too. NO for nil and empty identifiers, and for unknown ones unless they are
-    /// equal. Any thread.
+    /// says it inherits counts too, and so it does for a dynamic identifier, which is data in any case. NO
+    /// for nil and empty identifiers, and for unknown ones unless they are equal. Any thread.
     bool typeConformsToType(const QString &type, const QString &toType) const;
 
 private:

@@ -16,6 +16,10 @@ const EVP_MD *algorithm(MessageDigest digest) {
     return fetched[size_t(digest)];
 }
 
+[[noreturn]] void refuse() {
+    throw NSException(NSInternalInconsistencyException, QStringLiteral("OpenSSL refuses the digest"));
+}
+
 } // namespace
 
 QByteArray NSMessageDigest(MessageDigest digest, QByteArrayView bytes) {
@@ -23,6 +27,32 @@ QByteArray NSMessageDigest(MessageDigest digest, QByteArrayView bytes) {
     std::array<uchar, EVP_MAX_MD_SIZE> result{};
     unsigned size = 0;
     if (!type || EVP_Digest(bytes.data(), size_t(bytes.size()), result.data(), &size, type, nullptr) != 1)
-        throw NSException(NSInternalInconsistencyException, QStringLiteral("OpenSSL refuses the digest"));
+        refuse();
+    return {reinterpret_cast<const char *>(result.data()), qsizetype(size)};
+}
+
+struct MessageDigester::Context {
+    EVP_MD_CTX *evp = EVP_MD_CTX_new();
+    ~Context() { EVP_MD_CTX_free(evp); }
+};
+
+MessageDigester::MessageDigester(MessageDigest digest) : m_context(std::make_unique<Context>()) {
+    const EVP_MD *const type = algorithm(digest);
+    if (!type || !m_context->evp || EVP_DigestInit_ex(m_context->evp, type, nullptr) != 1)
+        refuse();
+}
+
+MessageDigester::~MessageDigester() = default;
+
+void MessageDigester::add(QByteArrayView bytes) {
+    if (EVP_DigestUpdate(m_context->evp, bytes.data(), size_t(bytes.size())) != 1)
+        refuse();
+}
+
+QByteArray MessageDigester::result() {
+    std::array<uchar, EVP_MAX_MD_SIZE> result{};
+    unsigned size = 0;
+    if (EVP_DigestFinal_ex(m_context->evp, result.data(), &size) != 1)
+        refuse();
     return {reinterpret_cast<const char *>(result.data()), qsizetype(size)};
 }
