@@ -3,7 +3,7 @@
 
 #include "platform/dates/DateWords.h"
 
-#include <cmath>
+#include <cstdlib>
 
 namespace {
 
@@ -569,7 +569,7 @@ private:
                 const Number fraction = number(end + 1);
                 if (fraction.length > MostDigits)
                     return std::nullopt;
-                millisecond = int(fraction.value * 1000 / std::pow(10, fraction.length));
+                millisecond = milliseconds(fraction);
                 end = fraction.end;
             }
         }
@@ -589,6 +589,15 @@ private:
             (isJoint(at(read.end)) && at(read.end) != u',' && at(read.end) != u'-' && isWordly(read.end + 1)))
             return Time{skippedRun(read.end), false, 0};
         return read;
+    }
+
+    static int milliseconds(const Number &fraction) {
+        int value = fraction.value;
+        for (qsizetype digits = fraction.length; digits > 3; --digits)
+            value /= 10;
+        for (qsizetype digits = fraction.length; digits < 3; ++digits)
+            value *= 10;
+        return value;
     }
 
     qsizetype skippedRun(qsizetype p) const {

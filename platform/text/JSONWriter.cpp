@@ -14,6 +14,8 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <string_view>
+#include <utility>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -47,21 +49,45 @@ bool hasStringKeys(const QVariant &dictionary) {
                QMetaType::fromType<QString>();
 }
 
-// 0 for a unit that stands for itself, 'u' for one that needs the long form, else the letter of its escape.
-constexpr std::array<char, 128> escapes = [] {
-    std::array<char, 128> table{};
-    for (int i = 0; i < 0x20; ++i)
-        table[size_t(i)] = 'u';
-    table['"'] = '"';
-    table['\\'] = '\\';
-    table['/'] = '/';
-    table['\b'] = 'b';
-    table['\f'] = 'f';
-    table['\n'] = 'n';
-    table['\r'] = 'r';
-    table['\t'] = 't';
-    return table;
-}();
+/// What is written for each ASCII unit: itself or its escape.
+class EscapeTexts {
+public:
+    constexpr explicit EscapeTexts(bool escapesSlashes) {
+        constexpr std::string_view digits = "0123456789abcdef";
+        for (size_t unit = 0; unit < m_entries.size(); ++unit)
+            m_entries[unit] = {{char(unit)}, 1};
+        for (size_t unit = 0; unit < 0x20; ++unit)
+            m_entries[unit] = {{'\\', 'u', '0', '0', digits[unit >> 4], digits[unit & 15]}, 6};
+        for (const auto &[unit, letter] : {std::pair('"', '"'),
+                                           {'\\', '\\'},
+                                           {'\b', 'b'},
+                                           {'\f', 'f'},
+                                           {'\n', 'n'},
+                                           {'\r', 'r'},
+                                           {'\t', 't'}})
+            m_entries[size_t(unit)] = {{'\\', letter}, 2};
+        if (escapesSlashes)
+            m_entries['/'] = {{'\\', '/'}, 2};
+    }
+    constexpr bool escapes(char16_t unit) const { return m_entries[unit].size > 1; }
+    /// Writes eight bytes, and gives the place behind those that count.
+    char *write(char *to, char16_t unit) const {
+        const Entry &entry = m_entries[unit];
+        std::memcpy(to, &entry, sizeof entry);
+        return to + entry.size;
+    }
+
+private:
+    struct alignas(8) Entry {
+        std::array<char, 7> text;
+        char size;
+    };
+    static_assert(sizeof(Entry) == 8);
+    std::array<Entry, 128> m_entries{};
+};
+
+constexpr EscapeTexts escapedSlashes(true);
+constexpr EscapeTexts bareSlashes(false);
 
 // Copies units as long as they are ASCII and stand for themselves (a slash counts as one that doesn't). There
 // is room for eight bytes more than there are units.
@@ -85,7 +111,7 @@ void copyPlain(const char16_t *&from, const char16_t *end, char *&to) {
             return;
     }
 #endif
-    while (from < end && *from < 0x80 && !escapes[*from])
+    while (from < end && *from < 0x80 && !escapedSlashes.escapes(*from))
         *to++ = char(*from++);
 }
 
@@ -248,51 +274,40 @@ void JSONWriter::number(Number number) {
 void JSONWriter::string(const QString &text) {
     if (text.isNull())
         refuse(QStringLiteral("Invalid value in JSON write: a nil string"));
+    const EscapeTexts &escapes =
+        m_options & NSJSONWritingWithoutEscapingSlashes ? bareSlashes : escapedSlashes;
     const auto *at = reinterpret_cast<const char16_t *>(text.utf16());
     const char16_t *const end = at + text.size();
     append('"');
     while (at < end) {
         const char16_t *const pieceEnd = at + qMin(end - at, PieceOfString);
         ensure(LongestEscape * (pieceEnd - at) + LongestEscape + 8);
+        char *to = m_at;
         while (at < pieceEnd) {
-            copyPlain(at, pieceEnd, m_at);
+            copyPlain(at, pieceEnd, to);
             if (at == pieceEnd)
                 break;
-            const char32_t unit = *at++;
+            const char16_t unit = *at++;
             if (unit < 0x80) {
-                char escape = escapes[unit];
-                if (unit == '/' && (m_options & NSJSONWritingWithoutEscapingSlashes))
-                    escape = 0;
-                if (!escape) {
-                    *m_at++ = char(unit);
-                } else {
-                    *m_at++ = '\\';
-                    *m_at++ = escape;
-                    if (escape == 'u') {
-                        constexpr const char *digits = "0123456789abcdef";
-                        *m_at++ = '0';
-                        *m_at++ = '0';
-                        *m_at++ = digits[unit >> 4];
-                        *m_at++ = digits[unit & 15];
-                    }
-                }
+                to = escapes.write(to, unit);
             } else if (unit < 0x800) {
-                *m_at++ = char(0xC0 | unit >> 6);
-                *m_at++ = char(0x80 | (unit & 0x3F));
+                *to++ = char(0xC0 | unit >> 6);
+                *to++ = char(0x80 | (unit & 0x3F));
             } else if (!QChar::isSurrogate(unit)) {
-                *m_at++ = char(0xE0 | unit >> 12);
-                *m_at++ = char(0x80 | (unit >> 6 & 0x3F));
-                *m_at++ = char(0x80 | (unit & 0x3F));
+                *to++ = char(0xE0 | unit >> 12);
+                *to++ = char(0x80 | (unit >> 6 & 0x3F));
+                *to++ = char(0x80 | (unit & 0x3F));
             } else {
                 if (QChar::isLowSurrogate(unit) || at == end || !QChar::isLowSurrogate(*at))
                     refuse(QStringLiteral("Invalid string in JSON write: half a surrogate pair"));
-                const char32_t code = QChar::surrogateToUcs4(char16_t(unit), *at++);
-                *m_at++ = char(0xF0 | code >> 18);
-                *m_at++ = char(0x80 | (code >> 12 & 0x3F));
-                *m_at++ = char(0x80 | (code >> 6 & 0x3F));
-                *m_at++ = char(0x80 | (code & 0x3F));
+                const char32_t code = QChar::surrogateToUcs4(unit, *at++);
+                *to++ = char(0xF0 | code >> 18);
+                *to++ = char(0x80 | (code >> 12 & 0x3F));
+                *to++ = char(0x80 | (code >> 6 & 0x3F));
+                *to++ = char(0x80 | (code & 0x3F));
             }
         }
+        m_at = to;
     }
     append('"');
 }
