@@ -33,7 +33,13 @@ private:
     bool object(QVariant &out);
     bool array(QVariant &out);
     bool number(QVariant &out);
-    bool floatingPoint(QVariant &out, const char *start);
+    struct Digits {
+        quint64 value = 0;
+        bool overflow = false;
+    };
+    /// Goes on with the digits that were read before.
+    Digits readDigits(Digits before);
+    bool floatingPoint(QVariant &out, const char *start, Digits digits);
     bool literal(const char *word, qsizetype size);
     bool string(QString &out, KnownTexts &known, qsizetype longestKnown);
     bool decode(QString &out, const char *start);

@@ -5,8 +5,10 @@
 #include <QVariantList>
 #include <QVariantMap>
 #include <bit>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 #include <string_view>
 #include <vector>
 
@@ -388,6 +390,26 @@ TEST(NSJSONReading, MutabilityBitsChangeNothing) {
     EXPECT_TRUE(
         identical(read("{\"a\":[1]}", NSJSONReadingMutableContainers | NSJSONReadingMutableLeaves), value));
     EXPECT_FALSE(read("1", NSJSONReadingMutableContainers | NSJSONReadingMutableLeaves).isValid());
+}
+
+TEST(NSJSONReading, EveryNumberIsTheNearestDouble) {
+    std::mt19937_64 random(3);
+    for (int i = 0; i < 200'000; ++i) {
+        // Around what doubles hold exactly, digits and powers of ten, as well as anywhere.
+        QByteArray number = i % 4 ? QByteArray::number(quint64(random()) >> random() % 64)
+                                  : QByteArray::number((1ull << 53) - 2 + random() % 5);
+        if (const qsizetype point = qsizetype(random() % 20); point > 0 && point < number.size())
+            number.insert(number.size() - point, '.');
+        else
+            number += ".0";
+        if (random() % 2)
+            number += 'e' + QByteArray::number(int(random() % 64) - 32);
+        if (random() % 2)
+            number.prepend('-');
+        const QVariantList list = NSJSONSerialization::JSONObjectWithData('[' + number + ']').toList();
+        ASSERT_EQ(list.size(), 1) << number.constData();
+        ASSERT_TRUE(identical(list.at(0), std::strtod(number.constData(), nullptr))) << number.constData();
+    }
 }
 
 TEST(NSJSONReading, DepthIsBounded) {
