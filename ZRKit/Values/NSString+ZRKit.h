@@ -11,12 +11,12 @@
 #include <QVariant>
 #include <QVariantMap>
 
+class ZRCollection;
+
 /// The kit's short vocabulary on strings. Lengths, indexes and characters are UTF-16 code units; white space
 /// is what NSIsWhitespaceOrNewline() says. Asked of nil, a null QString, every operation gives the neutral
 /// value of its result: nil, false, 0 or no pieces. So nil is neither blank nor empty, while "" is both. Any
 /// thread, without exception.
-class ZRCollection;
-
 namespace ZRKit {
 
 // Tests
