@@ -2,6 +2,7 @@
 #include "platform/net/ContentsOfURL.h"
 
 #include "platform/files/FileContents.h"
+#include "platform/net/CurlGlobal.h"
 #include "platform/web/WebDataURL.h"
 
 #include <curl/curl.h>
@@ -23,9 +24,9 @@ size_t append(const char *bytes, size_t, size_t count, void *body) {
 }
 
 QByteArray contentsByHTTP(const QUrl &url) {
-    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> transfer(curl_easy_init(), curl_easy_cleanup);
-    if (initialised != CURLE_OK || !transfer)
+    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> transfer(
+        initialiseCurl() ? curl_easy_init() : nullptr, curl_easy_cleanup);
+    if (!transfer)
         return {};
     QByteArray body("");
     const auto set = [&](CURLoption option, auto value) {

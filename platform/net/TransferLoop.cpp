@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: MIT
+#include "platform/net/TransferLoop.h"
+
+#include "platform/net/CurlGlobal.h"
+#include "platform/net/NSURLConnection.h"
+#include "platform/operations/NSThread.h"
+#include "platform/values/NSException.h"
+#include "platform/values/NSLog.h"
+
+#include <algorithm>
+#include <array>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t mostSpareHandles = 8;
+
+int checked(int descriptor, const char *what) {
+    if (descriptor < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+    return descriptor;
+}
+
+} // namespace
+
+TransferLoop::TransferLoop(const QString &threadName)
+    : m_epoll(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
+      m_wakeUp(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      m_multi(initialiseCurl() ? curl_multi_init() : nullptr) {
+    if (!m_multi)
+        throw std::system_error(ENOMEM, std::generic_category(), "curl_multi_init");
+    epoll_event event{.events = EPOLLIN, .data = {.fd = m_wakeUp}};
+    checked(::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event), "epoll_ctl");
+    curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, socketDidChange);
+    curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, timeoutDidChange);
+    curl_multi_setopt(m_multi, CURLMOPT_TIMERDATA, this);
+    m_thread = std::thread([this, threadName] {
+        NSThread::currentThread().setName(threadName);
+        run();
+    });
+}
+
+TransferLoop::~TransferLoop() {
+    m_ending = true;
+    wake();
+    m_thread.join();
+    ::close(m_wakeUp);
+    ::close(m_epoll);
+}
+
+void TransferLoop::perform(std::function<void()> block) {
+    bool mustWake = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_blocks.push_back(std::move(block));
+        mustWake = !std::exchange(m_woken, true);
+    }
+    if (mustWake)
+        wake();
+}
+
+void TransferLoop::wake() {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t count = ::write(m_wakeUp, &one, sizeof one);
+}
+
+void TransferLoop::keep(const std::shared_ptr<NSURLConnection> &connection) {
+    m_connections.insert(connection);
+}
+
+void TransferLoop::release(const std::shared_ptr<NSURLConnection> &connection) {
+    m_connections.erase(connection);
+}
+
+CURL *TransferLoop::takeHandle() {
+    if (m_spareHandles.empty())
+        return curl_easy_init();
+    CURL *handle = m_spareHandles.back();
+    m_spareHandles.pop_back();
+    return handle;
+}
+
+void TransferLoop::giveHandleBack(CURL *handle) {
+    if (m_spareHandles.size() >= mostSpareHandles) {
+        curl_easy_cleanup(handle);
+        return;
+    }
+    curl_easy_reset(handle);
+    m_spareHandles.push_back(handle);
+}
+
+void TransferLoop::add(CURL *handle, Transfer *transfer) {
+    curl_easy_setopt(handle, CURLOPT_PRIVATE, transfer);
+    m_handles.insert(handle);
+    curl_multi_add_handle(m_multi, handle);
+}
+
+void TransferLoop::remove(CURL *handle) {
+    if (m_handles.erase(handle) > 0)
+        curl_multi_remove_handle(m_multi, handle);
+}
+
+void TransferLoop::setTimer(Transfer *transfer, Clock::time_point time) {
+    clearTimer(transfer);
+    m_timers.emplace(time, transfer);
+    m_timesOfTransfers[transfer] = time;
+}
+
+void TransferLoop::clearTimer(Transfer *transfer) {
+    const auto known = m_timesOfTransfers.find(transfer);
+    if (known == m_timesOfTransfers.end())
+        return;
+    const auto [begin, end] = m_timers.equal_range(known->second);
+    m_timers.erase(std::find_if(begin, end, [&](const auto &entry) { return entry.second == transfer; }));
+    m_timesOfTransfers.erase(known);
+}
+
+int TransferLoop::socketDidChange(CURL *, curl_socket_t socket, int what, void *loop, void *known) {
+    auto &self = *static_cast<TransferLoop *>(loop);
+    if (what == CURL_POLL_REMOVE) {
+        // A socket that is closed already has left by itself.
+        ::epoll_ctl(self.m_epoll, EPOLL_CTL_DEL, socket, nullptr);
+        return 0;
+    }
+    epoll_event event{.events = 0, .data = {.fd = socket}};
+    if (what & CURL_POLL_IN)
+        event.events |= EPOLLIN;
+    if (what & CURL_POLL_OUT)
+        event.events |= EPOLLOUT;
+    if (known && ::epoll_ctl(self.m_epoll, EPOLL_CTL_MOD, socket, &event) == 0)
+        return 0;
+    if (::epoll_ctl(self.m_epoll, EPOLL_CTL_ADD, socket, &event) != 0)
+        return ::epoll_ctl(self.m_epoll, EPOLL_CTL_MOD, socket, &event);
+    curl_multi_assign(self.m_multi, socket, loop);
+    return 0;
+}
+
+int TransferLoop::timeoutDidChange(CURLM *, long milliseconds, void *loop) {
+    static_cast<TransferLoop *>(loop)->m_curlTime =
+        milliseconds < 0 ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(milliseconds);
+    return 0;
+}
+
+int TransferLoop::waitingTime() const {
+    const Clock::time_point next =
+        m_timers.empty() ? m_curlTime : std::min(m_curlTime, m_timers.begin()->first);
+    if (next == Clock::time_point::max())
+        return -1;
+    // Rounded up: waking before the time would only mean waiting again.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
+    return int(std::clamp<long long>(left, 0, 3'600'000));
+}
+
+void TransferLoop::act(curl_socket_t socket, int events) {
+    int running = 0;
+    m_insideCurl = true;
+    curl_multi_socket_action(m_multi, socket, events, &running);
+    m_insideCurl = false;
+}
+
+void TransferLoop::finishHandles() {
+    int left = 0;
+    while (const CURLMsg *message = curl_multi_info_read(m_multi, &left)) {
+        if (message->msg != CURLMSG_DONE)
+            continue;
+        CURL *handle = message->easy_handle;
+        const CURLcode code = message->data.result;
+        Transfer *transfer = nullptr;
+        curl_easy_getinfo(handle, CURLINFO_PRIVATE, &transfer);
+        remove(handle);
+        transfer->handleDidFinish(code);
+    }
+}
+
+void TransferLoop::runBlocks() {
+    std::vector<std::function<void()>> blocks;
+    {
+        const std::lock_guard lock(m_mutex);
+        blocks.swap(m_blocks);
+        m_woken = false;
+    }
+    for (auto &block : blocks) {
+        try {
+            block();
+        } catch (...) {
+            NSLog("Exception on the thread %@: %@", NSThread::currentThread().name(),
+                  NSException::currentDescription());
+        }
+        block = nullptr;
+    }
+}
+
+void TransferLoop::fireTimers() {
+    while (!m_timers.empty() && m_timers.begin()->first <= Clock::now()) {
+        Transfer *transfer = m_timers.begin()->second;
+        clearTimer(transfer);
+        transfer->timerDidFire();
+    }
+}
+
+void TransferLoop::run() {
+    std::array<epoll_event, 64> events{};
+    while (!m_ending) {
+        const int count = ::epoll_wait(m_epoll, events.data(), int(events.size()), waitingTime());
+        for (int i = 0; i < count; ++i) {
+            const epoll_event &event = events[size_t(i)];
+            if (event.data.fd == m_wakeUp) {
+                std::uint64_t wakeUps = 0;
+                [[maybe_unused]] const ssize_t bytes = ::read(m_wakeUp, &wakeUps, sizeof wakeUps);
+                continue;
+            }
+            act(event.data.fd, (event.events & (EPOLLIN | EPOLLHUP) ? CURL_CSELECT_IN : 0) |
+                                   (event.events & EPOLLOUT ? CURL_CSELECT_OUT : 0) |
+                                   (event.events & EPOLLERR ? CURL_CSELECT_ERR : 0));
+        }
+        if (m_curlTime <= Clock::now()) {
+            m_curlTime = Clock::time_point::max();
+            act(CURL_SOCKET_TIMEOUT, 0);
+        }
+        finishHandles();
+        fireTimers();
+        runBlocks();
+    }
+    const auto connections = std::move(m_connections);
+    for (const auto &connection : connections)
+        connection->cancel();
+    const std::vector<std::function<void()>> dropped = [this] {
+        const std::lock_guard lock(m_mutex);
+        return std::move(m_blocks);
+    }();
+    for (CURL *handle : m_spareHandles)
+        curl_easy_cleanup(handle);
+    curl_multi_cleanup(m_multi);
+}

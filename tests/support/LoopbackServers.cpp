@@ -1,0 +1,294 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/LoopbackServers.h"
+
+#include <QDir>
+#include <QFile>
+#include <algorithm>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+int listenOnLoopback(int *port) {
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto *generic = reinterpret_cast<sockaddr *>(&address);
+    if (listener < 0 || ::bind(listener, generic, size) != 0 || ::listen(listener, 64) != 0 ||
+        ::getsockname(listener, generic, &size) != 0)
+        throw std::runtime_error("cannot listen on loopback");
+    *port = ntohs(address.sin_port);
+    return listener;
+}
+
+bool accepts(int port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(uint16_t(port));
+    const bool connected = ::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    ::close(fd);
+    return connected;
+}
+
+/// Makes the child end with this process, however that ends.
+void dieWithParent(QProcess &process) {
+    process.setChildProcessModifier([parent = ::getpid()] {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != parent)
+            ::_exit(1);
+    });
+}
+
+void waitUntilItAccepts(QProcess &process, int port) {
+    for (int i = 0; i < 600; ++i) {
+        if (accepts(port))
+            return;
+        if (process.waitForFinished(50))
+            break;
+    }
+    throw std::runtime_error("the server did not come up: " + process.readAll().toStdString());
+}
+
+void end(QProcess &process) {
+    process.kill();
+    process.waitForFinished();
+}
+
+void write(const QString &path, const QByteArray &content) {
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        throw std::runtime_error("cannot write " + path.toStdString());
+}
+
+QStringList words(const char *text) {
+    return QString::fromLatin1(text).split(u' ');
+}
+
+constexpr const char *configuration = R"(
+daemon off;
+master_process off;
+%USER%
+error_log stderr crit;
+pid %FOLDER%/pid;
+events { worker_connections 256; }
+http {
+    log_format plain '$request_method $request_uri $server_protocol $status $connection';
+    access_log %FOLDER%/access plain;
+    client_body_temp_path %FOLDER%/body;
+    proxy_temp_path %FOLDER%/proxy;
+    fastcgi_temp_path %FOLDER%/fastcgi;
+    uwsgi_temp_path %FOLDER%/uwsgi;
+    scgi_temp_path %FOLDER%/scgi;
+    types { text/plain txt; application/json json; text/xml xml; }
+    default_type application/octet-stream;
+    keepalive_requests 100000;
+    lingering_close off;
+    server {
+        listen 127.0.0.1:%PORT% backlog=512;
+        listen 127.0.0.1:%SECURE% ssl http2;
+        ssl_certificate %FOLDER%/certificate.pem;
+        ssl_certificate_key %FOLDER%/key.pem;
+        root %FOLDER%/files;
+        location / { gzip on; gzip_types *; gzip_min_length 100; }
+        location = /large { gzip off; }
+        location = /slow { alias %FOLDER%/files/large; limit_rate 64k; gzip off; }
+        location /basic/ { auth_basic "the realm"; auth_basic_user_file %FOLDER%/passwords; alias %FOLDER%/files/; }
+        location = /plain { default_type text/plain; return 200 "plain"; }
+        location = /no-content { return 204; }
+        location = /moved { return 302 /plain; }
+    }
+}
+)";
+
+} // namespace
+
+NginxServer::NginxServer() : m_large(1 << 20, Qt::Uninitialized) {
+    unsigned state = 1;
+    for (char &c : m_large)
+        c = char((state = state * 1664525 + 1013904223) >> 24);
+    for (int i = 0; i < 5000; ++i)
+        m_text += "line " + QByteArray::number(i % 10) + " of a text that packs well\n";
+    const QDir folder(m_folder.path());
+    if (!folder.mkpath(QStringLiteral("files")))
+        throw std::runtime_error("cannot make a folder");
+    const auto file = [&](const char *name) {
+        return folder.filePath(QStringLiteral("files/") + QString::fromLatin1(name));
+    };
+    write(file("small"), "small");
+    write(file("empty"), "");
+    write(file("large"), m_large);
+    write(file("text.txt"), m_text);
+    write(file("page.json"), "{\"list\": [1, 2.5, null], \"word\": \"caf\xc3\xa9\"}");
+    write(file("feed.xml"), "<feed><entry id='1'>one</entry></feed>");
+    write(file("latin1.txt"), "caf\xe9");
+    write(folder.filePath(QStringLiteral("passwords")), "user:{PLAIN}secret\n");
+    const QString key = folder.filePath(QStringLiteral("key.pem"));
+    QProcess request;
+    request.start(QStringLiteral("openssl"),
+                  words("req -x509 -newkey rsa:2048 -nodes -batch -days 30 -subj /CN=localhost -addext "
+                        "subjectAltName=DNS:localhost,IP:127.0.0.1 -keyout") +
+                      QStringList{key, QStringLiteral("-out"), authority()});
+    if (!request.waitForFinished() || request.exitCode() != 0)
+        throw std::runtime_error("openssl: " + request.readAllStandardError().toStdString());
+    // Between finding a free port and using it, somebody else may take it: then the next is tried.
+    for (int attempt = 0;; ++attempt) {
+        for (int *port : {&m_port, &m_securePort})
+            ::close(listenOnLoopback(port));
+        QByteArray text = configuration;
+        text.replace("%FOLDER%", m_folder.path().toUtf8())
+            .replace("%PORT%", QByteArray::number(m_port))
+            .replace("%SECURE%", QByteArray::number(m_securePort))
+            // Root's server would change its user, which may not enter the test's folder.
+            .replace("%USER%", ::geteuid() == 0 ? "user root;" : "");
+        write(folder.filePath(QStringLiteral("nginx.conf")), text);
+        dieWithParent(m_process);
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(QStringLiteral("/usr/sbin/nginx"),
+                        {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-e"),
+                         QStringLiteral("stderr"), QStringLiteral("-c"),
+                         folder.filePath(QStringLiteral("nginx.conf"))});
+        try {
+            waitUntilItAccepts(m_process, m_securePort);
+            return;
+        } catch (const std::runtime_error &) {
+            end(m_process);
+            if (attempt == 4)
+                throw;
+        }
+    }
+}
+
+NginxServer::~NginxServer() {
+    end(m_process);
+}
+
+QUrl NginxServer::url(const QString &path) const {
+    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path));
+}
+
+QUrl NginxServer::secureUrl(const QString &path, const QString &host) const {
+    return QUrl(QStringLiteral("https://%1:%2%3").arg(host).arg(m_securePort).arg(path));
+}
+
+QList<QByteArray> NginxServer::accesses() const {
+    QFile file(m_folder.filePath(QStringLiteral("access")));
+    QList<QByteArray> lines;
+    if (file.open(QIODevice::ReadOnly))
+        lines = file.readAll().trimmed().split('\n');
+    return lines;
+}
+
+HttpbinServer::HttpbinServer() {
+    for (int attempt = 0;; ++attempt) {
+        ::close(listenOnLoopback(&m_port));
+        dieWithParent(m_process);
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.setStandardOutputFile(QProcess::nullDevice());
+        m_process.start(
+            QStringLiteral("/usr/bin/python3"),
+            {QStringLiteral("-c"),
+             QStringLiteral("from httpbin import app; app.run('127.0.0.1', %1, threaded=True)").arg(m_port)});
+        try {
+            waitUntilItAccepts(m_process, m_port);
+            return;
+        } catch (const std::runtime_error &) {
+            end(m_process);
+            if (attempt == 4)
+                throw;
+        }
+    }
+}
+
+HttpbinServer::~HttpbinServer() {
+    end(m_process);
+}
+
+QUrl HttpbinServer::url(const QString &path) const {
+    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path));
+}
+
+ScriptedServer::ScriptedServer(Script script)
+    : m_script(std::move(script)), m_listener(listenOnLoopback(&m_port)), m_acceptor([this] { serve(); }) {
+}
+
+ScriptedServer::~ScriptedServer() {
+    ::shutdown(m_listener, SHUT_RDWR);
+    m_acceptor.join();
+    ::close(m_listener);
+    {
+        const std::lock_guard lock(m_mutex);
+        for (const int fd : m_open)
+            ::shutdown(fd, SHUT_RDWR);
+    }
+    for (std::thread &thread : m_threads)
+        thread.join();
+    for (const int fd : m_open)
+        ::close(fd);
+}
+
+QUrl ScriptedServer::url(const QString &path) const {
+    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path));
+}
+
+QList<QByteArray> ScriptedServer::requests() const {
+    const std::lock_guard lock(m_mutex);
+    return m_requests;
+}
+
+void ScriptedServer::serve() {
+    for (;;) {
+        const int fd = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (fd < 0)
+            return;
+        const std::lock_guard lock(m_mutex);
+        m_open.push_back(fd);
+        m_threads.emplace_back([this, fd] {
+            QByteArray request;
+            char buffer[65536];
+            const auto isWhole = [&] {
+                const qsizetype head = request.indexOf("\r\n\r\n");
+                if (head < 0)
+                    return false;
+                const QByteArray lower = request.left(head).toLower();
+                const qsizetype at = lower.indexOf("\r\ncontent-length:");
+                const qsizetype length =
+                    at < 0 ? 0 : lower.mid(at + 17).split('\r').first().trimmed().toLongLong();
+                return request.size() >= head + 4 + length;
+            };
+            while (!isWhole()) {
+                const ssize_t count = ::recv(fd, buffer, sizeof buffer, 0);
+                if (count <= 0)
+                    return;
+                request.append(buffer, count);
+            }
+            int number = 0;
+            {
+                const std::lock_guard inner(m_mutex);
+                number = int(m_requests.size());
+                m_requests.append(request);
+            }
+            const Answer answer = m_script(number, request);
+            for (qsizetype sent = 0; sent < answer.bytes.size();) {
+                const ssize_t count = ::send(fd, answer.bytes.constData() + sent,
+                                             size_t(answer.bytes.size() - sent), MSG_NOSIGNAL);
+                if (count <= 0)
+                    return;
+                sent += count;
+            }
+            // What else the client sends is waited for, so that it sees an orderly end.
+            if (answer.closes)
+                ::shutdown(fd, SHUT_WR);
+            while (::recv(fd, buffer, sizeof buffer, 0) > 0) {
+            }
+        });
+    }
+}
