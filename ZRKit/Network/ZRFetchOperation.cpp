@@ -323,6 +323,7 @@ void ZRFetchOperation::handleCookiesForResponse(const std::shared_ptr<NSHTTPURLR
         NSObjectRuntime::perform(receiver, selector, {QVariant(list)});
 }
 
+/// To be called with a copy: the block may set another one in its place.
 void ZRFetchOperation::callBlock(const Block &block, const char *name) {
     try {
         block(self());
@@ -352,7 +353,7 @@ void ZRFetchOperation::connectionDidReceiveResponse(const Connection &,
     if (m_progressBlock) {
         m_expectedBytes = expected;
         m_receivedBytes = 0;
-        callBlock(m_progressBlock, "progress block");
+        callBlock(Block(m_progressBlock), "progress block");
     }
 }
 
@@ -363,7 +364,7 @@ void ZRFetchOperation::connectionDidReceiveData(const Connection &, QByteArrayVi
     if (m_progressBlock && m_expectedBytes != 0) {
         m_receivedBytes += data.size();
         m_progress = double(m_receivedBytes) / double(m_expectedBytes);
-        callBlock(m_progressBlock, "progress block");
+        callBlock(Block(m_progressBlock), "progress block");
     }
     if (m_downloadFileHandle)
         writeToFile(data);
@@ -460,7 +461,7 @@ void ZRFetchOperation::finished() {
     announce(NSOperationIsExecutingKey, m_executing, false);
     announce(NSOperationIsFinishedKey, m_finished, true);
     if (!m_cancelled && m_completeBlock)
-        callBlock(m_completeBlock, "completion block");
+        callBlock(Block(m_completeBlock), "completion block");
     m_connection.reset();
     m_data = QByteArray();
     m_request.reset();

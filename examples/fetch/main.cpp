@@ -129,7 +129,7 @@ int main(int argc, char **argv) {
         else if (argument == u"--verify")
             verify = true;
         else
-            jobs.push_back({QUrl(argument), {}});
+            jobs.emplace_back().url = QUrl(argument);
     }
     if (jobs.empty()) {
         std::fprintf(stderr, "usage: fetch [--output FOLDER] [--verify] URL...\n");

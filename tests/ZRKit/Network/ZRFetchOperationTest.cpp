@@ -2,6 +2,7 @@
 #include "ZRKit/Network/ZRFetchOperation.h"
 
 #include "platform/files/NSFileHandle.h"
+#include "platform/files/NSPathUtilities.h"
 #include "platform/net/NSHTTPCookieStorage.h"
 #include "platform/values/NSException.h"
 #include "tests/ZRKit/Network/FetchTest.h"
@@ -152,7 +153,7 @@ TEST(FetchSetUp, TheDescriptionNamesStateAndURL) {
 
 TEST(FetchSetUp, IncompleteDownloadsHaveAFolderOfTheirOwn) {
     const QString path = make()->incompleteDownloadDirectoryPath();
-    EXPECT_EQ(path, QDir::temp().filePath(QStringLiteral("ZRDownloadsIncomplete")));
+    EXPECT_EQ(path, QDir(NSTemporaryDirectory()).filePath(QStringLiteral("ZRDownloadsIncomplete")));
     EXPECT_TRUE(QFileInfo(path).isDir());
     EXPECT_EQ(make()->incompleteDownloadDirectoryPath(), path);
 }
