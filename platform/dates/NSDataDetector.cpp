@@ -366,7 +366,7 @@ private:
             return std::nullopt;
         const Word what = word(start);
         if (*direction != 0 && DateWords::unit(what.lower()) == DateWords::Weeks)
-            return Day{what.end, m_today.addDays(7 * *direction)};
+            return Day{what.end, m_today.addDays(qint64(*direction) * 7)};
         const auto weekday = DateWords::weekday(what.lower());
         if (!weekday)
             return std::nullopt;
@@ -608,8 +608,7 @@ private:
 
     static Time timeOfDay(qsizetype end, int hour, int minute, int second, int millisecond) {
         const bool lastMoment = hour == 24 && minute == 0 && second == 0 && millisecond == 0;
-        const qint64 milliseconds =
-            qint64(hour) * MillisecondsOfHour + minute * MillisecondsOfMinute + second * 1000 + millisecond;
+        const qint64 milliseconds = ((qint64(hour) * 60 + minute) * 60 + second) * 1000 + millisecond;
         return {end, (hour < 24 || lastMoment) && minute < 60 && second < 60, milliseconds};
     }
 

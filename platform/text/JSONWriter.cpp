@@ -58,14 +58,14 @@ public:
             m_entries[unit] = {{char(unit)}, 1};
         for (size_t unit = 0; unit < 0x20; ++unit)
             m_entries[unit] = {{'\\', 'u', '0', '0', digits[unit >> 4], digits[unit & 15]}, 6};
-        for (const auto &[unit, letter] : {std::pair('"', '"'),
-                                           {'\\', '\\'},
-                                           {'\b', 'b'},
-                                           {'\f', 'f'},
-                                           {'\n', 'n'},
-                                           {'\r', 'r'},
-                                           {'\t', 't'}})
-            m_entries[size_t(unit)] = {{'\\', letter}, 2};
+        for (const auto &[unit, letter] : {std::pair(u'"', '"'),
+                                           {u'\\', '\\'},
+                                           {u'\b', 'b'},
+                                           {u'\f', 'f'},
+                                           {u'\n', 'n'},
+                                           {u'\r', 'r'},
+                                           {u'\t', 't'}})
+            m_entries[unit] = {{'\\', letter}, 2};
         if (escapesSlashes)
             m_entries['/'] = {{'\\', '/'}, 2};
     }
@@ -218,7 +218,7 @@ void JSONWriter::leave(char bracket, bool empty) {
 void JSONWriter::newLine() {
     if (!(m_options & NSJSONWritingPrettyPrinted))
         return;
-    const qsizetype indentation = 2 * m_depth;
+    const qsizetype indentation = qsizetype(m_depth) * 2;
     ensure(1 + indentation);
     *m_at++ = '\n';
     std::memset(m_at, ' ', size_t(indentation));
