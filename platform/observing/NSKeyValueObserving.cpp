@@ -45,7 +45,7 @@ struct Registration {
     /// Where it listens now: for each key of the path, as far as objects lead.
     std::vector<std::shared_ptr<ObservedKey>> chain;
     /// Some key of the chain announces its changes by a signal, so that old values must be known beforehand.
-    bool isAutomatic = false;
+    std::atomic<bool> isAutomatic = false;
     /// An object on the path has died, and what led to it may still point there.
     bool isBroken = false;
     /// The value that the observer last heard of.
@@ -59,12 +59,16 @@ struct Link {
     std::shared_ptr<Registration> registration;
     std::size_t level;
 };
-using Links = std::vector<Link>;
+/// The links of one key. They keep it, so that who holds them may go on when its object has died.
+struct Links {
+    std::shared_ptr<ObservedKey> key;
+    std::vector<Link> all;
+};
 
 /// One key of one object, from the time it is first observed until the object dies.
 class ObservedKey : public std::enable_shared_from_this<ObservedKey> {
 public:
-    ObservedKey(QObject *object, const QString &key) : object(object), key(key) {
+    ObservedKey(QObject *observed, const QString &name) : object(observed), key(name) {
         const QMetaObject *meta = object->metaObject();
         int index = meta->indexOfProperty(key.toUtf8().constData());
         if (index < 0)
@@ -99,8 +103,8 @@ public:
         const std::lock_guard lock(m_mutex);
         if (m_gone)
             return;
-        auto links = m_links ? std::make_shared<Links>(*m_links) : std::make_shared<Links>();
-        links->push_back(link);
+        auto links = std::make_shared<Links>(m_links ? *m_links : Links{shared_from_this(), {}});
+        links->all.push_back(link);
         replace(std::move(links));
     }
 
@@ -109,11 +113,12 @@ public:
         if (!m_links)
             return;
         auto links = std::make_shared<Links>(*m_links);
-        links->erase(std::remove_if(links->begin(), links->end(),
-                                    [&](const Link &link) {
-                                        return link.registration.get() == registration && link.level == level;
-                                    }),
-                     links->end());
+        auto &all = links->all;
+        all.erase(std::remove_if(all.begin(), all.end(),
+                                 [&](const Link &link) {
+                                     return link.registration.get() == registration && link.level == level;
+                                 }),
+                  all.end());
         replace(std::move(links));
     }
 
@@ -201,7 +206,7 @@ void forget(const QObject *object) {
         const auto links = key->end();
         if (!links)
             continue;
-        for (const auto &[registration, level] : *links) {
+        for (const auto &[registration, level] : links->all) {
             if (level == 0)
                 registration->calls.refuse();
             const std::lock_guard lock(registration->mutex);
@@ -293,16 +298,10 @@ void link(const std::shared_ptr<Registration> &registration, std::size_t level) 
 
 enum class Moment { Initial, Prior, Changed };
 
-/// Calls the observer. Values are those that it asked for, where there are any.
+/// Calls the observer. Values are those that it asked for, where there are any. The change dictionary may be
+/// one to fill again.
 void call(Registration &registration, Moment moment, std::optional<QVariant> newValue,
-          std::optional<QVariant> oldValue) {
-    QVariantMap change;
-    if (moment == Moment::Changed) {
-        const std::lock_guard lock(registration.mutex);
-        change.swap(registration.spare);
-        if (newValue && registration.isAutomatic)
-            registration.known = *newValue;
-    }
+          std::optional<QVariant> oldValue, QVariantMap change = {}) {
     if (!registration.wants(NSKeyValueObservingOptionNew))
         newValue.reset();
     if (!registration.wants(NSKeyValueObservingOptionOld))
@@ -327,21 +326,23 @@ void call(Registration &registration, Moment moment, std::optional<QVariant> new
         registration.observer->observeValueForKeyPath(registration.keyPath, registration.object, change,
                                                       registration.context);
     });
-    if (moment == Moment::Changed && change.isDetached()) {
-        for (auto at = std::next(change.begin()); at != change.end(); ++at)
+    if (moment != Moment::Changed || !change.isDetached())
+        return;
+    for (auto at = std::next(change.begin()); at != change.end(); ++at)
+        if (at->metaType().flags() & QMetaType::NeedsDestruction)
             at->clear();
-        const std::lock_guard lock(registration.mutex);
-        registration.spare.swap(change);
-    }
+    const std::lock_guard lock(registration.mutex);
+    registration.spare.swap(change);
 }
 
 /// Does something for each registration, once; the first exception waits until everybody knows.
 template <typename Action>
 void forEach(const Links &links, Action action) {
     std::exception_ptr failure;
-    for (auto at = links.begin(); at != links.end(); ++at) {
+    const auto &all = links.all;
+    for (auto at = all.begin(); at != all.end(); ++at) {
         // A path may lead through the same key twice.
-        if (at->registration->hasPath() && std::any_of(links.begin(), at, [&](const Link &earlier) {
+        if (at->registration->hasPath() && std::any_of(all.begin(), at, [&](const Link &earlier) {
                 return earlier.registration == at->registration;
             }))
             continue;
@@ -357,74 +358,83 @@ void forEach(const Links &links, Action action) {
 }
 
 /// A key has changed: tells its observers, with the old values from before if they are there.
-void tell(const Links &links, ObservedKey &observed, const PendingChange *pending, bool isSignal) {
+void tell(const Links &links, const PendingChange *pending, bool isSignal) {
+    const ObservedKey &observed = *links.key;
     std::optional<QVariant> value;
     forEach(links, [&](const Link &at) {
-        const auto &registration = at.registration;
-        if (registration->hasPath())
-            link(registration, at.level + 1);
-        bool isAutomatic = false;
+        Registration &registration = *at.registration;
+        const bool wantsOld = registration.wants(NSKeyValueObservingOptionOld);
         std::optional<QVariant> old;
-        if (isOver(*registration))
-            return;
-        {
-            const std::lock_guard lock(registration->mutex);
-            isAutomatic = registration->isAutomatic;
-            if (isAutomatic && !pending && registration->wants(NSKeyValueObservingOptionOld))
-                old = registration->known;
-        }
         if (pending) {
             const auto known = std::find_if(pending->olds.begin(), pending->olds.end(),
-                                            [&](const auto &each) { return each.first == registration; });
+                                            [&](const auto &each) { return each.first == at.registration; });
             if (known != pending->olds.end())
                 old = known->second;
         }
-        if (isSignal && registration->wants(NSKeyValueObservingOptionPrior)) {
-            call(*registration, Moment::Prior, std::nullopt, old);
-            if (isOver(*registration))
-                return;
+        if (isSignal && registration.wants(NSKeyValueObservingOptionPrior)) {
+            {
+                const std::lock_guard lock(registration.mutex);
+                if (registration.chain.empty())
+                    return;
+                if (wantsOld)
+                    old = registration.known;
+            }
+            call(registration, Moment::Prior, std::nullopt, old);
         }
+        if (isOver(registration))
+            return;
+        if (registration.hasPath())
+            link(at.registration, at.level + 1);
         std::optional<QVariant> present;
-        if (registration->wants(NSKeyValueObservingOptionNew) ||
-            (isAutomatic && registration->wants(NSKeyValueObservingOptionOld))) {
-            if (registration->hasPath()) {
-                present = pathValue(*registration);
+        const bool keepsKnown = wantsOld && registration.isAutomatic;
+        if (registration.wants(NSKeyValueObservingOptionNew) || keepsKnown) {
+            if (registration.hasPath()) {
+                present = pathValue(registration);
             } else {
                 if (!value)
                     value = orNull(observed.value());
                 present = value;
             }
         }
-        call(*registration, Moment::Changed, std::move(present), std::move(old));
+        QVariantMap change;
+        {
+            const std::lock_guard lock(registration.mutex);
+            if (keepsKnown) {
+                if (!pending)
+                    old = std::move(registration.known);
+                registration.known = *present;
+            }
+            change.swap(registration.spare);
+        }
+        call(registration, Moment::Changed, std::move(present), std::move(old), std::move(change));
     });
 }
 
 /// A NOTIFY signal was emitted.
-void signalled(ObservedKey *key) {
+void signalled(void *context) {
+    auto *const key = static_cast<ObservedKey *>(context);
     const bool isBracketed =
         std::any_of(pendingChanges.begin(), pendingChanges.end(),
                     [&](const PendingChange &change) { return change.observed.get() == key; });
     if (isBracketed)
         return;
-    // It may die with its object during the calls.
-    const std::shared_ptr<ObservedKey> observed = key->shared_from_this();
-    const auto links = observed->links();
+    const auto links = key->links();
     if (!links)
         return;
     try {
-        tell(*links, *observed, nullptr, true);
+        tell(*links, nullptr, true);
     } catch (...) {
-        NSLog("Exception in an observer of the key \"%@\": %@", observed->key,
+        NSLog("Exception in an observer of the key \"%@\": %@", links->key->key,
               NSException::currentDescription());
     }
 }
 
 void ObservedKey::replace(std::shared_ptr<const Links> links) {
-    if (links->empty())
+    if (links->all.empty())
         links = nullptr;
     if (isAutomatic() && links && !m_links) {
         if (!m_relay)
-            m_relay = std::make_unique<NotifyRelay>([this] { signalled(this); });
+            m_relay = std::make_unique<NotifyRelay>(signalled, this);
         m_relay->connectTo(object, m_property);
     } else if (m_relay && !links && m_links) {
         m_relay->disconnectFrom(object);
@@ -481,7 +491,7 @@ void removeMatching(const QObject *object, const QString &keyPath, Matches match
     const auto links = observed ? observed->links() : nullptr;
     std::shared_ptr<Registration> found;
     if (links) {
-        for (auto at = links->rbegin(); at != links->rend() && !found; ++at) {
+        for (auto at = links->all.rbegin(); at != links->all.rend() && !found; ++at) {
             Registration &registration = *at->registration;
             if (at->level > 0 || registration.keyPath != keyPath || !matches(registration))
                 continue;
@@ -517,14 +527,10 @@ void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &k
     registration->context = context;
     KeyValueRegistry::add(observer, registration);
     link(registration, 0);
-    if (registration->wants(NSKeyValueObservingOptionOld)) {
-        std::unique_lock lock(registration->mutex);
-        if (registration->isAutomatic) {
-            lock.unlock();
-            QVariant value = pathValue(*registration);
-            lock.lock();
-            registration->known = std::move(value);
-        }
+    if (registration->isAutomatic && registration->wants(NSKeyValueObservingOptionOld)) {
+        QVariant value = pathValue(*registration);
+        const std::lock_guard lock(registration->mutex);
+        registration->known = std::move(value);
     }
     if (registration->wants(NSKeyValueObservingOptionInitial))
         call(*registration, Moment::Initial,
@@ -552,7 +558,7 @@ void willChangeValueForKey(QObject *object, const QString &key) {
         return;
     PendingChange change{object, key, observed, {}};
     std::optional<QVariant> value;
-    for (const auto &[registration, level] : *links) {
+    for (const auto &[registration, level] : links->all) {
         if (!registration->wants(NSKeyValueObservingOptionOld))
             continue;
         if (registration->hasPath()) {
@@ -587,7 +593,7 @@ void didChangeValueForKey(QObject *object, const QString &key) {
     }
     const auto observed = pending ? pending->observed : find(object, key);
     if (const auto links = observed ? observed->links() : nullptr)
-        tell(*links, *observed, pending ? &*pending : nullptr, false);
+        tell(*links, pending ? &*pending : nullptr, false);
 }
 
 } // namespace NSKeyValueObserving

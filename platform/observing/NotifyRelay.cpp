@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/observing/NotifyRelay.h"
 
-#include <utility>
-
-NotifyRelay::NotifyRelay(std::function<void()> changed) : m_changed(std::move(changed)) {
+NotifyRelay::NotifyRelay(Function function, void *context) : m_function(function), m_context(context) {
     moveToThread(nullptr); // it belongs to no thread, so that any may destroy it
 }
 
@@ -17,9 +15,7 @@ void NotifyRelay::disconnectFrom(const QObject *object) {
 }
 
 void NotifyRelay::changed() {
-    // The copy lives on if the relay doesn't.
-    const auto call = m_changed;
-    call();
+    m_function(m_context);
 }
 
 #include "moc_NotifyRelay.cpp"

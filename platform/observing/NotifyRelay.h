@@ -3,15 +3,16 @@
 
 #include <QMetaProperty>
 #include <QObject>
-#include <functional>
 
 /// Passes a property's NOTIFY signal on to a function, on the thread that emits it.
 class NotifyRelay : public QObject {
     Q_OBJECT
 
 public:
+    using Function = void (*)(void *context);
+
     /// The function must not throw; it may destroy the relay.
-    explicit NotifyRelay(std::function<void()> changed);
+    NotifyRelay(Function function, void *context);
 
     void connectTo(const QObject *object, const QMetaProperty &property);
     void disconnectFrom(const QObject *object);
@@ -19,5 +20,6 @@ public:
     Q_SLOT void changed();
 
 private:
-    const std::function<void()> m_changed;
+    const Function m_function;
+    void *const m_context;
 };

@@ -21,7 +21,7 @@ thread_local NSRunLoop *threadsRunLoop = nullptr;
 
 void attachMainRunLoop() {
     if (NSThread::isMainThread())
-        NSRunLoop::mainRunLoop().m_timers->arm();
+        NSRunLoop::mainRunLoop().m_timers->attach();
 }
 Q_COREAPP_STARTUP_FUNCTION(attachMainRunLoop)
 

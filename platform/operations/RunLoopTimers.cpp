@@ -11,9 +11,23 @@
 #include <utility>
 
 void RunLoopTimers::insert(const void *owner, Entry entry, Clock::time_point date) {
-    const auto at = m_entries.emplace(Due{date, ++m_lastNumber}, std::move(entry)).first;
-    m_byOwner.emplace(owner, at);
-    if (at == m_entries.begin())
+    const Due due{date, ++m_lastNumber};
+    Entries::iterator at;
+    if (m_spareEntry.empty()) {
+        at = m_entries.emplace(due, std::move(entry)).first;
+    } else {
+        m_spareEntry.key() = due;
+        m_spareEntry.mapped() = std::move(entry);
+        at = m_entries.insert(std::move(m_spareEntry)).position;
+    }
+    if (m_spareOwner.empty()) {
+        m_byOwner.emplace(owner, at);
+    } else {
+        m_spareOwner.key() = owner;
+        m_spareOwner.mapped() = at;
+        m_byOwner.insert(std::move(m_spareOwner));
+    }
+    if (at == m_entries.begin() && !(m_armedFor && *m_armedFor <= date))
         arm();
 }
 
@@ -31,17 +45,21 @@ void RunLoopTimers::addPerform(std::shared_ptr<QObject> target, const NSSelector
 template <typename Matches>
 void RunLoopTimers::removeMatching(const void *owner, Matches matches) {
     // Let go at the end: the last owner's end may come back here.
-    std::vector<Entry> removed;
+    Entry first;
+    std::vector<Entry> others;
+    bool isFirst = true;
     auto [at, end] = m_byOwner.equal_range(owner);
     while (at != end) {
-        const Entries::iterator entry = at->second;
-        if (!matches(entry->second)) {
+        if (!matches(at->second->second)) {
             ++at;
             continue;
         }
-        removed.push_back(std::move(entry->second));
-        m_entries.erase(entry);
-        at = m_byOwner.erase(at);
+        m_spareEntry = m_entries.extract(at->second);
+        if (std::exchange(isFirst, false))
+            first = std::exchange(m_spareEntry.mapped(), Entry());
+        else
+            others.push_back(std::exchange(m_spareEntry.mapped(), Entry()));
+        m_spareOwner = m_byOwner.extract(at++);
     }
 }
 
@@ -58,6 +76,11 @@ void RunLoopTimers::removePerforms(const QObject *target, const NSSelector &sele
     removeMatching(target, [&](const Entry &entry) {
         return entry.selector == selector && NSObjectRuntime::isEqual(entry.object, object);
     });
+}
+
+void RunLoopTimers::attach() {
+    m_armedFor.reset();
+    arm();
 }
 
 void RunLoopTimers::arm() {

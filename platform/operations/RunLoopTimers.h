@@ -37,8 +37,8 @@ public:
     void removePerforms(const QObject *target);
     void removePerforms(const QObject *target, const NSSelector &selector, const QVariant &object);
 
-    /// Sees to it that the thread's dispatcher, if there is one now, serves what is there.
-    void arm();
+    /// The thread has a new dispatcher, which is to serve what is there.
+    void attach();
 
     /// Gives everything up.
     void clear();
@@ -64,12 +64,17 @@ private:
     void insert(const void *owner, Entry entry, Clock::time_point date);
     template <typename Matches>
     void removeMatching(const void *owner, Matches matches);
+    /// Sees to it that the dispatcher, if there is one, wakes for what is due first.
+    void arm();
     Entry takeFirst();
     void fireDue();
     void fire(Entry entry);
 
     Entries m_entries;
     Index m_byOwner; ///< the timer or the target
+    /// Taken out last, to be used again: restarting a delay takes no memory.
+    Entries::node_type m_spareEntry;
+    Index::node_type m_spareOwner;
     std::uint64_t m_lastNumber = 0;
     std::unique_ptr<RunLoopAlarm> m_alarm;
     std::optional<Clock::time_point> m_armedFor;

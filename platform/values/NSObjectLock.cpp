@@ -13,10 +13,13 @@ struct Lock {
     int users = 0;
 };
 
+using Locks = std::unordered_map<const QObject *, Lock>;
+
 /// Locks in use are spread over several tables, so that threads which lock different objects seldom meet.
 struct Table {
     std::mutex mutex;
-    std::unordered_map<const QObject *, Lock> locks;
+    Locks locks;
+    Locks::node_type spare; ///< the last one that went out of use
 };
 
 Table &tableOf(const QObject *object) {
@@ -32,7 +35,12 @@ NSObjectLock::NSObjectLock(const QObject *object) : m_object(object) {
         return;
     Table &table = tableOf(object);
     std::unique_lock access(table.mutex);
-    Lock &lock = table.locks[object];
+    auto at = table.locks.find(object);
+    if (at == table.locks.end() && !table.spare.empty()) {
+        table.spare.key() = object;
+        at = table.locks.insert(std::move(table.spare)).position;
+    }
+    Lock &lock = at == table.locks.end() ? table.locks[object] : at->second;
     ++lock.users;
     access.unlock();
     lock.mutex.lock();
@@ -46,5 +54,5 @@ NSObjectLock::~NSObjectLock() {
     const auto at = table.locks.find(m_object);
     at->second.mutex.unlock();
     if (--at->second.users == 0)
-        table.locks.erase(at);
+        table.spare = table.locks.extract(at);
 }
