@@ -73,7 +73,7 @@ int main() {
     ZRObserver ofAlbum;
     ofAlbum.observe(&album, u"song.title"_s,
                     [&](const QString &, QObject *object, const QVariantMap &, void *) {
-                        seen << object->metaObject()->className();
+                        seen << QString::fromLatin1(object->metaObject()->className());
                     });
     song.setProperty("title", u"Fugue"_s);
     expect(seen.contains(u"Fugue"_s) && seen.contains(u"QObject"_s));

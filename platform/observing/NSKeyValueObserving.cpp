@@ -109,7 +109,9 @@ public:
     }
 
     void remove(const Registration *registration, std::size_t level) {
+        std::shared_ptr<const Links> before; // let go after the lock: values of others may end with it
         const std::lock_guard lock(m_mutex);
+        before = m_links;
         if (!m_links)
             return;
         auto links = std::make_shared<Links>(*m_links);
