@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Network/ZRFetchOperation.h"
 
+#include "ZRKit/Storage/NSFileHandle+ZRKit.h"
+#include "ZRKit/Values/NSObject+ZRKit.h"
 #include "examples/kit/Expect.h"
-#include "platform/files/NSFileHandle.h"
 #include "platform/net/NSHTTPCookieStorage.h"
 
 #include <QFile>
@@ -144,6 +145,16 @@ int main() {
     });
     done.wait();
 
+    // xml: an element's children are arrays under "$" and their name; a data URL has no status
+    ZRFetchOperation::fetch(QStringLiteral("data:,%3Cfeed%3E%3Centry%3Eone%3C%2Fentry%3E%3C%2Ffeed%3E"),
+                            [&](const auto &operation) {
+                                expect(ZRKit::path(operation->xml(), QStringLiteral("$entry/0/_content")) ==
+                                       QVariant(QStringLiteral("one")));
+                                expect(!operation->OK() && !operation->xmlOK().isValid());
+                                done.send();
+                            });
+    done.wait();
+
     // Redirects keep the request
     ZRFetchOperation::fetch(server.url("/moved"), [&](const auto &operation) {
         expect(operation->OK() && operation->url().path() == QStringLiteral("/echo"));
@@ -186,10 +197,8 @@ int main() {
     // progressBlock and downloadFileHandle
     const QTemporaryDir folder;
     QFile file(folder.filePath(QStringLiteral("feed")));
-    expect(file.open(QIODevice::WriteOnly));
-    file.close();
     const auto download = std::make_shared<ZRFetchOperation>(server.url("/feed.json"));
-    download->setDownloadFileHandle(NSFileHandle::fileHandleForWritingAtPath(file.fileName()));
+    download->setDownloadFileHandle(ZRKit::fileHandleForNewFileWritingAtPath(file.fileName()));
     double last = -1;
     download->setProgressBlock([&](const auto &operation) { last = operation->progress(); });
     download->fetchWithBlock([&](const auto &operation) {

@@ -545,17 +545,21 @@ TEST(FetchTLS, WhatSpeaksNoTLSFails) {
 TEST(FetchTrouble, AServerThatDiesInTheMiddle) {
     auto server = std::make_unique<NginxServer>();
     const auto operation = make(server->url(QStringLiteral("/slow")));
-    Gate gate;
+    Gate began;
+    Gate ended;
+    Fetched result;
     operation->setProgressBlock([&](const auto &running) {
         if (running->receivedBytes() > 0)
-            gate.open();
+            began.open();
     });
-    std::thread killer([&] {
-        gate.pass();
-        server.reset();
+    operation->fetchWithBlock([&](const auto &done) {
+        read(result, *done);
+        ended.open();
     });
-    const Fetched result = fetched(operation);
-    killer.join();
+    ASSERT_TRUE(began.pass());
+    server.reset();
+    ASSERT_TRUE(ended.pass());
+    waitForNetworkThread();
     EXPECT_EQ(result.statusCode, 200);
     EXPECT_EQ(result.error.code(), NSURLErrorNetworkConnectionLost);
     EXPECT_FALSE(result.data.isEmpty());
