@@ -12,7 +12,7 @@
 #include <QStringDecoder>
 #include <QStringEncoder>
 #include <QUrl>
-#include <QVariantHash>
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -22,11 +22,6 @@ namespace {
 
 QString notNil(const QString &text) {
     return text.isNull() ? QStringLiteral("") : text;
-}
-
-bool isUnsigned(const QVariant &number) {
-    const int type = number.typeId();
-    return type == QMetaType::ULongLong || type == QMetaType::ULong;
 }
 
 qint64 integerOf(double number) {
@@ -49,14 +44,39 @@ bool isReal(const QVariant &number) {
 }
 
 qint64 integerOf(const QVariant &number) {
-    if (isReal(number))
-        return integerOf(number.toDouble());
-    return isUnsigned(number) ? qint64(number.toULongLong()) : number.toLongLong();
+    switch (number.typeId()) {
+    case QMetaType::Int:
+        return held<int>(number);
+    case QMetaType::LongLong:
+        return held<qlonglong>(number);
+    case QMetaType::Bool:
+        return held<bool>(number);
+    case QMetaType::Double:
+        return integerOf(held<double>(number));
+    case QMetaType::Float:
+        return integerOf(double(held<float>(number)));
+    case QMetaType::ULong:
+    case QMetaType::ULongLong:
+        return qint64(number.toULongLong());
+    default:
+        return number.toLongLong();
+    }
+}
+
+double realOf(const QVariant &number) {
+    switch (number.typeId()) {
+    case QMetaType::Double:
+        return held<double>(number);
+    case QMetaType::Int:
+        return held<int>(number);
+    default:
+        return number.toDouble();
+    }
 }
 
 bool numberIsTrue(const QVariant &number) {
     if (isReal(number))
-        return number.toDouble() != 0;
+        return realOf(number) != 0;
     return integerOf(number) != 0;
 }
 
@@ -90,18 +110,6 @@ QString textOf(const QVariant &value, ValueKind kind) {
                                                   : NSObjectRuntime::description(value);
 }
 
-/// The kinds that paths are made of first.
-ValueKind stepKind(const QVariant &value) {
-    switch (value.typeId()) {
-    case QMetaType::QVariantMap:
-        return ValueKind::Dictionary;
-    case QMetaType::QVariantList:
-        return ValueKind::Array;
-    default:
-        return kindOf(value);
-    }
-}
-
 /// A component's integer; -1, which no array has, where that is 0 and the component is not "0".
 qint64 indexIn(QStringView component) {
     constexpr qsizetype Short = 18; // so many digits can't overflow
@@ -113,7 +121,24 @@ qint64 indexIn(QStringView component) {
         }
         index = index * 10 + (c.unicode() - u'0');
     }
-    return index == 0 && component != u"0" ? -1 : index;
+    const bool isZero = component.size() == 1 && component.front() == QLatin1Char('0');
+    return index == 0 && !isZero ? -1 : index;
+}
+
+bool isWildcard(QStringView component) {
+    return component.size() == 1 &&
+           (component.front() == QLatin1Char('*') || component.front() == QLatin1Char('?'));
+}
+
+/// Takes the part before the first slash, and the slash. Components are short: a loop finds it sooner than a
+/// search made for long texts.
+QStringView takeComponent(QStringView &path) {
+    qsizetype length = 0;
+    while (length < path.size() && path[length] != QLatin1Char('/'))
+        ++length;
+    const QStringView component = path.first(length);
+    path = path.sliced(std::min(length + 1, path.size()));
+    return component;
 }
 
 /// A step on a path that is neither a dictionary's nor an array's, or whose element is missing, ends it:
@@ -121,30 +146,26 @@ qint64 indexIn(QStringView component) {
 const QVariant *walk(const QVariant *current, QStringView rest, QVariant &scratch) {
     QVariant made;
     while (!rest.isEmpty()) {
-        const qsizetype slash = rest.indexOf(QLatin1Char('/'));
-        const QStringView component = slash < 0 ? rest : rest.first(slash);
-        rest = slash < 0 ? QStringView() : rest.sliced(slash + 1);
+        const QStringView component = takeComponent(rest);
         if (component.isEmpty())
             continue;
-        switch (stepKind(*current)) {
-        case ValueKind::Dictionary:
+        const int type = current->typeId();
+        if (type == QMetaType::QVariantMap ||
+            (type != QMetaType::QVariantList && kindOf(*current) == ValueKind::Dictionary)) {
             // The key only lives for the search, so it needs no memory of its own.
             current = entryOf(*current, QString::fromRawData(component.data(), component.size()), made);
-            break;
-        case ValueKind::Array:
-            if (component == u"*" || component == u"?") {
-                for (const QVariantList elements = arrayOf(*current); const QVariant &element : elements) {
-                    QVariant inner;
-                    if (const QVariant *found = walk(&element, rest, inner); found && !NSIsNil(*found)) {
-                        scratch = *found;
-                        return &scratch;
-                    }
-                }
-                return nullptr;
-            }
+        } else if (type != QMetaType::QVariantList && kindOf(*current) != ValueKind::Array) {
+            return nullptr;
+        } else if (!isWildcard(component)) {
             current = elementOf(*current, indexIn(component), made);
-            break;
-        default:
+        } else {
+            for (const QVariantList elements = arrayOf(*current); const QVariant &element : elements) {
+                QVariant inner;
+                if (const QVariant *found = walk(&element, rest, inner); found && !NSIsNil(*found)) {
+                    scratch = *found;
+                    return &scratch;
+                }
+            }
             return nullptr;
         }
         if (!current)
@@ -254,7 +275,7 @@ float toFloat(const QVariant &receiver) {
 double toDouble(const QVariant &receiver) {
     switch (kindOf(receiver)) {
     case ValueKind::Number:
-        return receiver.toDouble();
+        return realOf(receiver);
     case ValueKind::Decimal:
         return held<NSDecimalNumber>(receiver).doubleValue();
     case ValueKind::String:

@@ -444,19 +444,28 @@ QVariant valueForKey(const QVariant &receiver, const QString &key) {
 
 QVariant valueForKeyPath(const QVariant &receiver, const QString &keyPath) {
     QVariant value = receiver;
-    QString rest = keyPath;
+    QStringView rest = keyPath;
     for (;;) {
         const ValueKind kind = kindOf(value);
         if (kind == ValueKind::Nil)
             return {};
-        auto [key, further] = splitPath(rest);
-        if (isOperator(key) && (kind == ValueKind::Array || kind == ValueKind::Set))
-            return applyOperator(value, key, further);
-        const bool last = key.size() == rest.size();
-        value = valueForKey(value, key);
-        if (last)
+        const qsizetype point = rest.indexOf(QLatin1Char('.'));
+        const QStringView key = point < 0 ? rest : rest.first(point);
+        rest = point < 0 ? QStringView() : rest.sliced(point + 1);
+        const bool isOperation = key.startsWith(QLatin1Char('@'));
+        if (isOperation && (kind == ValueKind::Array || kind == ValueKind::Set))
+            return applyOperator(value, key.toString(), rest.toString());
+        if (kind == ValueKind::Dictionary && !isOperation) {
+            // The key only lives for the search, so it needs no memory of its own.
+            QVariant made;
+            const QVariant *found = entryOf(value, QString::fromRawData(key.data(), key.size()), made);
+            QVariant next = found && !NSIsNil(*found) ? *found : QVariant();
+            value = std::move(next);
+        } else {
+            value = valueForKey(value, key.toString());
+        }
+        if (point < 0)
             return value;
-        rest = further;
     }
 }
 

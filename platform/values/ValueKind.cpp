@@ -135,12 +135,8 @@ qsizetype countOf(const QVariant &collection) {
     }
 }
 
-const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made) {
+const QVariant *elementOfOther(const QVariant &array, qint64 index, QVariant &made) {
     const auto isInside = [index](const auto &elements) { return index >= 0 && index < elements.size(); };
-    if (array.typeId() == QMetaType::QVariantList) {
-        const auto &elements = held<QVariantList>(array);
-        return isInside(elements) ? &elements[index] : nullptr;
-    }
     if (array.typeId() == QMetaType::QStringList) {
         const auto &elements = held<QStringList>(array);
         if (!isInside(elements))
@@ -157,17 +153,12 @@ const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made) {
     return &made;
 }
 
-const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &made) {
-    if (key.isNull())
-        return nullptr;
-    const auto find = [&](const auto &entries) -> const QVariant * {
+const QVariant *entryOfOther(const QVariant &dictionary, const QString &key, QVariant &made) {
+    if (dictionary.typeId() == QMetaType::QVariantHash) {
+        const auto &entries = held<QVariantHash>(dictionary);
         const auto at = entries.constFind(key);
         return at == entries.constEnd() ? nullptr : &at.value();
-    };
-    if (dictionary.typeId() == QMetaType::QVariantMap)
-        return find(held<QVariantMap>(dictionary));
-    if (dictionary.typeId() == QMetaType::QVariantHash)
-        return find(held<QVariantHash>(dictionary));
+    }
     if (kindOf(dictionary) != ValueKind::Dictionary)
         return nullptr;
     if (const DictionaryAccess access = accessTo(dictionary); access.find)
