@@ -17,7 +17,8 @@ constexpr int mostStaleAnswers = 3;
 constexpr qsizetype longestHead = 1 << 20;
 /// A longer body that nobody wants is not worth keeping its connection for.
 constexpr qsizetype mostDropped = 256 * 1024;
-constexpr long bufferSize = 256 * 1024;
+/// More would neither fit the cache nor be kept by malloc for the next transfer.
+constexpr long bufferSize = 100 * 1024;
 
 /// A delegate's answer to a challenge: the first counts.
 class Answer : public NSURLAuthenticationChallengeSender {
