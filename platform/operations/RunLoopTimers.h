@@ -9,7 +9,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 class NSTimer;
@@ -59,7 +58,7 @@ private:
         }
     };
     using Entries = std::map<Due, Entry>;
-    using Index = std::unordered_multimap<const void *, Entries::iterator>;
+    using Index = std::multimap<const void *, Entries::iterator>;
 
     void insert(const void *owner, Entry entry, Clock::time_point date);
     template <typename Matches>

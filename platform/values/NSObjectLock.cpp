@@ -3,8 +3,8 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <mutex>
-#include <unordered_map>
 
 namespace {
 
@@ -13,7 +13,7 @@ struct Lock {
     int users = 0;
 };
 
-using Locks = std::unordered_map<const QObject *, Lock>;
+using Locks = std::map<const QObject *, Lock>;
 
 /// Locks in use are spread over several tables, so that threads which lock different objects seldom meet.
 struct Table {
