@@ -33,22 +33,25 @@ const QString &file() {
 }
 
 void sha256(benchmark::State &state) {
+    const QString &path = file();
     for (auto _ : state)
-        benchmark::DoNotOptimize(ZRKit::zrFileSHA256Data(NSFileManager::defaultManager(), file()));
+        benchmark::DoNotOptimize(ZRKit::zrFileSHA256Data(NSFileManager::defaultManager(), path));
     state.SetBytesProcessed(state.iterations() * size);
 }
 
 void md5(benchmark::State &state) {
+    const QString &path = file();
     for (auto _ : state)
-        benchmark::DoNotOptimize(ZRKit::zrFileMD5Data(NSFileManager::defaultManager(), file()));
+        benchmark::DoNotOptimize(ZRKit::zrFileMD5Data(NSFileManager::defaultManager(), path));
     state.SetBytesProcessed(state.iterations() * size);
 }
 
 void openSSL(benchmark::State &state, const EVP_MD *type) {
+    const QString &path = file();
     std::vector<unsigned char> piece(32 << 10);
     unsigned char result[EVP_MAX_MD_SIZE];
     for (auto _ : state) {
-        std::FILE *const input = std::fopen(file().toUtf8().constData(), "rb");
+        std::FILE *const input = std::fopen(path.toUtf8().constData(), "rb");
         EVP_MD_CTX *const context = EVP_MD_CTX_new();
         EVP_DigestInit_ex(context, type, nullptr);
         while (const size_t count = std::fread(piece.data(), 1, piece.size(), input))
@@ -70,8 +73,9 @@ void md5OpenSSL(benchmark::State &state) {
 }
 
 void sha256Qt(benchmark::State &state) {
+    const QString &path = file();
     for (auto _ : state) {
-        QFile input(file());
+        QFile input(path);
         QCryptographicHash hash(QCryptographicHash::Sha256);
         if (!input.open(QIODevice::ReadOnly) || !hash.addData(&input))
             state.SkipWithError("not read");
@@ -81,14 +85,16 @@ void sha256Qt(benchmark::State &state) {
 }
 
 void typeIdentifier(benchmark::State &state) {
+    const QString &path = file();
     for (auto _ : state)
-        benchmark::DoNotOptimize(ZRKit::zrFileUTI(NSFileManager::defaultManager(), file()));
+        benchmark::DoNotOptimize(ZRKit::zrFileUTI(NSFileManager::defaultManager(), path));
 }
 
 void typeMIMEDatabase(benchmark::State &state) {
+    const QString &path = file();
     const QMimeDatabase database;
     for (auto _ : state)
-        benchmark::DoNotOptimize(database.mimeTypeForFile(file(), QMimeDatabase::MatchExtension).name());
+        benchmark::DoNotOptimize(database.mimeTypeForFile(path, QMimeDatabase::MatchExtension).name());
 }
 
 BENCHMARK(sha256)->Unit(benchmark::kMillisecond);

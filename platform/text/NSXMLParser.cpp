@@ -5,7 +5,10 @@
 
 #include <QStringDecoder>
 #include <QXmlStreamReader>
+#include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -17,30 +20,35 @@ constexpr qsizetype LargestGrowth = 5;
 constexpr qsizetype FreeGrowth = 1'000'000;
 constexpr XMLDocumentScan::Limits DocumentLimits{NSXMLParser::MaximumAttributes, 64, 1000};
 
-/// Short texts that come again and again, as names and white space do, are made once.
+/// Texts that come again and again, as names and white space do, are made once.
 class SharedTexts {
 public:
-    QString text(QStringView view) {
-        if (view.size() > LongestShared)
-            return view.toString();
+    /// A long text is always made anew.
+    QString text(QStringView view) { return view.size() > LongestShared ? view.toString() : name(view); }
+    QString name(QStringView view) {
+        if (view.isEmpty())
+            return QStringLiteral("");
         QString &known = m_texts[place(view)];
-        if (known != view || known.isNull())
-            known = view.isEmpty() ? QStringLiteral("") : view.toString();
+        if (known != view)
+            known = view.toString();
         return known;
     }
 
 private:
     static constexpr qsizetype LongestShared = 24;
 
+    /// From the first four units and the last four.
     static size_t place(QStringView view) {
-        size_t hash = size_t(view.size());
-        for (const QChar unit : view)
-            hash = hash * 31 + unit.unicode();
-        return (hash ^ (hash >> 10)) % Places;
+        quint64 head = 0, tail = 0;
+        const auto bytes = size_t(view.size()) * sizeof(QChar);
+        std::memcpy(&head, view.data(), std::min(bytes, sizeof head));
+        if (bytes > sizeof tail)
+            std::memcpy(&tail, view.data() + view.size() - 4, sizeof tail);
+        return ((head ^ std::rotl(tail, 29) ^ bytes) * Q_UINT64_C(0x9e3779b97f4a7c15)) >> (64 - PlaceBits);
     }
 
-    static constexpr size_t Places = 1024;
-    std::array<QString, Places> m_texts;
+    static constexpr int PlaceBits = 10;
+    std::array<QString, 1 << PlaceBits> m_texts;
 };
 
 /// The encoding's name in an XML declaration, nothing where there is none.
@@ -99,6 +107,12 @@ private:
     qsizetype m_allowance = 0;
     int m_depth = 0;
     bool m_mayDeclareType = true;
+    struct Element {
+        QString name;
+        QString namespaceURI;
+        QString qualifiedName;
+    };
+    std::vector<Element> m_open;
     /// The prefixes that each open element declares, only where some do.
     struct Mapping {
         int depth;
@@ -186,18 +200,21 @@ NSError NSXMLParser::Run::startElement() {
         m_allowance -= attribute.qualifiedName().size() + attribute.value().size();
         if (m_allowance < 0)
             return excess(QStringLiteral("Attributes make the document too large."));
-        attributes.insert(m_texts.text(attribute.qualifiedName()), m_texts.text(attribute.value()));
+        attributes.insert(m_texts.name(attribute.qualifiedName()), m_texts.text(attribute.value()));
     }
-    m_delegate.parserDidStartElement(
-        m_parser, m_texts.text(processesNamespaces ? m_reader.name() : m_reader.qualifiedName()),
-        m_texts.text(m_reader.namespaceUri()), m_texts.text(m_reader.qualifiedName()), attributes);
+    const QString qualifiedName = m_texts.name(m_reader.qualifiedName());
+    const Element element{processesNamespaces ? m_texts.name(m_reader.name()) : qualifiedName,
+                          m_texts.name(m_reader.namespaceUri()), qualifiedName};
+    m_open.push_back(element);
+    m_delegate.parserDidStartElement(m_parser, element.name, element.namespaceURI, element.qualifiedName,
+                                     attributes);
     return {};
 }
 
 void NSXMLParser::Run::endElement() {
-    m_delegate.parserDidEndElement(
-        m_parser, m_texts.text(m_parser.m_processesNamespaces ? m_reader.name() : m_reader.qualifiedName()),
-        m_texts.text(m_reader.namespaceUri()), m_texts.text(m_reader.qualifiedName()));
+    const Element element = std::move(m_open.back());
+    m_open.pop_back();
+    m_delegate.parserDidEndElement(m_parser, element.name, element.namespaceURI, element.qualifiedName);
     for (; !m_mappings.empty() && m_mappings.back().depth == m_depth; m_mappings.pop_back()) {
         if (m_parser.m_reportsPrefixes)
             m_delegate.parserDidEndMappingPrefix(m_parser, m_mappings.back().prefix);

@@ -93,9 +93,11 @@ size_t XMLDocumentScan::afterMarkup(size_t at) {
 size_t XMLDocumentScan::afterTag(size_t at) {
     qsizetype attributes = 0;
     for (;;) {
-        at = m_text.find_first_of("\"'>", at);
-        if (at == m_text.npos)
-            return m_text.size();
+        // Three searches at once, and most tags are short: faster by hand.
+        while (at < m_text.size() && m_text[at] != '>' && m_text[at] != '"' && m_text[at] != '\'')
+            ++at;
+        if (at == m_text.size())
+            return at;
         if (m_text[at] == '>')
             return at + 1;
         const size_t close = m_text.find(m_text[at], at + 1);
