@@ -2,15 +2,14 @@
 #include "ZRKit/Storage/NSFileHandle+ZRKit.h"
 
 #include "platform/files/AtomicFile.h"
-
-#include <QFile>
+#include "platform/files/NSPathUtilities.h"
 
 namespace ZRKit {
 
 std::shared_ptr<NSFileHandle> fileHandleForNewFileWritingAtPath(const QString &path) {
     if (path.isEmpty() || path.contains(QChar::Null))
         return nullptr;
-    AtomicFile file(QFile::encodeName(path), AtomicFile::Existing::Replaced);
+    AtomicFile file(NSFileSystemRepresentation(path), AtomicFile::Existing::Replaced);
     // Where this fails, a file that is there may still be opened, as it is.
     if (!file.open())
         file.commit("");

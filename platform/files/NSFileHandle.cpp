@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/files/NSFileHandle.h"
 
+#include "platform/files/NSPathUtilities.h"
 #include "platform/values/NSException.h"
 
-#include <QFile>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -31,9 +31,9 @@ auto uninterrupted(Call call) {
 }
 
 std::shared_ptr<NSFileHandle> handleAtPath(const QString &path, int mode) {
-    if (path.isEmpty() || path.contains(QChar::Null))
+    const QByteArray name = NSFileSystemRepresentation(path);
+    if (name.isNull())
         return nullptr;
-    const QByteArray name = QFile::encodeName(path);
     const int descriptor = uninterrupted([&] { return ::open(name.constData(), mode | O_CLOEXEC); });
     if (descriptor < 0)
         return nullptr;
