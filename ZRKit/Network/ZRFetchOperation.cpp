@@ -23,6 +23,40 @@ const QString errorDomain = QStringLiteral("com.velmora.error");
 /// More is not taken at the word of a server alone.
 constexpr qint64 mostReserved = 64 << 20;
 
+/// Memory of bodies that nobody kept, for the next ones: taken from the system anew, each page would cost as
+/// much as filling it. A few megabytes at most, of the network thread.
+class SpareBuffers {
+public:
+    /// An empty buffer of that capacity, or up to twice as much: whoever keeps it keeps all of it.
+    QByteArray take(qsizetype capacity) {
+        const auto at = std::find_if(m_buffers.begin(), m_buffers.end(), [&](const QByteArray &buffer) {
+            return buffer.capacity() >= capacity && buffer.capacity() / 2 <= capacity;
+        });
+        QByteArray buffer("");
+        if (at == m_buffers.end()) {
+            buffer.reserve(capacity);
+        } else {
+            buffer.swap(*at);
+            m_buffers.erase(at);
+        }
+        return buffer;
+    }
+    void giveBack(QByteArray &&buffer) {
+        if (m_buffers.size() < most && buffer.capacity() >= smallest && buffer.capacity() <= largest &&
+            buffer.isDetached()) {
+            buffer.resize(0);
+            m_buffers.push_back(std::move(buffer));
+        }
+    }
+
+private:
+    static constexpr std::size_t most = 6;
+    static constexpr qsizetype smallest = 64 << 10;
+    static constexpr qsizetype largest = 2 << 20;
+    std::vector<QByteArray> m_buffers;
+};
+thread_local SpareBuffers spareBuffers;
+
 /// Writes the assertion line where the condition doesn't hold.
 void check(bool holds, const char *function, const char *condition, int line,
            const char *message = "Assertion") {
@@ -340,7 +374,7 @@ void ZRFetchOperation::connectionDidReceiveResponse(const Connection &,
     const qint64 expected = response ? response->expectedContentLength() : 0;
     m_data = QByteArray("");
     if (expected > 0 && !m_downloadFileHandle)
-        m_data.reserve(qsizetype(std::min(expected, mostReserved)));
+        m_data = spareBuffers.take(qsizetype(std::min(expected, mostReserved)));
     check(!m_data.isNull(), function, "(_data)", 378);
     m_statusCode = 0;
     const auto http = std::dynamic_pointer_cast<NSHTTPURLResponse>(response);
@@ -463,7 +497,7 @@ void ZRFetchOperation::finished() {
     if (!m_cancelled && m_completeBlock)
         callBlock(Block(m_completeBlock), "completion block");
     m_connection.reset();
-    m_data = QByteArray();
+    spareBuffers.giveBack(std::exchange(m_data, QByteArray()));
     m_request.reset();
     m_url = QUrl();
     m_error = NSError();
