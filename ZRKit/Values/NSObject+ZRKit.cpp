@@ -464,7 +464,7 @@ QVariant zrKeys(const QVariant &receiver, const QStringList &keys) {
     for (const QString &key : keys) {
         if (key.isNull())
             break;
-        if (const QVariant value = zrKey(receiver, key, QVariant()); value.isValid())
+        if (QVariant value = zrKey(receiver, key, QVariant()); value.isValid())
             return value;
     }
     return {};
@@ -513,7 +513,7 @@ QVariant paths(const QVariant &receiver, const QStringList &paths) {
     for (const QString &each : paths) {
         if (each.isNull())
             break;
-        if (const QVariant value = path(receiver, each); value.isValid())
+        if (QVariant value = path(receiver, each); value.isValid())
             return value;
     }
     return {};

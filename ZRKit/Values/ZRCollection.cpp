@@ -65,6 +65,7 @@ void ZRCollection::removeObjectForKey(const QString &key) {
     if (!contains(key))
         return;
     // The caller's key may be the very one in the order.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const QString removed = key;
     m_dictionary.remove(removed);
     m_array.removeOne(removed);
@@ -73,8 +74,11 @@ void ZRCollection::removeObjectForKey(const QString &key) {
 
 void ZRCollection::insertObject(const QVariant &object, const QString &key, qsizetype index) {
     requireEntry(object, key);
+    // Both may be this collection's own.
+    // NOLINTBEGIN(performance-unnecessary-copy-initialization)
     const QString inserted = key;
     const QVariant value = object;
+    // NOLINTEND(performance-unnecessary-copy-initialization)
     requireIndex(index, count() + (contains(inserted) ? 0 : 1));
     removeObjectForKey(inserted);
     m_array.insert(index, inserted);
@@ -113,7 +117,7 @@ QString ZRCollection::KeyEnumerator::nextObject() {
         NSEnumerationMutation();
     if (m_next < 0 || m_next >= m_collection->count())
         return {};
-    const QString key = m_collection->m_array.at(m_next);
+    QString key = m_collection->m_array.at(m_next);
     m_next += m_step;
     return key;
 }
@@ -141,6 +145,7 @@ void ZRCollection::removeAllObjects() {
 
 void ZRCollection::removeObjectsForKeys(const QStringList &keys) {
     // The list may be this collection's own.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const QStringList removed = keys;
     for (const QString &key : removed)
         removeObjectForKey(key);
@@ -152,6 +157,8 @@ void ZRCollection::addEntriesFromDictionary(const QVariantMap &other) {
 }
 
 void ZRCollection::addEntriesFromDictionary(const ZRCollection &other) {
+    // The other may be this one.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const ZRCollection entries = other;
     for (const auto &[key, object] : entries)
         setObject(object, key);

@@ -51,7 +51,7 @@ QVariant NSAttributedString::attributeAtIndex(const QString &name, qsizetype loc
                                               NSRange *longestEffectiveRange) const {
     requireWithin({location, 1});
     const qsizetype index = runIndexAt(location);
-    const QVariant value = m_runs.at(index).attributes.value(name);
+    QVariant value = m_runs.at(index).attributes.value(name);
     if (longestEffectiveRange) {
         qsizetype first = index, last = index;
         while (first > 0 && m_runs.at(first - 1).attributes.value(name) == value)

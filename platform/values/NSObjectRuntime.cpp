@@ -375,11 +375,11 @@ void writeLines(QString &out, const QStringList &lines, QLatin1String open, QLat
                 QLatin1String between, QLatin1String last, int indent) {
     out += open;
     for (qsizetype i = 0; i < lines.size(); ++i) {
-        out += QLatin1Char('\n') + QString((indent + 1) * 4, QLatin1Char(' ')) + lines[i];
+        out += QLatin1Char('\n') + QString((qsizetype(indent) + 1) * 4, QLatin1Char(' ')) + lines[i];
         out += i + 1 < lines.size() ? between : last;
     }
     if (!lines.isEmpty())
-        out += QLatin1Char('\n') + QString(indent * 4, QLatin1Char(' '));
+        out += QLatin1Char('\n') + QString(qsizetype(indent) * 4, QLatin1Char(' '));
     out += close;
 }
 
