@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any Set-Cookie field gives cookies that the host may set, and that a request can carry and a server reads back.
+// Any Set-Cookie field gives cookies that the host may set, and that a request can carry and a server reads
+// back.
 #include "platform/net/NSHTTPCookie.h"
 #include "platform/net/NSHTTPCookieStorage.h"
 

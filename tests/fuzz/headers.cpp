@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any head gives fields and a response; what is made of them stays within bounds, and nothing of it can end a line.
+// Any head gives fields and a response; what is made of them stays within bounds, and nothing of it can end a
+// line.
 #include "platform/net/HTTPHeaderFields.h"
 #include "platform/net/NSURLResponse.h"
 

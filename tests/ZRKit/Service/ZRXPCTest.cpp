@@ -193,7 +193,8 @@ TEST_F(Client, TasksOfTwoThreadsDoNotOverlap) {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("flag"));
     const QString held = folder.filePath(QStringLiteral("held"));
-    const QVariant task = doing("holdAlone", {{QStringLiteral("path"), path}, {QStringLiteral("held"), held}});
+    const QVariant task =
+        doing("holdAlone", {{QStringLiteral("path"), path}, {QStringLiteral("held"), held}});
     Inbox<bool> alone;
     const auto perform = [&] { alone.put(client.performXPCWithObject(task).toBool()); };
     std::thread first(perform);
