@@ -34,7 +34,7 @@ void zxAssertFailed(const char *function, const char *condition, const char *fil
 }
 
 QString zxAppName() {
-    const QString name =
+    QString name =
         NSBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleName")).toString();
     if (name.isEmpty())
         zxAssertFailed("NSString *zxAppName()",
@@ -44,7 +44,7 @@ QString zxAppName() {
 }
 
 QString zxAppID() {
-    const QString identifier =
+    QString identifier =
         NSBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleIdentifier")).toString();
     if (identifier.isEmpty())
         zxAssertFailed(

@@ -40,7 +40,7 @@ QDateTime firstParsed(NSDateFormatter &formatter, const QString &text,
                       std::initializer_list<QString> patterns) {
     for (const QString &pattern : patterns) {
         formatter.setDateFormat(pattern);
-        const QDateTime date = formatter.dateFromString(text);
+        QDateTime date = formatter.dateFromString(text);
         if (date.isValid())
             return date;
     }

@@ -113,7 +113,7 @@ ZRFetchOperation::ZRFetchOperation() : ZRFetchOperation(QVariant()) {
 ZRFetchOperation::~ZRFetchOperation() = default;
 
 ZRFetchOperation::Operation ZRFetchOperation::fetch(const QVariant &urlOrRequest, Block block) {
-    const auto operation = std::make_shared<ZRFetchOperation>(urlOrRequest);
+    auto operation = std::make_shared<ZRFetchOperation>(urlOrRequest);
     operation->setCompleteBlock(std::move(block));
     operation->fetch();
     return operation;
@@ -183,7 +183,7 @@ ZRFetchOperation::Operation ZRFetchOperation::fetchWithBlock(Block block) {
 }
 
 ZRFetchOperation::Operation ZRFetchOperation::copyFetch() const {
-    const auto copy = std::make_shared<ZRFetchOperation>();
+    auto copy = std::make_shared<ZRFetchOperation>();
     copy->setCookieStorage(cookieStorage());
     copy->m_cookiesAllowed = m_cookiesAllowed;
     copy->m_completeBlock = m_completeBlock;
@@ -197,7 +197,7 @@ ZRFetchOperation::Operation ZRFetchOperation::copyFetch() const {
 }
 
 ZRFetchOperation::Operation ZRFetchOperation::fetchAgain() const {
-    const Operation copy = copyFetch();
+    Operation copy = copyFetch();
     if (NSOperationQueue *queue = sGlobalOperationQueue)
         queue->addOperation(copy);
     return copy;

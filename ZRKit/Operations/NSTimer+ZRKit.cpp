@@ -3,29 +3,26 @@
 
 #include "platform/values/ValueKind.h"
 
-#include <utility>
-
 namespace ZRKit {
 
 namespace {
 
 using SimpleBlock = std::function<void()>;
 
-QVariant userInfoOf(SimpleBlock block) {
-    return block ? QVariant::fromValue(std::move(block)) : QVariant();
+QVariant userInfoOf(const SimpleBlock &block) {
+    return block ? QVariant::fromValue(block) : QVariant();
 }
 
 } // namespace
 
-std::shared_ptr<NSTimer> scheduledTimerWithTimeInterval(double interval, std::function<void()> block,
+std::shared_ptr<NSTimer> scheduledTimerWithTimeInterval(double interval, const std::function<void()> &block,
                                                         bool repeats) {
-    return NSTimer::scheduledTimerWithTimeInterval(interval, executeSimpleBlock, userInfoOf(std::move(block)),
-                                                   repeats);
+    return NSTimer::scheduledTimerWithTimeInterval(interval, executeSimpleBlock, userInfoOf(block), repeats);
 }
 
-std::shared_ptr<NSTimer> timerWithTimeInterval(double interval, std::function<void()> block, bool repeats) {
-    return NSTimer::timerWithTimeInterval(interval, executeSimpleBlock, userInfoOf(std::move(block)),
-                                          repeats);
+std::shared_ptr<NSTimer> timerWithTimeInterval(double interval, const std::function<void()> &block,
+                                               bool repeats) {
+    return NSTimer::timerWithTimeInterval(interval, executeSimpleBlock, userInfoOf(block), repeats);
 }
 
 void executeSimpleBlock(NSTimer &timer) {

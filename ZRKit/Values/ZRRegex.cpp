@@ -71,7 +71,7 @@ ZRRegex ZRRegex::regexWithPattern(const QString &pattern, NSRegularExpressionOpt
     const QString key = pattern + u'/' + QString::number(options);
     if (const std::optional<ZRRegex> known = shared().cache.objectForKey(key))
         return *known;
-    const ZRRegex made(pattern, options);
+    ZRRegex made(pattern, options);
     shared().cache.setObject(made, key);
     return made;
 }

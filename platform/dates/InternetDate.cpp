@@ -54,13 +54,13 @@ public:
     qsizetype lastLength() const { return m_length; }
 
     // The index of the three letters among names of three letters.
-    int name(const char *names, int count) {
+    int name(const char16_t *names, int count) {
         if (m_end - m_at < 3) {
             m_failed = true;
             return 0;
         }
         for (int i = 0; i < count; ++i) {
-            const char *each = names + ptrdiff_t(3) * i;
+            const char16_t *each = names + ptrdiff_t(3) * i;
             if (upper(m_at[0]) == each[0] && upper(m_at[1]) == each[1] && upper(m_at[2]) == each[2]) {
                 m_at += 3;
                 return i;
@@ -140,13 +140,13 @@ std::optional<qint64> InternetDate::rfc822(QStringView text) {
     Reader in(text);
     Fields fields;
     if (!in.startsWithDigit()) {
-        in.name("SUNMONTUEWEDTHUFRISAT", 7);
+        in.name(u"SUNMONTUEWEDTHUFRISAT", 7);
         in.expect(u',');
         in.expect(u' ');
     }
     fields.day = in.number(1, 2);
     in.expect(u' ');
-    fields.month = 1 + in.name("JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC", 12);
+    fields.month = 1 + in.name(u"JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC", 12);
     in.expect(u' ');
     fields.year = in.number(4, 4);
     in.expect(u' ');

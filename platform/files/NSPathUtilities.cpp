@@ -59,7 +59,7 @@ QByteArray NSFileSystemRepresentation(const QString &path) {
 }
 
 QString NSStringWithFileSystemRepresentation(const QByteArray &bytes) {
-    const QString whole = NSStringFromUTF8(bytes);
+    QString whole = NSStringFromUTF8(bytes);
     if (!whole.isNull())
         return whole;
     QString text;
@@ -108,7 +108,7 @@ QString NSHomeDirectory() {
 }
 
 QString NSTemporaryDirectory() {
-    if (const QString folder = folderOfVariable("TMPDIR"); !folder.isNull())
+    if (QString folder = folderOfVariable("TMPDIR"); !folder.isNull())
         return folder;
     const uid_t user = ::geteuid();
     const QByteArray path = "/tmp/user-" + QByteArray::number(quint64(user));

@@ -302,7 +302,7 @@ const Index &tableIndex() {
 
 QString typeOfName(const QString &name) {
     const QString extension = NSPathExtension(name).toLower();
-    if (const QString known = uniformTypeOfExtension(extension); !known.isNull())
+    if (QString known = uniformTypeOfExtension(extension); !known.isNull())
         return known;
     const QMimeType mimeType = QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension);
     if (!mimeType.isDefault()) {

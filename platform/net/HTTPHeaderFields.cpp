@@ -130,7 +130,7 @@ QString characterSet(const QVariantMap &fields) {
         scanner.skip(u" \t");
         const QString name = scanner.token();
         if (scanner.take(u'=')) {
-            const QString content = scanner.value(u";").trimmed();
+            QString content = scanner.value(u";").trimmed();
             if (name.compare(u"charset", Qt::CaseInsensitive) == 0 && !content.isEmpty())
                 return content;
         }

@@ -16,9 +16,9 @@ constexpr int mostStaleAnswers = 3;
 /// Of all header lines of a response.
 constexpr qsizetype longestHead = 1 << 20;
 /// A longer body that nobody wants is not worth keeping its connection for.
-constexpr qsizetype mostDropped = 256 * 1024;
+constexpr qsizetype mostDropped = qsizetype(256) * 1024;
 /// More would neither fit the cache nor be kept by malloc for the next transfer.
-constexpr long bufferSize = 100 * 1024;
+constexpr long bufferSize = 100L * 1024;
 
 /// A delegate's answer to a challenge: the first counts.
 class Answer : public NSURLAuthenticationChallengeSender {
@@ -446,11 +446,9 @@ void HTTPTransfer::handleDidFinish(CURLcode code) {
     const QString reason = QString::fromUtf8(m_errorText.data());
     if (m_trustCancelled)
         fail(NSURLErrorUserCancelledAuthentication, reason);
-    else if (code == CURLE_OK && !m_delivered)
-        fail(NSURLErrorBadServerResponse, reason);
-    else if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_OUT_OF_MEMORY ||
-             (code == CURLE_RECV_ERROR && reason.startsWith(u"Too large")))
-        // An answer that is no HTTP, and header lines beyond what libcurl takes.
+    else if ((code == CURLE_OK && !m_delivered) || code == CURLE_UNSUPPORTED_PROTOCOL ||
+             code == CURLE_OUT_OF_MEMORY || (code == CURLE_RECV_ERROR && reason.startsWith(u"Too large")))
+        // No answer, an answer that is no HTTP, and header lines beyond what libcurl takes.
         fail(NSURLErrorBadServerResponse, reason);
     else if (code != CURLE_OK)
         fail(NSURLErrorCodeOfCurl(code),

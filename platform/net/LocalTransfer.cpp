@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr qsizetype pieceSize = 256 * 1024;
+constexpr qsizetype pieceSize = qsizetype(256) * 1024;
 
 NSURLErrorCode codeOfError(int error) {
     return error == EACCES || error == EPERM ? NSURLErrorNoPermissionsToReadFile : NSURLErrorFileDoesNotExist;

@@ -183,7 +183,9 @@ QList<QByteArray> NginxServer::accesses() const {
     QFile file(m_folder.filePath(QStringLiteral("access")));
     QList<QByteArray> lines;
     if (file.open(QIODevice::ReadOnly))
-        lines = file.readAll().trimmed().split('\n');
+        lines = file.readAll().split('\n');
+    if (!lines.isEmpty())
+        lines.removeLast(); // What follows the last end of a line: nothing, or a line not whole yet.
     return lines;
 }
 
