@@ -118,15 +118,15 @@ void RunLoopTimers::fireDue() {
     const std::uint64_t last = m_lastNumber;
     while (!m_entries.empty() && m_entries.begin()->first.date <= now &&
            m_entries.begin()->first.number <= last) {
-        Entry entry = takeFirst();
+        const Entry entry = takeFirst();
         // Before it is called, since it may run the loop.
         arm();
-        fire(std::move(entry));
+        fire(entry);
     }
     arm();
 }
 
-void RunLoopTimers::fire(Entry entry) {
+void RunLoopTimers::fire(const Entry &entry) {
     try {
         if (!entry.timer) {
             NSObjectRuntime::perform(QVariant::fromValue(entry.target.get()), entry.selector,

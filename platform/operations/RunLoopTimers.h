@@ -67,7 +67,7 @@ private:
     void arm();
     Entry takeFirst();
     void fireDue();
-    void fire(Entry entry);
+    void fire(const Entry &entry);
 
     Entries m_entries;
     Index m_byOwner; ///< the timer or the target

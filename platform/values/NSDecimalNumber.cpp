@@ -143,7 +143,7 @@ struct NSDecimalArithmetic {
         bool away = false;
         switch (mode) {
         case NSRoundPlain:
-            away = half >= 0;
+            away = std::is_gteq(half);
             break;
         case NSRoundDown:
             away = negative && !exact;
@@ -152,7 +152,7 @@ struct NSDecimalArithmetic {
             away = !negative && !exact;
             break;
         case NSRoundBankers:
-            away = half > 0 || (half == 0 && kept % 2 == 1);
+            away = std::is_gt(half) || (std::is_eq(half) && kept % 2 == 1);
             break;
         }
         kept += away && !exact;
@@ -589,16 +589,18 @@ std::strong_ordering NSDecimalNumber::compare(const NSDecimalNumber &number) con
         return int(number.m_nan) <=> int(m_nan);
     const auto signOf = [](const NSDecimalNumber &n) { return n.isZero() ? 0 : n.m_negative ? -1 : 1; };
     const int sign = signOf(*this);
-    if (const auto order = sign <=> signOf(number); order != 0 || sign == 0)
+    if (const auto order = sign <=> signOf(number); std::is_neq(order) || sign == 0)
         return order;
     Small a = Arithmetic::mantissa(*this), b = Arithmetic::mantissa(number);
     const int digitsA = digitCount(a), digitsB = digitCount(b);
     auto order = digitsA + m_exponent <=> digitsB + number.m_exponent;
-    if (order == 0) {
+    if (std::is_eq(order)) {
         (digitsA < digitsB ? a : b) *= SmallPowers[size_t(std::abs(digitsA - digitsB))];
         order = a <=> b;
     }
-    return sign > 0 ? order : 0 <=> order;
+    if (sign > 0 || std::is_eq(order))
+        return order;
+    return std::is_lt(order) ? std::strong_ordering::greater : std::strong_ordering::less;
 }
 
 size_t qHash(const NSDecimalNumber &number, size_t seed) noexcept {

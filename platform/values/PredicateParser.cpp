@@ -58,7 +58,7 @@ NSPredicate PredicateParser::parsed(const QString &format, const QVariantList &a
 
 NSPredicate PredicateParser::whole() {
     advance();
-    const NSPredicate predicate = requirePredicate(alternatives());
+    NSPredicate predicate = requirePredicate(alternatives());
     if (m_token.kind != PredicateToken::End)
         fail(QStringLiteral("AND, OR or the end is expected"));
     if (m_nextArgument < m_arguments.size())
@@ -389,7 +389,7 @@ NSExpression PredicateParser::call(const QString &name, qsizetype start) {
     const QList<NSExpression> arguments = list(")");
     if (arguments.size() < called->least || arguments.size() > called->most)
         fail(start, QStringLiteral("the function doesn't take %1 arguments").arg(arguments.size()));
-    const NSExpression result = function(called->name.data(), arguments);
+    NSExpression result = function(called->name.data(), arguments);
     if (called->name != QLatin1String("castObject:toType:") ||
         !std::all_of(arguments.cbegin(), arguments.cend(), isConstant))
         return result;
