@@ -16,7 +16,9 @@ namespace {
 __extension__ using Small = unsigned __int128;
 // Holds every exact sum and product, and dividends long enough for 38 digits.
 using Wide = boost::multiprecision::uint512_t;
-using Unbounded = boost::multiprecision::cpp_int;
+// Without expression templates, whose temporaries refer to one another.
+using Unbounded =
+    boost::multiprecision::number<boost::multiprecision::cpp_int_backend<>, boost::multiprecision::et_off>;
 
 constexpr int MaxDigits = NSDecimalNumber::MaxDigits;
 
