@@ -32,7 +32,7 @@ QString folderOfVariable(const char *variable) {
     return folder.startsWith('/') ? QDir::cleanPath(NSStringWithFileSystemRepresentation(folder)) : QString();
 }
 
-/// QStandardPaths takes relative ones too, which the specification has ignored.
+/// QStandardPaths takes relative ones too, which the base directory rules have ignored.
 QString baseFolder(const char *variable, const QString &atHome) {
     const QString folder = folderOfVariable(variable);
     return folder.isNull() ? NSHomeDirectory() + atHome : folder;
