@@ -599,7 +599,8 @@ TEST(FetchCancel, BeforeTheStartItFinishesWithoutTheBlock) {
     EXPECT_FALSE(operation->isFinished());
     EXPECT_EQ(operation->fetch(), operation);
     operation->waitUntilFinished();
-    waitForNetworkThread();
+    operation
+        ->cancel(); // waits for the start on the queue's thread, which clears the fields after it finished
     EXPECT_TRUE(operation->isFinished());
     EXPECT_FALSE(called);
     EXPECT_FALSE(operation->request());
