@@ -24,12 +24,16 @@ const char *message(NSURLErrorCode code) {
         return "The network connection was lost.";
     case NSURLErrorHTTPTooManyRedirects:
         return "too many HTTP redirects";
+    case NSURLErrorNotConnectedToInternet:
+        return "There is no connection to the Internet.";
     case NSURLErrorRedirectToNonExistentLocation:
         return "The server redirected to a location that cannot be loaded.";
     case NSURLErrorBadServerResponse:
         return "There was a bad response from the server.";
     case NSURLErrorUserCancelledAuthentication:
         return "The authentication was cancelled.";
+    case NSURLErrorZeroByteResource:
+        return "The resource is empty.";
     case NSURLErrorCannotDecodeContentData:
         return "cannot decode content data";
     case NSURLErrorFileDoesNotExist:

@@ -4,7 +4,7 @@
 NSError WebLoadError(const QString &browserText, const QString &url) {
     static constexpr struct {
         const char *text;
-        NSURLError code;
+        NSURLErrorCode code;
     } known[] = {
         {"net::ERR_ABORTED", NSURLErrorCancelled},
         {"net::ERR_INVALID_URL", NSURLErrorBadURL},
