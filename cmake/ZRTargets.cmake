@@ -25,6 +25,8 @@ function(zr_test name)
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 120)
   endif()
+  # Tests fork children that use threads; the thread sanitizer asks to be told that this is meant.
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-                       PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
+                       PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}"
+                                  ENVIRONMENT "TSAN_OPTIONS=die_after_fork=0")
 endfunction()

@@ -15,8 +15,8 @@ namespace {
 using Info = std::shared_ptr<ZRObserverInfo>;
 
 /// nullptr for anything else.
-ZRObserverInfo *infoOf(const QVariant &entry) {
-    return entry.metaType() == QMetaType::fromType<Info>() ? held<Info>(entry).get() : nullptr;
+const Info *infoOf(const QVariant &entry) {
+    return entry.metaType() == QMetaType::fromType<Info>() ? &held<Info>(entry) : nullptr;
 }
 
 void tell(const ZRObserverInfo &info, const QString &keyPath, QObject *object, const QVariantMap &change,
@@ -40,8 +40,8 @@ ZRObserver::~ZRObserver() {
     for (const QVariant &array : actions) {
         for (const QVariant &entry : arrayOf(array)) {
             try {
-                if (const ZRObserverInfo *info = infoOf(entry))
-                    remove(*info);
+                if (const Info *info = infoOf(entry))
+                    remove(**info);
             } catch (const NSException &exception) {
                 NSLog("Exception while an observer is destroyed: %@", exception.description());
             }
@@ -99,19 +99,23 @@ void ZRObserver::observeValueForKeyPath(const QString &keyPath, QObject *object,
                                         void *context) {
     if (!m_actions)
         return;
-    // A snapshot: those told may add and remove.
-    const QVariant array = ZRKit::key(*m_actions, keyPath);
-    if (array.typeId() != QMetaType::QVariantList)
+    const auto at = m_actions->constFind(keyPath);
+    if (at == m_actions->constEnd() || at->typeId() != QMetaType::QVariantList)
         return;
-    const auto &entries = held<QVariantList>(array);
-    for (const QVariant &entry : entries) {
-        const ZRObserverInfo *info = infoOf(entry);
-        if (!info)
-            continue;
-        if (entries.size() == 1 && !info->isOnce()) {
+    if (const auto &live = held<QVariantList>(*at); live.size() == 1) {
+        if (const Info *only = infoOf(live.first()); only && !(*only)->isOnce()) {
+            const Info info = *only; // those told may remove it
             tell(*info, keyPath, object, change, context);
             return;
         }
+    }
+    // A snapshot: those told may add and remove.
+    const QVariantList entries = held<QVariantList>(*at);
+    for (const QVariant &entry : entries) {
+        const Info *entryInfo = infoOf(entry);
+        if (!entryInfo)
+            continue;
+        const ZRObserverInfo *info = entryInfo->get();
         const QPointer<ZRObserver> self = this;
         const QPointer<QObject> changed = object;
         tell(*info, keyPath, object, change, context);
@@ -130,8 +134,10 @@ void ZRObserver::endOnce(const QString &keyPath, const ZRObserverInfo &info, con
     if (!m_actions)
         return;
     QVariantList live = arrayOf(ZRKit::key(*m_actions, keyPath));
-    const auto at =
-        std::find_if(live.begin(), live.end(), [&](const QVariant &entry) { return infoOf(entry) == &info; });
+    const auto at = std::find_if(live.begin(), live.end(), [&](const QVariant &entry) {
+        const Info *each = infoOf(entry);
+        return each && each->get() == &info;
+    });
     if (at == live.end())
         return;
     live.erase(at);
@@ -142,8 +148,8 @@ void ZRObserver::removeAllObservers() {
     const QVariantMap actions = m_actions.value_or(QVariantMap());
     for (const QVariant &array : actions)
         for (const QVariant &entry : arrayOf(array))
-            if (const ZRObserverInfo *info = infoOf(entry))
-                remove(*info);
+            if (const Info *info = infoOf(entry))
+                remove(**info);
     m_actions.reset();
 }
 

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/observing/NSKeyValueObserving.h"
 
+#include "platform/observing/KeyValueChange.h"
 #include "platform/observing/NotifyRelay.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/ObserverCalls.h"
+#include "platform/values/SmallLock.h"
 #include "platform/values/ValueKind.h"
 
 #include <QMetaObject>
@@ -16,6 +18,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,18 +43,60 @@ struct Registration {
     bool wants(NSKeyValueObservingOption option) const { return options & option; }
     bool hasPath() const { return keys.size() > 1; }
 
-    /// Guards the rest.
-    std::mutex mutex;
-    /// Where it listens now: for each key of the path, as far as objects lead.
-    std::vector<std::shared_ptr<ObservedKey>> chain;
+    /// The type of the values, if the key is a property that is a plain number and announces its changes by
+    /// a signal. Set before it is linked.
+    QMetaType numberType;
+    bool takesNumbers() const { return numberType.isValid() && !wants(NSKeyValueObservingOptionPrior); }
+
     /// Some key of the chain announces its changes by a signal, so that old values must be known beforehand.
     std::atomic<bool> isAutomatic = false;
+    /// The chain isn't empty: it has not been taken back, and its object lives.
+    std::atomic<bool> isLinked = false;
+
+    /// The value that the observer last heard of.
+    QVariant known() {
+        if (numberType.isValid()) {
+            const NumberBytes number = m_knownNumber;
+            return QVariant(numberType, &number);
+        }
+        const std::lock_guard lock(mutex);
+        return m_known;
+    }
+    /// Gives the one before.
+    QVariant exchangeKnown(QVariant value) {
+        if (numberType.isValid()) {
+            NumberBytes number = 0;
+            std::memcpy(&number, value.constData(), std::size_t(numberType.sizeOf()));
+            number = exchangeKnown(number);
+            return QVariant(numberType, &number);
+        }
+        const std::lock_guard lock(mutex);
+        m_known.swap(value);
+        return value;
+    }
+    NumberBytes exchangeKnown(NumberBytes number) { return m_knownNumber.exchange(number); }
+
+    /// nullptr while it is in use.
+    std::unique_ptr<KeyValueChange> takeSpareChange() {
+        return std::unique_ptr<KeyValueChange>(m_spare.exchange(nullptr));
+    }
+    void keepSpareChange(std::unique_ptr<KeyValueChange> change) {
+        change.reset(m_spare.exchange(change.release()));
+    }
+
+    /// Guards the rest.
+    SmallLock mutex;
+    /// Where it listens now: for each key of the path, as far as objects lead.
+    std::vector<std::shared_ptr<ObservedKey>> chain;
     /// An object on the path has died, and what led to it may still point there.
     bool isBroken = false;
-    /// The value that the observer last heard of.
-    QVariant known;
-    /// A change dictionary to fill again: most observers only look at it.
-    QVariantMap spare;
+
+    ~Registration() { takeSpareChange(); }
+
+private:
+    QVariant m_known;
+    std::atomic<NumberBytes> m_knownNumber = 0;
+    std::atomic<KeyValueChange *> m_spare = nullptr;
 };
 
 /// A registration, and at which key of its path it listens here.
@@ -63,6 +108,7 @@ struct Link {
 struct Links {
     std::shared_ptr<ObservedKey> key;
     std::vector<Link> all;
+    bool takeNumbers = false; ///< each of them
 };
 
 /// One key of one object, from the time it is first observed until the object dies.
@@ -74,14 +120,32 @@ public:
         if (index < 0)
             index = meta->indexOfProperty(
                 (QStringLiteral("is") + key.left(1).toUpper() + key.mid(1)).toUtf8().constData());
-        if (index >= 0)
-            m_property = meta->property(index);
+        if (index < 0)
+            return;
+        m_property = meta->property(index);
+        const QMetaType type = m_property.metaType();
+        if (isAutomatic() && m_property.isReadable() && type.id() >= QMetaType::Bool &&
+            type.id() <= QMetaType::Double)
+            m_numberType = type;
     }
 
     QObject *const object;
     const QString key;
 
     bool isAutomatic() const { return m_property.hasNotifySignal(); }
+
+    /// Of a property that is a plain number and announces its changes by a signal; invalid for any other.
+    QMetaType numberType() const { return m_numberType; }
+    /// Its value, read as QMetaProperty does, but without making a variant of it.
+    NumberBytes number() const {
+        NumberBytes number = 0;
+        int status = -1;
+        void *arguments[] = {&number, nullptr, &status};
+        object->qt_metacall(QMetaObject::ReadProperty, m_property.propertyIndex(), arguments);
+        if (arguments[0] != &number) // the getter gives a reference
+            std::memcpy(&number, arguments[0], std::size_t(m_numberType.sizeOf()));
+        return number;
+    }
 
     QVariant value() const {
         if (m_property.isValid())
@@ -91,6 +155,14 @@ public:
         } catch (const NSException &) {
             return {};
         }
+    }
+
+    /// The same, with the null marker for nil.
+    QVariant valueOrNull() const {
+        QVariant read = value();
+        if (NSIsNil(read))
+            read = NSNull();
+        return read;
     }
 
     /// nullptr without any.
@@ -103,7 +175,7 @@ public:
         const std::lock_guard lock(m_mutex);
         if (m_gone)
             return;
-        auto links = std::make_shared<Links>(m_links ? *m_links : Links{shared_from_this(), {}});
+        auto links = std::make_shared<Links>(m_links ? *m_links : Links{shared_from_this(), {}, false});
         links->all.push_back(link);
         replace(std::move(links));
     }
@@ -133,10 +205,11 @@ public:
     }
 
 private:
-    void replace(std::shared_ptr<const Links> links);
+    void replace(std::shared_ptr<Links> links);
 
     QMetaProperty m_property;
-    mutable std::mutex m_mutex; ///< guards the rest
+    QMetaType m_numberType;
+    mutable SmallLock m_mutex; ///< guards the rest
     /// Replaced, never changed, so that those who walk over it need no lock.
     std::shared_ptr<const Links> m_links;
     std::unique_ptr<NotifyRelay> m_relay;
@@ -188,6 +261,7 @@ void unlink(Registration &registration, std::size_t level) {
         registration.chain.back()->remove(&registration, registration.chain.size() - 1);
         registration.chain.pop_back();
     }
+    registration.isLinked = level > 0 && !registration.chain.empty();
 }
 
 void forget(const QObject *object) {
@@ -262,12 +336,6 @@ QVariant pathValue(Registration &registration) {
     }
 }
 
-/// Whether it has been taken back, or its object has died.
-bool isOver(Registration &registration) {
-    const std::lock_guard lock(registration.mutex);
-    return registration.chain.empty();
-}
-
 /// Listens at the keys of the path from a level on, after what leads there has changed.
 void link(const std::shared_ptr<Registration> &registration, std::size_t level) {
     const auto count = std::size_t(registration->keys.size());
@@ -289,52 +357,35 @@ void link(const std::shared_ptr<Registration> &registration, std::size_t level) 
     if (registration->chain.size() < level)
         return;
     unlink(*registration, level);
+    if (!registration->hasPath())
+        registration->numberType = chain.front()->numberType();
     registration->isBroken = false;
     for (std::size_t next = level; next < chain.size(); ++next) {
         chain[next]->add({registration, next});
         registration->chain.push_back(chain[next]);
     }
+    registration->isLinked = true;
     registration->isAutomatic =
         std::any_of(chain.begin(), chain.end(), [](const auto &observed) { return observed->isAutomatic(); });
 }
 
 enum class Moment { Initial, Prior, Changed };
 
-/// Calls the observer. Values are those that it asked for, where there are any. The change dictionary may be
-/// one to fill again.
-void call(Registration &registration, Moment moment, std::optional<QVariant> newValue,
-          std::optional<QVariant> oldValue, QVariantMap change = {}) {
-    if (!registration.wants(NSKeyValueObservingOptionNew))
-        newValue.reset();
-    if (!registration.wants(NSKeyValueObservingOptionOld))
-        oldValue.reset();
-    if (change.size() == 1 + int(newValue.has_value()) + int(oldValue.has_value())) {
-        // In the order of the keys: kind, new, old.
-        auto at = change.begin();
-        if (newValue)
-            *++at = *std::move(newValue);
-        if (oldValue)
-            *++at = *std::move(oldValue);
-    } else {
-        change = {{NSKeyValueChangeKindKey, NSKeyValueChangeSetting}};
-        if (newValue)
-            change.insert(NSKeyValueChangeNewKey, *std::move(newValue));
-        if (oldValue)
-            change.insert(NSKeyValueChangeOldKey, *std::move(oldValue));
-        if (moment == Moment::Prior)
-            change.insert(NSKeyValueChangeNotificationIsPriorKey, true);
-    }
+void call(Registration &registration, const QVariantMap &change) {
     registration.calls.run([&] {
         registration.observer->observeValueForKeyPath(registration.keyPath, registration.object, change,
                                                       registration.context);
     });
-    if (moment != Moment::Changed || !change.isDetached())
-        return;
-    for (auto at = std::next(change.begin()); at != change.end(); ++at)
-        if (at->metaType().flags() & QMetaType::NeedsDestruction)
-            at->clear();
-    const std::lock_guard lock(registration.mutex);
-    registration.spare.swap(change);
+}
+
+/// Tells the observer that the key is about to change. The old value may be nullptr.
+void callPrior(Registration &registration, const QVariant *old) {
+    const bool tellsOld = old && registration.wants(NSKeyValueObservingOptionOld);
+    KeyValueChange change(false, tellsOld);
+    if (tellsOld)
+        change.setOld(*old);
+    change.markAsPrior();
+    call(registration, change.dictionary());
 }
 
 /// Does something for each registration, once; the first exception waits until everybody knows.
@@ -359,56 +410,89 @@ void forEach(const Links &links, Action action) {
         std::rethrow_exception(failure);
 }
 
+/// Whether somebody wants to know the value of the key itself.
+bool isValueWanted(const Links &links) {
+    return std::any_of(links.all.begin(), links.all.end(), [](const Link &at) {
+        const Registration &registration = *at.registration;
+        return !registration.hasPath() &&
+               (registration.wants(NSKeyValueObservingOptionNew) ||
+                (registration.wants(NSKeyValueObservingOptionOld) && registration.isAutomatic));
+    });
+}
+
+/// Tells one observer that a key which it listens to has changed.
+/// \param value  of the key, if it is wanted
+/// \param old    the value before, if the change was announced beforehand
+void tell(const Link &at, const QVariant &value, const QVariant *old, bool isSignal) {
+    Registration &registration = *at.registration;
+    const bool wantsNew = registration.wants(NSKeyValueObservingOptionNew);
+    const bool wantsOld = registration.wants(NSKeyValueObservingOptionOld);
+    if (isSignal && registration.wants(NSKeyValueObservingOptionPrior)) {
+        if (!registration.isLinked)
+            return;
+        const QVariant known = registration.known();
+        callPrior(registration, &known);
+    }
+    if (!registration.isLinked)
+        return;
+    if (registration.hasPath())
+        link(at.registration, at.level + 1);
+    const bool keepsKnown = wantsOld && registration.isAutomatic;
+    QVariant ofPath;
+    if (registration.hasPath() && (wantsNew || keepsKnown))
+        ofPath = pathValue(registration);
+    const QVariant &present = registration.hasPath() ? ofPath : value;
+
+    const bool tellsOld = wantsOld && (old || keepsKnown);
+    // Spare ones for numbers must stay what they are.
+    const bool isNumber = registration.numberType.isValid();
+    std::unique_ptr<KeyValueChange> change = isNumber ? nullptr : registration.takeSpareChange();
+    if (!change || !change->has(wantsNew, tellsOld))
+        change = std::make_unique<KeyValueChange>(wantsNew, tellsOld);
+    if (keepsKnown) {
+        const QVariant known = registration.exchangeKnown(present);
+        change->setOld(old ? *old : known);
+    } else if (tellsOld) {
+        change->setOld(*old);
+    }
+    if (wantsNew)
+        change->setNew(present);
+    call(registration, change->dictionary());
+    if (isNumber || !change->isReusable())
+        return;
+    change->clear();
+    registration.keepSpareChange(std::move(change));
+}
+
+/// The same, as seldom through variants as can be, for changes of a number that were not announced
+/// beforehand.
+void tellNumber(Registration &registration, NumberBytes present) {
+    if (!registration.isLinked)
+        return;
+    const bool wantsNew = registration.wants(NSKeyValueObservingOptionNew);
+    const bool wantsOld = registration.wants(NSKeyValueObservingOptionOld);
+    const NumberBytes known = wantsOld ? registration.exchangeKnown(present) : 0;
+    std::unique_ptr<KeyValueChange> change = registration.takeSpareChange();
+    if (!change)
+        change = std::make_unique<KeyValueChange>(wantsNew, wantsOld, registration.numberType);
+    change->setNumbers(present, known);
+    call(registration, change->dictionary());
+    if (change->isReusable())
+        registration.keepSpareChange(std::move(change));
+}
+
 /// A key has changed: tells its observers, with the old values from before if they are there.
 void tell(const Links &links, const PendingChange *pending, bool isSignal) {
-    const ObservedKey &observed = *links.key;
-    std::optional<QVariant> value;
+    const QVariant value = isValueWanted(links) ? links.key->valueOrNull() : QVariant();
     forEach(links, [&](const Link &at) {
-        Registration &registration = *at.registration;
-        const bool wantsOld = registration.wants(NSKeyValueObservingOptionOld);
-        std::optional<QVariant> old;
+        const QVariant *old = nullptr;
         if (pending) {
             const auto known = std::find_if(pending->olds.begin(), pending->olds.end(),
                                             [&](const auto &each) { return each.first == at.registration; });
             if (known != pending->olds.end())
-                old = known->second;
+                old = &known->second;
         }
-        if (isSignal && registration.wants(NSKeyValueObservingOptionPrior)) {
-            {
-                const std::lock_guard lock(registration.mutex);
-                if (registration.chain.empty())
-                    return;
-                if (wantsOld)
-                    old = registration.known;
-            }
-            call(registration, Moment::Prior, std::nullopt, old);
-        }
-        if (isOver(registration))
-            return;
-        if (registration.hasPath())
-            link(at.registration, at.level + 1);
-        std::optional<QVariant> present;
-        const bool keepsKnown = wantsOld && registration.isAutomatic;
-        if (registration.wants(NSKeyValueObservingOptionNew) || keepsKnown) {
-            if (registration.hasPath()) {
-                present = pathValue(registration);
-            } else {
-                if (!value)
-                    value = orNull(observed.value());
-                present = value;
-            }
-        }
-        QVariantMap change;
-        {
-            const std::lock_guard lock(registration.mutex);
-            if (keepsKnown) {
-                if (!pending)
-                    old = std::move(registration.known);
-                registration.known = *present;
-            }
-            change.swap(registration.spare);
-        }
-        call(registration, Moment::Changed, std::move(present), std::move(old), std::move(change));
+        tell(at, value, old, isSignal);
     });
 }
 
@@ -424,14 +508,21 @@ void signalled(void *context) {
     if (!links)
         return;
     try {
-        tell(*links, nullptr, true);
+        if (!links->takeNumbers) {
+            tell(*links, nullptr, true);
+            return;
+        }
+        const NumberBytes number = key->number();
+        forEach(*links, [&](const Link &at) { tellNumber(*at.registration, number); });
     } catch (...) {
         NSLog("Exception in an observer of the key \"%@\": %@", links->key->key,
               NSException::currentDescription());
     }
 }
 
-void ObservedKey::replace(std::shared_ptr<const Links> links) {
+void ObservedKey::replace(std::shared_ptr<Links> links) {
+    links->takeNumbers = std::all_of(links->all.begin(), links->all.end(),
+                                     [](const Link &link) { return link.registration->takesNumbers(); });
     if (links->all.empty())
         links = nullptr;
     if (isAutomatic() && links && !m_links) {
@@ -530,15 +621,15 @@ void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &k
     KeyValueRegistry::add(observer, registration);
     link(registration, 0);
     if (registration->isAutomatic && registration->wants(NSKeyValueObservingOptionOld)) {
-        QVariant value = pathValue(*registration);
-        const std::lock_guard lock(registration->mutex);
-        registration->known = std::move(value);
+        registration->exchangeKnown(pathValue(*registration));
     }
-    if (registration->wants(NSKeyValueObservingOptionInitial))
-        call(*registration, Moment::Initial,
-             registration->wants(NSKeyValueObservingOptionNew) ? std::optional(pathValue(*registration))
-                                                               : std::nullopt,
-             std::nullopt);
+    if (registration->wants(NSKeyValueObservingOptionInitial)) {
+        const bool wantsNew = registration->wants(NSKeyValueObservingOptionNew);
+        KeyValueChange change(wantsNew, false);
+        if (wantsNew)
+            change.setNew(pathValue(*registration));
+        call(*registration, change.dictionary());
+    }
 }
 
 void removeObserver(const QObject *object, NSKeyValueObserver *observer, const QString &keyPath) {
@@ -567,7 +658,7 @@ void willChangeValueForKey(QObject *object, const QString &key) {
             change.olds.emplace_back(registration, pathValue(*registration));
         } else {
             if (!value)
-                value = orNull(observed->value());
+                value = observed->valueOrNull();
             change.olds.emplace_back(registration, *value);
         }
     }
@@ -578,8 +669,7 @@ void willChangeValueForKey(QObject *object, const QString &key) {
             return;
         const auto old = std::find_if(olds.begin(), olds.end(),
                                       [&](const auto &each) { return each.first == at.registration; });
-        call(*at.registration, Moment::Prior, std::nullopt,
-             old == olds.end() ? std::nullopt : std::optional(old->second));
+        callPrior(*at.registration, old == olds.end() ? nullptr : &old->second);
     });
 }
 

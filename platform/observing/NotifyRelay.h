@@ -3,6 +3,7 @@
 
 #include <QMetaProperty>
 #include <QObject>
+#include <atomic>
 
 /// Passes a property's NOTIFY signal on to a function, on the thread that emits it.
 class NotifyRelay : public QObject {
@@ -21,5 +22,7 @@ public:
 
 private:
     const Function m_function;
-    void *const m_context;
+    /// Also makes what was written before connecting visible to threads that emit the signal: they meet it
+    /// through the signal's connections only.
+    std::atomic<void *> m_context = nullptr;
 };

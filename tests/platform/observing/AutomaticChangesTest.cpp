@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <atomic>
 #include <gtest/gtest.h>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -86,6 +87,38 @@ private:
     QVariantList m_items;
 };
 
+/// Properties of every type of plain number; one of them announces itself in code, too.
+class Counters : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool flag MEMBER m_flag NOTIFY changed)
+    Q_PROPERTY(int count READ count WRITE setCount NOTIFY changed)
+    Q_PROPERTY(uint mask MEMBER m_mask NOTIFY changed)
+    Q_PROPERTY(qlonglong size MEMBER m_size NOTIFY changed)
+    Q_PROPERTY(qulonglong total MEMBER m_total NOTIFY changed)
+    Q_PROPERTY(double progress READ progress WRITE setProgress NOTIFY changed)
+
+public:
+    int count() const { return m_count; }
+    void setCount(int count) {
+        m_count = count;
+        Q_EMIT changed();
+    }
+    const double &progress() const { return m_progress; }
+    void setProgress(double progress) {
+        m_progress = progress;
+        Q_EMIT changed();
+    }
+    Q_SIGNAL void changed();
+
+private:
+    bool m_flag = false;
+    int m_count = 0;
+    uint m_mask = 0;
+    qlonglong m_size = 0;
+    qulonglong m_total = 0;
+    double m_progress = 0;
+};
+
 /// Keeps every change, and what the object was.
 struct Changes : NSKeyValueObserver {
     std::vector<QVariantMap> all;
@@ -125,6 +158,87 @@ TEST(AutomaticChanges, ANotifySignalTellsTheNewValueAndTheOneFromBefore) {
     removeObserver(&node, &changes, name);
     node.setName(QStringLiteral("d"));
     EXPECT_EQ(changes.all.size(), 2U);
+}
+
+template <typename Number>
+void expectChangesOfNumber(const QString &key, Number first, Number second) {
+    Counters counters;
+    counters.setProperty(key.toUtf8().constData(), QVariant::fromValue(first));
+    Changes log;
+    addObserver(&counters, &log, key, newAndOld);
+    counters.setProperty(key.toUtf8().constData(), QVariant::fromValue(second));
+    counters.setProperty(key.toUtf8().constData(), QVariant::fromValue(first));
+    ASSERT_EQ(log.all.size(), 2U) << key.toStdString();
+    EXPECT_EQ(log.all[0].value(NSKeyValueChangeOldKey), QVariant::fromValue(first));
+    EXPECT_EQ(log.all[0].value(NSKeyValueChangeNewKey), QVariant::fromValue(second));
+    EXPECT_EQ(log.all[1].value(NSKeyValueChangeOldKey), QVariant::fromValue(second));
+    EXPECT_EQ(log.all[1].value(NSKeyValueChangeNewKey), QVariant::fromValue(first));
+    EXPECT_EQ(log.all[1].value(NSKeyValueChangeNewKey).metaType(), QMetaType::fromType<Number>());
+    removeObserver(&counters, &log, key);
+}
+
+TEST(AutomaticChanges, NumbersOfEveryTypeAreTold) {
+    expectChangesOfNumber<bool>(QStringLiteral("flag"), true, false);
+    expectChangesOfNumber<int>(QStringLiteral("count"), std::numeric_limits<int>::min(), 7);
+    expectChangesOfNumber<uint>(QStringLiteral("mask"), std::numeric_limits<uint>::max(), 1);
+    expectChangesOfNumber<qlonglong>(QStringLiteral("size"), std::numeric_limits<qlonglong>::min(), -1);
+    expectChangesOfNumber<qulonglong>(QStringLiteral("total"), std::numeric_limits<qulonglong>::max(), 2);
+    expectChangesOfNumber<double>(QStringLiteral("progress"), 0.1, -1e300);
+}
+
+TEST(AutomaticChanges, NumbersInBracketsWithPriorCallsAndAloneAreToldAlike) {
+    const QString count = QStringLiteral("count");
+    Counters counters;
+    Changes plain;
+    addObserver(&counters, &plain, count, newAndOld);
+    counters.setCount(1);
+    willChangeValueForKey(&counters, count);
+    counters.setCount(2);
+    counters.setCount(3);
+    didChangeValueForKey(&counters, count);
+    counters.setCount(4);
+    ASSERT_EQ(plain.all.size(), 3U);
+    EXPECT_EQ(plain.all[1].value(NSKeyValueChangeOldKey), QVariant(1));
+    EXPECT_EQ(plain.all[1].value(NSKeyValueChangeNewKey), QVariant(3));
+    EXPECT_EQ(plain.all[2].value(NSKeyValueChangeOldKey), QVariant(3));
+    EXPECT_EQ(plain.all[2].value(NSKeyValueChangeNewKey), QVariant(4));
+
+    Changes prior;
+    addObserver(&counters, &prior, count, newAndOld | NSKeyValueObservingOptionPrior);
+    counters.setCount(5);
+    ASSERT_EQ(plain.all.size(), 4U);
+    EXPECT_EQ(plain.all[3].value(NSKeyValueChangeOldKey), QVariant(4));
+    ASSERT_EQ(prior.all.size(), 2U);
+    EXPECT_EQ(prior.all[0].value(NSKeyValueChangeOldKey), QVariant(4));
+    EXPECT_EQ(prior.all[0].value(NSKeyValueChangeNotificationIsPriorKey), QVariant(true));
+    EXPECT_EQ(prior.all[1].value(NSKeyValueChangeOldKey), QVariant(4));
+    EXPECT_EQ(prior.all[1].value(NSKeyValueChangeNewKey), QVariant(5));
+    removeObserver(&counters, &prior, count);
+    removeObserver(&counters, &plain, count);
+}
+
+TEST(AutomaticChanges, ANumberChangedByItsObserverIsToldInside) {
+    Counters counters;
+    std::vector<std::pair<int, int>> seen;
+    class Halver : public NSKeyValueObserver {
+    public:
+        explicit Halver(std::vector<std::pair<int, int>> &pairs) : m_pairs(pairs) {}
+        void observeValueForKeyPath(const QString &, QObject *object, const QVariantMap &change,
+                                    void *) override {
+            const int value = change.value(NSKeyValueChangeNewKey).toInt();
+            if (value > 1)
+                static_cast<Counters *>(object)->setCount(value / 2);
+            m_pairs.emplace_back(change.value(NSKeyValueChangeOldKey).toInt(),
+                                 change.value(NSKeyValueChangeNewKey).toInt());
+        }
+
+    private:
+        std::vector<std::pair<int, int>> &m_pairs;
+    } halver(seen);
+    addObserver(&counters, &halver, QStringLiteral("count"), newAndOld);
+    counters.setCount(4);
+    EXPECT_EQ(seen, (std::vector<std::pair<int, int>>{{2, 1}, {4, 2}, {0, 4}}));
+    removeObserver(&counters, &halver, QStringLiteral("count"));
 }
 
 TEST(AutomaticChanges, OnlyWhatWasAskedForIsTold) {
