@@ -5,10 +5,9 @@
 #include <QFile>
 #include <algorithm>
 #include <arpa/inet.h>
+#include <chrono>
 #include <netinet/in.h>
-#include <signal.h>
 #include <stdexcept>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -39,28 +38,15 @@ bool accepts(int port) {
     return connected;
 }
 
-/// Makes the child end with this process, however that ends.
-void dieWithParent(QProcess &process) {
-    process.setChildProcessModifier([parent = ::getpid()] {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != parent)
-            ::_exit(1);
-    });
-}
-
-void waitUntilItAccepts(QProcess &process, int port) {
-    for (int i = 0; i < 600; ++i) {
+void waitUntilItAccepts(ServerProcess &process, int port) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!process.exitCode() && std::chrono::steady_clock::now() < end) {
         if (accepts(port))
             return;
-        if (process.waitForFinished(50))
-            break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    throw std::runtime_error("the server did not come up: " + process.readAll().toStdString());
-}
-
-void end(QProcess &process) {
-    process.kill();
-    process.waitForFinished();
+    process.end();
+    throw std::runtime_error("the server did not come up: " + process.said().toStdString());
 }
 
 void write(const QString &path, const QByteArray &content) {
@@ -132,13 +118,14 @@ NginxServer::NginxServer() : m_large(1 << 20, Qt::Uninitialized) {
     write(file("latin1.txt"), "caf\xe9");
     write(folder.filePath(QStringLiteral("passwords")), "user:{PLAIN}secret\n");
     const QString key = folder.filePath(QStringLiteral("key.pem"));
-    QProcess request;
-    request.start(QStringLiteral("openssl"),
-                  words("req -x509 -newkey rsa:2048 -nodes -batch -days 30 -subj /CN=localhost -addext "
-                        "subjectAltName=DNS:localhost,IP:127.0.0.1 -keyout") +
-                      QStringList{key, QStringLiteral("-out"), authority()});
-    if (!request.waitForFinished() || request.exitCode() != 0)
-        throw std::runtime_error("openssl: " + request.readAllStandardError().toStdString());
+    const QString output = folder.filePath(QStringLiteral("output"));
+    m_process.start(QStringLiteral("openssl"),
+                    words("req -x509 -newkey rsa:2048 -nodes -batch -days 30 -subj /CN=localhost -addext "
+                          "subjectAltName=DNS:localhost,IP:127.0.0.1 -keyout") +
+                        QStringList{key, QStringLiteral("-out"), authority()},
+                    output);
+    if (m_process.waitUntilItEnds() != 0)
+        throw std::runtime_error("openssl: " + m_process.said().toStdString());
     // Between finding a free port and using it, somebody else may take it: then the next is tried.
     for (int attempt = 0;; ++attempt) {
         for (int *port : {&m_port, &m_securePort})
@@ -150,25 +137,19 @@ NginxServer::NginxServer() : m_large(1 << 20, Qt::Uninitialized) {
             // Root's server would change its user, which may not enter the test's folder.
             .replace("%USER%", ::geteuid() == 0 ? "user root;" : "");
         write(folder.filePath(QStringLiteral("nginx.conf")), text);
-        dieWithParent(m_process);
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(QStringLiteral("/usr/sbin/nginx"),
                         {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-e"),
                          QStringLiteral("stderr"), QStringLiteral("-c"),
-                         folder.filePath(QStringLiteral("nginx.conf"))});
+                         folder.filePath(QStringLiteral("nginx.conf"))},
+                        output);
         try {
             waitUntilItAccepts(m_process, m_securePort);
             return;
         } catch (const std::runtime_error &) {
-            end(m_process);
             if (attempt == 4)
                 throw;
         }
     }
-}
-
-NginxServer::~NginxServer() {
-    end(m_process);
 }
 
 QUrl NginxServer::url(const QString &path) const {
@@ -192,26 +173,19 @@ QList<QByteArray> NginxServer::accesses() const {
 HttpbinServer::HttpbinServer() {
     for (int attempt = 0;; ++attempt) {
         ::close(listenOnLoopback(&m_port));
-        dieWithParent(m_process);
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
-        m_process.setStandardOutputFile(QProcess::nullDevice());
         m_process.start(
             QStringLiteral("/usr/bin/python3"),
             {QStringLiteral("-c"),
-             QStringLiteral("from httpbin import app; app.run('127.0.0.1', %1, threaded=True)").arg(m_port)});
+             QStringLiteral("from httpbin import app; app.run('127.0.0.1', %1, threaded=True)").arg(m_port)},
+            m_folder.filePath(QStringLiteral("output")));
         try {
             waitUntilItAccepts(m_process, m_port);
             return;
         } catch (const std::runtime_error &) {
-            end(m_process);
             if (attempt == 4)
                 throw;
         }
     }
-}
-
-HttpbinServer::~HttpbinServer() {
-    end(m_process);
 }
 
 QUrl HttpbinServer::url(const QString &path) const {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/ServerProcess.h"
+
 #include <QByteArray>
-#include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
 #include <QUrl>
@@ -19,7 +20,6 @@
 class NginxServer {
 public:
     NginxServer();
-    ~NginxServer();
     NginxServer(const NginxServer &) = delete;
     NginxServer &operator=(const NginxServer &) = delete;
 
@@ -39,21 +39,21 @@ private:
     QByteArray m_text;
     int m_port = 0;
     int m_securePort = 0;
-    QProcess m_process;
+    ServerProcess m_process;
 };
 
 /// httpbin on loopback, with a port of its own, until destroyed.
 class HttpbinServer {
 public:
     HttpbinServer();
-    ~HttpbinServer();
     HttpbinServer(const HttpbinServer &) = delete;
     HttpbinServer &operator=(const HttpbinServer &) = delete;
     QUrl url(const QString &path) const;
 
 private:
-    QProcess m_process;
+    QTemporaryDir m_folder;
     int m_port = 0;
+    ServerProcess m_process;
 };
 
 /// A server that says exactly what a script tells it, byte by byte, and may then close or fall silent.
