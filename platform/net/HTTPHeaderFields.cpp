@@ -2,6 +2,7 @@
 #include "platform/net/HTTPHeaderFields.h"
 
 #include <QStringDecoder>
+#include <QStringTokenizer>
 #include <algorithm>
 
 namespace HTTPHeaderFields {
@@ -62,28 +63,38 @@ private:
     qsizetype m_at = 0;
 };
 
+bool isBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+QByteArrayView trimmed(QByteArrayView text) {
+    while (!text.isEmpty() && isBlank(text.front()))
+        text = text.sliced(1);
+    while (!text.isEmpty() && isBlank(text.back()))
+        text.chop(1);
+    return text;
+}
+
 } // namespace
 
 bool Head::begin(QByteArrayView line) {
     if (!line.startsWith("HTTP/"))
         return false;
     *this = {};
-    const qsizetype blank = QByteArray::fromRawData(line.data(), line.size()).indexOf(' ');
-    if (blank >= 0)
-        statusCode =
-            QByteArray::fromRawData(line.data(), line.size()).mid(blank + 1).trimmed().left(3).toInt();
+    const auto blank = std::find(line.begin(), line.end(), ' ');
+    const QByteArrayView code = trimmed(line.sliced(blank - line.begin()));
+    statusCode = code.first(std::min<qsizetype>(3, code.size())).toByteArray().toInt();
     return true;
 }
 
 void Head::add(QByteArrayView line) {
-    const QByteArray whole = line.toByteArray();
-    const qsizetype colon = whole.indexOf(':');
-    if (colon <= 0)
+    const auto colon = std::find(line.begin(), line.end(), ':');
+    if (colon == line.begin() || colon == line.end())
         return;
-    const QString name = canonicalName(whole.left(colon).trimmed());
+    const QString name = canonicalName(trimmed(line.first(colon - line.begin())));
     if (name.isEmpty())
         return;
-    const QString content = text(whole.mid(colon + 1).trimmed());
+    const QString content = text(trimmed(line.sliced(colon + 1 - line.begin())));
     if (name == u"Set-Cookie")
         cookies.append(content);
     const auto at = fields.find(name);
@@ -97,13 +108,19 @@ QString canonicalName(QByteArrayView name) {
     QString result = QString::fromLatin1(name);
     bool isFirst = true;
     for (QChar &c : result) {
-        c = isFirst ? c.toUpper() : c.toLower();
-        isFirst = c == u'-';
+        const char16_t unit = c.unicode();
+        if (unit >= 128)
+            c = isFirst ? c.toUpper() : c.toLower();
+        else if (isFirst ? unit >= u'a' && unit <= u'z' : unit >= u'A' && unit <= u'Z')
+            c = QChar(char16_t(unit ^ 0x20));
+        isFirst = unit == u'-';
     }
     return result;
 }
 
 QString text(QByteArrayView bytes) {
+    if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 128; }))
+        return QString::fromLatin1(bytes);
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString decoded = utf8(bytes);
     return utf8.hasError() ? QString::fromLatin1(bytes) : decoded;
@@ -111,19 +128,25 @@ QString text(QByteArrayView bytes) {
 
 QString value(const QVariantMap &fields, const QString &name) {
     for (auto it = fields.cbegin(); it != fields.cend(); ++it)
-        if (it.key().compare(name, Qt::CaseInsensitive) == 0)
+        if (isSameName(it.key(), name))
             return it.value().toString();
     return {};
 }
 
+bool isSameName(const QString &a, const QString &b) {
+    return a.size() == b.size() && a.compare(b, Qt::CaseInsensitive) == 0;
+}
+
 QString mediaType(const QVariantMap &fields) {
-    const QString type =
-        value(fields, QStringLiteral("Content-Type")).section(u';', 0, 0).trimmed().toLower();
-    return type.isEmpty() ? QString() : type;
+    const QString field = value(fields, QStringLiteral("Content-Type"));
+    const QStringView type = QStringView(field).left(field.indexOf(u';')).trimmed();
+    return type.isEmpty() ? QString() : type.toString().toLower();
 }
 
 QString characterSet(const QVariantMap &fields) {
     const QString type = value(fields, QStringLiteral("Content-Type"));
+    if (!type.contains(u';'))
+        return {};
     Scanner scanner(type);
     scanner.value(u";");
     while (scanner.take(u';')) {
@@ -143,10 +166,10 @@ qint64 bodyLength(const QVariantMap &fields) {
     if (!value(fields, QStringLiteral("Transfer-Encoding")).isEmpty())
         return -1;
     // The same length said twice is still a length.
-    const QStringList lengths = value(fields, QStringLiteral("Content-Length")).split(u',');
+    const QString lengths = value(fields, QStringLiteral("Content-Length"));
     qint64 length = -1;
-    for (const QString &each : lengths) {
-        const QString digits = each.trimmed();
+    for (const QStringView each : qTokenize(lengths, u',')) {
+        const QStringView digits = each.trimmed();
         bool isNumber = !digits.isEmpty() && std::all_of(digits.begin(), digits.end(),
                                                          [](QChar c) { return c >= u'0' && c <= u'9'; });
         const qint64 number = isNumber ? digits.toLongLong(&isNumber) : -1;

@@ -29,6 +29,8 @@ QString canonicalName(QByteArrayView name);
 /// UTF-8 where the bytes are, else ISO 8859-1.
 QString text(QByteArrayView bytes);
 
+/// Whether two names are the same field's: case doesn't count.
+bool isSameName(const QString &a, const QString &b);
 /// nil where the field isn't there. Case doesn't count in names.
 QString value(const QVariantMap &fields, const QString &name);
 /// The content type without its parameters in small letters, and its charset parameter; nil where absent.

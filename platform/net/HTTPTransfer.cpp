@@ -74,8 +74,8 @@ Offer bestOffer(const QList<HTTPHeaderFields::Challenge> &offered) {
 }
 
 bool isForTransport(const QString &field) {
-    return field.compare(u"Content-Length", Qt::CaseInsensitive) == 0 ||
-           field.compare(u"Transfer-Encoding", Qt::CaseInsensitive) == 0;
+    return HTTPHeaderFields::isSameName(field, QStringLiteral("Content-Length")) ||
+           HTTPHeaderFields::isSameName(field, QStringLiteral("Transfer-Encoding"));
 }
 
 int portOf(const QUrl &url) {
@@ -160,26 +160,32 @@ bool HTTPTransfer::configure() {
     set(CURLOPT_WRITEDATA, this);
     // What is sent is the request's own field; this makes libcurl unpack.
     set(CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
-    setHeaderFields();
-    setBody();
+    setHeaderFields(setBody());
     setSecurity();
     return true;
 }
 
-void HTTPTransfer::setHeaderFields() {
+void HTTPTransfer::setHeaderFields(bool withBody) {
     curl_slist_free_all(std::exchange(m_lines, nullptr));
     const auto append = [this](const QByteArray &line) {
         if (curl_slist *lines = curl_slist_append(m_lines, line.constData()))
             m_lines = lines;
     };
-    const QVariantMap fields = m_request->allHTTPHeaderFields();
-    // libcurl would add these two by itself.
-    for (const char *name : {"Accept", "Content-Type", "Expect"})
+    // libcurl would add these by itself.
+    const auto suppress = [&](const char *name) {
         if (m_request->valueForHTTPHeaderField(QString::fromLatin1(name)).isNull())
             append(QByteArray(name) + ':');
+    };
+    suppress("Accept");
+    if (withBody) {
+        suppress("Content-Type");
+        suppress("Expect");
+    }
+    const QVariantMap fields = m_request->allHTTPHeaderFields();
     for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
         if (!HTTPHeaderFields::isToken(it.key()) || isForTransport(it.key()) ||
-            (!m_authorization.isEmpty() && it.key().compare(u"Authorization", Qt::CaseInsensitive) == 0))
+            (!m_authorization.isEmpty() &&
+             HTTPHeaderFields::isSameName(it.key(), QStringLiteral("Authorization"))))
             continue;
         const QByteArray value = HTTPHeaderFields::safeValue(it.value().toString());
         append(it.key().toLatin1() + (value.isEmpty() ? QByteArray(";") : ": " + value));
@@ -199,7 +205,8 @@ void HTTPTransfer::setHeaderFields() {
     set(CURLOPT_HTTPHEADER, m_lines);
 }
 
-void HTTPTransfer::setBody() {
+/// True where a body is sent, be it an empty one.
+bool HTTPTransfer::setBody() {
     const QString method = m_request->HTTPMethod();
     m_method = HTTPHeaderFields::isToken(method) ? method.toLatin1() : QByteArray("GET");
     m_body = m_request->HTTPBody();
@@ -207,25 +214,28 @@ void HTTPTransfer::setBody() {
     set(CURLOPT_CUSTOMREQUEST, nullptr);
     if (m_method == "HEAD") {
         set(CURLOPT_NOBODY, 1L);
-        return;
+        return false;
     }
     set(CURLOPT_NOBODY, 0L);
-    if (m_body.isEmpty() && !wantsLength) {
-        set(CURLOPT_HTTPGET, 1L);
-    } else {
+    const bool withBody = wantsLength || !m_body.isEmpty();
+    if (withBody) {
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_body.size()));
         set(CURLOPT_POSTFIELDS, m_body.isEmpty() ? "" : m_body.constData());
+    } else {
+        set(CURLOPT_HTTPGET, 1L);
     }
-    set(CURLOPT_CUSTOMREQUEST, m_method.constData());
+    if (withBody || m_method != "GET")
+        set(CURLOPT_CUSTOMREQUEST, m_method.constData());
+    return withBody;
 }
 
 void HTTPTransfer::setSecurity() {
     m_host = m_url.host(QUrl::FullyEncoded);
-    const bool delegateJudges =
-        m_url.scheme() == u"https" &&
-        canAuthenticate(NSURLProtectionSpace(m_host, portOf(m_url), m_url.scheme(), QString(),
-                                             NSURLAuthenticationMethodServerTrust));
+    if (m_url.scheme() != u"https")
+        return;
+    const bool delegateJudges = canAuthenticate(NSURLProtectionSpace(
+        m_host, portOf(m_url), m_url.scheme(), QString(), NSURLAuthenticationMethodServerTrust));
     set(CURLOPT_SSL_VERIFYPEER, delegateJudges ? 0L : 1L);
     set(CURLOPT_SSL_VERIFYHOST, delegateJudges ? 0L : 2L);
     m_judge = [this](const NSServerTrust &trust) { return judgeServer(trust); };
@@ -314,8 +324,10 @@ HTTPTransfer::Outcome HTTPTransfer::decide(const std::shared_ptr<NSHTTPURLRespon
 
 std::optional<HTTPTransfer::Outcome>
 HTTPTransfer::redirect(const std::shared_ptr<NSHTTPURLResponse> &response) {
+    if (!isRedirect(response->statusCode()))
+        return std::nullopt;
     const QString location = response->valueForHTTPHeaderField(QStringLiteral("Location"));
-    if (!isRedirect(response->statusCode()) || location.isEmpty())
+    if (location.isEmpty())
         return std::nullopt;
     QUrl target = m_url.resolved(QUrl(location, QUrl::TolerantMode));
     if (!target.isValid())

@@ -32,8 +32,8 @@ private:
 
     void send();
     bool configure();
-    void setHeaderFields();
-    void setBody();
+    bool setBody();
+    void setHeaderFields(bool withBody);
     void setSecurity();
     bool headIsComplete();
     Outcome decide(const std::shared_ptr<NSHTTPURLResponse> &response);

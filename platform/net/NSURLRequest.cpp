@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/NSURLRequest.h"
 
-#include <algorithm>
+#include "platform/net/HTTPHeaderFields.h"
 
 namespace {
 
 template <typename Fields>
 auto find(Fields &fields, const QString &field) {
     auto at = fields.begin();
-    while (at != fields.end() && at.key().compare(field, Qt::CaseInsensitive) != 0)
+    while (at != fields.end() && !HTTPHeaderFields::isSameName(at.key(), field))
         ++at;
     return at;
 }

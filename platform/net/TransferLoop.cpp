@@ -17,6 +17,9 @@
 namespace {
 
 constexpr std::size_t mostSpareHandles = 8;
+/// Idle connections that are kept. libcurl's own measure, four for each running transfer, would have it close
+/// some whenever few transfers run.
+constexpr long mostConnections = 32;
 
 int checked(int descriptor, const char *what) {
     if (descriptor < 0)
@@ -38,6 +41,7 @@ TransferLoop::TransferLoop(const QString &threadName)
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, timeoutDidChange);
     curl_multi_setopt(m_multi, CURLMOPT_TIMERDATA, this);
+    curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, mostConnections);
     m_thread = std::thread([this, threadName] {
         NSThread::currentThread().setName(threadName);
         run();
@@ -57,7 +61,7 @@ void TransferLoop::perform(std::function<void()> block) {
     {
         const std::lock_guard lock(m_mutex);
         m_blocks.push_back(std::move(block));
-        mustWake = !std::exchange(m_woken, true);
+        mustWake = std::exchange(m_waiting, false);
     }
     if (mustWake)
         wake();
@@ -106,17 +110,13 @@ void TransferLoop::remove(CURL *handle) {
 
 void TransferLoop::setTimer(Transfer *transfer, Clock::time_point time) {
     clearTimer(transfer);
-    m_timers.emplace(time, transfer);
-    m_timesOfTransfers[transfer] = time;
+    transfer->m_timer = m_timers.emplace(time, transfer);
 }
 
 void TransferLoop::clearTimer(Transfer *transfer) {
-    const auto known = m_timesOfTransfers.find(transfer);
-    if (known == m_timesOfTransfers.end())
-        return;
-    const auto [begin, end] = m_timers.equal_range(known->second);
-    m_timers.erase(std::find_if(begin, end, [&](const auto &entry) { return entry.second == transfer; }));
-    m_timesOfTransfers.erase(known);
+    if (transfer->m_timer)
+        m_timers.erase(*transfer->m_timer);
+    transfer->m_timer.reset();
 }
 
 int TransferLoop::socketDidChange(CURL *, curl_socket_t socket, int what, void *loop, void *known) {
@@ -145,7 +145,13 @@ int TransferLoop::timeoutDidChange(CURLM *, long milliseconds, void *loop) {
     return 0;
 }
 
-int TransferLoop::waitingTime() const {
+int TransferLoop::waitingTime() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_waiting = m_blocks.empty();
+        if (!m_waiting)
+            return 0;
+    }
     const Clock::time_point next =
         m_timers.empty() ? m_curlTime : std::min(m_curlTime, m_timers.begin()->first);
     if (next == Clock::time_point::max())
@@ -180,8 +186,8 @@ void TransferLoop::runBlocks() {
     std::vector<std::function<void()>> blocks;
     {
         const std::lock_guard lock(m_mutex);
+        m_waiting = false;
         blocks.swap(m_blocks);
-        m_woken = false;
     }
     for (auto &block : blocks) {
         try {
@@ -217,13 +223,14 @@ void TransferLoop::run() {
                                    (event.events & EPOLLOUT ? CURL_CSELECT_OUT : 0) |
                                    (event.events & EPOLLERR ? CURL_CSELECT_ERR : 0));
         }
+        // What the blocks start is sent before the next waiting.
+        runBlocks();
         if (m_curlTime <= Clock::now()) {
             m_curlTime = Clock::time_point::max();
             act(CURL_SOCKET_TIMEOUT, 0);
         }
         finishHandles();
         fireTimers();
-        runBlocks();
     }
     const auto connections = std::move(m_connections);
     for (const auto &connection : connections)

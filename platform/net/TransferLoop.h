@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <unordered_set>
 #include <utility>
@@ -23,6 +24,8 @@ class NSURLConnection;
 class TransferLoop {
 public:
     using Clock = std::chrono::steady_clock;
+    class Transfer;
+    using Timers = std::multimap<Clock::time_point, Transfer *>;
 
     /// What the loop tells a transfer.
     class Transfer {
@@ -31,6 +34,10 @@ public:
         /// The handle has come to its end, and is the transfer's again.
         virtual void handleDidFinish(CURLcode code) = 0;
         virtual void timerDidFire() = 0;
+
+    private:
+        friend class TransferLoop;
+        std::optional<Timers::iterator> m_timer;
     };
 
     /// Starts the thread.
@@ -64,7 +71,8 @@ public:
 
 private:
     void run();
-    int waitingTime() const;
+    /// The milliseconds until there is something to do, -1 for ever. From here on the loop counts as waiting.
+    int waitingTime();
     void act(curl_socket_t socket, int events);
     void finishHandles();
     void runBlocks();
@@ -81,12 +89,12 @@ private:
     std::unordered_set<CURL *> m_handles;
     std::unordered_set<std::shared_ptr<NSURLConnection>> m_connections;
     Clock::time_point m_curlTime = Clock::time_point::max();
-    std::multimap<Clock::time_point, Transfer *> m_timers;
-    std::map<Transfer *, Clock::time_point> m_timesOfTransfers;
+    Timers m_timers;
 
     std::mutex m_mutex;
     std::vector<std::function<void()>> m_blocks;
-    bool m_woken = false;
+    /// Whether a new block has to wake the thread: it waits, or is about to, and nobody has woken it yet.
+    bool m_waiting = false;
     std::atomic<bool> m_ending{false};
     std::thread m_thread;
 };

@@ -67,24 +67,29 @@ WorkerPool &WorkerPool::shared() {
 }
 
 void WorkerPool::submit(const std::shared_ptr<Job> &job, std::size_t times) {
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     m_jobs.insert(m_jobs.end(), times, job);
     m_waiting.store(m_jobs.size(), std::memory_order_relaxed);
-    callWorker();
+    const bool wakes = callWorker();
+    lock.unlock();
+    if (wakes)
+        m_work.notify_one();
 }
 
 void WorkerPool::submit(std::function<void()> block) {
     submit(std::make_shared<Block>(std::move(block)));
 }
 
-/// Sees to it that a thread comes for the waiting jobs.
-void WorkerPool::callWorker() {
+/// Sees to it that a thread comes for the waiting jobs. Where it gives true, an idle one is to be woken, best
+/// when the lock has been released: it would only run into it.
+bool WorkerPool::callWorker() {
     if (m_jobs.empty() || m_calling)
-        return;
+        return false;
     if (m_idle > 0) {
         m_calling = true;
-        m_work.notify_one();
-    } else if (m_workers.size() < m_processors) {
+        return true;
+    }
+    if (m_workers.size() < m_processors) {
         m_calling = addWorker();
     } else if (m_watcher == Watcher::None) {
         if (startThread([this] { watch(); }))
@@ -93,6 +98,7 @@ void WorkerPool::callWorker() {
         m_watcher = Watcher::Awake;
         m_stalled.notify_one();
     }
+    return false;
 }
 
 bool WorkerPool::addWorker() {
@@ -129,9 +135,11 @@ void WorkerPool::work(Worker *self) {
         std::shared_ptr<Job> job = std::move(m_jobs.front());
         m_jobs.pop_front();
         m_waiting.store(m_jobs.size(), std::memory_order_relaxed);
-        callWorker();
+        const bool wakes = callWorker();
         self->busy = true;
         lock.unlock();
+        if (wakes)
+            m_work.notify_one();
         job->runOnWorker();
         job.reset();
         lock.lock();

@@ -47,7 +47,7 @@ private:
     };
 
     WorkerPool();
-    void callWorker();
+    bool callWorker();
     bool addWorker();
     void work(Worker *self);
     bool waitForJob(std::unique_lock<std::mutex> &lock);
