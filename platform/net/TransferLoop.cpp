@@ -8,8 +8,7 @@
 #include "platform/values/NSLog.h"
 
 #include <algorithm>
-#include <array>
-#include <sys/epoll.h>
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <unistd.h>
@@ -30,13 +29,12 @@ int checked(int descriptor, const char *what) {
 } // namespace
 
 TransferLoop::TransferLoop(const QString &threadName)
-    : m_epoll(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
-      m_wakeUp(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+    : m_wakeUp(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")), m_sockets{{.fd = m_wakeUp,
+                                                                                         .events = POLLIN,
+                                                                                         .revents = 0}},
       m_multi(initialiseCurl() ? curl_multi_init() : nullptr) {
     if (!m_multi)
         throw std::system_error(ENOMEM, std::generic_category(), "curl_multi_init");
-    epoll_event event{.events = EPOLLIN, .data = {.fd = m_wakeUp}};
-    checked(::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event), "epoll_ctl");
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, socketDidChange);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, timeoutDidChange);
@@ -53,7 +51,6 @@ TransferLoop::~TransferLoop() {
     wake();
     m_thread.join();
     ::close(m_wakeUp);
-    ::close(m_epoll);
 }
 
 void TransferLoop::perform(std::function<void()> block) {
@@ -119,23 +116,19 @@ void TransferLoop::clearTimer(Transfer *transfer) {
     transfer->m_timer.reset();
 }
 
-int TransferLoop::socketDidChange(CURL *, curl_socket_t socket, int what, void *loop, void *known) {
-    auto &self = *static_cast<TransferLoop *>(loop);
+int TransferLoop::socketDidChange(CURL *, curl_socket_t socket, int what, void *loop, void *) {
+    auto &sockets = static_cast<TransferLoop *>(loop)->m_sockets;
+    const auto at =
+        std::find_if(sockets.begin(), sockets.end(), [&](const pollfd &known) { return known.fd == socket; });
+    const auto events = short((what & CURL_POLL_IN ? POLLIN : 0) | (what & CURL_POLL_OUT ? POLLOUT : 0));
     if (what == CURL_POLL_REMOVE) {
-        // A socket that is closed already has left by itself.
-        ::epoll_ctl(self.m_epoll, EPOLL_CTL_DEL, socket, nullptr);
-        return 0;
+        if (at != sockets.end())
+            sockets.erase(at);
+    } else if (at != sockets.end()) {
+        at->events = events;
+    } else {
+        sockets.push_back({.fd = socket, .events = events, .revents = 0});
     }
-    epoll_event event{.events = 0, .data = {.fd = socket}};
-    if (what & CURL_POLL_IN)
-        event.events |= EPOLLIN;
-    if (what & CURL_POLL_OUT)
-        event.events |= EPOLLOUT;
-    if (known && ::epoll_ctl(self.m_epoll, EPOLL_CTL_MOD, socket, &event) == 0)
-        return 0;
-    if (::epoll_ctl(self.m_epoll, EPOLL_CTL_ADD, socket, &event) != 0)
-        return ::epoll_ctl(self.m_epoll, EPOLL_CTL_MOD, socket, &event);
-    curl_multi_assign(self.m_multi, socket, loop);
     return 0;
 }
 
@@ -209,19 +202,28 @@ void TransferLoop::fireTimers() {
 }
 
 void TransferLoop::run() {
-    std::array<epoll_event, 64> events{};
+    std::vector<pollfd> ready;
     while (!m_ending) {
-        const int count = ::epoll_wait(m_epoll, events.data(), int(events.size()), waitingTime());
-        for (int i = 0; i < count; ++i) {
-            const epoll_event &event = events[size_t(i)];
-            if (event.data.fd == m_wakeUp) {
+        int count = ::poll(m_sockets.data(), m_sockets.size(), waitingTime());
+        ready.clear();
+        for (auto at = m_sockets.begin(); count > 0 && at != m_sockets.end(); ++at) {
+            if (at->revents == 0)
+                continue;
+            ready.push_back(*at);
+            --count;
+        }
+        // Each of them may change the list.
+        for (const pollfd &socket : ready) {
+            if (socket.fd == m_wakeUp) {
                 std::uint64_t wakeUps = 0;
                 [[maybe_unused]] const ssize_t bytes = ::read(m_wakeUp, &wakeUps, sizeof wakeUps);
                 continue;
             }
-            act(event.data.fd, (event.events & (EPOLLIN | EPOLLHUP) ? CURL_CSELECT_IN : 0) |
-                                   (event.events & EPOLLOUT ? CURL_CSELECT_OUT : 0) |
-                                   (event.events & EPOLLERR ? CURL_CSELECT_ERR : 0));
+            act(socket.fd, (socket.revents & (POLLIN | POLLHUP) ? CURL_CSELECT_IN : 0) |
+                               (socket.revents & POLLOUT ? CURL_CSELECT_OUT : 0) |
+                               (socket.revents & POLLERR ? CURL_CSELECT_ERR : 0));
+            // At once: another thread can start the next one meanwhile.
+            finishHandles();
         }
         // What the blocks start is sent before the next waiting.
         runBlocks();

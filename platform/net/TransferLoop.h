@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <poll.h>
 #include <thread>
 #include <unordered_set>
 #include <utility>
@@ -78,11 +79,13 @@ private:
     void runBlocks();
     void fireTimers();
     void wake();
-    static int socketDidChange(CURL *, curl_socket_t socket, int what, void *loop, void *known);
+    static int socketDidChange(CURL *, curl_socket_t socket, int what, void *loop, void *);
     static int timeoutDidChange(CURLM *, long milliseconds, void *loop);
 
-    int m_epoll = -1;
     int m_wakeUp = -1;
+    /// What is waited for. They are few: telling the system of each change would cost more than the whole
+    /// list does each time.
+    std::vector<pollfd> m_sockets;
     CURLM *m_multi = nullptr;
     bool m_insideCurl = false;
     std::vector<CURL *> m_spareHandles;
