@@ -7,10 +7,8 @@ NotifyRelay::NotifyRelay(Function function, void *context) : m_function(function
 }
 
 void NotifyRelay::connectTo(const QObject *object, const QMetaProperty &property) {
-    // By their signatures, as SIGNAL() and SLOT() write them: such a connection's calls take the shortest
-    // way.
-    const QByteArray signal = '2' + property.notifySignal().methodSignature();
-    connect(object, signal.constData(), this, SLOT(changed()), Qt::DirectConnection);
+    static const int slot = staticMetaObject.indexOfSlot("changed()");
+    QMetaObject::connect(object, property.notifySignalIndex(), this, slot, Qt::DirectConnection);
 }
 
 void NotifyRelay::disconnectFrom(const QObject *object) {
