@@ -12,13 +12,13 @@ ZRDelayed::~ZRDelayed() {
 
 void ZRDelayed::performAfter(double delay, Block block) {
     static const NSSelector executeBlock("executeBlock");
-    const auto self = shared_from_this();
+    auto self = shared_from_this();
     // Let go after the lock: its end may come back here.
     Block before = std::move(block);
     const NSObjectLock lock(this);
     withdraw();
     m_block.swap(before);
-    NSDelayedPerforming::performSelector(self, executeBlock, {}, delay);
+    NSDelayedPerforming::performSelector(std::move(self), executeBlock, {}, delay);
 }
 
 void ZRDelayed::executeBlock() {

@@ -10,7 +10,7 @@
 #include <QObject>
 #include <utility>
 
-void RunLoopTimers::insert(const void *owner, Entry entry, Clock::time_point date) {
+void RunLoopTimers::insert(const void *owner, Entry &&entry, Clock::time_point date) {
     const Due due{date, ++m_lastNumber};
     Entries::iterator at;
     if (m_spareEntry.empty()) {
@@ -39,7 +39,10 @@ void RunLoopTimers::add(const std::shared_ptr<NSTimer> &timer) {
 void RunLoopTimers::addPerform(std::shared_ptr<QObject> target, const NSSelector &selector,
                                const QVariant &object, Clock::time_point date) {
     const QObject *const owner = target.get();
-    insert(owner, Entry{nullptr, std::move(target), selector, object}, date);
+    insert(
+        owner,
+        Entry{nullptr, std::move(target), selector, object.isValid() ? std::optional(object) : std::nullopt},
+        date);
 }
 
 template <typename Matches>
@@ -74,7 +77,8 @@ void RunLoopTimers::removePerforms(const QObject *target) {
 void RunLoopTimers::removePerforms(const QObject *target, const NSSelector &selector,
                                    const QVariant &object) {
     removeMatching(target, [&](const Entry &entry) {
-        return entry.selector == selector && NSObjectRuntime::isEqual(entry.object, object);
+        return entry.selector == selector &&
+               NSObjectRuntime::isEqual(entry.object.value_or(QVariant()), object);
     });
 }
 
@@ -130,8 +134,9 @@ void RunLoopTimers::fire(const Entry &entry) {
     try {
         if (!entry.timer) {
             NSObjectRuntime::perform(QVariant::fromValue(entry.target.get()), entry.selector,
-                                     entry.selector.argumentCount() ? QVariantList{entry.object}
-                                                                    : QVariantList());
+                                     entry.selector.argumentCount()
+                                         ? QVariantList{entry.object.value_or(QVariant())}
+                                         : QVariantList());
             return;
         }
         entry.timer->fire();

@@ -47,7 +47,7 @@ private:
         std::shared_ptr<NSTimer> timer; ///< nullptr for a delayed message
         std::shared_ptr<QObject> target;
         NSSelector selector;
-        QVariant object;
+        std::optional<QVariant> object; ///< the argument, unless it is nil: most messages have none
     };
     /// The order in which things are due; of those due at the same moment the one added first comes first.
     struct Due {
@@ -60,7 +60,7 @@ private:
     using Entries = std::map<Due, Entry>;
     using Index = std::multimap<const void *, Entries::iterator>;
 
-    void insert(const void *owner, Entry entry, Clock::time_point date);
+    void insert(const void *owner, Entry &&entry, Clock::time_point date);
     template <typename Matches>
     void removeMatching(const void *owner, Matches matches);
     /// Sees to it that the dispatcher, if there is one, wakes for what is due first.
