@@ -37,7 +37,8 @@ NSOperation::NSOperation() : d(std::make_unique<NSOperationPrivate>()) {
 }
 
 NSOperation::~NSOperation() {
-    release(std::move(d->dependencies));
+    if (d->extras)
+        release(std::move(d->extras->dependencies));
 }
 
 void NSOperation::start() {
@@ -126,7 +127,7 @@ bool NSOperation::isReady() const {
     if (d->cancelled)
         return true;
     const std::lock_guard lock(d->mutex);
-    return d->unfinished.empty();
+    return d->isFree();
 }
 
 bool NSOperation::isExecuting() const {
@@ -150,18 +151,21 @@ void NSOperation::addDependency(const std::shared_ptr<NSOperation> &operation) {
         const std::lock_guard lock(operation->d->mutex);
         waits = !operation->d->finishAnnounced;
         if (waits)
-            operation->d->dependents.push_back(weak_from_this());
+            operation->d->madeExtras().dependents.push_back(weak_from_this());
     }
     bool wasReady = false;
     {
         const std::lock_guard lock(d->mutex);
-        if (d->begun || d->claimed || d->finishAnnounced ||
-            std::find(d->dependencies.begin(), d->dependencies.end(), operation) != d->dependencies.end())
+        if (d->begun || d->claimed || d->finishAnnounced)
             return;
-        d->dependencies.push_back(operation);
-        wasReady = d->unfinished.empty() && !d->cancelled;
+        NSOperationExtras &extras = d->madeExtras();
+        if (std::find(extras.dependencies.begin(), extras.dependencies.end(), operation) !=
+            extras.dependencies.end())
+            return;
+        extras.dependencies.push_back(operation);
+        wasReady = extras.unfinished.empty() && !d->cancelled;
         if (waits)
-            d->unfinished.insert(operation.get());
+            extras.unfinished.insert(operation.get());
     }
     if (waits && wasReady) {
         willChangeValueForKey(NSOperationIsReadyKey);
@@ -180,29 +184,29 @@ void NSOperation::addDependency(const std::shared_ptr<NSOperation> &operation) {
 void NSOperation::removeDependency(const std::shared_ptr<NSOperation> &operation) {
     dependencyDidFinish(operation.get());
     const std::lock_guard lock(d->mutex);
-    d->dependencies.erase(std::remove(d->dependencies.begin(), d->dependencies.end(), operation),
-                          d->dependencies.end());
+    if (d->extras)
+        std::erase(d->extras->dependencies, operation);
 }
 
 std::vector<std::shared_ptr<NSOperation>> NSOperation::dependencies() const {
     const std::lock_guard lock(d->mutex);
-    return d->dependencies;
+    return d->extras ? d->extras->dependencies : std::vector<std::shared_ptr<NSOperation>>();
 }
 
 void NSOperation::dependencyDidFinish(const NSOperation *operation) {
     bool announced = false;
     {
         const std::lock_guard lock(d->mutex);
-        if (!d->unfinished.contains(operation))
+        if (!d->extras || !d->extras->unfinished.contains(operation))
             return;
-        announced = d->unfinished.size() == 1 && !d->cancelled;
+        announced = d->extras->unfinished.size() == 1 && !d->cancelled;
     }
     if (announced)
         willChangeValueForKey(NSOperationIsReadyKey);
     bool becameReady = false;
     {
         const std::lock_guard lock(d->mutex);
-        becameReady = d->unfinished.erase(operation) > 0 && d->unfinished.empty() && !d->cancelled;
+        becameReady = d->extras->unfinished.erase(operation) > 0 && d->isFree() && !d->cancelled;
     }
     if (becameReady && !announced)
         willChangeValueForKey(NSOperationIsReadyKey);
@@ -228,27 +232,27 @@ void NSOperation::setQueuePriority(int priority) {
 
 QString NSOperation::name() const {
     const std::lock_guard lock(d->mutex);
-    return d->name;
+    return d->extras ? d->extras->name : QString();
 }
 
 void NSOperation::setName(const QString &name) {
     const std::lock_guard lock(d->mutex);
-    d->name = name;
+    d->madeExtras().name = name;
 }
 
 std::function<void()> NSOperation::completionBlock() const {
     const std::lock_guard lock(d->mutex);
-    return d->completionBlock;
+    return d->extras ? d->extras->completionBlock : nullptr;
 }
 
 void NSOperation::setCompletionBlock(std::function<void()> block) {
     const std::lock_guard lock(d->mutex);
-    std::swap(d->completionBlock, block);
+    std::swap(d->madeExtras().completionBlock, block);
 }
 
 void NSOperation::waitUntilFinished() {
     std::unique_lock lock(d->mutex);
-    d->finishedCondition.wait(lock, [this] { return d->finishSettled; });
+    d->madeExtras().finishedCondition.wait(lock, [this] { return d->finishSettled; });
 }
 
 void NSOperation::willChangeValueForKey(const QString &key) {
@@ -288,8 +292,10 @@ void NSOperation::didFinish() {
         if (d->finishAnnounced)
             return;
         d->finishAnnounced = true;
-        dependents.swap(d->dependents);
-        completion.swap(d->completionBlock);
+        if (d->extras) {
+            dependents.swap(d->extras->dependents);
+            completion.swap(d->extras->completionBlock);
+        }
         queue = d->queue.lock();
     }
     if (queue)
@@ -298,7 +304,8 @@ void NSOperation::didFinish() {
         // Only now, so that who waited for the operation finds it gone from its queue.
         const std::lock_guard lock(d->mutex);
         d->finishSettled = true;
-        d->finishedCondition.notify_all();
+        if (d->extras)
+            d->extras->finishedCondition.notify_all();
     }
     for (const auto &waiting : dependents)
         if (const auto dependent = waiting.lock())

@@ -11,11 +11,20 @@
 #include <optional>
 #include <unordered_set>
 
+/// What few operations need, so that many can wait in a queue at little cost.
+struct NSOperationExtras {
+    std::condition_variable finishedCondition;
+    std::vector<std::shared_ptr<NSOperation>> dependencies;
+    std::unordered_set<const NSOperation *> unfinished; ///< those of the dependencies still waited for
+    std::vector<std::weak_ptr<NSOperation>> dependents; ///< those that wait for this one
+    std::function<void()> completionBlock;
+    QString name;
+};
+
 /// An operation's inner state. The mutex guards what isn't atomic; no code of others is called while it is
 /// held.
 struct NSOperationPrivate {
     mutable std::mutex mutex;
-    std::condition_variable finishedCondition;
 
     std::atomic<bool> executing{false};
     std::atomic<bool> finished{false};
@@ -33,9 +42,14 @@ struct NSOperationPrivate {
     /// Guarded by the queue's mutex, not by this one.
     std::optional<NSOperationQueueItems::iterator> item;
 
-    std::vector<std::shared_ptr<NSOperation>> dependencies;
-    std::unordered_set<const NSOperation *> unfinished; ///< those of the dependencies still waited for
-    std::vector<std::weak_ptr<NSOperation>> dependents; ///< those that wait for this one
-    std::function<void()> completionBlock;
-    QString name;
+    /// Made when something is first kept there.
+    std::unique_ptr<NSOperationExtras> extras;
+
+    NSOperationExtras &madeExtras() {
+        if (!extras)
+            extras = std::make_unique<NSOperationExtras>();
+        return *extras;
+    }
+    /// Whether all dependencies have finished.
+    bool isFree() const { return !extras || extras->unfinished.empty(); }
 };

@@ -335,7 +335,7 @@ void NSOperationQueuePrivate::runOne(Lock &lock) {
     {
         NSOperationPrivate &state = *operation->d;
         const std::lock_guard operationLock(state.mutex);
-        ready = state.cancelled || state.unfinished.empty();
+        ready = state.cancelled || state.isFree();
         state.claimed = ready;
     }
     if (ready) {
