@@ -23,6 +23,16 @@ T &heldForChange(QVariant &value) {
     return *static_cast<T *>(value.data());
 }
 
+void appendContent(QVariantMap &node, const QString &text) {
+    QVariant &content = node[contentKey()];
+    if (NSIsNil(content) || NSIsNull(content))
+        content = text;
+    else if (content.metaType() == QMetaType::fromType<QString>())
+        heldForChange<QString>(content) += text;
+    else
+        content = NSFormat("%@%@", {content, text});
+}
+
 } // namespace
 
 std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
@@ -36,6 +46,8 @@ std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
     parser.setShouldReportNamespacePrefixes(true);
     const bool parsed = parser.parse();
     m_childKeys.clear();
+    m_gathered.clear();
+    m_shared = SharedTexts();
     if (!parsed) {
         m_open.clear();
         m_root.reset();
@@ -64,11 +76,13 @@ std::optional<QVariantMap> ZRXML::parse(const QVariant &stringOrData) {
 }
 
 std::optional<QVariantMap> ZRXML::root() const {
+    settleAll();
     m_isShared = true;
     return m_root;
 }
 
 QVariantList ZRXML::currentNodes() const {
+    settleAll();
     m_isShared = true;
     QVariantList nodes;
     for (const OpenNode &open : m_open)
@@ -76,7 +90,7 @@ QVariantList ZRXML::currentNodes() const {
     return nodes;
 }
 
-QVariantMap *ZRXML::innermost() {
+ZRXML::OpenNode *ZRXML::innermost() {
     if (std::exchange(m_isShared, false) && !m_open.empty()) {
         m_open.front().node = m_isOrphaned ? &m_orphan : &*m_root;
         for (size_t i = 1; i < m_open.size(); ++i) {
@@ -84,7 +98,7 @@ QVariantMap *ZRXML::innermost() {
             m_open[i].node = &heldForChange<QVariantMap>(heldForChange<QVariantList>(siblings).last());
         }
     }
-    return m_open.empty() ? nullptr : m_open.back().node;
+    return m_open.empty() ? nullptr : &m_open.back();
 }
 
 const QString &ZRXML::childKey(const QString &name) {
@@ -96,11 +110,15 @@ const QString &ZRXML::childKey(const QString &name) {
 
 QVariantMap *ZRXML::appendChild(QVariantMap &parent, const QString &key, const QVariantMap &attributes) {
     QVariant &siblings = parent[key];
-    if (NSIsNil(siblings) || NSIsNull(siblings))
+    const bool isFirst = NSIsNil(siblings) || NSIsNull(siblings);
+    if (isFirst)
         siblings = QVariant(QMetaType::fromType<QVariantList>());
     if (siblings.metaType() != QMetaType::fromType<QVariantList>())
         NSObjectRuntime::raiseUnrecognized(siblings, NSSelector("addObject:"));
     auto &list = heldForChange<QVariantList>(siblings);
+    // Most children have their name for themselves.
+    if (isFirst)
+        list.reserve(1);
     list.append(attributes);
     return &heldForChange<QVariantMap>(list.last());
 }
@@ -109,28 +127,33 @@ void ZRXML::parserDidStartElement(NSXMLParser &, const QString &elementName, con
                                   const QVariantMap &attributes) {
     if (!m_root) {
         m_root = attributes;
-        addTextToNode(&*m_root);
-        m_open.push_back({&*m_root, {}});
+        m_open.push_back({&*m_root});
+        addTextTo(m_open.back());
         return;
     }
-    QVariantMap *const parent = innermost();
+    OpenNode *const parent = innermost();
     if (!parent) {
         addTextToNode(nullptr);
         m_orphan = attributes;
         m_isOrphaned = true;
-        m_open.push_back({&m_orphan, {}});
+        m_open.push_back({&m_orphan});
         return;
     }
     const QString &key = childKey(elementName);
-    QVariantMap *const node = appendChild(*parent, key, attributes);
-    addTextToNode(parent);
+    QVariantMap *const node = appendChild(*parent->node, key, attributes);
+    addTextTo(*parent);
     m_open.push_back({node, key});
 }
 
 void ZRXML::parserDidEndElement(NSXMLParser &, const QString &, const QString &, const QString &) {
-    addTextToNode(innermost());
-    if (!m_open.empty())
-        m_open.pop_back();
+    OpenNode *const open = innermost();
+    if (!open) {
+        addTextToNode(nullptr);
+        return;
+    }
+    addTextTo(*open);
+    settle(*open);
+    m_open.pop_back();
 }
 
 void ZRXML::parserFoundCharacters(NSXMLParser &, const QString &string) {
@@ -141,15 +164,43 @@ void ZRXML::addTextToNode(QVariantMap *node) {
     if (m_currentText.isEmpty())
         return;
     const QString text = std::exchange(m_currentText, QString());
-    if (!node)
+    if (node)
+        appendContent(*node, text);
+}
+
+void ZRXML::addTextTo(OpenNode &open) {
+    if (m_currentText.isEmpty())
         return;
-    QVariant &content = (*node)[contentKey()];
-    if (NSIsNil(content) || NSIsNull(content))
-        content = text;
-    else if (content.metaType() == QMetaType::fromType<QString>())
-        heldForChange<QString>(content) += text;
+    QString text = std::exchange(m_currentText, QString());
+    if (open.gatheredFrom < 0 && open.piece.isNull()) {
+        open.piece = std::move(text);
+        return;
+    }
+    // Only the innermost node gets text, so what nodes have gathered lies in one text, one after the other.
+    if (open.gatheredFrom < 0) {
+        open.gatheredFrom = m_gathered.size();
+        m_gathered += std::exchange(open.piece, QString());
+    }
+    m_gathered += text;
+}
+
+void ZRXML::settle(OpenNode &open) const {
+    QString text = std::exchange(open.piece, QString());
+    if (open.gatheredFrom >= 0) {
+        text = m_shared.text(QStringView(m_gathered).sliced(open.gatheredFrom));
+        m_gathered.truncate(std::exchange(open.gatheredFrom, -1));
+    }
+    if (text.isNull())
+        return;
+    if (open.node->isEmpty())
+        *open.node = m_shared.dictionary(contentKey(), text);
     else
-        content = NSFormat("%@%@", {content, text});
+        appendContent(*open.node, text);
+}
+
+void ZRXML::settleAll() const {
+    for (auto open = m_open.rbegin(); open != m_open.rend(); ++open)
+        settle(*open);
 }
 
 #include "moc_ZRXML.cpp"

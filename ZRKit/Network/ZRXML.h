@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/text/NSXMLParser.h"
+#include "platform/text/SharedTexts.h"
 
 #include <QHash>
 #include <QObject>
@@ -68,12 +69,18 @@ public:
     void parserFoundCharacters(NSXMLParser &parser, const QString &string) override;
 
 private:
-    /// A node within the tree, and the key of the array that it ends.
+    /// A node within the tree, the key of the array that it ends, and the text that it doesn't hold yet: one
+    /// piece, or what is gathered from a place on.
     struct OpenNode {
-        QVariantMap *node;
-        QString key;
+        QVariantMap *node = nullptr;
+        QString key = {};
+        QString piece = {};
+        qsizetype gatheredFrom = -1;
     };
-    QVariantMap *innermost();
+    OpenNode *innermost();
+    void addTextTo(OpenNode &open);
+    void settle(OpenNode &open) const;
+    void settleAll() const;
     QVariantMap *appendChild(QVariantMap &parent, const QString &key, const QVariantMap &attributes);
     const QString &childKey(const QString &name);
 
@@ -81,7 +88,10 @@ private:
     std::optional<QVariantMap> m_root;
     /// A node outside the tree: what begins after the root has ended.
     QVariantMap m_orphan;
-    std::vector<OpenNode> m_open;
+    /// Nodes get their text when they end, or when somebody looks at them.
+    mutable std::vector<OpenNode> m_open;
+    mutable QString m_gathered;
+    mutable SharedTexts m_shared;
     bool m_isOrphaned = false;
     /// Somebody has a copy of the tree, so that its nodes have to be found again before they are changed.
     mutable bool m_isShared = false;

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/NSXMLParser.h"
 
+#include "platform/text/SharedTexts.h"
 #include "platform/text/XMLDocumentScan.h"
 
 #include <QStringDecoder>
 #include <QXmlStreamReader>
-#include <algorithm>
-#include <array>
-#include <bit>
-#include <cstring>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -19,37 +17,6 @@ namespace {
 constexpr qsizetype LargestGrowth = 5;
 constexpr qsizetype FreeGrowth = 1'000'000;
 constexpr XMLDocumentScan::Limits DocumentLimits{NSXMLParser::MaximumAttributes, 64, 1000};
-
-/// Texts that come again and again, as names and white space do, are made once.
-class SharedTexts {
-public:
-    /// A long text is always made anew.
-    QString text(QStringView view) { return view.size() > LongestShared ? view.toString() : name(view); }
-    QString name(QStringView view) {
-        if (view.isEmpty())
-            return QStringLiteral("");
-        QString &known = m_texts[place(view)];
-        if (known != view)
-            known = view.toString();
-        return known;
-    }
-
-private:
-    static constexpr qsizetype LongestShared = 24;
-
-    /// From the first four units and the last four.
-    static size_t place(QStringView view) {
-        quint64 head = 0, tail = 0;
-        const auto bytes = size_t(view.size()) * sizeof(QChar);
-        std::memcpy(&head, view.data(), std::min(bytes, sizeof head));
-        if (bytes > sizeof tail)
-            std::memcpy(&tail, view.data() + view.size() - 4, sizeof tail);
-        return ((head ^ std::rotl(tail, 29) ^ bytes) * Q_UINT64_C(0x9e3779b97f4a7c15)) >> (64 - PlaceBits);
-    }
-
-    static constexpr int PlaceBits = 10;
-    std::array<QString, 1 << PlaceBits> m_texts;
-};
 
 /// The encoding's name in an XML declaration, nothing where there is none.
 QByteArray declaredEncoding(QByteArrayView data) {
@@ -92,6 +59,7 @@ public:
 private:
     NSError read();
     NSError startElement();
+    NSError readAttributes(QVariantMap &attributes);
     void endElement();
     NSError characters();
     NSError documentType();
@@ -180,7 +148,8 @@ NSError NSXMLParser::Run::startElement() {
         return excess(QStringLiteral("Elements are nested too deeply."));
     const bool processesNamespaces = m_parser.m_processesNamespaces;
     if (processesNamespaces) {
-        for (const QXmlStreamNamespaceDeclaration &declaration : m_reader.namespaceDeclarations()) {
+        const QXmlStreamNamespaceDeclarations declarations = m_reader.namespaceDeclarations();
+        for (const QXmlStreamNamespaceDeclaration &declaration : declarations) {
             const QString prefix = m_texts.text(declaration.prefix());
             for (auto at = m_mappings.crbegin(); at != m_mappings.crend() && at->depth == m_depth; ++at) {
                 if (at->prefix == prefix)
@@ -196,18 +165,33 @@ NSError NSXMLParser::Run::startElement() {
             return excess(QStringLiteral("Too many namespaces."));
     }
     QVariantMap attributes;
-    for (const QXmlStreamAttribute &attribute : m_reader.attributes()) {
+    if (NSError error = readAttributes(attributes))
+        return error;
+    const QString qualifiedName = m_texts.name(m_reader.qualifiedName());
+    m_open.push_back({processesNamespaces ? m_texts.name(m_reader.name()) : qualifiedName,
+                      m_texts.name(m_reader.namespaceUri()), qualifiedName});
+    const Element &element = m_open.back();
+    m_delegate.parserDidStartElement(m_parser, element.name, element.namespaceURI, element.qualifiedName,
+                                     attributes);
+    return {};
+}
+
+NSError NSXMLParser::Run::readAttributes(QVariantMap &attributes) {
+    const QXmlStreamAttributes given = m_reader.attributes();
+    std::map<QString, QVariant> entries;
+    for (const QXmlStreamAttribute &attribute : given) {
         m_allowance -= attribute.qualifiedName().size() + attribute.value().size();
         if (m_allowance < 0)
             return excess(QStringLiteral("Attributes make the document too large."));
-        attributes.insert(m_texts.name(attribute.qualifiedName()), m_texts.text(attribute.value()));
+        const QString name = m_texts.name(attribute.qualifiedName());
+        const QString value = m_texts.text(attribute.value());
+        if (given.size() == 1)
+            attributes = m_texts.dictionary(name, value);
+        else
+            entries.emplace_hint(entries.cend(), name, value);
     }
-    const QString qualifiedName = m_texts.name(m_reader.qualifiedName());
-    const Element element{processesNamespaces ? m_texts.name(m_reader.name()) : qualifiedName,
-                          m_texts.name(m_reader.namespaceUri()), qualifiedName};
-    m_open.push_back(element);
-    m_delegate.parserDidStartElement(m_parser, element.name, element.namespaceURI, element.qualifiedName,
-                                     attributes);
+    if (!entries.empty())
+        attributes = QVariantMap(std::move(entries));
     return {};
 }
 

@@ -53,6 +53,23 @@ TEST(ZRXML, TextPartedByChildrenIsJoinedWithItsWhiteSpace) {
     EXPECT_EQ(tree("<a>\n  <b/>\n</a>")->value(u"_content"_s), u"\n  \n"_s);
 }
 
+TEST(ZRXML, TextsOfElementsWithinElementsStayApart) {
+    EXPECT_EQ(tree("<a>1<b>2<c>3<d/>4</c>5<c/>6</b>7<b>8</b>9</a>"),
+              (Map{{u"_content"_s, u"179"_s},
+                   {u"$b"_s,
+                    List{Map{{u"_content"_s, u"256"_s},
+                             {u"$c"_s, List{Map{{u"_content"_s, u"34"_s}, {u"$d"_s, List{Map()}}}, Map()}}},
+                         Map{{u"_content"_s, u"8"_s}}}}}));
+}
+
+TEST(ZRXML, NodesThatBeginAlikeGoOnApart) {
+    EXPECT_EQ(tree("<a><b n='1'/><b n='1'>x</b><b n='1'><c/></b><b>x</b><b>x<c/></b><b>x</b></a>"),
+              (Map{{u"$b"_s, List{Map{{u"n"_s, u"1"_s}}, Map{{u"n"_s, u"1"_s}, {u"_content"_s, u"x"_s}},
+                                  Map{{u"n"_s, u"1"_s}, {u"$c"_s, List{Map()}}}, Map{{u"_content"_s, u"x"_s}},
+                                  Map{{u"_content"_s, u"x"_s}, {u"$c"_s, List{Map()}}},
+                                  Map{{u"_content"_s, u"x"_s}}}}}));
+}
+
 TEST(ZRXML, AnElementWithoutAnythingIsAnEmptyDictionary) {
     const auto root = tree("<a/>");
     ASSERT_TRUE(root.has_value());
@@ -232,6 +249,33 @@ TEST_F(ZRXMLEvents, OpenNodesAndTheTreeCanBeSeenWhileItGrows) {
     EXPECT_EQ(xml.root(), (Map{{u"id"_s, u"1"_s},
                                {u"$b"_s, List{Map{{u"_content"_s, u"x"_s}}, Map{{u"_content"_s, u"y"_s}}}}}));
     EXPECT_TRUE(xml.currentNodes().isEmpty());
+}
+
+TEST_F(ZRXMLEvents, OpenNodesHaveTheTextThatCameBeforeTheirLastChild) {
+    start(u"a"_s);
+    characters(u"1"_s);
+    start(u"b"_s);
+    end();
+    characters(u"2"_s);
+    start(u"c"_s);
+    characters(u"3"_s);
+    start(u"d"_s);
+    end();
+    characters(u"4"_s);
+    start(u"d"_s);
+    const Map c{{u"_content"_s, u"34"_s}, {u"$d"_s, List{Map(), Map()}}};
+    EXPECT_EQ(xml.root(), (Map{{u"_content"_s, u"12"_s}, {u"$b"_s, List{Map()}}, {u"$c"_s, List{c}}}));
+    EXPECT_EQ(xml.currentNodes(), (List{*xml.root(), c, Map()}));
+    characters(u"5"_s);
+    end();
+    characters(u"6"_s);
+    end();
+    characters(u"7"_s);
+    end();
+    EXPECT_EQ(xml.root(), (Map{{u"_content"_s, u"127"_s},
+                               {u"$b"_s, List{Map()}},
+                               {u"$c"_s, List{Map{{u"_content"_s, u"346"_s},
+                                                  {u"$d"_s, List{Map(), Map{{u"_content"_s, u"5"_s}}}}}}}}));
 }
 
 TEST_F(ZRXMLEvents, TextSeenBeforeAChildBelongsToTheParentAndBeforeTheRootToTheRoot) {
