@@ -10,7 +10,8 @@
 #include <ctime>
 #include <exception>
 #include <limits>
-#include <unicode/uregex.h>
+#include <memory>
+#include <unicode/regex.h>
 #include <unicode/utypes.h>
 #include <utility>
 #include <vector>
@@ -23,7 +24,7 @@ constexpr qint64 SearchTimePerMillionUnits = Second;
 // ICU counts a stack entry as four bytes and takes eight: this makes 128 MB.
 constexpr qint32 StackLimit = 64'000'000;
 constexpr qint32 IdleStackLimit = 64'000;
-constexpr qsizetype LongestBatch = 256;
+constexpr size_t LongestBatch = 512;
 constexpr qint64 FormattingError = 2048;
 
 qint64 processorTime() {
@@ -60,18 +61,18 @@ const UChar *units(const QString &string) {
 /// next.
 class NSCompiledExpression {
 public:
-    NSCompiledExpression(const QString &pattern, NSRegularExpressionOptions options, UParseError *where,
-                         UErrorCode *status)
+    NSCompiledExpression(const QString &pattern, NSRegularExpressionOptions options, UParseError &where,
+                         UErrorCode &status)
         : m_pattern(pattern), m_options(options),
           m_original(
-              uregex_open(units(pattern), int32_t(pattern.size()), engineFlags(options), where, status)) {
-        if (U_SUCCESS(*status))
-            m_groups = uregex_groupCount(m_original, status);
+              icu::RegexPattern::compile(icu::UnicodeString(false, units(pattern), int32_t(pattern.size())),
+                                         engineFlags(options), where, status)) {
+        if (U_SUCCESS(status))
+            m_idle = m_original->matcher(status);
+        if (U_SUCCESS(status))
+            m_groups = m_idle.load()->groupCount();
     }
-    ~NSCompiledExpression() {
-        uregex_close(m_idle.load(std::memory_order_acquire));
-        uregex_close(m_original);
-    }
+    ~NSCompiledExpression() { delete m_idle.load(std::memory_order_acquire); }
     NSCompiledExpression(const NSCompiledExpression &) = delete;
     NSCompiledExpression &operator=(const NSCompiledExpression &) = delete;
 
@@ -79,29 +80,29 @@ public:
     NSRegularExpressionOptions options() const { return m_options; }
     int groups() const { return m_groups; }
 
-    URegularExpression *takeMatcher() const {
-        if (URegularExpression *idle = m_idle.exchange(nullptr, std::memory_order_acq_rel))
-            return idle;
+    std::unique_ptr<icu::RegexMatcher> takeMatcher() const {
+        if (icu::RegexMatcher *idle = m_idle.exchange(nullptr, std::memory_order_acq_rel))
+            return std::unique_ptr<icu::RegexMatcher>(idle);
         UErrorCode status = U_ZERO_ERROR;
-        URegularExpression *matcher = uregex_clone(m_original, &status);
+        std::unique_ptr<icu::RegexMatcher> matcher(m_original->matcher(status));
         if (U_FAILURE(status))
             throw std::bad_alloc();
         return matcher;
     }
-    void giveBack(URegularExpression *matcher) const {
+    void giveBack(std::unique_ptr<icu::RegexMatcher> matcher) const {
         UErrorCode status = U_ZERO_ERROR;
-        uregex_setStackLimit(matcher, IdleStackLimit, &status);
-        URegularExpression *none = nullptr;
-        if (!m_idle.compare_exchange_strong(none, matcher, std::memory_order_acq_rel))
-            uregex_close(matcher);
+        matcher->setStackLimit(IdleStackLimit, status);
+        icu::RegexMatcher *none = nullptr;
+        if (m_idle.compare_exchange_strong(none, matcher.get(), std::memory_order_acq_rel))
+            matcher.release();
     }
 
 private:
     const QString m_pattern;
     const NSRegularExpressionOptions m_options;
-    URegularExpression *const m_original;
+    const std::unique_ptr<const icu::RegexPattern> m_original;
     int m_groups = 0;
-    mutable std::atomic<URegularExpression *> m_idle = nullptr;
+    mutable std::atomic<icu::RegexMatcher *> m_idle = nullptr;
 };
 
 /// One search over one text, with its limits.
@@ -126,16 +127,19 @@ public:
         if (size > std::numeric_limits<int32_t>::max())
             throw NSException(NSRangeException, QStringLiteral("The text is too long to be searched"));
         m_matcher = m_expression->takeMatcher();
-        uregex_setStackLimit(m_matcher, StackLimit, &m_status);
-        uregex_setMatchCallback(m_matcher, &NSRegularExpressionSearch::tick, this, &m_status);
-        uregex_setText(m_matcher, units(m_string) + m_offset, int32_t(size), &m_status);
+        m_matcher->setStackLimit(StackLimit, m_status);
+        m_matcher->setMatchCallback(&NSRegularExpressionSearch::tick, this, m_status);
+        UText text = UTEXT_INITIALIZER;
+        utext_openUChars(&text, units(m_string) + m_offset, size, &m_status);
+        m_matcher->reset(&text);
+        utext_close(&text);
         // A matcher keeps these from its last search.
-        uregex_useTransparentBounds(m_matcher, transparent, &m_status);
-        uregex_useAnchoringBounds(m_matcher, anchoring, &m_status);
+        m_matcher->useTransparentBounds(transparent);
+        m_matcher->useAnchoringBounds(anchoring);
         if (searched.length < size)
-            uregex_setRegion64(m_matcher, searched.location, searched.end(), &m_status);
+            m_matcher->region(searched.location, searched.end(), m_status);
     }
-    ~NSRegularExpressionSearch() { m_expression->giveBack(m_matcher); }
+    ~NSRegularExpressionSearch() { m_expression->giveBack(std::move(m_matcher)); }
     NSRegularExpressionSearch(const NSRegularExpressionSearch &) = delete;
     NSRegularExpressionSearch &operator=(const NSRegularExpressionSearch &) = delete;
 
@@ -152,23 +156,25 @@ public:
 
     /// Finds the next match; false at the end and when the search is given up.
     bool next() {
-        if (U_FAILURE(m_status) || m_done)
+        if (m_done)
             return false;
-        m_done = m_anchored;
-        const bool found =
-            m_anchored ? uregex_lookingAt(m_matcher, -1, &m_status) : uregex_findNext(m_matcher, &m_status);
-        m_done |= !found;
+        const bool found = m_anchored ? m_matcher->lookingAt(m_status) : m_matcher->find(m_status);
+        if (found) {
+            m_done = m_anchored;
+            return true;
+        }
+        m_done = true;
+        if (m_used > m_limit)
+            m_status = U_REGEX_TIME_OUT;
         if (m_thrown)
             std::rethrow_exception(std::exchange(m_thrown, nullptr));
-        return found && U_SUCCESS(m_status);
+        return false;
     }
 
     NSRange range() const { return group(0); }
     void read(NSTextCheckingResult &result) const {
-        if (!result.m_expression) {
-            result.m_expression = m_expression;
-            result.m_groups.resize(m_expression->groups());
-        }
+        if (!result.m_expression)
+            prepare(result);
         result.m_range = group(0);
         if (const int groups = m_expression->groups(); groups > 0) {
             NSRange *const ranges = result.m_groups.data();
@@ -176,12 +182,29 @@ public:
                 ranges[i] = group(i + 1);
         }
     }
+    /// The same in two steps: ranges of matches, one after the other, and later results of them.
+    NSRange *read(NSRange *ranges) const {
+        for (int i = 0, groups = m_expression->groups(); i <= groups; ++i)
+            *ranges++ = group(i);
+        return ranges;
+    }
+    NSTextCheckingResult emptyResult() const {
+        NSTextCheckingResult result;
+        prepare(result);
+        return result;
+    }
+    static const NSRange *put(const NSRange *ranges, NSTextCheckingResult &result) {
+        result.m_range = *ranges++;
+        if (const qsizetype groups = result.m_groups.size(); groups > 0) {
+            std::copy_n(ranges, groups, result.m_groups.data());
+            ranges += groups;
+        }
+        return ranges;
+    }
     NSMatchingFlags flags() const {
-        UErrorCode status = U_ZERO_ERROR;
-        if (!uregex_hitEnd(m_matcher, &status))
+        if (!m_matcher->hitEnd())
             return 0;
-        return uregex_requireEnd(m_matcher, &status) ? NSMatchingHitEnd | NSMatchingRequiredEnd
-                                                     : NSMatchingHitEnd;
+        return m_matcher->requireEnd() ? NSMatchingHitEnd | NSMatchingRequiredEnd : NSMatchingHitEnd;
     }
     /// Whether the search was given up before its end.
     bool failed() const { return U_FAILURE(m_status) && m_status != U_REGEX_STOPPED_BY_CALLER; }
@@ -191,13 +214,17 @@ public:
     }
 
 private:
+    void prepare(NSTextCheckingResult &result) const {
+        result.m_expression = m_expression;
+        result.m_groups.resize(m_expression->groups());
+    }
     // ICU gives -1 for a group that took no part.
     NSRange group(int number) const {
         UErrorCode status = U_ZERO_ERROR;
-        const int start = uregex_start(m_matcher, number, &status);
+        const int64_t start = m_matcher->start64(number, status);
         if (start < 0)
             return {NSNotFound, 0};
-        return {start + m_offset, uregex_end(m_matcher, number, &status) - start};
+        return {start + m_offset, m_matcher->end64(number, status) - start};
     }
     static UBool tick(const void *context, int32_t) {
         // ICU hands the context back as const.
@@ -221,7 +248,7 @@ private:
     const bool m_anchored;
     const qint64 m_limit;
     qsizetype m_offset = 0; ///< of the text that ICU is given
-    URegularExpression *m_matcher = nullptr;
+    std::unique_ptr<icu::RegexMatcher> m_matcher;
     UErrorCode m_status = U_ZERO_ERROR;
     bool m_done = false;
     qint64 m_used = 0;
@@ -327,9 +354,11 @@ NSRegularExpression::NSRegularExpression(const QString &pattern, NSRegularExpres
     UParseError where{};
     if (pattern.size() > std::numeric_limits<int32_t>::max())
         status = U_REGEX_PATTERN_TOO_BIG;
+    else if (pattern.isEmpty())
+        status = U_ILLEGAL_ARGUMENT_ERROR;
     std::shared_ptr<const NSCompiledExpression> compiled;
     if (U_SUCCESS(status))
-        compiled = std::make_shared<NSCompiledExpression>(pattern, options, &where, &status);
+        compiled = std::make_shared<NSCompiledExpression>(pattern, options, where, status);
     if (U_SUCCESS(status)) {
         m_compiled = std::move(compiled);
         return;
@@ -372,27 +401,30 @@ void NSRegularExpression::enumerateMatchesInString(const QString &string, NSMatc
         });
 
     // Looking at the clock around each block would cost more than many a match: it is done once for a batch.
-    struct Found {
-        NSTextCheckingResult result;
-        NSMatchingFlags flags = 0;
-    };
-    QVarLengthArray<Found, 1> batch(1);
+    const size_t rangesOfOne = size_t(m_compiled->groups()) + 1;
+    std::vector<NSRange> ranges(rangesOfOne);
+    std::vector<NSMatchingFlags> flags(1);
+    NSTextCheckingResult result = search.emptyResult();
     for (;;) {
-        qsizetype found = 0;
+        size_t found = 0;
+        NSRange *end = ranges.data();
         search.resume();
-        while (found < batch.size() && search.next()) {
-            search.read(batch[found].result);
-            batch[found].flags = search.flags();
-            ++found;
+        while (found < flags.size() && search.next()) {
+            end = search.read(end);
+            flags[found++] = search.flags();
         }
         search.pause();
-        for (qsizetype i = 0; i < found && !stop; ++i)
-            block(&batch[i].result, batch[i].flags, &stop);
+        const NSRange *next = ranges.data();
+        for (size_t i = 0; i < found && !stop; ++i) {
+            next = search.put(next, result);
+            block(&result, flags[i], &stop);
+        }
         if (stop)
             return;
-        if (found < batch.size())
+        if (found < flags.size())
             break;
-        batch.resize(qMin(batch.size() * 2, LongestBatch));
+        flags.resize(std::min(flags.size() * 2, LongestBatch));
+        ranges.resize(flags.size() * rangesOfOne);
     }
     if (search.failed())
         search.logFailure();

@@ -348,6 +348,8 @@ TEST(NSRegularExpression, AHopelessSearchIsGivenUp) {
     EXPECT_TRUE(completed);
     EXPECT_EQ(log.count(u"The search for \"(a+)+$\" in 61 characters was given up: "_s), 1);
     EXPECT_EQ(expression.numberOfMatchesInString(u"aaa"_s), 1);
+    EXPECT_EQ(expression.numberOfMatchesInString(text), 0);
+    EXPECT_EQ(log.count(u"The search for \"(a+)+$\" in 61 characters was given up: "_s), 2);
 }
 
 TEST(NSRegularExpression, ASearchThatNeedsTooMuchMemoryIsGivenUp) {
