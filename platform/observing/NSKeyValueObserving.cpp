@@ -43,8 +43,7 @@ struct Registration {
     bool wants(NSKeyValueObservingOption option) const { return options & option; }
     bool hasPath() const { return keys.size() > 1; }
 
-    /// The type of the values, if the key is a property that is a plain number and announces its changes by
-    /// a signal. Set before it is linked.
+    /// The type of the values, if the key is a property that is a plain number. Set before it is linked.
     QMetaType numberType;
     bool takesNumbers() const { return numberType.isValid() && !wants(NSKeyValueObservingOptionPrior); }
 
@@ -122,10 +121,10 @@ public:
                 (QStringLiteral("is") + key.left(1).toUpper() + key.mid(1)).toUtf8().constData());
         if (index < 0)
             return;
+        m_index = index;
         m_property = meta->property(index);
         const QMetaType type = m_property.metaType();
-        if (isAutomatic() && m_property.isReadable() && type.id() >= QMetaType::Bool &&
-            type.id() <= QMetaType::Double)
+        if (m_property.isReadable() && type.id() >= QMetaType::Bool && type.id() <= QMetaType::Double)
             m_numberType = type;
     }
 
@@ -134,14 +133,14 @@ public:
 
     bool isAutomatic() const { return m_property.hasNotifySignal(); }
 
-    /// Of a property that is a plain number and announces its changes by a signal; invalid for any other.
+    /// Of a property that is a plain number; invalid for any other.
     QMetaType numberType() const { return m_numberType; }
     /// Its value, read as QMetaProperty does, but without making a variant of it.
     NumberBytes number() const {
         NumberBytes number = 0;
         int status = -1;
         void *arguments[] = {&number, nullptr, &status};
-        object->qt_metacall(QMetaObject::ReadProperty, m_property.propertyIndex(), arguments);
+        object->qt_metacall(QMetaObject::ReadProperty, m_index, arguments);
         if (arguments[0] != &number) // the getter gives a reference
             std::memcpy(&number, arguments[0], std::size_t(m_numberType.sizeOf()));
         return number;
@@ -164,6 +163,9 @@ public:
             read = NSNull();
         return read;
     }
+
+    /// There are links now, and each of them takes numbers.
+    bool allTakeNumbers() const { return m_allTakeNumbers; }
 
     /// nullptr without any.
     std::shared_ptr<const Links> links() const {
@@ -200,6 +202,7 @@ public:
     std::shared_ptr<const Links> end() {
         const std::lock_guard lock(m_mutex);
         m_gone = true;
+        m_allTakeNumbers = false;
         m_relay.reset();
         return std::exchange(m_links, nullptr);
     }
@@ -207,7 +210,9 @@ public:
 private:
     void replace(std::shared_ptr<Links> links);
 
+    std::atomic<bool> m_allTakeNumbers = false;
     QMetaProperty m_property;
+    int m_index = -1; ///< of the property
     QMetaType m_numberType;
     mutable SmallLock m_mutex; ///< guards the rest
     /// Replaced, never changed, so that those who walk over it need no lock.
@@ -219,7 +224,7 @@ private:
 /// Observed objects are spread over several tables, so that threads which change different objects seldom
 /// meet.
 struct Table {
-    std::mutex mutex;
+    SmallLock mutex;
     std::unordered_map<const QObject *, std::vector<std::shared_ptr<ObservedKey>>> objects;
 };
 
@@ -234,10 +239,11 @@ std::atomic<int> total{0};
 
 /// The values from before the changes that this thread is in the middle of.
 struct PendingChange {
-    const QObject *object;
-    QString key;
+    const QObject *object = nullptr;
     std::shared_ptr<ObservedKey> observed;
     std::vector<std::pair<std::shared_ptr<Registration>, QVariant>> olds;
+    /// Instead of them, where every observer took numbers.
+    std::optional<NumberBytes> oldNumber;
 };
 thread_local std::vector<PendingChange> pendingChanges;
 
@@ -464,9 +470,9 @@ void tell(const Link &at, const QVariant &value, const QVariant *old, bool isSig
     registration.keepSpareChange(std::move(change));
 }
 
-/// The same, as seldom through variants as can be, for changes of a number that were not announced
-/// beforehand.
-void tellNumber(Registration &registration, NumberBytes present) {
+/// The same for a number, as seldom through variants as can be.
+/// \param old  the number before, if the change was announced beforehand
+void tellNumber(Registration &registration, NumberBytes present, std::optional<NumberBytes> old) {
     if (!registration.isLinked)
         return;
     const bool wantsNew = registration.wants(NSKeyValueObservingOptionNew);
@@ -475,7 +481,7 @@ void tellNumber(Registration &registration, NumberBytes present) {
     std::unique_ptr<KeyValueChange> change = registration.takeSpareChange();
     if (!change)
         change = std::make_unique<KeyValueChange>(wantsNew, wantsOld, registration.numberType);
-    change->setNumbers(present, known);
+    change->setNumbers(present, old.value_or(known));
     call(registration, change->dictionary());
     if (change->isReusable())
         registration.keepSpareChange(std::move(change));
@@ -513,7 +519,7 @@ void signalled(void *context) {
             return;
         }
         const NumberBytes number = key->number();
-        forEach(*links, [&](const Link &at) { tellNumber(*at.registration, number); });
+        forEach(*links, [&](const Link &at) { tellNumber(*at.registration, number, std::nullopt); });
     } catch (...) {
         NSLog("Exception in an observer of the key \"%@\": %@", links->key->key,
               NSException::currentDescription());
@@ -525,6 +531,7 @@ void ObservedKey::replace(std::shared_ptr<Links> links) {
                                      [](const Link &link) { return link.registration->takesNumbers(); });
     if (links->all.empty())
         links = nullptr;
+    m_allTakeNumbers = links && links->takeNumbers;
     if (isAutomatic() && links && !m_links) {
         if (!m_relay)
             m_relay = std::make_unique<NotifyRelay>(signalled, this);
@@ -644,12 +651,43 @@ void removeObserver(const QObject *object, NSKeyValueObserver *observer, const Q
     });
 }
 
-void willChangeValueForKey(QObject *object, const QString &key) {
-    const auto observed = find(object, key);
-    const auto links = observed ? observed->links() : nullptr;
+namespace {
+
+void didChangeNumber(ObservedKey &observed, NumberBytes old) {
+    const auto links = observed.links();
     if (!links)
         return;
-    PendingChange change{object, key, observed, {}};
+    if (links->takeNumbers) {
+        const NumberBytes number = observed.number();
+        forEach(*links, [&](const Link &link) { tellNumber(*link.registration, number, old); });
+        return;
+    }
+    // Since the change was announced, an observer was added who takes no numbers.
+    PendingChange pending;
+    for (const auto &[registration, level] : links->all)
+        if (registration->takesNumbers())
+            pending.olds.emplace_back(registration, QVariant(observed.numberType(), &old));
+    tell(*links, &pending, false);
+}
+
+} // namespace
+
+void willChangeValueForKey(QObject *object, const QString &key) {
+    auto observed = find(object, key);
+    if (!observed)
+        return;
+    if (observed->allTakeNumbers()) {
+        const NumberBytes number = observed->number();
+        PendingChange &change = pendingChanges.emplace_back();
+        change.object = object;
+        change.observed = std::move(observed);
+        change.oldNumber = number;
+        return;
+    }
+    const auto links = observed->links();
+    if (!links)
+        return;
+    PendingChange change{object, observed, {}, std::nullopt};
     std::optional<QVariant> value;
     for (const auto &[registration, level] : links->all) {
         if (!registration->wants(NSKeyValueObservingOptionOld))
@@ -676,8 +714,15 @@ void willChangeValueForKey(QObject *object, const QString &key) {
 void didChangeValueForKey(QObject *object, const QString &key) {
     const auto at =
         std::find_if(pendingChanges.rbegin(), pendingChanges.rend(), [&](const PendingChange &change) {
-            return change.object == object && change.key == key;
+            return change.object == object && change.observed->key == key;
         });
+    if (at != pendingChanges.rend() && at->oldNumber) {
+        const NumberBytes old = *at->oldNumber;
+        const std::shared_ptr<ObservedKey> observed = std::move(at->observed);
+        pendingChanges.erase(at.base() - 1);
+        didChangeNumber(*observed, old);
+        return;
+    }
     std::optional<PendingChange> pending;
     if (at != pendingChanges.rend()) {
         pending = std::move(*at);

@@ -96,6 +96,7 @@ class Counters : public QObject {
     Q_PROPERTY(qlonglong size MEMBER m_size NOTIFY changed)
     Q_PROPERTY(qulonglong total MEMBER m_total NOTIFY changed)
     Q_PROPERTY(double progress READ progress WRITE setProgress NOTIFY changed)
+    Q_PROPERTY(int manual READ manual WRITE setManual)
 
 public:
     int count() const { return m_count; }
@@ -103,6 +104,13 @@ public:
         m_count = count;
         Q_EMIT changed();
     }
+    int manual() const { return m_manual; }
+    void setManual(int value) {
+        willChangeValueForKey(this, QStringLiteral("manual"));
+        m_manual = value;
+        didChangeValueForKey(this, QStringLiteral("manual"));
+    }
+    void setManualSilently(int value) { m_manual = value; }
     const double &progress() const { return m_progress; }
     void setProgress(double progress) {
         m_progress = progress;
@@ -117,6 +125,7 @@ private:
     qlonglong m_size = 0;
     qulonglong m_total = 0;
     double m_progress = 0;
+    int m_manual = 0;
 };
 
 /// Keeps every change, and what the object was.
@@ -215,6 +224,38 @@ TEST(AutomaticChanges, NumbersInBracketsWithPriorCallsAndAloneAreToldAlike) {
     EXPECT_EQ(prior.all[1].value(NSKeyValueChangeNewKey), QVariant(5));
     removeObserver(&counters, &prior, count);
     removeObserver(&counters, &plain, count);
+}
+
+TEST(AutomaticChanges, ANumberWithoutASignalIsToldByItsBracketsWithTheValueFromBefore) {
+    const QString manual = QStringLiteral("manual");
+    Counters counters;
+    Changes first;
+    addObserver(&counters, &first, manual, newAndOld);
+    counters.setManual(1);
+    ASSERT_EQ(first.all.size(), 1U);
+    EXPECT_EQ(first.lastOld(), QVariant(0));
+    EXPECT_EQ(first.lastNew(), QVariant(1));
+    // Changed silently, then within brackets that nest, with an observer for prior calls from halfway on.
+    counters.setManualSilently(2);
+    Changes prior;
+    willChangeValueForKey(&counters, manual);
+    counters.setManual(3);
+    EXPECT_EQ(first.lastOld(), QVariant(2));
+    addObserver(&counters, &prior, manual, newAndOld | NSKeyValueObservingOptionPrior);
+    counters.setManualSilently(4);
+    didChangeValueForKey(&counters, manual);
+    ASSERT_EQ(first.all.size(), 3U);
+    EXPECT_EQ(first.lastOld(), QVariant(2));
+    EXPECT_EQ(first.lastNew(), QVariant(4));
+    ASSERT_EQ(prior.all.size(), 1U);
+    EXPECT_EQ(prior.lastNew(), QVariant(4));
+    counters.setManual(5);
+    EXPECT_EQ(first.lastOld(), QVariant(4));
+    ASSERT_EQ(prior.all.size(), 3U);
+    EXPECT_EQ(prior.lastOld(), QVariant(4));
+    EXPECT_EQ(prior.lastNew(), QVariant(5));
+    removeObserver(&counters, &prior, manual);
+    removeObserver(&counters, &first, manual);
 }
 
 TEST(AutomaticChanges, ANumberChangedByItsObserverIsToldInside) {
