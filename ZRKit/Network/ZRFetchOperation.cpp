@@ -68,7 +68,9 @@ QString localized(const char *text) {
     return QCoreApplication::translate("", text);
 }
 
-NSError errorWithText(int code, const QString &text) {
+/// The text is looked up and filled with the user's name.
+NSError errorWithText(int code, const char *source, const QString &username) {
+    const QString text = NSFormat(localized(source).toUtf8().constData(), {username});
     return NSError(errorDomain, code,
                    text.isEmpty() ? QVariantMap() : QVariantMap{{NSLocalizedDescriptionKey, text}});
 }
@@ -464,14 +466,13 @@ void ZRFetchOperation::connectionDidReceiveAuthenticationChallenge(
         sender.continueWithoutCredentialForAuthenticationChallenge(challenge);
     } else if (!isPasswordMethod(method)) {
         sender.cancelAuthenticationChallenge(challenge);
-        m_error = errorWithText(2, localized("Unsupported authentication method error!"));
+        m_error = errorWithText(2, "Unsupported authentication method error!", m_username);
     } else if (challenge.previousFailureCount() == 0) {
         sender.useCredential(NSURLCredential(m_username, m_password, NSURLCredentialPersistenceNone),
                              challenge);
     } else {
         sender.cancelAuthenticationChallenge(challenge);
-        const QByteArray format = localized("Credentials for user '%@' were not valid!").toUtf8();
-        m_error = errorWithText(1, NSFormat(format.constData(), {m_username}));
+        m_error = errorWithText(1, "Credentials for user '%@' were not valid!", m_username);
     }
 }
 

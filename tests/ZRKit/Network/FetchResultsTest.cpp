@@ -114,8 +114,6 @@ public:
     QString translate(const char *, const char *text, const char *, int) const override {
         return QString::fromLatin1(text).startsWith(QStringLiteral("No valid response"))
                    ? QStringLiteral("Keine gültige Antwort.")
-               : QString::fromLatin1(text).startsWith(QStringLiteral("Credentials"))
-                   ? QStringLiteral("Falsches Passwort von %@!")
                    : QString();
     }
     bool isEmpty() const override { return false; }
@@ -161,6 +159,8 @@ TEST_F(Results, TheLogLineHasStatusURLErrorAndBody) {
     EXPECT_EQ(operation->log(), QStringLiteral("000 ") + url + QStringLiteral("  "));
     respond(200, "the body");
     EXPECT_EQ(operation->log(), QStringLiteral("200 ") + url + QStringLiteral("  the body"));
+    respond(200, "100% of %@");
+    EXPECT_EQ(operation->log(), QStringLiteral("200 ") + url + QStringLiteral("  100% of %@"));
     respond(42, "caf\xe9");
     EXPECT_EQ(operation->log(), QStringLiteral("042 ") + url + QStringLiteral("  (null)"));
     fail(QStringLiteral("No network."));
@@ -215,10 +215,38 @@ TEST(FetchResults, ResultsOfRealResponses) {
     EXPECT_EQ(missing.errorText, QStringLiteral("Not Found"));
     EXPECT_TRUE(missing.dataOK.isNull());
     EXPECT_FALSE(missing.data.isEmpty());
+    for (const Fetched &each : {empty, missing, latin1}) {
+        EXPECT_FALSE(each.jsonOK.isValid());
+        EXPECT_FALSE(each.xmlOK.isValid());
+    }
     const Fetched none = fetched(QVariant(nginx.url(QStringLiteral("/no-content"))));
     EXPECT_EQ(none.statusCode, 204);
     EXPECT_FALSE(none.OK);
     EXPECT_TRUE(none.stringOK.isNull());
+}
+
+TEST(FetchResults, StatusesAndDelaysOfARealServer) {
+    const HttpbinServer httpbin;
+    const auto at = [&](const char *path) {
+        return fetched(QVariant(httpbin.url(QString::fromLatin1(path))));
+    };
+    const std::pair<int, const char *> statuses[] = {{201, "Created"},
+                                                     {204, "No Content"},
+                                                     {206, "Partial Content"},
+                                                     {304, "Not Modified"},
+                                                     {403, "Forbidden"},
+                                                     {429, "Too Many Requests"},
+                                                     {500, "Internal Server Error"},
+                                                     {503, "Service Unavailable"}};
+    for (const auto &[status, phrase] : statuses) {
+        const Fetched result = at(("/status/" + QByteArray::number(status)).constData());
+        EXPECT_EQ(result.statusCode, status);
+        EXPECT_TRUE(result.error.isNil()) << status;
+        EXPECT_EQ(result.errorText, QString::fromLatin1(phrase));
+        EXPECT_TRUE(result.dataOK.isNull()) << status;
+    }
+    EXPECT_TRUE(at("/delay/1").jsonOK.isValid());
+    EXPECT_TRUE(at("/drip?duration=1&numbytes=5&code=200").string == QStringLiteral("*****"));
 }
 
 } // namespace

@@ -11,11 +11,14 @@
 #include "tests/support/ObserverLog.h"
 #include "tests/support/ProcessTree.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTranslator>
+#include <thread>
 
 namespace {
 
@@ -167,14 +170,17 @@ TEST(FetchSetUp, ACopyCarriesWhatRepeatsTheFetch) {
     operation->setCookieStorage(store);
     operation->setCookiesAllowed(true);
     operation->setForcedRedirect(false);
+    operation->setVerifiesServerTrust(true);
     operation->setUsername(QStringLiteral("user"));
     operation->setPassword(QStringLiteral("secret"));
+    operation->setDownloadFileHandle(NSFileHandle::fileHandleForWritingAtPath(QStringLiteral("/dev/null")));
     operation->setUserInfo(7);
     operation->setFetchCount(3);
     const auto copy = operation->copyFetch();
     EXPECT_EQ(copy->cookieStorage(), store);
     EXPECT_TRUE(copy->cookiesAllowed());
     EXPECT_FALSE(copy->forcedRedirect());
+    EXPECT_TRUE(copy->verifiesServerTrust());
     EXPECT_EQ(copy->username(), QStringLiteral("user"));
     EXPECT_EQ(copy->password(), QStringLiteral("secret"));
     EXPECT_EQ(copy->fetchCount(), 4U);
@@ -186,6 +192,25 @@ TEST(FetchSetUp, ACopyCarriesWhatRepeatsTheFetch) {
     EXPECT_FALSE(copy->isExecuting());
     copy->completeBlock()(copy);
     EXPECT_EQ(calls, 1);
+}
+
+TEST(FetchSetUp, ACopyIsOfThisClassAlways) {
+    const auto operation = std::make_shared<Queueless>(QVariant(QStringLiteral("http://host/")));
+    ASSERT_TRUE(operation->copyFetch());
+    EXPECT_FALSE(std::dynamic_pointer_cast<Queueless>(operation->copyFetch()));
+}
+
+TEST(FetchSetUp, ACopyOfOneThatIsOverHasNoRequest) {
+    const auto operation = make(QStringLiteral("data:,x"));
+    fetched(operation);
+    const char *function = "-[ZRFetchOperation setURLOrRequest:]";
+    const LogCapture log;
+    const auto copy = operation->copyFetch();
+    EXPECT_FALSE(copy->request());
+    EXPECT_EQ(copy->fetchCount(), 1U);
+    EXPECT_EQ(log.count(assertion(function, "(urlorreq)", 574)), 1);
+    EXPECT_EQ(log.count(assertion(function, "(_url)", 585)), 1);
+    EXPECT_EQ(log.count(assertion(function, "(_request)", 586)), 1);
 }
 
 // What the connection tells and asks, said by hand.
@@ -232,6 +257,33 @@ TEST(FetchSteps, AStoreThatTakesNoCookiesIsAsserted) {
               1);
 }
 
+TEST(FetchSteps, CookiesOfAStoreReplaceTheRequestsAndTurnThePlatformsOwnOff) {
+    const QUrl url(QStringLiteral("http://host/"));
+    const QString field = QStringLiteral("Cookie");
+    const auto operation = make(url);
+    operation->setCookiesAllowed(true);
+    const auto store = std::make_shared<NSHTTPCookieStorage>();
+    operation->setCookieStorage(store);
+    const auto request = std::make_shared<NSMutableURLRequest>(url);
+    request->setValue(QStringLiteral("own=1"), field);
+    operation->addCookiesToRequest(request);
+    EXPECT_FALSE(request->HTTPShouldHandleCookies());
+    EXPECT_EQ(request->valueForHTTPHeaderField(field), QStringLiteral("own=1"));
+    store->setCookie(NSHTTPCookie::cookieWithHeaderLine(QStringLiteral("stored=2"), url));
+    operation->addCookiesToRequest(request);
+    EXPECT_EQ(request->valueForHTTPHeaderField(field), QStringLiteral("stored=2"));
+}
+
+TEST(FetchSteps, WithoutAStoreThePlatformsCookiesAreUsedIfAllowed) {
+    const auto operation = make();
+    const auto request = std::make_shared<NSMutableURLRequest>(QUrl(QStringLiteral("http://host/")));
+    operation->addCookiesToRequest(request);
+    EXPECT_FALSE(request->HTTPShouldHandleCookies());
+    operation->setCookiesAllowed(true);
+    operation->addCookiesToRequest(request);
+    EXPECT_TRUE(request->HTTPShouldHandleCookies());
+}
+
 TEST(FetchSteps, AResponseIsReadIntoTheFields) {
     const auto operation = make(QStringLiteral("http://host/"));
     int calls = 0;
@@ -253,6 +305,16 @@ TEST(FetchSteps, AResponseIsReadIntoTheFields) {
     EXPECT_EQ(operation->receivedBytes(), 0);
     EXPECT_EQ(operation->progress(), 1.0);
     EXPECT_TRUE(operation->data().isEmpty());
+}
+
+TEST(FetchSteps, WithoutAProgressBlockNothingIsCounted) {
+    const auto operation = make(QStringLiteral("http://host/"));
+    operation->connectionDidReceiveResponse(nullptr, response(200, fields("Content-Length", "4")));
+    operation->connectionDidReceiveData(nullptr, "body");
+    EXPECT_EQ(operation->expectedBytes(), 0);
+    EXPECT_EQ(operation->receivedBytes(), 0);
+    EXPECT_EQ(operation->progress(), 0.0);
+    EXPECT_EQ(operation->data(), "body");
 }
 
 TEST(FetchSteps, AnUnknownLengthGivesNoCapacityAndNoProgress) {
@@ -391,6 +453,39 @@ TEST(FetchChallenges, OtherMethodsAreAnError) {
               QStringLiteral("Unsupported authentication method error!"));
 }
 
+/// Translates every text to the same.
+class Translation : public QTranslator {
+public:
+    explicit Translation(const QString &text) : m_text(text) { QCoreApplication::installTranslator(this); }
+    QString translate(const char *, const char *, const char *, int) const override { return m_text; }
+    bool isEmpty() const override { return false; }
+
+private:
+    const QString m_text;
+};
+
+/// The error of a challenge that is cancelled.
+NSError errorOf(const QString &method) {
+    const auto operation = make();
+    operation->setUsername(QStringLiteral("user"));
+    operation->setPassword(QStringLiteral("wrong"));
+    Answers answers;
+    operation->connectionDidReceiveAuthenticationChallenge(nullptr, {space(method), 1, nullptr, &answers});
+    return operation->error();
+}
+
+TEST(FetchChallenges, TheirErrorsAreTranslatedAndNameTheUser) {
+    for (const QString &method : {NSURLAuthenticationMethodHTTPBasic, NSURLAuthenticationMethodNTLM}) {
+        {
+            const Translation german(QStringLiteral("Nichts für %@!"));
+            EXPECT_EQ(errorOf(method).localizedDescription(), QStringLiteral("Nichts für user!"));
+        }
+        const Translation silence(QStringLiteral(""));
+        EXPECT_EQ(errorOf(method).domain(), QStringLiteral("com.velmora.error"));
+        EXPECT_TRUE(errorOf(method).userInfo().isEmpty());
+    }
+}
+
 // Life cycle.
 
 TEST(FetchLife, FlagsAreAnnouncedBeforeTheBlockRuns) {
@@ -409,6 +504,50 @@ TEST(FetchLife, FlagsAreAnnouncedBeforeTheBlockRuns) {
     for (const QString &key :
          {NSOperationIsExecutingKey, NSOperationIsFinishedKey, NSOperationIsCancelledKey})
         NSKeyValueObserving::removeObserver(operation.get(), &log, key);
+}
+
+TEST(FetchLife, BlocksRunOnTheNetworkThread) {
+    ScriptedServer server([](int, const QByteArray &) { return ScriptedServer::Answer{ok("body")}; });
+    const TransferLoop &thread = ZRFetchOperation::networkRequestThread();
+    EXPECT_FALSE(thread.isCurrentThread());
+    const LogCapture unused;
+    for (const QVariant &url : {QVariant(server.url()), QVariant(QStringLiteral("data:,x")),
+                                QVariant(QStringLiteral("ftp://host/")), QVariant()}) {
+        const auto operation = make(url);
+        int here = 0;
+        int elsewhere = 0;
+        Gate gate;
+        const auto count = [&] { ++(thread.isCurrentThread() ? here : elsewhere); };
+        operation->setProgressBlock([&](const auto &) { count(); });
+        operation->fetchWithBlock([&](const auto &) {
+            count();
+            gate.open();
+        });
+        ASSERT_TRUE(gate.pass());
+        waitForNetworkThread();
+        EXPECT_GE(here, 1);
+        EXPECT_EQ(elsewhere, 0);
+    }
+}
+
+TEST(FetchLife, ItStartsOnAThreadOfTheQueue) {
+    const std::thread::id caller = std::this_thread::get_id();
+    std::thread::id starter;
+    bool isNetworkThread = true;
+    const auto operation = make(QStringLiteral("data:,x"));
+    ObserverLog log([&](const QString &, const QVariantMap &) {
+        if (!operation->isExecuting())
+            return;
+        starter = std::this_thread::get_id();
+        isNetworkThread = ZRFetchOperation::networkRequestThread().isCurrentThread();
+    });
+    NSKeyValueObserving::addObserver(operation.get(), &log, NSOperationIsExecutingKey);
+    const LogCapture unused;
+    fetched(operation);
+    EXPECT_NE(starter, std::thread::id());
+    EXPECT_NE(starter, caller);
+    EXPECT_FALSE(isNetworkThread);
+    NSKeyValueObserving::removeObserver(operation.get(), &log, NSOperationIsExecutingKey);
 }
 
 TEST(FetchLife, AnOperationWithoutARequestFinishesAtOnce) {
@@ -483,6 +622,9 @@ TEST(FetchLife, AnExecutingOneIsNotQueuedAgain) {
     {
         const LogCapture log;
         EXPECT_FALSE(operation->fetch());
+        EXPECT_EQ(log.count(assertion("-[ZRFetchOperation fetch]", "(!(self.isExecuting || self.isFinished))",
+                                      555)),
+                  1);
         EXPECT_EQ(log.count(QStringLiteral("Tried to add a fetch request a second time to the queue ")), 1);
     }
     operation->cancel();
@@ -512,6 +654,8 @@ TEST(FetchLife, AfterTheBlockTheResultsAreGoneButStatusAndHeaders) {
     EXPECT_EQ(operation->string(), QStringLiteral(""));
     EXPECT_FALSE(operation->string().isNull());
     EXPECT_FALSE(operation->json().isValid());
+    EXPECT_FALSE(operation->xml().isValid());
+    EXPECT_EQ(operation->log(), QStringLiteral("200 (null)  "));
     EXPECT_EQ(
         operation->localizedErrorString(),
         QStringLiteral("No valid response from server, check your internet connection or retry later."));
@@ -531,6 +675,16 @@ TEST(FetchLife, TheClassOperationMakesAndStartsOne) {
     waitForNetworkThread();
 }
 
+TEST(FetchLife, TheClassOperationTakesNil) {
+    Gate gate;
+    const LogCapture log;
+    const auto operation = ZRFetchOperation::fetch(QVariant(), [&](const auto &) { gate.open(); });
+    ASSERT_TRUE(operation);
+    EXPECT_TRUE(gate.pass());
+    waitForNetworkThread();
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
 TEST(FetchLife, FetchAgainRepeatsItInTheBlock) {
     ScriptedServer server([](int number, const QByteArray &) {
         return ScriptedServer::Answer{number < 2 ? "HTTP/1.1 503 Busy\r\nContent-Length: 0\r\n\r\n"
@@ -538,16 +692,22 @@ TEST(FetchLife, FetchAgainRepeatsItInTheBlock) {
     });
     Gate gate;
     QList<quint64> counts;
+    std::vector<Operation> operations;
+    std::vector<Operation> copies;
     ZRFetchOperation::fetch(server.url(), [&](const auto &done) {
+        operations.push_back(done);
         counts.append(done->fetchCount());
         if (!done->OK())
-            done->fetchAgain();
+            copies.push_back(done->fetchAgain());
         else
             gate.open();
     });
     ASSERT_TRUE(gate.pass());
-    EXPECT_EQ(counts, QList<quint64>({0, 1, 2}));
     waitForNetworkThread();
+    EXPECT_EQ(counts, QList<quint64>({0, 1, 2}));
+    ASSERT_EQ(copies.size(), 2U);
+    EXPECT_EQ(copies[0], operations[1]);
+    EXPECT_EQ(copies[1], operations[2]);
 }
 
 TEST(FetchLife, AtMostSixRunAtOnce) {
@@ -587,6 +747,15 @@ TEST(FetchLife, ABlockThatThrowsEndsNothingElse) {
     EXPECT_EQ(fetched(QVariant(QStringLiteral("data:,x"))).string, QStringLiteral("x"));
 }
 
+TEST(FetchLife, AProgressBlockThatThrowsDoesNotStopTheFetch) {
+    const LogCapture log;
+    const auto operation = make(QStringLiteral("data:,x"));
+    operation->setProgressBlock(
+        [](const auto &) { throw NSException(NSGenericException, QStringLiteral("of a block")); });
+    EXPECT_EQ(fetched(operation).string, QStringLiteral("x"));
+    EXPECT_EQ(log.count(QStringLiteral("Exception in the progress block of <ZRFetchOperation")), 2);
+}
+
 // Cancellation.
 
 TEST(FetchCancel, BeforeTheStartItFinishesWithoutTheBlock) {
@@ -624,6 +793,52 @@ TEST(FetchCancel, WhileItRunsItFinishesWithoutTheBlock) {
     EXPECT_TRUE(operation->isCancelled());
     EXPECT_FALSE(operation->isExecuting());
     EXPECT_FALSE(operation->connection());
+}
+
+TEST(FetchCancel, ItIsAnnouncedOnceThenTheEnd) {
+    Gate arrived;
+    ScriptedServer server([&](int, const QByteArray &) {
+        arrived.open();
+        return ScriptedServer::Answer{"HTTP/1.1 ", false};
+    });
+    const auto operation = make(server.url());
+    ObserverLog log;
+    const QStringList keys{NSOperationIsExecutingKey, NSOperationIsFinishedKey, NSOperationIsCancelledKey};
+    for (const QString &key : keys)
+        NSKeyValueObserving::addObserver(operation.get(), &log, key, NSKeyValueObservingOptionPrior);
+    operation->fetchWithBlock([](const auto &) {});
+    ASSERT_TRUE(arrived.pass());
+    operation->cancel();
+    operation->waitUntilFinished();
+    waitForNetworkThread();
+    operation->cancel();
+    waitForNetworkThread();
+    EXPECT_EQ(log.entries().join(u' '),
+              QStringLiteral("isExecuting:will isExecuting:did isCancelled:will isCancelled:did "
+                             "isExecuting:will isExecuting:did isFinished:will isFinished:did"));
+    for (const QString &key : keys)
+        NSKeyValueObserving::removeObserver(operation.get(), &log, key);
+}
+
+TEST(FetchCancel, ItClosesTheFile) {
+    Gate arrived;
+    ScriptedServer server([&](int, const QByteArray &) {
+        arrived.open();
+        return ScriptedServer::Answer{"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", false};
+    });
+    for (const bool isRunning : {false, true}) {
+        const auto operation = make(server.url());
+        const auto handle = NSFileHandle::fileHandleForWritingAtPath(QStringLiteral("/dev/null"));
+        operation->setDownloadFileHandle(handle);
+        if (isRunning) {
+            operation->fetchWithBlock([](const auto &) {});
+            ASSERT_TRUE(arrived.pass());
+        }
+        operation->cancel();
+        waitForNetworkThread();
+        EXPECT_EQ(handle->fileDescriptor(), -1);
+        EXPECT_FALSE(operation->downloadFileHandle());
+    }
 }
 
 TEST(FetchCancel, OnceFinishedItDoesNothing) {
