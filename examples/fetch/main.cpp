@@ -6,6 +6,9 @@
 //
 //   --output FOLDER  write each body into a file there, named after its URL, instead of keeping it in memory
 //   --verify         check certificates and host names
+//
+// Instead of a URL, the path of a file will do. It ends with 0 if all were fetched, with 1 if not, and with
+// 64 for arguments that it doesn't understand.
 #include "ZRKit/Network/ZRFetchOperation.h"
 #include "platform/files/NSFileHandle.h"
 
@@ -17,6 +20,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
+#include <set>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -56,14 +60,16 @@ bool openFile(Job &job, ZRFetchOperation &operation) {
 void finish(Job &job, const ZRFetchOperation &operation) {
     // File and data URLs have no status.
     job.succeeded = operation.error().isNil() && (operation.OK() || operation.statusCode() == 0);
+    job.line = operation.log().section(u'\n', 0, 0).left(200);
+    if (!job.succeeded && operation.error().isNil())
+        job.line += QStringLiteral(" [") + operation.localizedErrorString() + u']';
     if (!job.path.isNull()) {
         QFile::remove(job.succeeded ? job.path : partOf(job.path));
-        if (job.succeeded)
-            job.succeeded = QFile::rename(partOf(job.path), job.path);
+        if (job.succeeded && !QFile::rename(partOf(job.path), job.path)) {
+            job.line = job.path + QStringLiteral(": cannot be written");
+            job.succeeded = false;
+        }
     }
-    job.line = operation.log().section(u'\n', 0, 0).left(200);
-    if (!job.succeeded)
-        job.line += QStringLiteral(" [") + operation.localizedErrorString() + u']';
     job.done = true;
     changed.notify_one();
 }
@@ -117,29 +123,72 @@ void watch(bool isTerminal) {
     }
 }
 
+/// A file of its own for each: the name of the URL's last part, where it has one that no other took.
+void nameFiles(const QString &folder) {
+    std::set<QString> taken;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        const QString number = QString::number(i + 1);
+        const QUrl &url = jobs[i].url;
+        QString name = url.scheme() == u"data" ? QString() : QFileInfo(url.path()).fileName();
+        if (name.isEmpty() || name == u"." || name == u"..")
+            name = QStringLiteral("index-") + number;
+        while (!taken.insert(name).second)
+            name = number + u'-' + name;
+        jobs[i].path = QDir(folder).filePath(name);
+    }
+}
+
+/// What the kit logs would stand between the bars.
+void dropLogLines(QtMsgType type, const QMessageLogContext &, const QString &line) {
+    if (type != QtInfoMsg)
+        std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
+}
+
+int complain(const QString &what) {
+    std::fprintf(stderr, "fetch: %s\n", what.toLocal8Bit().constData());
+    return 64;
+}
+
+constexpr const char *usage = "usage: fetch [--output FOLDER] [--verify] URL...\n";
+
 } // namespace
 
 int main(int argc, char **argv) {
+    qInstallMessageHandler(dropLogLines);
     QString folder;
     bool verify = false;
     for (int i = 1; i < argc; ++i) {
         const QString argument = QString::fromLocal8Bit(argv[i]);
-        if (argument == u"--output" && i + 1 < argc)
+        if (argument == u"--help") {
+            std::fputs(usage, stdout);
+            return 0;
+        }
+        if (argument == u"--output" && i + 1 < argc) {
             folder = QString::fromLocal8Bit(argv[++i]);
-        else if (argument == u"--verify")
+        } else if (argument == u"--verify") {
             verify = true;
-        else
-            jobs.emplace_back().url = QUrl(argument);
+        } else if (argument.startsWith(u'-')) {
+            return complain(argument == u"--output" ? QStringLiteral("--output needs a folder")
+                                                    : QStringLiteral("unknown option ") + argument);
+        } else {
+            QUrl url(argument);
+            if (url.isValid() && url.scheme().isEmpty())
+                url = QUrl::fromLocalFile(QFileInfo(argument).absoluteFilePath());
+            if (!url.isValid())
+                return complain(QStringLiteral("not a URL: \"") + argument + u'"');
+            jobs.emplace_back().url = url;
+        }
     }
     if (jobs.empty()) {
-        std::fprintf(stderr, "usage: fetch [--output FOLDER] [--verify] URL...\n");
+        std::fputs(usage, stderr);
         return 64;
     }
-    for (std::size_t i = 0; i < jobs.size(); ++i) {
-        const QString name = QFileInfo(jobs[i].url.path()).fileName();
-        if (!folder.isNull())
-            jobs[i].path =
-                QDir(folder).filePath(name.isEmpty() ? QStringLiteral("index-%1").arg(i + 1) : name);
+    if (!folder.isNull()) {
+        if (!QDir().mkpath(folder)) {
+            std::fprintf(stderr, "fetch: can't make the folder %s\n", folder.toLocal8Bit().constData());
+            return 1;
+        }
+        nameFiles(folder);
     }
     for (std::size_t i = 0; i < jobs.size(); ++i)
         start(i, verify);
