@@ -153,4 +153,9 @@ void ZRObserver::removeAllObservers() {
     m_actions.reset();
 }
 
+void ZRObserver::setActionsOrNil(const QVariant &actions) {
+    m_actions =
+        kindOf(actions) == ValueKind::Dictionary ? std::optional(dictionaryOf(actions)) : std::nullopt;
+}
+
 #include "moc_ZRObserver.cpp"

@@ -16,6 +16,7 @@ class ZRObserverInfo : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool once READ isOnce WRITE setOnce)
     Q_PROPERTY(NSSelector action READ action WRITE setAction)
+    Q_PROPERTY(ZRObserverInfo::Block block READ block WRITE setBlock)
     Q_PROPERTY(QString keypath READ keypath WRITE setKeypath)
     Q_PROPERTY(QObject *target READ target WRITE setTarget)
     Q_PROPERTY(QObject *observed READ observed WRITE setObserved)
@@ -82,6 +83,7 @@ Q_DECLARE_METATYPE(std::shared_ptr<ZRObserverInfo>)
 /// other one changes the objects. The observer may be destroyed by a block.
 class ZRObserver : public QObject, public NSKeyValueObserver {
     Q_OBJECT
+    Q_PROPERTY(QVariant actions READ actionsOrNil WRITE setActionsOrNil)
 
 public:
     using Block = ZRObserverInfo::Block;
@@ -121,6 +123,8 @@ public:
 private:
     void add(const std::shared_ptr<ZRObserverInfo> &info, NSKeyValueObservingOptions options);
     void remove(const ZRObserverInfo &info);
+    QVariant actionsOrNil() const { return m_actions ? QVariant(*m_actions) : QVariant(); }
+    void setActionsOrNil(const QVariant &actions);
     void endOnce(const QString &keyPath, const ZRObserverInfo &info, const QObject *changed);
 
     std::optional<QVariantMap> m_actions;

@@ -190,6 +190,17 @@ QByteArray realPath(const QByteArray &path) {
     return QByteArray(real.get());
 }
 
+/// Removes a copy that came to nothing. Its folders may have taken over that nobody changes them.
+void discard(const QByteArray &path) {
+    struct stat status {};
+    if (::lstat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        ::chmod(path.constData(), 0700);
+        for (const QByteArray &name : FileTree::names(path).value_or(QByteArrayList()))
+            discard(path + '/' + name);
+    }
+    ::remove(path.constData());
+}
+
 /// Gives an item its name, unless something has it.
 std::error_code renameNew(const QByteArray &from, const QByteArray &to) {
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
@@ -273,7 +284,7 @@ std::error_code FileTree::copy(const QByteArray &from, const QByteArray &to) {
     if (!error)
         error = renameNew(made, to);
     if (error)
-        remove(made);
+        discard(made);
     return error;
 }
 

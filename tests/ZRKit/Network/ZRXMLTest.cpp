@@ -5,6 +5,7 @@
 #include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/Expect.h"
+#include "tests/support/LogCapture.h"
 
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -122,6 +123,27 @@ TEST(ZRXML, StringsAndDataAreParsedByTheirKind) {
     EXPECT_EQ(ZRXML().parseString(u"<a>\u00e9</a>"_s), expected);
     EXPECT_EQ(ZRXML::dictionaryByParsingXML(u"<a>\u00e9</a>"_s), expected);
     EXPECT_EQ(ZRXML::dictionaryByParsingXML(QByteArray("<a>\xC3\xA9</a>")), expected);
+}
+
+TEST(ZRXML, AStringIsReadByItsUTF8WhateverEncodingItDeclares) {
+    EXPECT_EQ(ZRXML().parse(u"<?xml version='1.0' encoding='ISO-8859-1'?><a>\u00e9</a>"_s),
+              (Map{{u"_content"_s, u"\u00c3\u00a9"_s}}));
+    EXPECT_EQ(ZRXML().parse(u"<?xml version='1.0' encoding='UTF-16'?><a/>"_s), std::nullopt);
+}
+
+TEST(ZRXML, WhatReachesOutsideOrMultipliesIsNil) {
+    EXPECT_EQ(tree("<!DOCTYPE a [<!ENTITY e SYSTEM 'file:///etc/hostname'>]><a>&e;</a>"), std::nullopt);
+    EXPECT_EQ(tree("<!DOCTYPE a [<!ENTITY e SYSTEM 'http://localhost:1/'>]><a b='&e;'/>"), std::nullopt);
+    const QByteArray bomb = "<!DOCTYPE a [<!ENTITY e '" + QByteArray(4000, 'x') + "'>]><a>" +
+                            QByteArray("&e;").repeated(1000) + "</a>";
+    EXPECT_EQ(ZRXML().parseData(bomb), std::nullopt);
+}
+
+TEST(ZRXML, NothingIsLogged) {
+    const LogCapture log;
+    EXPECT_TRUE(tree("<a><b>x</b></a>").has_value());
+    EXPECT_FALSE(tree("<a>").has_value());
+    EXPECT_TRUE(log.lines().isEmpty());
 }
 
 TEST(ZRXML, AnythingElseRaises) {

@@ -65,6 +65,27 @@ TEST(NSTimerBlocks, AnUnscheduledTimerWaitsForARunLoop) {
     timer->invalidate();
 }
 
+TEST(NSTimerBlocks, AnUnscheduledTimerThatDoesNotRepeatRunsItsBlockOnce) {
+    int ran = 0;
+    const auto timer = ZRKit::timerWithTimeInterval(
+        0.001, [&] { ++ran; }, false);
+    NSRunLoop::currentRunLoop().addTimer(timer);
+    ASSERT_TRUE(runUntil([&] { return !timer->isValid(); }));
+    NSRunLoop::currentRunLoop().runUntilDate(0.01);
+    EXPECT_EQ(ran, 1);
+}
+
+TEST(NSTimerBlocks, ATimerHasACopyOfItsBlock) {
+    int ran = 0;
+    std::function<void()> block = [&ran, count = 1]() mutable { ran += count++; };
+    const auto first = ZRKit::timerWithTimeInterval(1, block, false);
+    const auto second = ZRKit::timerWithTimeInterval(1, block, false);
+    block = nullptr;
+    first->fire();
+    second->fire();
+    EXPECT_EQ(ran, 2);
+}
+
 TEST(NSTimerBlocks, ATimerWithANilBlockFiresAndDoesNothing) {
     const LogCapture log;
     const auto timer = ZRKit::scheduledTimerWithTimeInterval(0.001, nullptr, false);

@@ -2,6 +2,7 @@
 #include "ZRKit/Operations/ZRObserver.h"
 
 #include "platform/values/NSException.h"
+#include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/LogCapture.h"
 
@@ -213,6 +214,23 @@ TEST(ZRObserver, AOnceBlockIsToldOnceAndRemoved) {
     EXPECT_TRUE(entriesFor(observer, length).isEmpty());
     EXPECT_TRUE(observer.actions()->contains(length));
     observer.removeAllObservers();
+}
+
+TEST(ZRObserver, AOnceEntryTakesTheRegistrationOnTheObjectThatChanged) {
+    Song first;
+    Song second;
+    ZRObserver observer;
+    Letters letters;
+    observer.observe(&first, length, letters('a'));
+    observer.observe(&second, length, ZRObserver::defaultOptions, true, letters('b'));
+    addObserver(&second, &observer, length);
+    second.setLength(1);
+    EXPECT_EQ(letters.take(), QStringLiteral("ab"));
+    EXPECT_EQ(entriesFor(observer, length).size(), 1);
+    second.setLength(2);
+    EXPECT_EQ(letters.take(), QString());
+    first.setLength(1);
+    EXPECT_EQ(letters.take(), QStringLiteral("a"));
 }
 
 TEST(ZRObserver, ATargetObservedOnceKeepsBeingTold) {
@@ -455,6 +473,88 @@ TEST(ZRObserver, EntriesAddedDuringANotificationWaitForTheNext) {
     EXPECT_EQ(letters.take(), QString());
     song.setLength(2);
     EXPECT_EQ(letters.take(), QStringLiteral("b"));
+}
+
+TEST(ZRObserver, EntriesRemovedDuringANotificationAreToldThisTime) {
+    Song song;
+    ZRObserver observer;
+    Letters letters;
+    observer.observe(&song, length, [&](const QString &, QObject *, const QVariantMap &, void *) {
+        observer.setActions(QVariantMap());
+    });
+    observer.observe(&song, length, letters('b'));
+    song.setLength(1);
+    EXPECT_EQ(letters.take(), QStringLiteral("b"));
+    song.setLength(2);
+    EXPECT_EQ(letters.take(), QString());
+}
+
+TEST(ZRObserver, AnEntryWithATargetNeverCallsItsBlockAndEndsIfItIsOnce) {
+    Song song;
+    Target target;
+    ZRObserver observer;
+    Letters letters;
+    observer.observe(&song, length, letters('a'));
+    const auto info = entriesFor(observer, length)[0].value<std::shared_ptr<ZRObserverInfo>>();
+    info->setTarget(&target);
+    info->setAction(NSSelector("pong"));
+    song.setLength(1);
+    info->setAction(ping);
+    song.setLength(2);
+    EXPECT_EQ(target.pings, 1);
+    info->setOnce(true);
+    song.setLength(3);
+    song.setLength(4);
+    EXPECT_EQ(target.pings, 2);
+    EXPECT_EQ(letters.take(), QString());
+    EXPECT_TRUE(entriesFor(observer, length).isEmpty());
+}
+
+TEST(ZRObserver, ANilTargetIsToldNothing) {
+    const LogCapture log;
+    Song song;
+    ZRObserver observer;
+    observer.observe(&song, length, nullptr, ping);
+    song.setLength(1);
+    EXPECT_EQ(entriesFor(observer, length).size(), 1);
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST(ZRObserver, TheActionsAreAProperty) {
+    Song song;
+    ZRObserver observer;
+    observer.observe(&song, length, nullptr);
+    const QVariant actions = NSKeyValueCoding::valueForKey(&observer, QStringLiteral("actions"));
+    EXPECT_EQ(actions, QVariant(*observer.actions()));
+    NSKeyValueCoding::setValueForKey(&observer, QVariant(), QStringLiteral("actions"));
+    EXPECT_FALSE(observer.actions());
+    EXPECT_TRUE(NSIsNil(NSKeyValueCoding::valueForKey(&observer, QStringLiteral("actions"))));
+    NSKeyValueCoding::setValueForKey(&observer, actions, QStringLiteral("actions"));
+    EXPECT_EQ(entriesFor(observer, length).size(), 1);
+}
+
+TEST(ZRObserverInfo, HasSixProperties) {
+    Song song;
+    Target target;
+    Letters letters;
+    ZRObserverInfo info;
+    EXPECT_FALSE(info.isOnce() || info.block() || info.target() || info.observed());
+    EXPECT_TRUE(info.keypath().isNull());
+    info.setProperty("once", true);
+    info.setProperty("action", QVariant::fromValue(ping));
+    info.setProperty("block", QVariant::fromValue(letters('a')));
+    info.setProperty("keypath", length);
+    info.setProperty("target", QVariant::fromValue<QObject *>(&target));
+    info.setProperty("observed", QVariant::fromValue<QObject *>(&song));
+    EXPECT_TRUE(info.dynamicPropertyNames().isEmpty());
+    EXPECT_TRUE(info.isOnce());
+    EXPECT_EQ(info.action(), ping);
+    info.block()(length, &song, {}, nullptr);
+    EXPECT_EQ(letters.take(), QStringLiteral("a"));
+    EXPECT_EQ(info.keypath(), length);
+    EXPECT_EQ(info.target(), &target);
+    EXPECT_EQ(info.observed(), &song);
+    EXPECT_EQ(info.metaObject()->propertyCount() - info.metaObject()->propertyOffset(), 6);
 }
 
 TEST(ZRObserver, TheNullMarkerInTheActionsCountsAsNone) {

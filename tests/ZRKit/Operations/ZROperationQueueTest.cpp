@@ -102,6 +102,7 @@ TEST(ZROperation, CarriesUserInfoAndADelegateItDoesNotKeepAlive) {
         QObject delegate;
         operation->setDelegate(&delegate);
         EXPECT_EQ(operation->delegate(), &delegate);
+        EXPECT_EQ(operation->property("delegate").value<QObject *>(), &delegate);
     }
     EXPECT_EQ(operation->delegate(), nullptr);
 }
@@ -112,6 +113,25 @@ TEST(ZROperationConcurrent, BeginsWithBothFlagsDown) {
     EXPECT_FALSE(operation->isFinished());
     EXPECT_TRUE(operation->isConcurrent());
     EXPECT_TRUE(operation->isAsynchronous());
+}
+
+TEST(ZROperationConcurrent, StoresCopiesOfItsBlocks) {
+    std::atomic<int> worked{0};
+    std::atomic<int> completed{0};
+    ZROperationConcurrent::ConcurrentBlock work = [&worked, count = 1](const Concurrent &o) mutable {
+        worked += count++;
+        o->completeOperation();
+    };
+    ZROperationConcurrent::ConcurrentBlock onCompletion =
+        [&completed, count = 1](const Concurrent &) mutable { completed += count++; };
+    const auto first = std::make_shared<ZROperationConcurrent>(work, onCompletion);
+    const auto second = std::make_shared<ZROperationConcurrent>(work, onCompletion);
+    work = nullptr;
+    onCompletion = nullptr;
+    for (const auto &operation : {first, second})
+        operation->main();
+    EXPECT_EQ(worked, 2);
+    EXPECT_EQ(completed, 2);
 }
 
 TEST(ZROperationConcurrent, RunsItsBlockOnAThreadOfItsOwnWithItself) {
@@ -361,6 +381,25 @@ TEST(ZROperationConcurrent, SubclassesOverrideConcurrentMain) {
     operation->waitUntilFinished();
     EXPECT_NE(operation->ranOn, std::this_thread::get_id());
     EXPECT_NE(operation->ranOn, std::thread::id());
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST(ZROperationConcurrent, WhatConcurrentMainThrowsIsDroppedToo) {
+    const LogCapture log;
+    struct Sub : ZROperationConcurrent {
+        int kind = 0;
+        void concurrentMain() override {
+            if (kind == 0)
+                throw NSException(NSInvalidArgumentException, QStringLiteral("a"));
+            throw kind;
+        }
+    };
+    for (const int kind : {0, 1}) {
+        const auto operation = std::make_shared<Sub>();
+        operation->kind = kind;
+        EXPECT_NO_THROW(operation->main());
+        EXPECT_FALSE(operation->isFinished());
+    }
     EXPECT_TRUE(log.lines().isEmpty());
 }
 

@@ -111,11 +111,26 @@ TEST_F(Files, AMissingOrEmptyNameIsLoggedAndGivenAllTheSame) {
     const QString name = zxAppName();
     EXPECT_TRUE(name.isEmpty() && !name.isNull());
     ASSERT_EQ(log.lines().size(), 2);
-    EXPECT_TRUE(log.lines().at(0).startsWith(u"Assertion <ZRMacros:429> NSString *zxAppID()\n\n    "_s));
-    EXPECT_TRUE(log.lines().at(0).contains(u"CFBundleIdentifier"_s));
-    EXPECT_TRUE(log.lines().at(1).startsWith(u"Assertion <ZRMacros:424> NSString *zxAppName()\n\n    "_s));
-    EXPECT_TRUE(log.lines().at(1).contains(u"\"CFBundleName\""_s));
-    EXPECT_TRUE(log.lines().at(1).contains(u" failed assertion\n\n"_s));
+    const auto line = [](int number, const QString &function, const QString &key) {
+        return u"Assertion <ZRMacros:%1> NSString *%2()\n\n    ([[[[NSBundle mainBundle] infoDictionary] "
+               "objectForKey:@\"%3\"] length]) failed assertion\n\n"_s.arg(QString::number(number), function,
+                                                                           key);
+    };
+    const QString ofIdentifier = line(429, u"zxAppID"_s, u"CFBundleIdentifier"_s);
+    EXPECT_TRUE(log.lines().at(0).startsWith(ofIdentifier));
+    EXPECT_TRUE(log.lines().at(1).startsWith(line(424, u"zxAppName"_s, u"CFBundleName"_s)));
+    EXPECT_GT(log.lines().at(0).size(), ofIdentifier.size()); // the call stack
+}
+
+TEST_F(Files, WithoutANameTheApplicationsFoldersAreThoseOfTheUser) {
+    identify(QVariant(), QVariant());
+    const LogCapture log;
+    EXPECT_EQ(zrPrivateFolder(manager), path(u"home/Support"_s));
+    EXPECT_EQ(log.count(u"Assertion <ZRMacros:429> "_s), 1);
+    zrUseAppName(true);
+    EXPECT_EQ(zrPrivateLibraryFolder(manager), path(u"home/Library"_s));
+    EXPECT_EQ(log.count(u"Assertion <ZRMacros:424> "_s), 1);
+    EXPECT_EQ(log.lines().size(), 2);
 }
 
 // Folders
@@ -178,12 +193,15 @@ TEST_F(Files, AnObjectsCacheFolderIsNamedByTheLowByteOfItsHashAndNotMade) {
     ObjectWithASmallHash small;
     EXPECT_EQ(zrPrivateCacheFolderPathOnlyForObject(manager, QVariant::fromValue<QObject *>(&small)),
               path(u"home/Caches/com.example.app/com.example.app/07"_s));
+    EXPECT_EQ(zrPrivateCacheFolderPathOnlyForObject(manager, QVariant()),
+              path(u"home/Caches/com.example.app/com.example.app/00"_s));
     EXPECT_TRUE(QDir(path(u"home"_s)).isEmpty());
 }
 
 TEST_F(Files, PrivateFilesAreNamedAndPrivateFoldersMade) {
     EXPECT_EQ(zrPathForPrivateFile(manager, u"Data.db"_s), path(u"home/Support/com.example.app/Data.db"_s));
     EXPECT_FALSE(QFileInfo::exists(path(u"home/Support/com.example.app/Data.db"_s)));
+    EXPECT_TRUE(QFileInfo(path(u"home/Support/com.example.app"_s)).isDir());
     EXPECT_EQ(zrPathForPrivateFolder(manager, u"a/b"_s), path(u"home/Support/com.example.app/a/b"_s));
     EXPECT_TRUE(QFileInfo(path(u"home/Support/com.example.app/a/b"_s)).isDir());
     EXPECT_EQ(zrPathForDocumentFile(manager, u"x"_s), path(u"home/Documents/x"_s));
@@ -216,6 +234,18 @@ TEST_F(Files, ThePrivateTemporaryFolderIsMadeOnceAndNeverAgainOnceDestroyed) {
         EXPECT_EQ(zrCreatePrivateTempFolder(manager), made);
         EXPECT_FALSE(QFileInfo::exists(made));
         zrDestroyPrivateTempFolder(manager);
+    });
+}
+
+TEST_F(Files, APrivateTemporaryFolderThatCannotBeMadeIsNilForGood) {
+    checkInChild([&] {
+        const QString file = put(u"temporary"_s);
+        EXPECT_TRUE(zrCreatePrivateTempFolder(manager).isNull());
+        EXPECT_TRUE(zrPrivateTempFolderFileNameWithSuffix(manager, u"pdf"_s).isNull());
+        ASSERT_TRUE(QFile::remove(file));
+        EXPECT_TRUE(zrCreatePrivateTempFolder(manager).isNull());
+        zrDestroyPrivateTempFolder(manager);
+        EXPECT_FALSE(QFileInfo::exists(file));
     });
 }
 
@@ -337,6 +367,25 @@ TEST_F(Files, FilesAndFoldersAreToldApart) {
     EXPECT_TRUE(zrIsFile(manager, u"/dev/null"_s));
 }
 
+TEST_F(Files, ALinkIsWhatItPointsTo) {
+    ASSERT_TRUE(QFile::link(makeFolder(u"folder"_s), path(u"toFolder"_s)));
+    ASSERT_TRUE(QFile::link(path(u"missing"_s), path(u"toNowhere"_s)));
+    ASSERT_TRUE(QFile::link(put(u"file"_s), path(u"toFile"_s)));
+    EXPECT_TRUE(zrIsDir(manager, path(u"toFolder"_s)));
+    EXPECT_FALSE(zrIsFile(manager, path(u"toFolder"_s)));
+    EXPECT_FALSE(zrIsDir(manager, path(u"toNowhere"_s)));
+    EXPECT_FALSE(zrIsFile(manager, path(u"toNowhere"_s)));
+    EXPECT_FALSE(zrRemoveFile(manager, path(u"toFolder"_s)));
+    EXPECT_FALSE(zrRemoveFile(manager, path(u"toNowhere"_s)));
+    EXPECT_TRUE(QFileInfo(path(u"toFolder"_s)).isSymLink());
+    EXPECT_TRUE(QFileInfo(path(u"toNowhere"_s)).isSymLink());
+    EXPECT_TRUE(zrRemoveFile(manager, path(u"toFile"_s)));
+    EXPECT_TRUE(QFileInfo::exists(path(u"file"_s)));
+    // At a link to nowhere nothing can be made.
+    EXPECT_TRUE(zrMakeDirs(manager, path(u"toNowhere"_s)).isNull());
+    EXPECT_EQ(zrMakeDirs(manager, path(u"toFolder"_s)), path(u"toFolder"_s));
+}
+
 TEST_F(Files, AListHasNamesHiddenOnesToo) {
     makeFolder(u"list/inner"_s);
     put(u"list/.hidden"_s);
@@ -446,11 +495,19 @@ TEST_F(Files, AMissingListOrFileIsLoggedAndIsOfNoType) {
         EXPECT_TRUE(log.lines().at(0).startsWith(line(311, u"(file)"_s)));
         EXPECT_TRUE(log.lines().at(1).startsWith(line(313, u"(url)"_s)));
     }
-    {
+    for (const QVariant &none : {QVariant(1), NSNull(), QVariant(QUrl(u"http://localhost/x.png"_s))}) {
         const LogCapture log;
-        EXPECT_FALSE(zrIsFile(manager, 1, QVariantList{u"public.image"_s}));
+        EXPECT_FALSE(zrIsFile(manager, none, QVariantList{u"public.image"_s}));
         ASSERT_EQ(log.lines().size(), 1);
         EXPECT_TRUE(log.lines().at(0).startsWith(line(313, u"(url)"_s)));
+    }
+    {
+        const LogCapture log;
+        EXPECT_FALSE(zrIsFile(manager, QVariant(), std::nullopt));
+        ASSERT_EQ(log.lines().size(), 3);
+        EXPECT_TRUE(log.lines().at(0).startsWith(line(310, u"(utiTypes)"_s)));
+        EXPECT_TRUE(log.lines().at(1).startsWith(line(311, u"(file)"_s)));
+        EXPECT_TRUE(log.lines().at(2).startsWith(line(313, u"(url)"_s)));
     }
 }
 

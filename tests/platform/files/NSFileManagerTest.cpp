@@ -219,6 +219,26 @@ TEST_F(NSFileManagerTest, AFullDiskFailsACopyAndLeavesNothingOfIt) {
     });
 }
 
+TEST_F(NSFileManagerTest, NothingIsLeftOfACopyOfReadOnlyFoldersThatFails) {
+    makeFolder(u"tree/inner"_s);
+    put(u"tree/inner/f"_s, "x");
+    makeFolder(u"to"_s);
+    ASSERT_EQ(::chmod(bytes({}).constData(), 0755), 0);
+    ASSERT_EQ(::chmod(bytes(u"to"_s).constData(), 0777), 0);
+    ASSERT_EQ(::chmod(bytes(u"tree/inner"_s).constData(), 0555), 0);
+    ASSERT_EQ(::chmod(bytes(u"tree"_s).constData(), 0555), 0);
+    checkInChild([&] {
+        becomeOrdinaryUser();
+        // Found out only when all is copied.
+        EXPECT_EQ(manager.copyItemAtPath(path(u"tree"_s), path(u"to/"_s) + QString(256, u'n')),
+                  std::errc::filename_too_long);
+        EXPECT_TRUE(names(u"to"_s).isEmpty());
+    });
+    EXPECT_TRUE(names(u"to"_s).isEmpty());
+    for (const auto &name : {u"tree"_s, u"tree/inner"_s})
+        ASSERT_EQ(::chmod(bytes(name).constData(), 0755), 0);
+}
+
 TEST_F(NSFileManagerTest, AMoveToAFullDiskKeepsTheSource) {
     checkInChild([&] {
         const QString disk = makeFolder(u"disk"_s);
