@@ -72,7 +72,7 @@ Parsed parsed(const QByteArray &document, bool reportsPrefixes = false, bool pro
     return {done, recorder.events, parser.parserError()};
 }
 
-/// Whether the document is refused within 64 MB more than the test has already, and two seconds of the
+/// Whether the document is refused within 16 MB more than the test has already, and two seconds of the
 /// processor's time, in a process of its own.
 bool isRefusedCheaply(const QByteArray &document) {
     const pid_t child = ::fork();
@@ -80,7 +80,7 @@ bool isRefusedCheaply(const QByteArray &document) {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
         long pages = 0;
         std::ifstream("/proc/self/statm") >> pages;
-        const rlim_t bytes = rlim_t(pages) * rlim_t(::sysconf(_SC_PAGESIZE)) + (64U << 20);
+        const rlim_t bytes = rlim_t(pages) * rlim_t(::sysconf(_SC_PAGESIZE)) + (16U << 20);
         const rlimit memory{bytes, bytes};
         ::setrlimit(RLIMIT_AS, &memory);
         const rlimit processor{2, 2};
