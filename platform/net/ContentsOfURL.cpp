@@ -2,6 +2,7 @@
 #include "platform/net/ContentsOfURL.h"
 
 #include "platform/files/FileContents.h"
+#include "platform/net/BlockedPipeSignal.h"
 #include "platform/net/CurlGlobal.h"
 #include "platform/web/WebDataURL.h"
 
@@ -24,6 +25,7 @@ size_t append(const char *bytes, size_t, size_t count, void *body) {
 }
 
 QByteArray contentsByHTTP(const QUrl &url) {
+    const BlockedPipeSignal blocked;
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> transfer(
         initialiseCurl() ? curl_easy_init() : nullptr, curl_easy_cleanup);
     if (!transfer)

@@ -79,6 +79,8 @@ void install(void *context, const Judge *judge, const QString *host) {
     auto *question = new Question{judge, host};
     SSL_CTX_set_ex_data(ssl, index, question);
     SSL_CTX_set_verify(ssl, SSL_VERIFY_PEER, nullptr);
+    // A connection is kept for longer than who judges lives: nothing is left to judge once it stands.
+    SSL_CTX_set_options(ssl, SSL_OP_NO_RENEGOTIATION);
     SSL_CTX_set_cert_verify_callback(ssl, verify, question);
 }
 

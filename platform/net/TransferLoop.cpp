@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/TransferLoop.h"
 
+#include "platform/net/BlockedPipeSignal.h"
 #include "platform/net/CurlGlobal.h"
 #include "platform/net/NSURLConnection.h"
 #include "platform/operations/NSThread.h"
@@ -41,6 +42,7 @@ TransferLoop::TransferLoop(const QString &threadName)
     curl_multi_setopt(m_multi, CURLMOPT_TIMERDATA, this);
     curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, mostConnections);
     m_thread = std::thread([this, threadName] {
+        const BlockedPipeSignal blocked;
         NSThread::currentThread().setName(threadName);
         run();
     });

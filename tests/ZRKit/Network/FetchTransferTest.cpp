@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <set>
+#include <unistd.h>
 
 namespace {
 
@@ -447,6 +448,17 @@ TEST(FetchBodies, AFullDiskEndsTheFetchWithAnError) {
     EXPECT_EQ(result.calls, 1);
     EXPECT_EQ(result.error.domain(), NSCocoaErrorDomain);
     EXPECT_EQ(result.error.localizedDescription(), QStringLiteral("write: No space left on device"));
+}
+
+TEST(FetchBodies, APipeThatNobodyReadsEndsTheFetchWithAnError) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    ::close(ends[0]);
+    const auto operation = make(nginx().url(QStringLiteral("/large")));
+    operation->setDownloadFileHandle(std::make_shared<NSFileHandle>(ends[1]));
+    const Fetched result = fetched(operation);
+    EXPECT_EQ(result.calls, 1);
+    EXPECT_EQ(result.error.localizedDescription(), QStringLiteral("write: Broken pipe"));
 }
 
 TEST(FetchBodies, PartsOfAFile) {
