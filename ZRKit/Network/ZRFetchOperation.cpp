@@ -97,6 +97,7 @@ void ZRFetchOperation::initialize() {
 
 ZRFetchOperation::ZRFetchOperation(const QVariant &urlOrRequest, Block block) {
     initialize();
+    m_lock.setName(QStringLiteral("com.velmora.zrkit.fetchoperationslock"));
     if (!NSIsNil(urlOrRequest))
         setURLOrRequest(urlOrRequest);
     if (block)

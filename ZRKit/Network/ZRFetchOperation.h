@@ -4,6 +4,7 @@
 #include "platform/net/NSURLConnection.h"
 #include "platform/operations/NSOperation.h"
 #include "platform/operations/NSOperationQueue.h"
+#include "platform/operations/NSRecursiveLock.h"
 
 #include <QByteArray>
 #include <QString>
@@ -219,6 +220,8 @@ protected:
     static std::atomic<NSOperationQueue *> sGlobalOperationQueue;
     /// What loads the request; for subclasses that bring their own.
     virtual std::shared_ptr<NSURLConnection> connectionWithRequest(const Request &request);
+    /// Held while the operation starts, makes its connection, and is cancelled.
+    NSRecursiveLock &lock() { return m_lock; }
 
 private:
     static void initialize();
@@ -232,7 +235,7 @@ private:
     std::atomic<bool> m_finished{false};
     std::atomic<bool> m_cancelled{false};
     std::atomic<bool> m_isFinishing{false};
-    mutable std::recursive_mutex m_lock;
+    NSRecursiveLock m_lock;
     qint64 m_expectedBytes = 0;
     qint64 m_receivedBytes = 0;
     double m_progress = 0;

@@ -88,6 +88,11 @@ http {
         location = /large { gzip off; }
         location = /slow { alias %FOLDER%/files/large; limit_rate 64k; gzip off; }
         location /basic/ { auth_basic "the realm"; auth_basic_user_file %FOLDER%/passwords; alias %FOLDER%/files/; }
+        location /basic/upload/ {
+            auth_basic "the realm"; auth_basic_user_file %FOLDER%/passwords; alias %FOLDER%/files/;
+            dav_methods PUT; client_max_body_size 0;
+        }
+        location = /moved-upload { return 307 /basic/upload/uploaded; }
         location = /plain { default_type text/plain; return 200 "plain"; }
         location = /no-content { return 204; }
         location = /moved { return 302 /plain; }

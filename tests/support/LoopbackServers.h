@@ -16,7 +16,8 @@
 ///
 ///     /small, /large (1 MiB), /empty, /text.txt (packed where asked for), /page.json, /feed.xml,
 ///     /latin1.txt, /plain, /no-content, /moved (to /plain), /slow (/large at 64 KiB a second);
-///     all files under /basic/ too, with the user "user" and the password "secret"
+///     all files under /basic/ too, with the user "user" and the password "secret"; /basic/upload/NAME takes
+///     a PUT and makes the file NAME, /moved-upload leads to /basic/upload/uploaded
 class NginxServer {
 public:
     NginxServer();

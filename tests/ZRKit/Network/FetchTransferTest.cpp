@@ -313,6 +313,25 @@ TEST(FetchAuthentication, ABodyAndARedirectInBetween) {
     EXPECT_TRUE(field(requests[3], "Authorization").contains("realm=\"r, s\""));
 }
 
+TEST(FetchAuthentication, ABodyReachesARealServerThatAsksAndMoves) {
+    const auto put = [](const char *path, const QByteArray &body) {
+        const auto operation = make(nginx().url(QString::fromLatin1(path)));
+        operation->setUsername(QStringLiteral("user"));
+        operation->setPassword(QStringLiteral("secret"));
+        operation->request()->setHTTPMethod(QStringLiteral("PUT"));
+        operation->request()->setHTTPBody(body);
+        return fetched(operation).statusCode;
+    };
+    const QByteArray large(3 << 20, 'l');
+    EXPECT_EQ(put("/basic/upload/new", "the body"), 201);
+    EXPECT_EQ(put("/basic/upload/new-large", large), 201);
+    EXPECT_EQ(put("/moved-upload", "through a redirect"), 201);
+    EXPECT_EQ(fetched(make(nginx().url(QStringLiteral("/new")))).string, QStringLiteral("the body"));
+    EXPECT_TRUE(fetched(make(nginx().url(QStringLiteral("/new-large")))).data == large);
+    EXPECT_EQ(fetched(make(nginx().url(QStringLiteral("/uploaded")))).string,
+              QStringLiteral("through a redirect"));
+}
+
 TEST(FetchAuthentication, AStaleNonceIsNoWrongPassword) {
     const QByteArray first = "HTTP/1.1 401 No\r\nWWW-Authenticate: Digest realm=\"r\", nonce=\"1\", "
                              "qop=\"auth\"\r\nContent-Length: 0\r\n\r\n";
@@ -579,13 +598,19 @@ TEST(FetchTrouble, AServerThatDiesInTheMiddle) {
 
 TEST(FetchTrouble, AResponseThatEndsAtAnyByte) {
     const QByteArray whole = ok("the body", "X-Field: value\r\n");
-    for (qsizetype size = 0; size < whole.size(); ++size) {
-        Scripted s({whole.left(size)});
-        const Fetched result = fetched(make(s.server.url()));
-        EXPECT_EQ(result.calls, 1) << size;
-        EXPECT_FALSE(result.error.isNil()) << size;
-        EXPECT_EQ(result.error.domain(), NSURLErrorDomain) << size;
-    }
+    const QByteArray pieces = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                              "4\r\nbody\r\na;name=value\r\ntenletters\r\n0\r\nX-Trailer: 1\r\n\r\n";
+    // The last line feed after the pieces is taken for granted.
+    for (const QByteArray &most : {whole.chopped(1), pieces.chopped(2)})
+        for (qsizetype size = 0; size <= most.size(); ++size) {
+            Scripted s({most.left(size)});
+            const Fetched result = fetched(make(s.server.url()));
+            EXPECT_EQ(result.calls, 1) << size;
+            EXPECT_FALSE(result.error.isNil()) << size;
+            EXPECT_EQ(result.error.domain(), NSURLErrorDomain) << size;
+        }
+    Scripted s({pieces});
+    EXPECT_EQ(fetched(make(s.server.url())).string, QStringLiteral("bodytenletters"));
 }
 
 TEST(FetchTrouble, LengthsThatAreWrong) {

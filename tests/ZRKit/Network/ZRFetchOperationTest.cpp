@@ -145,6 +145,32 @@ TEST(FetchSetUp, AMissingQueueIsAsserted) {
     Queueless::take(queue);
 }
 
+/// Reaches the lock.
+class Locked : public ZRFetchOperation {
+public:
+    using ZRFetchOperation::lock;
+};
+
+TEST(FetchSetUp, EachHasALockOfItsOwnAndAllHaveTheSameName) {
+    const auto one = std::make_shared<Locked>();
+    const auto other = std::make_shared<Locked>();
+    EXPECT_EQ(one->lock().name(), QStringLiteral("com.velmora.zrkit.fetchoperationslock"));
+    EXPECT_EQ(other->lock().name(), one->lock().name());
+    EXPECT_NE(&one->lock(), &other->lock());
+}
+
+TEST(FetchSetUp, ItsLockKeepsACancellationAwayButNotThatOfItsHolder) {
+    const auto operation = std::make_shared<Locked>();
+    operation->lock().lock();
+    std::thread canceller([&] { operation->cancel(); });
+    operation->cancel();
+    EXPECT_FALSE(operation->isCancelled());
+    operation->lock().unlock();
+    canceller.join();
+    waitForNetworkThread();
+    EXPECT_TRUE(operation->isCancelled());
+}
+
 TEST(FetchSetUp, TheDescriptionNamesStateAndURL) {
     const auto operation = make(QStringLiteral("http://host/a%20b"));
     const QRegularExpression form(
