@@ -92,9 +92,8 @@ public:
     void giveBack(std::unique_ptr<icu::RegexMatcher> matcher) const {
         UErrorCode status = U_ZERO_ERROR;
         matcher->setStackLimit(IdleStackLimit, status);
-        icu::RegexMatcher *none = nullptr;
-        if (m_idle.compare_exchange_strong(none, matcher.get(), std::memory_order_acq_rel))
-            matcher.release();
+        // The one that is idle so far goes; never two of them stay.
+        matcher.reset(m_idle.exchange(matcher.release(), std::memory_order_acq_rel));
     }
 
 private:
