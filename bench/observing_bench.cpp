@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <array>
 #include <benchmark/benchmark.h>
 
 namespace {
@@ -48,6 +49,7 @@ class Counter : public QObject {
     Q_OBJECT
     Q_PROPERTY(int value READ value WRITE setValue NOTIFY valueChanged)
     Q_PROPERTY(int bracketed READ bracketed WRITE setBracketed)
+    Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
 
 public:
     int value() const { return m_value; }
@@ -65,9 +67,17 @@ public:
         NSKeyValueObserving::didChangeValueForKey(this, key);
     }
 
+    QString text() const { return m_text; }
+    void setText(const QString &text) {
+        m_text = text;
+        Q_EMIT textChanged(text);
+    }
+    Q_SIGNAL void textChanged(const QString &text);
+
 private:
     int m_value = 0;
     int m_bracketed = 0;
+    QString m_text;
 };
 
 void check(benchmark::State &state, qint64 told) {
@@ -110,6 +120,28 @@ void observerOfBrackets(benchmark::State &state) {
     check(state, told);
 }
 
+const std::array<QString, 2> texts{QStringLiteral("one text"), QStringLiteral("another")};
+
+void textSignalToLambda(benchmark::State &state) {
+    Counter counter;
+    qint64 told = 0;
+    QObject::connect(&counter, &Counter::textChanged, &counter, [&](const QString &) { ++told; });
+    for (auto _ : state)
+        counter.setText(texts[size_t(told % 2)]);
+    check(state, told);
+}
+
+void observerOfTextSignal(benchmark::State &state) {
+    Counter counter;
+    qint64 told = 0;
+    ZRObserver observer;
+    observer.observe(&counter, QStringLiteral("text"),
+                     [&](const QString &, QObject *, const QVariantMap &, void *) { ++told; });
+    for (auto _ : state)
+        counter.setText(texts[size_t(told % 2)]);
+    check(state, told);
+}
+
 } // namespace
 
 BENCHMARK(qTimerRestarts)->Unit(benchmark::kMillisecond);
@@ -117,5 +149,7 @@ BENCHMARK(delayedCalls)->Unit(benchmark::kMillisecond);
 BENCHMARK(signalToLambda);
 BENCHMARK(observerOfSignal);
 BENCHMARK(observerOfBrackets);
+BENCHMARK(textSignalToLambda);
+BENCHMARK(observerOfTextSignal);
 
 #include "observing_bench.moc"
