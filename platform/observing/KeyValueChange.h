@@ -40,15 +40,9 @@ public:
     bool has(bool newValue, bool oldValue) const {
         return newValue == bool(m_new) && oldValue == bool(m_old);
     }
-    /// Without a place for it, a value is let go.
-    void setNew(const QVariant &value) {
-        if (m_new)
-            *m_new = value;
-    }
-    void setOld(const QVariant &value) {
-        if (m_old)
-            *m_old = value;
-    }
+    /// nullptr without a place for it.
+    QVariant *newValue() { return m_new; }
+    QVariant *oldValue() { return m_old; }
     void setNumbers(NumberBytes newNumber, NumberBytes oldNumber) {
         if (m_newNumber)
             std::memcpy(m_newNumber, &newNumber, m_size);

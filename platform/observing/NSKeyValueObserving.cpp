@@ -61,17 +61,17 @@ struct Registration {
         const std::lock_guard lock(mutex);
         return m_known;
     }
-    /// Gives the one before.
-    QVariant exchangeKnown(QVariant value) {
+    /// Takes the value for the one before.
+    void swapKnown(QVariant &value) {
         if (numberType.isValid()) {
             NumberBytes number = 0;
             std::memcpy(&number, value.constData(), std::size_t(numberType.sizeOf()));
             number = exchangeKnown(number);
-            return QVariant(numberType, &number);
+            value = QVariant(numberType, &number);
+            return;
         }
         const std::lock_guard lock(mutex);
         m_known.swap(value);
-        return value;
     }
     NumberBytes exchangeKnown(NumberBytes number) { return m_knownNumber.exchange(number); }
 
@@ -389,7 +389,7 @@ void callPrior(Registration &registration, const QVariant *old) {
     const bool tellsOld = old && registration.wants(NSKeyValueObservingOptionOld);
     KeyValueChange change(false, tellsOld);
     if (tellsOld)
-        change.setOld(*old);
+        *change.oldValue() = *old;
     change.markAsPrior();
     call(registration, change.dictionary());
 }
@@ -427,9 +427,10 @@ bool isValueWanted(const Links &links) {
 }
 
 /// Tells one observer that a key which it listens to has changed.
-/// \param value  of the key, if it is wanted
-/// \param old    the value before, if the change was announced beforehand
-void tell(const Link &at, const QVariant &value, const QVariant *old, bool isSignal) {
+/// \param value   of the key, if it is wanted
+/// \param isLast  nobody else needs the value
+/// \param old     the value before, if the change was announced beforehand
+void tell(const Link &at, QVariant &value, bool isLast, const QVariant *old, bool isSignal) {
     Registration &registration = *at.registration;
     const bool wantsNew = registration.wants(NSKeyValueObservingOptionNew);
     const bool wantsOld = registration.wants(NSKeyValueObservingOptionOld);
@@ -447,7 +448,7 @@ void tell(const Link &at, const QVariant &value, const QVariant *old, bool isSig
     QVariant ofPath;
     if (registration.hasPath() && (wantsNew || keepsKnown))
         ofPath = pathValue(registration);
-    const QVariant &present = registration.hasPath() ? ofPath : value;
+    QVariant &present = registration.hasPath() ? ofPath : value;
 
     const bool tellsOld = wantsOld && (old || keepsKnown);
     // Spare ones for numbers must stay what they are.
@@ -455,14 +456,17 @@ void tell(const Link &at, const QVariant &value, const QVariant *old, bool isSig
     std::unique_ptr<KeyValueChange> change = isNumber ? nullptr : registration.takeSpareChange();
     if (!change || !change->has(wantsNew, tellsOld))
         change = std::make_unique<KeyValueChange>(wantsNew, tellsOld);
+    // Variants are swapped rather than copied or moved: that was most of a notification's time.
     if (keepsKnown) {
-        const QVariant known = registration.exchangeKnown(present);
-        change->setOld(old ? *old : known);
-    } else if (tellsOld) {
-        change->setOld(*old);
+        *change->oldValue() = present;
+        registration.swapKnown(*change->oldValue());
     }
-    if (wantsNew)
-        change->setNew(present);
+    if (tellsOld && old)
+        *change->oldValue() = *old;
+    if (wantsNew && (isLast || registration.hasPath()))
+        change->newValue()->swap(present);
+    else if (wantsNew)
+        *change->newValue() = present;
     call(registration, change->dictionary());
     if (isNumber || !change->isReusable())
         return;
@@ -489,7 +493,7 @@ void tellNumber(Registration &registration, NumberBytes present, std::optional<N
 
 /// A key has changed: tells its observers, with the old values from before if they are there.
 void tell(const Links &links, const PendingChange *pending, bool isSignal) {
-    const QVariant value = isValueWanted(links) ? links.key->valueOrNull() : QVariant();
+    QVariant value = isValueWanted(links) ? links.key->valueOrNull() : QVariant();
     forEach(links, [&](const Link &at) {
         const QVariant *old = nullptr;
         if (pending) {
@@ -498,7 +502,7 @@ void tell(const Links &links, const PendingChange *pending, bool isSignal) {
             if (known != pending->olds.end())
                 old = &known->second;
         }
-        tell(at, value, old, isSignal);
+        tell(at, value, &at == &links.all.back(), old, isSignal);
     });
 }
 
@@ -628,13 +632,14 @@ void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &k
     KeyValueRegistry::add(observer, registration);
     link(registration, 0);
     if (registration->isAutomatic && registration->wants(NSKeyValueObservingOptionOld)) {
-        registration->exchangeKnown(pathValue(*registration));
+        QVariant value = pathValue(*registration);
+        registration->swapKnown(value);
     }
     if (registration->wants(NSKeyValueObservingOptionInitial)) {
         const bool wantsNew = registration->wants(NSKeyValueObservingOptionNew);
         KeyValueChange change(wantsNew, false);
         if (wantsNew)
-            change.setNew(pathValue(*registration));
+            *change.newValue() = pathValue(*registration);
         call(*registration, change.dictionary());
     }
 }
