@@ -3,6 +3,7 @@
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "ZRKit/Values/NSString+ZRKit.h"
+#include "platform/text/SharedTexts.h"
 #include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
@@ -35,6 +36,10 @@ void appendContent(QVariantMap &node, const QString &text) {
 
 } // namespace
 
+ZRXML::ZRXML() = default;
+
+ZRXML::~ZRXML() = default;
+
 std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
     m_root.reset();
     m_currentText = QString();
@@ -47,7 +52,7 @@ std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
     const bool parsed = parser.parse();
     m_childKeys.clear();
     m_gathered.clear();
-    m_shared = SharedTexts();
+    m_shared.reset();
     if (!parsed) {
         m_open.clear();
         m_root.reset();
@@ -184,16 +189,22 @@ void ZRXML::addTextTo(OpenNode &open) {
     m_gathered += text;
 }
 
+SharedTexts &ZRXML::shared() const {
+    if (!m_shared)
+        m_shared = std::make_unique<SharedTexts>();
+    return *m_shared;
+}
+
 void ZRXML::settle(OpenNode &open) const {
     QString text = std::exchange(open.piece, QString());
     if (open.gatheredFrom >= 0) {
-        text = m_shared.text(QStringView(m_gathered).sliced(open.gatheredFrom));
+        text = shared().text(QStringView(m_gathered).sliced(open.gatheredFrom));
         m_gathered.truncate(std::exchange(open.gatheredFrom, -1));
     }
     if (text.isNull())
         return;
     if (open.node->isEmpty())
-        *open.node = m_shared.dictionary(contentKey(), text);
+        *open.node = shared().dictionary(contentKey(), text);
     else
         appendContent(*open.node, text);
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/text/NSXMLParser.h"
-#include "platform/text/SharedTexts.h"
 
 #include <QHash>
 #include <QObject>
@@ -10,8 +9,11 @@
 #include <QVariantList>
 #include <QVariantMap>
 #include <concepts>
+#include <memory>
 #include <optional>
 #include <vector>
+
+class SharedTexts;
 
 /// Makes a tree of dictionaries and arrays of an XML document, for reading with path() and key().
 ///
@@ -32,7 +34,8 @@ class ZRXML : public QObject, public NSXMLParserDelegate {
     Q_PROPERTY(QString currentText READ currentText WRITE setCurrentText)
 
 public:
-    ZRXML() = default;
+    ZRXML();
+    ~ZRXML() override;
 
     /// The root node of the document; nil where it can't be parsed to its end.
     std::optional<QVariantMap> parseData(const QByteArray &data);
@@ -80,6 +83,7 @@ private:
     OpenNode *innermost();
     void addTextTo(OpenNode &open);
     void settle(OpenNode &open) const;
+    SharedTexts &shared() const;
     void settleAll() const;
     QVariantMap *appendChild(QVariantMap &parent, const QString &key, const QVariantMap &attributes);
     const QString &childKey(const QString &name);
@@ -91,7 +95,7 @@ private:
     /// Nodes get their text when they end, or when somebody looks at them.
     mutable std::vector<OpenNode> m_open;
     mutable QString m_gathered;
-    mutable SharedTexts m_shared;
+    mutable std::unique_ptr<SharedTexts> m_shared;
     bool m_isOrphaned = false;
     /// Somebody has a copy of the tree, so that its nodes have to be found again before they are changed.
     mutable bool m_isShared = false;
