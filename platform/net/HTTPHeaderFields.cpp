@@ -63,38 +63,27 @@ private:
     qsizetype m_at = 0;
 };
 
-bool isBlank(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-QByteArrayView trimmed(QByteArrayView text) {
-    while (!text.isEmpty() && isBlank(text.front()))
-        text = text.sliced(1);
-    while (!text.isEmpty() && isBlank(text.back()))
-        text.chop(1);
-    return text;
-}
-
 } // namespace
 
 bool Head::begin(QByteArrayView line) {
     if (!line.startsWith("HTTP/"))
         return false;
     *this = {};
-    const auto blank = std::find(line.begin(), line.end(), ' ');
-    const QByteArrayView code = trimmed(line.sliced(blank - line.begin()));
-    statusCode = code.first(std::min<qsizetype>(3, code.size())).toByteArray().toInt();
+    if (const qsizetype blank = line.indexOf(' '); blank >= 0) {
+        const QByteArrayView code = line.sliced(blank).trimmed();
+        statusCode = code.first(std::min<qsizetype>(3, code.size())).toInt();
+    }
     return true;
 }
 
 void Head::add(QByteArrayView line) {
-    const auto colon = std::find(line.begin(), line.end(), ':');
-    if (colon == line.begin() || colon == line.end())
+    const qsizetype colon = line.indexOf(':');
+    if (colon <= 0)
         return;
-    const QString name = canonicalName(trimmed(line.first(colon - line.begin())));
+    const QString name = canonicalName(line.first(colon).trimmed());
     if (name.isEmpty())
         return;
-    const QString content = text(trimmed(line.sliced(colon + 1 - line.begin())));
+    const QString content = text(line.sliced(colon + 1).trimmed());
     if (name == u"Set-Cookie")
         cookies.append(content);
     const auto at = fields.find(name);

@@ -7,7 +7,6 @@
 #include <QVariantMap>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 /// The bytes of a plain number: a bool, an int, a double and the like.
 using NumberBytes = std::uint64_t;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/values/ValueKind.h"
+
 #include <QString>
 #include <QStringView>
 #include <QVariant>
@@ -30,8 +32,8 @@ public:
         if (!isShort(value))
             return {{key, value}};
         QVariantMap &known = at(m_dictionaries, place(value) ^ place(key));
-        if (const auto entry = known.constBegin(); known.isEmpty() || entry.key() != key ||
-                                                   *static_cast<const QString *>(entry->constData()) != value)
+        if (const auto entry = known.constBegin();
+            known.isEmpty() || entry.key() != key || held<QString>(*entry) != value)
             known = {{key, value}};
         return known;
     }

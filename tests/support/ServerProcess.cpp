@@ -2,14 +2,13 @@
 #include "tests/support/ServerProcess.h"
 
 #include <QFile>
+#include <cerrno>
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
-#include <stdexcept>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 void ServerProcess::start(const QString &program, const QStringList &arguments, const QString &output) {
