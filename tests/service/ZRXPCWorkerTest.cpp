@@ -7,6 +7,7 @@
 #include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCServiceMonitor.h"
 #include "tests/platform/xpc/Support.h"
+#include "tests/support/ListenOnLoopback.h"
 #include "tests/support/LogCapture.h"
 
 #include <QDateTime>
@@ -15,9 +16,7 @@
 #include <QUrl>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
@@ -55,16 +54,7 @@ protected:
 /// A server that accepts connections and says nothing.
 class SilentServer {
 public:
-    SilentServer() : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(::bind(m_socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-        EXPECT_EQ(::listen(m_socket.get(), 8), 0);
-        socklen_t length = sizeof address;
-        ::getsockname(m_socket.get(), reinterpret_cast<sockaddr *>(&address), &length);
-        m_port = ntohs(address.sin_port);
-    }
+    SilentServer() : m_socket(listenOnLoopback(&m_port)) {}
     QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_port)); }
     /// Waits for a visitor.
     bool isVisited() const {
@@ -73,8 +63,8 @@ public:
     }
 
 private:
-    XPCDescriptor m_socket;
     int m_port = 0;
+    XPCDescriptor m_socket;
 };
 
 } // namespace

@@ -2,25 +2,14 @@
 #include "tests/support/HTTPServer.h"
 
 #include "tests/support/Gate.h"
+#include "tests/support/ListenOnLoopback.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
 
 HTTPServer::HTTPServer(Handler handler)
-    : m_handler(std::move(handler)), m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto *generic = reinterpret_cast<sockaddr *>(&address);
-    if (m_listener < 0 || ::bind(m_listener, generic, size) != 0 || ::listen(m_listener, 64) != 0 ||
-        ::getsockname(m_listener, generic, &size) != 0)
-        throw std::runtime_error("cannot listen on loopback");
-    m_port = ntohs(address.sin_port);
+    : m_handler(std::move(handler)), m_listener(listenOnLoopback(&m_port)) {
     m_acceptor = std::thread([this] { accept(); });
 }
 

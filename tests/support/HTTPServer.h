@@ -63,8 +63,8 @@ private:
     bool answer(int fd, int connection);
 
     const Handler m_handler;
-    int m_listener = -1;
     int m_port = 0;
+    int m_listener = -1;
     std::atomic<int> m_connections = 0;
     mutable std::mutex m_mutex;
     QList<Request> m_requests;

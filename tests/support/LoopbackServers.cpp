@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LoopbackServers.h"
 
+#include "tests/support/ListenOnLoopback.h"
+
 #include <QDir>
 #include <QFile>
 #include <algorithm>
@@ -12,20 +14,6 @@
 #include <unistd.h>
 
 namespace {
-
-int listenOnLoopback(int *port) {
-    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto *generic = reinterpret_cast<sockaddr *>(&address);
-    if (listener < 0 || ::bind(listener, generic, size) != 0 || ::listen(listener, 64) != 0 ||
-        ::getsockname(listener, generic, &size) != 0)
-        throw std::runtime_error("cannot listen on loopback");
-    *port = ntohs(address.sin_port);
-    return listener;
-}
 
 bool accepts(int port) {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/BlockedPipeSignal.h"
 #include "tests/ZRKit/Network/FetchTest.h"
+#include "tests/support/ListenOnLoopback.h"
 
-#include <arpa/inet.h>
 #include <atomic>
 #include <memory>
-#include <netinet/in.h>
 #include <openssl/evp.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
@@ -22,23 +21,13 @@ namespace {
 class RenegotiatingServer {
 public:
     RenegotiatingServer()
-        : m_context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free),
-          m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        : m_context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free), m_listener(listenOnLoopback(&m_port)) {
         SSL_CTX_set_max_proto_version(m_context.get(), TLS1_2_VERSION);
         // A session taken up again would show no certificate.
         SSL_CTX_set_session_cache_mode(m_context.get(), SSL_SESS_CACHE_OFF);
         SSL_CTX_set_options(m_context.get(),
                             SSL_OP_NO_TICKET | SSL_OP_NO_SESSION_RESUMPTION_ON_RENEGOTIATION);
         useCertificateOfItsOwn();
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto *generic = reinterpret_cast<sockaddr *>(&address);
-        if (::bind(m_listener, generic, size) != 0 || ::listen(m_listener, 8) != 0 ||
-            ::getsockname(m_listener, generic, &size) != 0)
-            throw std::runtime_error("cannot listen on loopback");
-        m_port = ntohs(address.sin_port);
         m_thread = std::thread([this] { serve(); });
     }
     ~RenegotiatingServer() {
@@ -107,8 +96,8 @@ private:
     }
 
     const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> m_context;
-    const int m_listener;
     int m_port = 0;
+    const int m_listener;
     std::atomic<int> m_connection{-1};
     std::atomic<int> m_asked{0};
     std::atomic<int> m_renewed{0};

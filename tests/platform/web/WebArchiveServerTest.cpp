@@ -3,15 +3,13 @@
 
 #include "platform/archive/NSPropertyList.h"
 #include "tests/platform/web/BrowserPage.h"
+#include "tests/support/ListenOnLoopback.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QProcess>
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
@@ -80,15 +78,10 @@ void expectSamplePage(BrowserPage &page) {
 /// A server that notices who comes by.
 class Listener {
 public:
-    Listener() : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(::bind(m_fd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-        EXPECT_EQ(::listen(m_fd, 8), 0);
-        socklen_t size = sizeof address;
-        ::getsockname(m_fd, reinterpret_cast<sockaddr *>(&address), &size);
-        m_origin = "http://127.0.0.1:" + QByteArray::number(ntohs(address.sin_port)) + "/";
+    Listener() {
+        int port = 0;
+        m_fd = listenOnLoopback(&port);
+        m_origin = "http://127.0.0.1:" + QByteArray::number(port) + "/";
     }
     ~Listener() { ::close(m_fd); }
     const QByteArray &origin() const { return m_origin; }
@@ -101,7 +94,7 @@ private:
         return ::poll(&listening, 1, milliseconds) == 1;
     }
 
-    int m_fd;
+    int m_fd = -1;
     QByteArray m_origin;
 };
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tests/tools/zrpdf/LoopbackServer.h"
 
+#include "tests/support/ListenOnLoopback.h"
+
 #include <array>
-#include <cstdlib>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -11,17 +11,7 @@
 #include <vector>
 
 LoopbackServer::LoopbackServer(std::function<QByteArray(const QByteArray &)> page)
-    : m_page(std::move(page)), m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
-      m_stop(::eventfd(0, EFD_CLOEXEC)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto *const name = reinterpret_cast<sockaddr *>(&address);
-    if (::bind(m_listener, name, length) != 0 || ::listen(m_listener, 64) != 0 ||
-        ::getsockname(m_listener, name, &length) != 0)
-        std::abort();
-    m_port = ntohs(address.sin_port);
+    : m_page(std::move(page)), m_listener(listenOnLoopback(&m_port)), m_stop(::eventfd(0, EFD_CLOEXEC)) {
     m_thread = std::thread([this] { serve(); });
 }
 

@@ -23,9 +23,9 @@ private:
     void serve();
 
     std::function<QByteArray(const QByteArray &)> m_page;
+    int m_port = 0;
     int m_listener = -1;
     int m_stop = -1;
-    int m_port = 0;
     std::atomic<int> m_waiting = 0;
     std::thread m_thread;
 };
