@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Dates and decimals, each beside its peer: an ICU formatter built for each call, one that is kept, Qt's own
 // reader, and another decimal type of 50 digits.
-#include "ZRKit/Network/NSDate+ZRKit.h"
+#include "ZRKit/Values/NSDate+ZRKit.h"
 #include "platform/dates/NSDataDetector.h"
 #include "platform/values/NSDecimalNumber.h"
 

@@ -2,8 +2,8 @@
 // Reading loosely typed values: slash paths beside the look-ups that one would write by hand, and the
 // coercions beside QVariant's own conversions.
 #include "ZRKit/Values/NSObject+ZRKit.h"
+#include "platform/predicates/NSPredicate.h"
 #include "platform/values/NSKeyValueCoding.h"
-#include "platform/values/NSPredicate.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,17 +1,9 @@
 # SPDX-License-Identifier: MIT
 set(ZR_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ZRKit)
 
-install(TARGETS ZRPlatform ZRKit EXPORT ZRKitTargets)
-if(TARGET ZRKitInterface)
-  install(TARGETS ZRKitInterface EXPORT ZRKitTargets)
-endif()
+get_property(ZR_LIBRARIES GLOBAL PROPERTY ZR_LIBRARIES)
+install(TARGETS ${ZR_LIBRARIES} EXPORT ZRKitTargets)
 install(EXPORT ZRKitTargets NAMESPACE ZRKit:: DESTINATION ${ZR_CMAKE_DIR})
-# Only what programs call, and the few headers that those need, whose names don't begin with NS or ZR.
-install(DIRECTORY platform ZRKit DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zrkit
-        FILES_MATCHING
-        REGEX "/(NS|ZR)[^/]*\\.h$"
-        REGEX "/(AnyObject|ValueKind|WebFrameLoadDelegate|XPCDescriptor|XPCRemote)\\.h$"
-        PATTERN "*Private.h" EXCLUDE)
 
 configure_package_config_file(cmake/ZRKitConfig.cmake.in ZRKitConfig.cmake INSTALL_DESTINATION ${ZR_CMAKE_DIR})
 write_basic_package_version_file(ZRKitConfigVersion.cmake COMPATIBILITY SameMinorVersion)
@@ -19,9 +11,15 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZRKitConfig.cmake ${CMAKE_CURRENT_BINA
         DESTINATION ${ZR_CMAKE_DIR})
 
 file(RELATIVE_PATH ZR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-foreach(component zrplatform zrkit)
-  configure_file(cmake/${component}.pc.in ${component}.pc @ONLY)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${component}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# A linker reads archives from left to right: who uses comes before what it uses.
+set(ZR_PC_LIBRARIES)
+foreach(library IN LISTS ZR_LIBRARIES)
+  get_target_property(type ${library} TYPE)
+  if(NOT type STREQUAL INTERFACE_LIBRARY)
+    string(PREPEND ZR_PC_LIBRARIES "-l${library} ")
+  endif()
 endforeach()
+configure_file(cmake/zrkit.pc.in zrkit.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zrkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 install(FILES LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

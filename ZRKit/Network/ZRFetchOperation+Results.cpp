@@ -5,7 +5,7 @@
 #include "ZRKit/Network/ZRXML.h"
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 
 #include <QCoreApplication>

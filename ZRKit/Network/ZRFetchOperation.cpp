@@ -2,12 +2,12 @@
 #include "ZRKit/Network/ZRFetchOperation.h"
 
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
-#include "ZRKit/ZRMacros.h"
+#include "ZRKit/Values/ZRMacros.h"
+#include "platform/base/NSException.h"
 #include "platform/files/NSFileHandle.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/net/NSHTTPCookie.h"
 #include "platform/net/TransferLoop.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSObjectRuntime.h"
 

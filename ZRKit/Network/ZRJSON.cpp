@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Network/ZRJSON.h"
 
-#include "ZRKit/Network/NSDate+ZRKit.h"
 #include "ZRKit/Values/NSData+ZRKitBase64.h"
+#include "ZRKit/Values/NSDate+ZRKit.h"
 #include "ZRKit/Values/ZRCollection.h"
 #include "platform/text/JSONWriter.h"
 #include "platform/text/UTF8.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/ValueKind.h"
+
+using namespace zr;
 
 namespace {
 

@@ -3,13 +3,15 @@
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "ZRKit/Values/NSString+ZRKit.h"
+#include "platform/base/NSException.h"
 #include "platform/text/SharedTexts.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 
 #include <utility>
+
+using namespace zr;
 
 namespace {
 

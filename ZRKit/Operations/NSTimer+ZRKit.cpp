@@ -3,6 +3,8 @@
 
 #include "platform/values/ValueKind.h"
 
+using namespace zr;
+
 namespace ZRKit {
 
 namespace {

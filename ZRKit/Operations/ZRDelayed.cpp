@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/ZRDelayed.h"
 
+#include "platform/base/NSObjectLock.h"
 #include "platform/operations/NSDelayedPerforming.h"
-#include "platform/values/NSObjectLock.h"
 
 #include <utility>
 

@@ -2,13 +2,15 @@
 #include "ZRKit/Operations/ZRObserver.h"
 
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 
 #include <algorithm>
 #include <utility>
+
+using namespace zr;
 
 namespace {
 

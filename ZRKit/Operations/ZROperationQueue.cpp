@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/ZROperationQueue.h"
 
-#include "ZRKit/ZRMacros.h"
+#include "ZRKit/Values/ZRMacros.h"
 #include "platform/operations/NSThread.h"
 
 void ZROperation::main() {

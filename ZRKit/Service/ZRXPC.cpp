@@ -4,10 +4,10 @@
 #include "ZRKit/Service/ZRXPCHelper.h"
 #include "ZRKit/Service/ZRXPCOperation.h"
 #include "ZRKit/Service/ZRXPCProtocol.h"
-#include "ZRKit/ZRMacros.h"
+#include "ZRKit/Values/ZRMacros.h"
 #include "platform/archive/NSKeyedArchiver.h"
 #include "platform/archive/NSKeyedUnarchiver.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/xpc/NSXPCConnection.h"
 

@@ -6,7 +6,7 @@
 #include "ZRKit/Values/NSString+ZRKit.h"
 #include "platform/archive/NSKeyedArchiver.h"
 #include "platform/archive/NSKeyedUnarchiver.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/xpc/NSXPCConnection.h"
 #include "platform/xpc/NSXPCListener.h"

@@ -2,7 +2,7 @@
 #include "ZRKit/Service/ZRXPCDelegate.h"
 
 #include "ZRKit/Service/ZRXPCBaseWorker.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/xpc/NSXPCConnection.h"
 
 bool ZRXPCDelegate::listenerShouldAcceptNewConnection(NSXPCListener *,

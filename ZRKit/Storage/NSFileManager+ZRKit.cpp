@@ -2,7 +2,7 @@
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
 
 #include "ZRKit/Values/NSString+ZRKit.h"
-#include "ZRKit/ZRMacros.h"
+#include "ZRKit/Values/ZRMacros.h"
 #include "platform/files/FileDigest.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/files/NSWorkspace.h"
@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <atomic>
 #include <mutex>
+
+using namespace zr;
 
 namespace ZRKit {
 

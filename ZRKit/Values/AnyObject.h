@@ -18,8 +18,8 @@ public:
 
     const QVariant &value() const { return m_value; }
     /// nullptr where the receiver is a value.
-    QObject *object() const { return objectOf(m_value); }
-    bool isNil() const { return kindOf(m_value) == ValueKind::Nil; }
+    QObject *object() const { return zr::objectOf(m_value); }
+    bool isNil() const { return zr::kindOf(m_value) == zr::ValueKind::Nil; }
 
 private:
     QVariant m_value;

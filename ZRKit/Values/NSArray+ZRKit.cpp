@@ -2,11 +2,11 @@
 #include "ZRKit/Values/NSArray+ZRKit.h"
 
 #include "ZRKit/Values/PropertyListCopy.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
+#include "platform/predicates/NSPredicate.h"
+#include "platform/predicates/NSSortDescriptor.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSObjectRuntime.h"
-#include "platform/values/NSPredicate.h"
-#include "platform/values/NSSortDescriptor.h"
 
 #include <QStringList>
 #include <algorithm>

@@ -2,12 +2,14 @@
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
 
 #include "ZRKit/Values/PropertyListCopy.h"
-#include "platform/values/NSError.h"
+#include "platform/base/NSError.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QObject>
 #include <QUuid>
+
+using namespace zr;
 
 namespace ZRKit {
 

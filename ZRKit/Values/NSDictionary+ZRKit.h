@@ -3,8 +3,8 @@
 
 #include "ZRKit/Values/NSArray+ZRKit.h"
 #include "ZRKit/Values/NSObject+ZRKit.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSEnumeration.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 
 #include <QString>

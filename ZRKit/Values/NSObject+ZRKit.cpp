@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
 
-#include "ZRKit/Network/NSDate+ZRKit.h"
+#include "ZRKit/Values/NSDate+ZRKit.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSSet.h"
@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+
+using namespace zr;
 
 namespace ZRKit {
 

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "ZRKit/ZRMacros.h"
+#include "ZRKit/Values/ZRMacros.h"
+#include "platform/base/NSException.h"
+#include "platform/base/NSObjectLock.h"
 #include "platform/values/NSAssociatedObjects.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
-#include "platform/values/NSObjectLock.h"
 
 #include <mutex>
+
+using namespace zr;
 
 namespace ZRKit {
 

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNotificationCenter.h"
 
 #include <QMetaClassInfo>
 #include <QMetaProperty>
 #include <algorithm>
+
+using namespace zr;
 
 namespace ZRKit {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSString+ZRKit.h"
 
+#include "platform/base/NSException.h"
 #include "platform/text/EditDistance.h"
 #include "platform/text/EscapeTable.h"
-#include "platform/values/NSException.h"
 
 #include <QStringBuilder>
 #include <QStringMatcher>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/NSRange.h"
 #include "platform/text/NSAttributedString.h"
 #include "platform/text/NSCharacterSet.h"
 #include "platform/text/NSRegularExpression.h"
-#include "platform/values/NSRange.h"
 
 #include <QString>
 #include <QUrl>

@@ -3,11 +3,13 @@
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "ZRKit/Values/ZRCollection.h"
+#include "platform/base/NSException.h"
 #include "platform/text/UTF8.h"
-#include "platform/values/NSException.h"
 #include "platform/values/ValueKind.h"
 
 #include <algorithm>
+
+using namespace zr;
 
 namespace ZRKit {
 

@@ -2,13 +2,15 @@
 #include "ZRKit/Values/ZRCollection.h"
 
 #include "ZRKit/Values/PropertyListCopy.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSEnumeration.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/ValueKind.h"
 
 #include <algorithm>
+
+using namespace zr;
 
 namespace {
 

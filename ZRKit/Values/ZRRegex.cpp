@@ -2,7 +2,7 @@
 #include "ZRKit/Values/ZRRegex.h"
 
 #include "ZRKit/Values/NSTextCheckingResult+ZRKit.h"
-#include "ZRKit/ZRMacros.h"
+#include "ZRKit/Values/ZRMacros.h"
 #include "platform/values/NSCache.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSKeyValueCoding.h"
 
-#include "examples/kit/Expect.h"
-#include "platform/values/NSException.h"
+#include "examples/kit/Example.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 
 #include <QObject>
@@ -72,7 +72,7 @@ void writing() {
 
 } // namespace
 
-int main() {
+EXAMPLE(KeyValueCoding) {
     reading();
     operators();
     writing();

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSArray+ZRKit.h"
 
-#include "examples/kit/Expect.h"
-#include "platform/values/NSException.h"
+#include "examples/kit/Example.h"
+#include "platform/base/NSException.h"
 
 using namespace ZRKit;
 
@@ -73,7 +73,7 @@ void copies() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSArray_ZRKit) {
     elements();
     joining();
     blocks();

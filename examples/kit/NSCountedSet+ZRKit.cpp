@@ -2,11 +2,11 @@
 #include "ZRKit/Values/NSCountedSet+ZRKit.h"
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace ZRKit;
 
-int main() {
+EXAMPLE(NSCountedSet_ZRKit) {
     const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c");
     NSCountedSet words(QVariantList{b, a, b, c, c, b});
     expect(words.count() == 3 && words.countForObject(b) == 3);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSData+ZRKitBase64.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace ZRKit;
 
@@ -35,7 +35,7 @@ void digests() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSData_ZRKitBase64) {
     encoding();
     lenientDecoding();
     text();

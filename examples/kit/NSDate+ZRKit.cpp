@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "ZRKit/Network/NSDate+ZRKit.h"
+#include "ZRKit/Values/NSDate+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace ZRKit;
 
@@ -57,7 +57,7 @@ void texts() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSDate_ZRKit) {
     webDates();
     unixTime();
     humanDates();

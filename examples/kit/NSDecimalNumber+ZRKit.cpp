@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSDecimalNumber+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace ZRKit;
 
@@ -59,7 +59,7 @@ void arithmetic() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSDecimalNumber_ZRKit) {
     amounts();
     rounding();
     percentages();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 #include <QObject>
 
@@ -64,7 +64,7 @@ void changes() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSDictionary_ZRKit) {
     lookUps();
     whole();
     objects();

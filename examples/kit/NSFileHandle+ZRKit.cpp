@@ -2,13 +2,13 @@
 #include "ZRKit/Storage/NSFileHandle+ZRKit.h"
 
 #include "ZRKit/Values/NSString+ZRKit.h"
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
-int main() {
+EXAMPLE(NSFileHandle_ZRKit) {
     const QTemporaryDir folder;
     const QString path = ZRKit::joinPath(folder.path(), u"download"_s);
     expect(ZRKit::saveToFile(u"old"_s, path));
@@ -20,5 +20,4 @@ int main() {
     handle->closeFile();
     expect(ZRKit::loadFile(path) == u"new"_s);
     expect(!ZRKit::fileHandleForNewFileWritingAtPath(folder.path()));
-    return 0;
 }

@@ -2,8 +2,8 @@
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
 
 #include "ZRKit/Values/NSString+ZRKit.h"
-#include "ZRKit/ZRMacros.h"
-#include "examples/kit/Expect.h"
+#include "ZRKit/Values/ZRMacros.h"
+#include "examples/kit/Example.h"
 #include "platform/files/NSBundle.h"
 
 #include <QTemporaryDir>
@@ -12,7 +12,7 @@
 using namespace Qt::StringLiterals;
 using namespace ZRKit;
 
-int main() {
+EXAMPLE(NSFileManager_ZRKit) {
     const QTemporaryDir home;
     for (const char *name : {"HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "TMPDIR"})
         qputenv(name, home.path().toUtf8());
@@ -63,5 +63,4 @@ int main() {
     expect(zrRemove(files, folder) && !zrIsDir(files, folder));
     zrDestroyPrivateTempFolder(files);
     expect(!zrIsDir(files, zrCreatePrivateTempFolder(files)));
-    return 0;
 }

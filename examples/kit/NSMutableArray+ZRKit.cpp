@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSMutableArray+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace ZRKit;
 
-int main() {
+EXAMPLE(NSMutableArray_ZRKit) {
     QVariantList stack{1, 2, 3, 4};
     expect(pop(stack, -1) == QVariant(4));
     expect(pop(stack, 1) == QVariant(2) && stack == QVariantList({1, 3}));

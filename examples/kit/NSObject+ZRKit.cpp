@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 #include "platform/operations/NSRunLoop.h"
 #include "platform/values/NSNotificationCenter.h"
 #include "platform/values/NSNull.h"
 
-#include <QCoreApplication>
 #include <QUrl>
 #include <memory>
 
@@ -175,8 +174,7 @@ void association() {
 
 } // namespace
 
-int main(int argc, char **argv) {
-    const QCoreApplication application(argc, argv); // blocks on the main queue need its event loop
+EXAMPLE(NSObject_ZRKit) {
     numbers();
     texts();
     truth();

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/NSOperationQueue+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
-#include <QCoreApplication>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -25,9 +24,7 @@ public:
 
 } // namespace
 
-int main(int argc, char **argv) {
-    const QCoreApplication application(argc, argv);
-
+EXAMPLE(NSOperationQueue_ZRKit) {
     // addBlock: the block gets its operation, which the caller has too
     ZROperationQueue queue;
     const auto sum = ZRKit::addBlock(

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSSet+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 #include <QObject>
 
@@ -38,7 +38,7 @@ void targets() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSSet_ZRKit) {
     blocks();
     targets();
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSString+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 #include <QTemporaryDir>
 
@@ -93,7 +93,7 @@ void editDistance() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSString_ZRKit) {
     questions();
     trimming();
     pieces();

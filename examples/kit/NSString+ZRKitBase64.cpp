@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSString+ZRKitBase64.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace ZRKit;
 
@@ -27,7 +27,7 @@ void digests() {
 
 } // namespace
 
-int main() {
+EXAMPLE(NSString_ZRKitBase64) {
     encoding();
     strictLengthDecoding();
     digests();

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSTextCheckingResult+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 #include "platform/text/NSRegularExpression.h"
 
 using namespace Qt::StringLiterals;
 
-int main() {
+EXAMPLE(NSTextCheckingResult_ZRKit) {
     const QString text = u"width: 800px"_s;
     const NSRegularExpression property(u"(\\w+): *(\\d+)(px|pt)?(!)?"_s);
     const NSTextCheckingResult result = property.firstMatchInString(text).value();
@@ -20,5 +20,4 @@ int main() {
     // groupsInString: all of them, each a string
     expect(ZRKit::groupsInString(result, text) ==
            QVariantList{u"width: 800px"_s, u"width"_s, u"800"_s, u"px"_s, u""_s});
-    return 0;
 }

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/NSTimer+ZRKit.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 #include "platform/operations/NSRunLoop.h"
-
-#include <QCoreApplication>
 
 namespace {
 
@@ -18,8 +16,7 @@ bool eventually(Condition condition) {
 
 } // namespace
 
-int main(int argc, char **argv) {
-    const QCoreApplication application(argc, argv);
+EXAMPLE(NSTimer_ZRKit) {
     int ticks = 0;
 
     // scheduledTimerWithTimeInterval: runs at once, here until it is invalidated

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "examples/kit/Expect.h"
-#include "platform/values/NSComparisonPredicate.h"
-#include "platform/values/NSException.h"
-#include "platform/values/NSPredicate.h"
+#include "examples/kit/Example.h"
+#include "platform/base/NSException.h"
+#include "platform/predicates/NSComparisonPredicate.h"
+#include "platform/predicates/NSPredicate.h"
 
 namespace {
 
@@ -72,7 +72,7 @@ void faults() {
 
 } // namespace
 
-int main() {
+EXAMPLE(Predicates) {
     conditions();
     values();
     arguments();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "examples/kit/Expect.h"
-#include "platform/values/NSSortDescriptor.h"
+#include "examples/kit/Example.h"
+#include "platform/predicates/NSSortDescriptor.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ QVariant file(const char *name, int size) {
 
 } // namespace
 
-int main() {
+EXAMPLE(SortDescriptors) {
     const QVariant two = file("File2", 7), ten = file("file10", 7), one = file("file1", 9);
     const QVariantList files{ten, two, one};
 

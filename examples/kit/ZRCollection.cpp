@@ -2,7 +2,7 @@
 #include "ZRKit/Values/ZRCollection.h"
 
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace ZRKit;
 
@@ -54,7 +54,7 @@ void descriptions() {
 
 } // namespace
 
-int main() {
+EXAMPLE(ZRCollection) {
     order();
     dictionary();
     descriptions();

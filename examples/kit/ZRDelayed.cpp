@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/ZRDelayed.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 #include "platform/operations/NSRunLoop.h"
 
-#include <QCoreApplication>
 #include <QStringList>
 
 using namespace Qt::StringLiterals;
@@ -21,8 +20,7 @@ bool eventually(Condition condition) {
 
 } // namespace
 
-int main(int argc, char **argv) {
-    const QCoreApplication application(argc, argv);
+EXAMPLE(ZRDelayed) {
     QStringList searches;
 
     // performAfter: of a burst of requests only the last one runs

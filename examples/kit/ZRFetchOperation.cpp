@@ -3,7 +3,7 @@
 
 #include "ZRKit/Storage/NSFileHandle+ZRKit.h"
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 #include "platform/net/NSHTTPCookieStorage.h"
 
 #include <QFile>
@@ -102,7 +102,7 @@ private:
 
 } // namespace
 
-int main() {
+EXAMPLE(ZRFetchOperation) {
     Server server;
     Signal done;
 
@@ -213,5 +213,4 @@ int main() {
     cancelled->cancel();
     cancelled->fetchWithBlock([](const auto &) { expect(!"a cancelled fetch was completed"); });
     cancelled->waitUntilFinished();
-    return 0;
 }

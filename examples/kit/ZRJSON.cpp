@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Network/ZRJSON.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 
 #include <QDateTime>
 
 using namespace Qt::StringLiterals;
 
-int main() {
+EXAMPLE(ZRJSON) {
     // fromJSON and fromJSONData: objects and arrays only; anything else is nil
     const QVariant order =
         ZRKit::fromJSON(u"{\"id\": 18446744073709551615, \"paid\": null, \"lines\": [1.5, true]}"_s);
@@ -40,5 +40,4 @@ int main() {
     } catch (const NSException &e) {
         expect(e.reason() == u"Invalid type in JSON write (QDateTime)"_s);
     }
-    return 0;
 }

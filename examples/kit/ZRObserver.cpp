@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/ZRObserver.h"
 
-#include "examples/kit/Expect.h"
-#include "platform/values/NSException.h"
+#include "examples/kit/Example.h"
+#include "platform/base/NSException.h"
 
 using namespace Qt::StringLiterals;
 
@@ -37,7 +37,7 @@ public:
 
 } // namespace
 
-int main() {
+EXAMPLE(ZRObserver) {
     Song song;
     QStringList seen;
     int played = 0;

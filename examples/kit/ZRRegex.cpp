@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/ZRRegex.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 using namespace Qt::StringLiterals;
 
-int main() {
+EXAMPLE(ZRRegex) {
     // regexWithPattern: a wrapper, from the cache where it is there
     const ZRRegex version =
         ZRRegex::regexWithPattern(u"(?<major>\\d+) \\. (?<minor>\\d+) (-(?<tag>\\w+))?"_s, 19, true);
@@ -47,5 +47,4 @@ int main() {
     version.enumerateMatchesInString(u"from 1.2"_s, NSMatchingAnchored,
                                      [&](const ZRRegexMatch &, bool *) { ++found; });
     expect(found == 0);
-    return 0;
 }

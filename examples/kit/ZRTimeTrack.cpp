@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "ZRKit/Network/ZRTimeTrack.h"
+#include "ZRKit/Values/ZRTimeTrack.h"
 
-#include "examples/kit/Expect.h"
+#include "examples/kit/Example.h"
 
 #include <QRegularExpression>
 #include <QStringList>
@@ -23,7 +23,7 @@ bool logged(const QString &form) {
 
 } // namespace
 
-int main() {
+EXAMPLE(ZRTimeTrack) {
     qInstallMessageHandler(keep);
 
     // zxTimeTrack: the first call of a name starts its clock; each logs the time since the last call and
@@ -40,5 +40,4 @@ int main() {
     // A nil name is the clock "main", and is logged as what it is.
     ZRKit::zxTimeTrack(QString(), u"drawn"_s);
     expect(logged(u"Time <\\(null\\)> \\[0\\.0000s of 0\\.0000s\\] drawn"_s));
-    return 0;
 }

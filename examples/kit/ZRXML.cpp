@@ -2,12 +2,12 @@
 #include "ZRKit/Network/ZRXML.h"
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "examples/kit/Expect.h"
-#include "platform/values/NSException.h"
+#include "examples/kit/Example.h"
+#include "platform/base/NSException.h"
 
 using namespace Qt::StringLiterals;
 
-int main() {
+EXAMPLE(ZRXML) {
     // dictionaryByParsingXML: attributes, children in arrays, text
     const auto root = ZRXML::dictionaryByParsingXML(u"<a id=\"1\"><b>x</b><b>y</b></a>"_s);
     expect(root->value(u"id"_s) == QVariant(u"1"_s));
@@ -42,5 +42,4 @@ int main() {
     // A comment parts a text in two pieces: the last is kept, twice.
     expect(ZRXML::dictionaryByParsingXML(u"<a>one<!-- -->two</a>"_s) ==
            QVariantMap{{u"_content"_s, u"twotwo"_s}});
-    return 0;
 }

@@ -4,8 +4,8 @@
 #include "platform/archive/BinaryPropertyListWriter.h"
 #include "platform/archive/DecodingBudget.h"
 #include "platform/archive/PropertyListDate.h"
+#include "platform/base/NSError.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSError.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSSet.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSSet.h"
 
 #include <QByteArray>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/files/NSFileHandle.h"
 
+#include "platform/base/NSException.h"
 #include "platform/files/NSPathUtilities.h"
-#include "platform/values/NSException.h"
 
 #include <algorithm>
 #include <cerrno>

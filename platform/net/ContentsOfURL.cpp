@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/ContentsOfURL.h"
 
+#include "platform/base/BlockedPipeSignal.h"
 #include "platform/files/FileContents.h"
-#include "platform/net/BlockedPipeSignal.h"
 #include "platform/net/CurlGlobal.h"
-#include "platform/web/WebDataURL.h"
+#include "platform/text/WebDataURL.h"
 
 #include <curl/curl.h>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/LocalTransfer.h"
 
-#include "platform/web/WebDataURL.h"
+#include "platform/text/WebDataURL.h"
 
 #include <QFile>
 #include <QMimeDatabase>

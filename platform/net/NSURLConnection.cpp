@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/NSURLConnection.h"
 
+#include "platform/base/NSException.h"
 #include "platform/net/HTTPTransfer.h"
 #include "platform/net/LocalTransfer.h"
 #include "platform/net/TransferLoop.h"
 #include "platform/net/URLTransfer.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 
 #include <utility>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/TransferLoop.h"
 
-#include "platform/net/BlockedPipeSignal.h"
+#include "platform/base/BlockedPipeSignal.h"
+#include "platform/base/NSException.h"
 #include "platform/net/CurlGlobal.h"
 #include "platform/net/NSURLConnection.h"
 #include "platform/operations/NSThread.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 
 #include <algorithm>

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/observing/NSKeyValueObserving.h"
 
+#include "platform/base/NSException.h"
+#include "platform/base/SmallLock.h"
 #include "platform/observing/KeyValueChange.h"
 #include "platform/observing/NotifyRelay.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/ObserverCalls.h"
-#include "platform/values/SmallLock.h"
 #include "platform/values/ValueKind.h"
 
 #include <QMetaObject>
@@ -25,6 +25,8 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+using namespace zr;
 
 namespace {
 

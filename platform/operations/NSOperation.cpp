@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/NSOperation.h"
 
+#include "platform/base/NSException.h"
 #include "platform/observing/NSKeyValueObserving.h"
 #include "platform/operations/NSOperationPrivate.h"
 #include "platform/operations/NSOperationQueuePrivate.h"
 #include "platform/operations/WorkerPool.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 
 #include <algorithm>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/NSRunLoop.h"
 
+#include "platform/base/NSException.h"
 #include "platform/operations/NSThread.h"
 #include "platform/operations/NSTimer.h"
 #include "platform/operations/RunLoopAlarm.h"
 #include "platform/operations/RunLoopTimers.h"
-#include "platform/values/NSException.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/RunLoopTimers.h"
 
+#include "platform/base/NSException.h"
 #include "platform/operations/NSTimer.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSObjectRuntime.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/WorkerPool.h"
 
+#include "platform/base/NSException.h"
 #include "platform/operations/NSThread.h"
-#include "platform/values/NSException.h"
 
 #include <algorithm>
 #include <array>

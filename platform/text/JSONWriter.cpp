@@ -18,6 +18,9 @@
 #include <utility>
 #ifdef __SSE2__
 #include <emmintrin.h>
+
+using namespace zr;
+
 #endif
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/MessageDigest.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 
 #include <array>
 #include <openssl/evp.h>

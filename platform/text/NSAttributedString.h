@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/values/NSRange.h"
+#include "platform/base/NSRange.h"
 
 #include <QList>
 #include <QMetaType>

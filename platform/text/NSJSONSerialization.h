@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/values/NSError.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSError.h"
+#include "platform/base/NSException.h"
 
 #include <QByteArray>
 #include <QVariant>

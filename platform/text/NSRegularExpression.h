@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/NSError.h"
 #include "platform/text/NSTextCheckingResult.h"
-#include "platform/values/NSError.h"
 
 #include <QList>
 #include <QString>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/values/NSError.h"
+#include "platform/base/NSError.h"
 
 #include <QByteArray>
 #include <QString>

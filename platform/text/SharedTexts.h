@@ -33,7 +33,7 @@ public:
             return {{key, value}};
         QVariantMap &known = at(m_dictionaries, place(value) ^ place(key));
         if (const auto entry = known.constBegin();
-            known.isEmpty() || entry.key() != key || held<QString>(*entry) != value)
+            known.isEmpty() || entry.key() != key || zr::held<QString>(*entry) != value)
             known = {{key, value}};
         return known;
     }

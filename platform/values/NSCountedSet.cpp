@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSCountedSet.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 

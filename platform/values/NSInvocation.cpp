@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSInvocation.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSObjectRuntime.h"
+
+using namespace zr;
 
 NSInvocation::NSInvocation(const QVariant &target, const NSSelector &selector)
     : m_object(objectOf(target)), m_selector(selector), m_arguments(selector.argumentCount()) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSKeyValueCoding.h"
 
+#include "platform/base/NSException.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSSet.h"
@@ -17,6 +17,8 @@
 #include <limits>
 #include <optional>
 #include <unordered_set>
+
+using namespace zr;
 
 namespace {
 

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSNotificationCenter.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/ObserverCalls.h"
 
 #include <algorithm>
 #include <exception>
+
+using namespace zr;
 
 namespace {
 

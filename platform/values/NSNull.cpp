@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSNull.h"
 
-#include "platform/values/NSError.h"
+#include "platform/base/NSError.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/ValueKind.h"
 
 #include <QDateTime>
 #include <QObject>
 #include <QUrl>
+
+using namespace zr;
 
 bool NSIsNull(const QVariant &value) {
     return value.metaType().id() == QMetaType::Nullptr;

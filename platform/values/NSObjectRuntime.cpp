@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSObjectRuntime.h"
 
+#include "platform/base/NSError.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSError.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSSet.h"
 #include "platform/values/NumberText.h"
@@ -20,6 +20,8 @@
 #include <array>
 #include <cmath>
 #include <limits>
+
+using namespace zr;
 
 namespace {
 

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSSet.h"
 
+#include "platform/base/NSError.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSError.h"
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QDateTime>
 #include <QUrl>
 #include <QUuid>
 #include <cstring>
+
+using namespace zr;
 
 namespace {
 

@@ -11,6 +11,8 @@
 #include <QUrl>
 #include <QVariantHash>
 
+namespace zr {
+
 namespace {
 
 constexpr auto SmartPointers =
@@ -188,3 +190,5 @@ QObject *objectOf(const QVariant &value) {
         return held<QObject *>(value);
     return flags & SmartPointers ? value.value<QObject *>() : nullptr;
 }
+
+} // namespace zr

@@ -7,6 +7,8 @@
 
 class QObject;
 
+namespace zr {
+
 /// What a value is to the platform, whatever C++ type holds it.
 enum class ValueKind {
     Nil,        ///< NSIsNil()
@@ -119,3 +121,5 @@ inline const QVariant *entryOf(const QVariant &dictionary, const QString &key, Q
     const auto at = entries.constFind(key);
     return at == entries.constEnd() ? nullptr : &at.value();
 }
+
+} // namespace zr

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebArchiveServer.h"
 
-#include "platform/web/DevToolsSession.h"
-#include "platform/web/WebDocumentSniffer.h"
+#include "platform/browser/DevToolsSession.h"
+#include "platform/documents/WebDocumentSniffer.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

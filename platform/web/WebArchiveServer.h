@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/web/WebArchive.h"
+#include "platform/documents/WebArchive.h"
 
 #include <QJsonObject>
 #include <functional>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/values/NSError.h"
-#include "platform/web/BrowserProcess.h"
+#include "platform/base/NSError.h"
+#include "platform/browser/BrowserProcess.h"
 #include "platform/web/WebPage.h"
 
 #include <deque>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/values/NSError.h"
-#include "platform/values/NSURLErrorCode.h"
+#include "platform/base/NSError.h"
+#include "platform/base/NSURLErrorCode.h"
 
 /// The error for a failure as the browser names it, such as "net::ERR_CONNECTION_REFUSED".
 NSError WebLoadError(const QString &browserText, const QString &url = {});

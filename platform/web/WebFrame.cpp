@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebFrame.h"
 
+#include "platform/documents/WebDocument.h"
+#include "platform/documents/WebDocumentSniffer.h"
+#include "platform/documents/WebDocumentTraits.h"
 #include "platform/pdf/PDFDocument.h"
+#include "platform/print/PagePreparation.h"
+#include "platform/text/WebDataURL.h"
 #include "platform/values/NSLog.h"
-#include "platform/web/PagePreparation.h"
-#include "platform/web/WebDataURL.h"
-#include "platform/web/WebDocument.h"
-#include "platform/web/WebDocumentSniffer.h"
-#include "platform/web/WebDocumentTraits.h"
 #include "platform/web/WebError.h"
 #include "platform/web/WebPage.h"
 #include "platform/web/WebView.h"

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebPage.h"
 
+#include "platform/documents/WebDocument.h"
+#include "platform/documents/WebDocumentSniffer.h"
+#include "platform/documents/WebDocumentTraits.h"
 #include "platform/web/WebArchiveServer.h"
-#include "platform/web/WebDocument.h"
-#include "platform/web/WebDocumentSniffer.h"
-#include "platform/web/WebDocumentTraits.h"
 #include "platform/web/WebError.h"
 
 #include <QJsonArray>

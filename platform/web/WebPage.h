@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/values/NSError.h"
-#include "platform/web/DevToolsSession.h"
+#include "platform/base/NSError.h"
+#include "platform/browser/DevToolsSession.h"
 #include "platform/web/WebPreferences.h"
 
 #include <QSet>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebView.h"
 
-#include "platform/values/NSError.h"
+#include "platform/base/NSError.h"
 #include "platform/web/WebEngine.h"
 
 #include <QTimer>

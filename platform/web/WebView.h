@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/interface/NSAutoresizingMask.h"
+#include "platform/values/NSAutoresizingMask.h"
 #include "platform/web/WebFrame.h"
 #include "platform/web/WebFrameLoadDelegate.h"
 #include "platform/web/WebPreferences.h"

@@ -26,7 +26,7 @@ NSXPCConnection::NSXPCConnection(const NSXPCListenerEndpoint &endpoint)
     : m_core(std::make_shared<XPCConnectionCore>(
           QString(),
           [endpoint](QString *error, pid_t *) {
-              XPCDescriptor socket = endpoint.connect();
+              zr::FileDescriptor socket = endpoint.connect();
               if (!socket)
                   *error = QString::fromLocal8Bit(std::strerror(errno));
               return socket;

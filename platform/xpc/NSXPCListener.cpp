@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/NSXPCListener.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/xpc/NSXPCConnection.h"
 #include "platform/xpc/XPCConnectionCore.h"
@@ -35,7 +35,7 @@ constexpr std::chrono::milliseconds grace{250};
 /// What the listener's thread works with; it may outlive the listener.
 class NSXPCListener::Core : public std::enable_shared_from_this<Core> {
 public:
-    Core(XPCDescriptor socket, NSXPCListenerEndpoint endpoint)
+    Core(zr::FileDescriptor socket, NSXPCListenerEndpoint endpoint)
         : m_socket(std::move(socket)), m_endpoint(std::move(endpoint)),
           m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
           m_spare(::open("/dev/null", O_RDONLY | O_CLOEXEC)) {
@@ -43,7 +43,7 @@ public:
             ::fcntl(m_socket.get(), F_SETFL, ::fcntl(m_socket.get(), F_GETFL) | O_NONBLOCK);
     }
 
-    void start(NSXPCListener *listener, XPCDescriptor termination) {
+    void start(NSXPCListener *listener, zr::FileDescriptor termination) {
         {
             const std::lock_guard lock(m_mutex);
             m_listener = listener;
@@ -116,12 +116,12 @@ private:
     }
 
     void acceptOne() {
-        XPCDescriptor socket(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        zr::FileDescriptor socket(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!socket) {
             // Out of descriptors the caller would wait for ever and we would be woken for ever: close it.
             if ((errno == EMFILE || errno == ENFILE) && m_spare) {
                 m_spare.reset();
-                XPCDescriptor(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC)).reset();
+                zr::FileDescriptor(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC)).reset();
                 m_spare.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC));
                 NSLog(QStringLiteral("NSXPCListener: out of file descriptors, a connection was closed"));
             }
@@ -206,11 +206,11 @@ private:
         return longest ? longest : isWorking ? -1 : 0;
     }
 
-    XPCDescriptor m_socket;
+    zr::FileDescriptor m_socket;
     const NSXPCListenerEndpoint m_endpoint;
-    const XPCDescriptor m_wake;
-    XPCDescriptor m_spare;
-    XPCDescriptor m_termination;
+    const zr::FileDescriptor m_wake;
+    zr::FileDescriptor m_spare;
+    zr::FileDescriptor m_termination;
     std::atomic<bool> m_draining = false;
 
     mutable std::mutex m_mutex;
@@ -224,7 +224,7 @@ private:
     bool m_invalid = false;
 };
 
-NSXPCListener::NSXPCListener(XPCDescriptor socket, const NSXPCListenerEndpoint &endpoint)
+NSXPCListener::NSXPCListener(zr::FileDescriptor socket, const NSXPCListenerEndpoint &endpoint)
     : m_core(std::make_shared<Core>(std::move(socket), endpoint)) {
 }
 
@@ -236,7 +236,7 @@ NSXPCListener *NSXPCListener::serviceListener() {
     // Never destroyed: it lives as long as the process.
     static auto *listener = [] {
         QString reason;
-        XPCDescriptor socket = XPCServiceProcess::takeSocket(&reason);
+        zr::FileDescriptor socket = XPCServiceProcess::takeSocket(&reason);
         if (!socket) {
             NSLog("NSXPCListener: %@", reason);
             std::fflush(nullptr);

@@ -21,7 +21,7 @@ public:
     static std::unique_ptr<NSXPCListener> anonymousListener();
 
     /// A listener on a listening Unix stream socket.
-    explicit NSXPCListener(XPCDescriptor socket, const NSXPCListenerEndpoint &endpoint = {});
+    explicit NSXPCListener(zr::FileDescriptor socket, const NSXPCListenerEndpoint &endpoint = {});
     /// Invalidates the listener.
     ~NSXPCListener();
     NSXPCListener(const NSXPCListener &) = delete;

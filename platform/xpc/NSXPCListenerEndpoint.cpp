@@ -5,11 +5,11 @@
 
 #include <cerrno>
 
-NSXPCListenerEndpoint::NSXPCListenerEndpoint(XPCDescriptor address)
-    : m_address(std::make_shared<const XPCDescriptor>(std::move(address))) {
+NSXPCListenerEndpoint::NSXPCListenerEndpoint(zr::FileDescriptor address)
+    : m_address(std::make_shared<const zr::FileDescriptor>(std::move(address))) {
 }
 
-XPCDescriptor NSXPCListenerEndpoint::connect() const {
+zr::FileDescriptor NSXPCListenerEndpoint::connect() const {
     if (m_address && *m_address)
         return XPCConnect(*m_address);
     errno = ENOTCONN;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/xpc/XPCDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 
 #include <memory>
 
@@ -9,11 +9,11 @@
 class NSXPCListenerEndpoint {
 public:
     NSXPCListenerEndpoint() = default;
-    explicit NSXPCListenerEndpoint(XPCDescriptor address);
+    explicit NSXPCListenerEndpoint(zr::FileDescriptor address);
 
     /// A socket connected to the listener; none, with errno set, when nobody listens.
-    XPCDescriptor connect() const;
+    zr::FileDescriptor connect() const;
 
 private:
-    std::shared_ptr<const XPCDescriptor> m_address;
+    std::shared_ptr<const zr::FileDescriptor> m_address;
 };

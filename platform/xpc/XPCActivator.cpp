@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/XPCActivator.h"
 
+#include "platform/base/XPCSpawn.h"
 #include "platform/xpc/XPCReactor.h"
 #include "platform/xpc/XPCSocket.h"
-#include "platform/xpc/XPCSpawn.h"
 #include "platform/xpc/XPCThread.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@
 
 struct XPCActivator::Instance {
     QString name;
-    XPCDescriptor address;
+    zr::FileDescriptor address;
     XPCSpawned process;
     quint64 token = 0;
 };
@@ -37,7 +37,7 @@ namespace {
 
 /// Whether the process has begun to exit. Its connections close somewhat before it can be waited for.
 bool isEnding(pid_t process) {
-    const XPCDescriptor file(
+    const zr::FileDescriptor file(
         ::open(("/proc/" + QByteArray::number(process) + "/stat").constData(), O_RDONLY | O_CLOEXEC));
     std::array<char, 1024> text{};
     if (!file || ::read(file.get(), text.data(), text.size() - 1) <= 0)
@@ -87,14 +87,14 @@ QByteArray XPCActivator::executable(const QString &name) {
     return {};
 }
 
-XPCDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *process) {
+zr::FileDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *process) {
     *process = 0;
     if (!isName(name)) {
         *error = QStringLiteral("\"%1\" is not the name of a service").arg(name);
         return {};
     }
     if (const QByteArray runtime = XPCRuntimeFolder(); !runtime.isEmpty()) {
-        if (XPCDescriptor socket = XPCConnect(runtime + '/' + name.toLatin1() + ".sock"))
+        if (zr::FileDescriptor socket = XPCConnect(runtime + '/' + name.toLatin1() + ".sock"))
             return socket;
     }
     // A process in its last moments refuses; its successor is started at once.
@@ -109,7 +109,7 @@ XPCDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *
             else
                 return {};
         }
-        if (XPCDescriptor socket = XPCConnect(instance->address)) {
+        if (zr::FileDescriptor socket = XPCConnect(instance->address)) {
             *process = instance->process.pid;
             return socket;
         }

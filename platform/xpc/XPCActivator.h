@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/xpc/XPCDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 
 #include <QByteArray>
 #include <QString>
@@ -33,7 +33,7 @@ public:
 
     /// A connected socket to the service; none, with the text of what failed, where that can't be had.
     /// \param process  receives the instance's process where this process has started it, else 0
-    XPCDescriptor connect(const QString &name, QString *error, pid_t *process);
+    zr::FileDescriptor connect(const QString &name, QString *error, pid_t *process);
     /// The process of the instance this process has started, 0 where none lives.
     pid_t processIdentifier(const QString &name);
 

@@ -3,7 +3,7 @@
 
 #include "platform/archive/NSKeyedArchiver.h"
 #include "platform/archive/NSKeyedUnarchiver.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 
 namespace {

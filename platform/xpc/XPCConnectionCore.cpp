@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/XPCConnectionCore.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/xpc/NSXPCConnection.h"
 #include "platform/xpc/XPCActivator.h"
@@ -146,7 +146,7 @@ void XPCConnectionCore::invalidate() {
 bool XPCConnectionCore::connect(std::unique_lock<std::mutex> &lock) {
     if (!m_link) {
         QString reason;
-        XPCDescriptor socket = m_connector(&reason, &m_process);
+        zr::FileDescriptor socket = m_connector(&reason, &m_process);
         if (!socket) {
             NSLog("NSXPCConnection: %@", reason);
             m_state = State::Invalid;

@@ -24,7 +24,7 @@ public:
     using Handler = std::function<void()>;
     using ErrorHandler = XPCRemote::ErrorHandler;
     /// Gives a connected socket and, where known, the process behind it; or none and the text of what failed.
-    using Connector = std::function<XPCDescriptor(QString *error, pid_t *process)>;
+    using Connector = std::function<zr::FileDescriptor(QString *error, pid_t *process)>;
 
     struct Settings {
         std::shared_ptr<const NSXPCInterface> remoteInterface;

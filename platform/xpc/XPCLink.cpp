@@ -18,13 +18,13 @@ constexpr quint32 quiet = EPOLLRDHUP | EPOLLET;
 
 } // namespace
 
-std::shared_ptr<XPCLink> XPCLink::make(XPCDescriptor socket, End end) {
+std::shared_ptr<XPCLink> XPCLink::make(zr::FileDescriptor socket, End end) {
     std::shared_ptr<XPCLink> link(new XPCLink(std::move(socket), end));
     link->watch();
     return link;
 }
 
-XPCLink::XPCLink(XPCDescriptor socket, End end)
+XPCLink::XPCLink(zr::FileDescriptor socket, End end)
     : m_socket(std::move(socket)), m_end(end), m_reader([this](char *into, std::size_t count) {
           ssize_t got = 0;
           do {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/xpc/XPCDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 #include "platform/xpc/XPCFrame.h"
 
 #include <atomic>
@@ -26,7 +26,7 @@ public:
     enum class End { Connecting, Accepted };
 
     /// \param socket  a connected stream socket
-    static std::shared_ptr<XPCLink> make(XPCDescriptor socket, End end);
+    static std::shared_ptr<XPCLink> make(zr::FileDescriptor socket, End end);
     ~XPCLink();
     XPCLink(const XPCLink &) = delete;
     XPCLink &operator=(const XPCLink &) = delete;
@@ -51,7 +51,7 @@ public:
     std::optional<std::chrono::steady_clock::time_point> quietSince() const;
 
 private:
-    XPCLink(XPCDescriptor socket, End end);
+    XPCLink(zr::FileDescriptor socket, End end);
     void watch();
     void touch();
     void ready(quint32 events);
@@ -68,7 +68,7 @@ private:
 
     static constexpr quint64 maximumUntaken = quint64(64) << 20;
 
-    XPCDescriptor m_socket;
+    zr::FileDescriptor m_socket;
     const End m_end;
     std::atomic<std::chrono::steady_clock::rep> m_touched{0};
     XPCFrameReader m_reader;

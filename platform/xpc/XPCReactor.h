@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/xpc/XPCDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 
 #include <QtGlobal>
 #include <functional>
@@ -32,7 +32,7 @@ private:
     XPCReactor();
     void run();
 
-    XPCDescriptor m_epoll;
+    zr::FileDescriptor m_epoll;
     std::mutex m_mutex;
     quint64 m_lastToken = 0;
     std::unordered_map<quint64, std::shared_ptr<Handler>> m_handlers;

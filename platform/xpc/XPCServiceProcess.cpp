@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/XPCServiceProcess.h"
 
-#include "platform/xpc/XPCSpawn.h"
+#include "platform/base/XPCSpawn.h"
 #include "platform/xpc/XPCThread.h"
 
 #include <atomic>
@@ -45,7 +45,7 @@ int option(int socket, int name) {
 
 } // namespace
 
-XPCDescriptor XPCServiceProcess::takeSocket(QString *error) {
+zr::FileDescriptor XPCServiceProcess::takeSocket(QString *error) {
     const long count = number("LISTEN_FDS");
     if (number("LISTEN_PID") != ::getpid() || count < 1) {
         *error = QStringLiteral("no socket was passed to this service: it is started by its clients or by "
@@ -60,7 +60,7 @@ XPCDescriptor XPCServiceProcess::takeSocket(QString *error) {
         *error = QStringLiteral("descriptor 3 is not a listening Unix stream socket");
         return {};
     }
-    return XPCDescriptor(firstPassedDescriptor);
+    return zr::FileDescriptor(firstPassedDescriptor);
 }
 
 void XPCServiceProcess::watchLifeline() {
@@ -79,8 +79,8 @@ void XPCServiceProcess::watchLifeline() {
     });
 }
 
-XPCDescriptor XPCServiceProcess::watchTermination() {
-    XPCDescriptor reader(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+zr::FileDescriptor XPCServiceProcess::watchTermination() {
+    zr::FileDescriptor reader(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     terminationDescriptor = ::fcntl(reader.get(), F_DUPFD_CLOEXEC, 0);
     struct sigaction action {};
     action.sa_handler = onTermination;

@@ -47,12 +47,12 @@ bool fill(sockaddr_un &address, const QByteArray &path) {
 }
 
 /// Makes a folder that is locked as long as its descriptor is open, so that sweep() leaves it alone.
-XPCDescriptor makeFolder(QByteArray &path) {
+zr::FileDescriptor makeFolder(QByteArray &path) {
     for (int attempt = 0; attempt < 1000; ++attempt) {
         path = parentFolder() + '/' + folderPrefix + "XXXXXX";
         if (!::mkdtemp(path.data()))
             return {};
-        XPCDescriptor folder(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        zr::FileDescriptor folder(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         struct stat status {};
         // Between making and locking, a sweep may take the folder for a stale one.
         if (folder && ::flock(folder.get(), LOCK_EX) == 0 && ::fstat(folder.get(), &status) == 0 &&
@@ -79,7 +79,7 @@ XPCPrivateSocket XPCPrivateSocket::make(QString *error) {
     XPCPrivateSocket made;
     const char *step = "socket";
     QByteArray path;
-    XPCDescriptor folder;
+    zr::FileDescriptor folder;
     sockaddr_un address{};
 
     made.listening.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -127,7 +127,7 @@ void XPCPrivateSocket::sweep() {
         if (std::strncmp(entry->d_name, folderPrefix, sizeof folderPrefix - 1) != 0)
             continue;
         struct stat status {};
-        const XPCDescriptor folder(
+        const zr::FileDescriptor folder(
             ::openat(within, entry->d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (!folder || ::fstat(folder.get(), &status) != 0 || status.st_uid != ::geteuid() ||
             ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0)
@@ -137,9 +137,9 @@ void XPCPrivateSocket::sweep() {
     }
 }
 
-XPCDescriptor XPCConnect(const QByteArray &path) {
+zr::FileDescriptor XPCConnect(const QByteArray &path) {
     sockaddr_un address{};
-    XPCDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    zr::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!socket || !fill(address, path))
         return {};
     while (::connect(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
@@ -153,7 +153,7 @@ XPCDescriptor XPCConnect(const QByteArray &path) {
     return socket;
 }
 
-XPCDescriptor XPCConnect(const XPCDescriptor &address) {
+zr::FileDescriptor XPCConnect(const zr::FileDescriptor &address) {
     return XPCConnect(through(address.get()));
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/xpc/XPCDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,8 +12,8 @@
 /// The socket is bound in a fresh folder of mode 0700, whose name and the socket's own are taken away at
 /// once. `address` refers to the socket all the same: through it this process connects.
 struct XPCPrivateSocket {
-    XPCDescriptor listening;
-    XPCDescriptor address;
+    zr::FileDescriptor listening;
+    zr::FileDescriptor address;
 
     /// Makes one in the user's runtime folder, else in the folder for temporary files.
     /// \param error  where given, receives the text of what failed
@@ -27,9 +27,9 @@ struct XPCPrivateSocket {
 QByteArray XPCRuntimeFolder();
 
 /// Connects to what listens at the path; none, with errno set, where nothing does or another user would.
-XPCDescriptor XPCConnect(const QByteArray &path);
+zr::FileDescriptor XPCConnect(const QByteArray &path);
 /// Connects to the socket that an address of XPCPrivateSocket refers to.
-XPCDescriptor XPCConnect(const XPCDescriptor &address);
+zr::FileDescriptor XPCConnect(const zr::FileDescriptor &address);
 
 /// Whether the process at the other end runs under this process's user.
 bool XPCPeerIsSameUser(int socket);

@@ -2,7 +2,7 @@
 // Any stream of bytes gives frames and then ends; a frame that is read is written again the same; whatever a
 // frame holds is a call or an NSException. No more memory is asked for than has arrived, but for a first
 // step.
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/xpc/XPCCall.h"
 #include "platform/xpc/XPCFrame.h"
 

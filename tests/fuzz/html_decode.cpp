@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Any bytes decode, in the encoding they seem to have and in each one that the first byte picks; valid bytes
 // of an encoding give no replacement character of the decoder's.
-#include "platform/web/WebDocumentDecoder.h"
+#include "platform/documents/WebDocumentDecoder.h"
 
 #include <cstdlib>
 

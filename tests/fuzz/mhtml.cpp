@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Any bytes are a MIME archive or none; one that is keeps its promises: what it holds is found again, and
 // nothing in it is at a local file.
-#include "platform/web/WebArchive.h"
+#include "platform/documents/WebArchive.h"
 
 #include <cstdlib>
 

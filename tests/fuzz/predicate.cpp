@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Any text gives a predicate or an NSException that tells the position; what was read is written as a text
 // that reads back as the same text; and it holds, holds not, or raises an NSException, whatever it says.
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
+#include "platform/predicates/NSPredicate.h"
 #include "platform/values/NSNull.h"
-#include "platform/values/NSPredicate.h"
 
 #include <QStringList>
 #include <cstdlib>

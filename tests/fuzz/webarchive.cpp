@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any bytes are a property-list archive or none, and so is what they claim to be within a whole document.
-#include "platform/web/WebDocument.h"
+#include "platform/documents/WebDocument.h"
 
 #include <cstdlib>
 

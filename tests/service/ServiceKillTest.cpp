@@ -58,7 +58,7 @@ QString longDocument() {
 /// The service as a socket unit starts it, with its log.
 class UnitService {
 public:
-    explicit UnitService(const XPCDescriptor &socket) {
+    explicit UnitService(const zr::FileDescriptor &socket) {
         std::array<int, 2> log{};
         EXPECT_EQ(::pipe2(log.data(), O_CLOEXEC), 0);
         m_log.reset(log[0]);
@@ -121,7 +121,7 @@ public:
 
 private:
     pid_t m_pid = -1;
-    XPCDescriptor m_log;
+    zr::FileDescriptor m_log;
     QByteArray m_text;
 };
 
@@ -174,7 +174,7 @@ public:
     NSError error;
 
 private:
-    XPCDescriptor m_socket;
+    zr::FileDescriptor m_socket;
 };
 
 enum class Stage { Idle, Loading, Printing, Replying };
@@ -242,7 +242,7 @@ protected:
 
     const RuntimeFolder runtime;
     const QString path = runtime.path() + QStringLiteral("/unit.sock");
-    const XPCDescriptor socket = listenAt(path);
+    const zr::FileDescriptor socket = listenAt(path);
     std::unique_ptr<UnitService> service;
     Gate never;
     HTTPServer server{[this](const HTTPServer::Request &request) {

@@ -64,7 +64,7 @@ public:
 
 private:
     int m_port = 0;
-    XPCDescriptor m_socket;
+    zr::FileDescriptor m_socket;
 };
 
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/net/BlockedPipeSignal.h"
+#include "platform/base/BlockedPipeSignal.h"
 #include "tests/ZRKit/Network/FetchTest.h"
 #include "tests/support/ListenOnLoopback.h"
 

@@ -2,7 +2,7 @@
 #include "ZRKit/Network/ZRFetchOperation.h"
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "tests/ZRKit/Network/FetchTest.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LoopbackServers.h"

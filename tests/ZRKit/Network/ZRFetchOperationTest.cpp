@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Network/ZRFetchOperation.h"
 
+#include "platform/base/NSException.h"
 #include "platform/files/NSFileHandle.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/net/NSHTTPCookieStorage.h"
-#include "platform/values/NSException.h"
 #include "tests/ZRKit/Network/FetchTest.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LoopbackServers.h"

@@ -2,7 +2,7 @@
 #include "ZRKit/Network/ZRXML.h"
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/Expect.h"
 #include "tests/support/LogCapture.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/ZRDelayed.h"
 
+#include "platform/base/NSException.h"
+#include "platform/base/NSObjectLock.h"
 #include "platform/operations/NSRunLoop.h"
-#include "platform/values/NSException.h"
-#include "platform/values/NSObjectLock.h"
 #include "tests/support/Gate.h"
 #include "tests/support/LogCapture.h"
 

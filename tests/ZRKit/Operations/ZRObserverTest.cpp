@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Operations/ZRObserver.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/LogCapture.h"

@@ -2,7 +2,7 @@
 #include "ZRKit/Operations/ZROperationQueue.h"
 
 #include "ZRKit/Operations/NSOperationQueue+ZRKit.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "tests/support/Gate.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ObserverLog.h"

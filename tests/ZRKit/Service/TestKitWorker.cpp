@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/ZRKit/Service/TestKitWorker.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 
 #include <QFile>
 #include <QFileInfo>

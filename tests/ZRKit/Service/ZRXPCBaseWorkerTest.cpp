@@ -4,7 +4,7 @@
 #include "ZRKit/Service/ZRXPCDelegate.h"
 #include "platform/archive/NSKeyedArchiver.h"
 #include "platform/archive/NSKeyedUnarchiver.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCConnection.h"
 #include "platform/xpc/NSXPCListener.h"

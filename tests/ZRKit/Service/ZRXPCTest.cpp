@@ -316,7 +316,8 @@ TEST(ZRXPC, AClientMayGoBeforeItsTasks) {
 
 TEST(ZRXPC, TheFirstTaskOfAProcessIsNumberZeroAcrossConnections) {
     const QString name = freshName();
-    const XPCDescriptor socket = listenAt(runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock"));
+    const zr::FileDescriptor socket =
+        listenAt(runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock"));
     const QString program =
         QFile::symLinkTarget(QStringLiteral("/proc/self/exe")).section(QLatin1Char('/'), 0, -2);
     int log[2];

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
 
-#include "ZRKit/ZRMacros.h"
+#include "ZRKit/Values/ZRMacros.h"
 #include "platform/files/NSBundle.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/values/NSNull.h"

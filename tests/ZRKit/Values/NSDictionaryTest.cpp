@@ -2,8 +2,8 @@
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
 
 #include "ZRKit/Values/ZRCollection.h"
-#include "platform/values/NSError.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSError.h"
+#include "platform/base/NSException.h"
 #include "tests/support/Expect.h"
 
 #include <QDateTime>

@@ -2,11 +2,11 @@
 #include "ZRKit/Values/NSObject+ZRKit.h"
 
 #include "ZRKit/Values/ZRCollection.h"
+#include "platform/base/NSError.h"
+#include "platform/base/NSException.h"
 #include "platform/text/NSAttributedString.h"
 #include "platform/values/NSCountedSet.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSError.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSSet.h"
 
@@ -18,6 +18,8 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+
+using namespace zr;
 
 namespace {
 

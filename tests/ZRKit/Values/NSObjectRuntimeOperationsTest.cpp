@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
+#include "platform/base/NSException.h"
+#include "platform/base/NSObjectLock.h"
 #include "platform/operations/NSRunLoop.h"
 #include "platform/operations/NSThread.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNotificationCenter.h"
 #include "platform/values/NSNull.h"
-#include "platform/values/NSObjectLock.h"
 #include "platform/values/NSSet.h"
 #include "tests/support/LogCapture.h"
 

@@ -2,12 +2,14 @@
 #include "ZRKit/Values/NSObject+ZRKit.h"
 
 #include "ZRKit/Values/ZRCollection.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
 
 #include <gtest/gtest.h>
+
+using namespace zr;
 
 namespace {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSString+ZRKit.h"
 
+#include "platform/base/NSException.h"
 #include "platform/text/NSAttributedString.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 
 #include <QRegularExpression>

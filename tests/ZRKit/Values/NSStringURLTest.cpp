@@ -2,8 +2,8 @@
 #include "ZRKit/Values/NSString+ZRKit.h"
 
 #include "ZRKit/Values/ZRCollection.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 
 #include <gtest/gtest.h>

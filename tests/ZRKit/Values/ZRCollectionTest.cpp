@@ -10,6 +10,8 @@
 #include <QObject>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c"),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/platform/archive/Identical.h"
 
-#include "platform/values/NSError.h"
+#include "platform/base/NSError.h"
 #include "platform/values/NSSet.h"
 
 #include <QDateTime>

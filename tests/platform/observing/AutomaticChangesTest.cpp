@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Changes that NOTIFY signals announce, and key paths.
+#include "platform/base/NSException.h"
 #include "platform/observing/NSKeyValueObserving.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ObserverLog.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/observing/NSKeyValueObserving.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/Gate.h"
 #include "tests/support/ObserverLog.h"

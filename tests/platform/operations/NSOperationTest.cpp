@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/NSOperation.h"
 
+#include "platform/base/NSException.h"
 #include "platform/operations/NSBlockOperation.h"
 #include "platform/operations/NSOperationQueue.h"
-#include "platform/values/NSException.h"
 #include "tests/support/Gate.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ObserverLog.h"

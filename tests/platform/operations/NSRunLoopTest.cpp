@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/NSRunLoop.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "tests/support/Gate.h"
 
 #include <QCoreApplication>

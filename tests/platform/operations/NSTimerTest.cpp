@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/NSTimer.h"
 
+#include "platform/base/NSException.h"
 #include "platform/operations/NSRunLoop.h"
-#include "platform/values/NSException.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/Gate.h"
 #include "tests/support/LogCapture.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/NSRegularExpression.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 #include "tests/support/LogCapture.h"
 
 #include <atomic>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "platform/values/NSError.h"
-#include "platform/values/NSException.h"
+#include "platform/base/NSError.h"
+#include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 
 #include <QDateTime>

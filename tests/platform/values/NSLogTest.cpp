@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSLog.h"
 
-#include "ZRKit/ZRMacros.h"
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -25,14 +24,4 @@ TEST(NSLog, WritesTheLineUnchangedThroughTheMessageHandler) {
     const LogCapture log;
     NSLog("!!! XPC Error: %@", QStringLiteral("x\ny %@"));
     EXPECT_EQ(log.lines(), QStringList{QStringLiteral("!!! XPC Error: x\ny %@")});
-}
-
-TEST(ZRMacros, AssertionLineHasItsFixedTextsAndACallStack) {
-    const LogCapture log;
-    ZRKit::zxAssertFailed("-[ZRXPC performXPCWithObject:]", "(operation.error)", "ZRXPC", 128);
-    ASSERT_EQ(log.lines().size(), 1);
-    const QString start = QStringLiteral("Assertion <ZRXPC:128> -[ZRXPC performXPCWithObject:]\n\n"
-                                         "    (operation.error) failed assertion\n\n");
-    EXPECT_TRUE(log.lines().front().startsWith(start));
-    EXPECT_GT(log.lines().front().size(), start.size());
 }

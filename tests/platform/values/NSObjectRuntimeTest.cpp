@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSObjectRuntime.h"
 
+#include "platform/base/NSError.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSError.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSSet.h"
 #include "tests/platform/values/RuntimeObjects.h"
@@ -17,6 +17,8 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+
+using namespace zr;
 
 using namespace NSObjectRuntime;
 

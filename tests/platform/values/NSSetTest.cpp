@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSSet.h"
 
+#include "platform/base/NSError.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSError.h"
 #include "platform/values/NSNull.h"
 
 #include <QDateTime>

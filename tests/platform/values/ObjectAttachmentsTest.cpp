@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "platform/base/NSObjectLock.h"
 #include "platform/values/NSAssociatedObjects.h"
 #include "platform/values/NSInvocation.h"
-#include "platform/values/NSObjectLock.h"
 #include "tests/platform/values/RuntimeObjects.h"
 
 #include <atomic>

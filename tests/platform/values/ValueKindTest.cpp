@@ -8,6 +8,8 @@
 #include <QVariantHash>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 const QString a = QStringLiteral("a"), b = QStringLiteral("b");

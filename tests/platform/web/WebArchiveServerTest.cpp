@@ -2,7 +2,7 @@
 #include "platform/web/WebArchiveServer.h"
 
 #include "platform/archive/NSPropertyList.h"
-#include "tests/platform/web/BrowserPage.h"
+#include "tests/platform/print/BrowserPage.h"
 #include "tests/support/ListenOnLoopback.h"
 
 #include <QJsonArray>

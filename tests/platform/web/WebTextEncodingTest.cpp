@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "platform/web/WebTextEncoding.h"
+#include "platform/documents/WebTextEncoding.h"
 
-#include "tests/platform/web/BrowserPage.h"
+#include "tests/platform/print/BrowserPage.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -2,9 +2,9 @@
 #include "platform/web/WebView.h"
 
 #include "ZRKit/Interface/NSView+ZRKit.h"
+#include "platform/base/NSError.h"
 #include "platform/operations/NSRunLoop.h"
 #include "platform/pdf/PDFDocument.h"
-#include "platform/values/NSError.h"
 #include "platform/web/WebError.h"
 #include "tests/support/Gate.h"
 #include "tests/support/HTTPServer.h"

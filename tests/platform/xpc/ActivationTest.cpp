@@ -76,7 +76,7 @@ TEST_F(Activation, AnotherInstanceIsAnotherProcessOfTheSameExecutable) {
 
 TEST_F(Activation, TheServiceGetsItsSocketItsLifelineAndNothingElse) {
     // Descriptors of careless hosts must not reach the service.
-    const XPCDescriptor careless(::open("/dev/zero", O_RDONLY));
+    const zr::FileDescriptor careless(::open("/dev/zero", O_RDONLY));
     qputenv("LISTEN_FDS", "7");
     qputenv("NOTIFY_SOCKET", "/run/nowhere");
     TestClient client(freshName());
@@ -328,7 +328,7 @@ TEST_F(Activation, TheServiceIsFoundInThePrefixOfItsHost) {
 TEST_F(Activation, ASocketUnitsSocketGoesFirst) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
-    XPCDescriptor socket = listenAt(path);
+    zr::FileDescriptor socket = listenAt(path);
     const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     {
         TestClient client(name);
@@ -349,7 +349,7 @@ TEST_F(Activation, ASocketUnitsSocketGoesFirst) {
 TEST_F(Activation, AUnitsServiceDoesNotDependOnItsStandardInput) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
-    const XPCDescriptor socket = listenAt(path);
+    const zr::FileDescriptor socket = listenAt(path);
     const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     TestClient client(name);
     EXPECT_EQ(client.pid(), unit);
@@ -363,7 +363,7 @@ TEST_F(Activation, AUnitsServiceDoesNotDependOnItsStandardInput) {
 TEST_F(Activation, AMonitorTellsOfAUnitsServiceToo) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
-    const XPCDescriptor socket = listenAt(path);
+    const zr::FileDescriptor socket = listenAt(path);
     const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     Inbox<NSXPCServiceMonitor::Exit> exits;
     const NSXPCServiceMonitor monitor(name, [&](const NSXPCServiceMonitor::Exit &exit) { exits.put(exit); });
@@ -382,7 +382,7 @@ TEST_F(Activation, AMonitorTellsOfAUnitsServiceToo) {
 TEST_F(Activation, ATerminatedServiceServesThoseWhoWaitAndLeaves) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
-    const XPCDescriptor socket = listenAt(path);
+    const zr::FileDescriptor socket = listenAt(path);
     const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     const QTemporaryDir folder;
     const QString flag = folder.filePath(QStringLiteral("flag"));
@@ -411,10 +411,10 @@ TEST_F(Activation, ATerminatedServiceServesThoseWhoWaitAndLeaves) {
 TEST_F(Activation, HalfOpenFramesDoNotKeepATerminatedService) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
-    const XPCDescriptor socket = listenAt(path);
+    const zr::FileDescriptor socket = listenAt(path);
     const pid_t unit = startLikeSystemd(serviceProgram(), socket);
-    const XPCDescriptor silent = XPCConnect(QFile::encodeName(path));
-    const XPCDescriptor halfOpen = XPCConnect(QFile::encodeName(path));
+    const zr::FileDescriptor silent = XPCConnect(QFile::encodeName(path));
+    const zr::FileDescriptor halfOpen = XPCConnect(QFile::encodeName(path));
     ASSERT_EQ(::write(halfOpen.get(), "ZRXP\1\1", 6), 6);
     TestClient client(name);
     ASSERT_EQ(client.pid(), unit);
@@ -426,7 +426,7 @@ TEST_F(Activation, HalfOpenFramesDoNotKeepATerminatedService) {
 TEST_F(Activation, ASecondSignalEndsTheServiceAtOnce) {
     const QString name = freshName();
     const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
-    const XPCDescriptor socket = listenAt(path);
+    const zr::FileDescriptor socket = listenAt(path);
     const pid_t unit = startLikeSystemd(serviceProgram(), socket);
     TestClient client(name);
     ASSERT_EQ(client.pid(), unit);
@@ -443,7 +443,7 @@ TEST_F(Activation, ASecondSignalEndsTheServiceAtOnce) {
 }
 
 TEST_F(Activation, AServiceWithoutASocketSaysSoAndEnds) {
-    const XPCDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const zr::FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(WEXITSTATUS(waitStatus(startLikeSystemd(serviceProgram(), nothing))), 1);
     const XPCPrivateSocket socket = XPCPrivateSocket::make();
     EXPECT_EQ(WEXITSTATUS(

@@ -30,12 +30,12 @@ int asOtherUser(const std::function<int()> &function) {
 
 /// A listening socket that the file system lets everybody reach, so that only the peers' check stands
 /// between.
-XPCDescriptor openSocket(const QString &path) {
+zr::FileDescriptor openSocket(const QString &path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const QByteArray bytes = QFile::encodeName(path);
     std::copy(bytes.begin(), bytes.end(), address.sun_path);
-    XPCDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    zr::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     EXPECT_EQ(::bind(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     EXPECT_EQ(::chmod(bytes.constData(), 0777), 0);
     EXPECT_EQ(::listen(socket.get(), 8), 0);
@@ -75,7 +75,7 @@ TEST_P(OtherUser, IsNotConnectedToEither) {
     QTemporaryDir folder;
     QFile::setPermissions(folder.path(), QFile::Permissions(0x7777));
     const QByteArray path = QFile::encodeName(folder.filePath(QStringLiteral("open.sock")));
-    const XPCDescriptor socket = openSocket(QFile::decodeName(path));
+    const zr::FileDescriptor socket = openSocket(QFile::decodeName(path));
     EXPECT_EQ(asOtherUser([&] { return XPCConnect(path) ? 1 : errno == EACCES ? 0 : 2; }), 0);
 }
 

@@ -42,15 +42,15 @@ protected:
         EXPECT_EQ(newcomer.echo("welcome"), QByteArray("welcome"));
     }
 
-    XPCDescriptor sendRaw(const QByteArray &bytes) {
-        XPCDescriptor socket = listener->endpoint().connect();
+    zr::FileDescriptor sendRaw(const QByteArray &bytes) {
+        zr::FileDescriptor socket = listener->endpoint().connect();
         EXPECT_EQ(::send(socket.get(), bytes.constData(), std::size_t(bytes.size()), MSG_NOSIGNAL),
                   bytes.size());
         return socket;
     }
 
     /// Whether the listener's side closes the connection.
-    static bool isClosed(const XPCDescriptor &socket) {
+    static bool isClosed(const zr::FileDescriptor &socket) {
         char bytes[4096];
         ssize_t got = 0;
         do {
@@ -63,7 +63,7 @@ protected:
     }
 
     /// The next frame that comes back; of kind Message where none does.
-    static XPCFrame answer(const XPCDescriptor &socket) {
+    static XPCFrame answer(const zr::FileDescriptor &socket) {
         XPCFrameReader reader(
             [&](char *into, std::size_t count) { return ::read(socket.get(), into, count); });
         XPCFrame frame;
@@ -81,7 +81,7 @@ protected:
 } // namespace
 
 TEST_F(RawFrames, WellFormedMessagesAreAnswered) {
-    const XPCDescriptor socket = sendRaw(onTheWire(message("echo:reply:", {QByteArray("abc")}, 77)));
+    const zr::FileDescriptor socket = sendRaw(onTheWire(message("echo:reply:", {QByteArray("abc")}, 77)));
     const XPCFrame reply = answer(socket);
     EXPECT_EQ(reply.kind, XPCFrame::Kind::Reply);
     EXPECT_EQ(reply.exchange, 77u);
@@ -110,7 +110,7 @@ TEST_F(RawFrames, TruncatedFramesEndWithTheirConnection) {
     const QByteArray bytes = onTheWire(message("echo:reply:", {QByteArray("abc")}));
     for (const qsizetype length :
          {qsizetype(1), qsizetype(23), qsizetype(24), qsizetype(40), bytes.size() - 1}) {
-        const XPCDescriptor socket = sendRaw(bytes.left(length));
+        const zr::FileDescriptor socket = sendRaw(bytes.left(length));
         ASSERT_EQ(::shutdown(socket.get(), SHUT_WR), 0);
         EXPECT_TRUE(isClosed(socket)) << length;
     }
@@ -118,7 +118,7 @@ TEST_F(RawFrames, TruncatedFramesEndWithTheirConnection) {
 
 TEST_F(RawFrames, HalfOpenFramesHoldNobodyUp) {
     const QByteArray bytes = onTheWire(message("echo:reply:", {QByteArray("abc")}));
-    std::vector<XPCDescriptor> open;
+    std::vector<zr::FileDescriptor> open;
     for (int i = 0; i < 32; ++i)
         open.push_back(sendRaw(bytes.left(10 + i)));
     EXPECT_EQ(bystander.echo("meanwhile"), QByteArray("meanwhile"));
@@ -159,7 +159,7 @@ TEST_F(RawFrames, RepliesToNothingEndTheirConnection) {
 }
 
 TEST_F(RawFrames, UnknownSelectorsAndOtherArgumentsAreRefusedAndTheConnectionGoesOn) {
-    const XPCDescriptor socket = sendRaw(onTheWire(message("deleteLater", {}, 1)));
+    const zr::FileDescriptor socket = sendRaw(onTheWire(message("deleteLater", {}, 1)));
     EXPECT_EQ(answer(socket).kind, XPCFrame::Kind::Refusal);
     for (const XPCFrame &wrong :
          {message("echo:reply:", {QStringLiteral("no data")}, 2), message("echo:reply:", {}, 3),

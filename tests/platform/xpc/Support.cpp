@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/platform/xpc/Support.h"
 
-#include "platform/xpc/XPCDescriptor.h"
+#include "platform/base/FileDescriptor.h"
 
 #include <QDir>
 #include <QFile>
@@ -42,25 +42,26 @@ std::optional<QByteArray> TestClient::echo(const QByteArray &data) {
 }
 
 bool hasEnded(pid_t pid) {
-    const XPCDescriptor process(int(::syscall(SYS_pidfd_open, pid, 0)));
+    const zr::FileDescriptor process(int(::syscall(SYS_pidfd_open, pid, 0)));
     if (!process)
         return errno == ESRCH;
     pollfd wait{process.get(), POLLIN, 0};
     return ::poll(&wait, 1, int(std::chrono::milliseconds(deadline).count())) == 1;
 }
 
-XPCDescriptor listenAt(const QString &path) {
+zr::FileDescriptor listenAt(const QString &path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const QByteArray bytes = QFile::encodeName(path);
     std::copy(bytes.begin(), bytes.end(), address.sun_path);
-    XPCDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    zr::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     EXPECT_EQ(::bind(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     EXPECT_EQ(::listen(socket.get(), 64), 0);
     return socket;
 }
 
-pid_t startLikeSystemd(const QByteArray &program, const XPCDescriptor &socket, const UnitOptions &options) {
+pid_t startLikeSystemd(const QByteArray &program, const zr::FileDescriptor &socket,
+                       const UnitOptions &options) {
     const pid_t child = ::fork();
     if (child == 0) {
         ::dup2(::open("/dev/null", O_RDWR), 0);

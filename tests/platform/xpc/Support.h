@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/FileDescriptor.h"
 #include "platform/xpc/NSXPCConnection.h"
-#include "platform/xpc/XPCDescriptor.h"
 #include "tests/platform/xpc/TestProtocol.h"
 
 #include <QString>
@@ -88,7 +88,7 @@ private:
 bool hasEnded(pid_t pid);
 
 /// A listening socket in the file system, as a socket unit makes it.
-XPCDescriptor listenAt(const QString &path);
+zr::FileDescriptor listenAt(const QString &path);
 
 /// Starts the program on a listening socket as systemd does: standard input is nowhere.
 struct UnitOptions {
@@ -96,7 +96,7 @@ struct UnitOptions {
     int count = 1;            ///< LISTEN_FDS
     int standardError = -1;   ///< where the log goes; to the test's own where it isn't given
 };
-pid_t startLikeSystemd(const QByteArray &program, const XPCDescriptor &socket,
+pid_t startLikeSystemd(const QByteArray &program, const zr::FileDescriptor &socket,
                        const UnitOptions &options = {});
 
 /// A program that a test runs beside itself; killed and waited for at the end.
@@ -118,7 +118,7 @@ public:
 
 private:
     pid_t m_pid = 0;
-    XPCDescriptor m_output;
+    zr::FileDescriptor m_output;
     QByteArray m_buffer;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/platform/xpc/TestWorker.h"
 
-#include "platform/values/NSException.h"
+#include "platform/base/NSException.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -20,9 +20,9 @@ TEST(XPCSocket, APrivateSocketLeavesNoNameAndIsReachedThroughItsAddress) {
     const XPCPrivateSocket socket = XPCPrivateSocket::make();
     ASSERT_TRUE(socket.listening && socket.address);
     EXPECT_TRUE(folder.entries().isEmpty());
-    const XPCDescriptor client = XPCConnect(socket.address);
+    const zr::FileDescriptor client = XPCConnect(socket.address);
     ASSERT_TRUE(client);
-    const XPCDescriptor accepted(::accept(socket.listening.get(), nullptr, nullptr));
+    const zr::FileDescriptor accepted(::accept(socket.listening.get(), nullptr, nullptr));
     ASSERT_TRUE(accepted);
     EXPECT_EQ(::write(client.get(), "x", 1), 1);
     char byte = 0;
@@ -66,13 +66,13 @@ TEST(XPCSocket, SweepingRemovesWhatTheKilledLeftAndNothingElse) {
     const QByteArray path = QFile::encodeName(runtime.filePath(QStringLiteral("zrkit-xpc-stale2/s")));
     ASSERT_LT(std::size_t(path.size()), sizeof address.sun_path);
     std::copy(path.begin(), path.end(), address.sun_path);
-    const XPCDescriptor bound(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const zr::FileDescriptor bound(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     ASSERT_EQ(::bind(bound.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     ASSERT_TRUE(runtime.mkdir(QStringLiteral("zrkit-xpc-locked")));
     ASSERT_TRUE(runtime.mkdir(QStringLiteral("other")));
     ASSERT_TRUE(runtime.mkdir(QStringLiteral("zrkit-xpc-full")));
     ASSERT_TRUE(QFile(runtime.filePath(QStringLiteral("zrkit-xpc-full/mine"))).open(QIODevice::WriteOnly));
-    const XPCDescriptor locked(
+    const zr::FileDescriptor locked(
         ::open(QFile::encodeName(runtime.filePath(QStringLiteral("zrkit-xpc-locked"))).constData(),
                O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(locked.get(), LOCK_EX), 0);

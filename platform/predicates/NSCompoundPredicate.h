@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/predicates/NSPredicate.h"
+
+#include <QList>
+#include <optional>
+
+enum NSCompoundPredicateType {
+    NSNotPredicateType,
+    NSAndPredicateType,
+    NSOrPredicateType,
+};
+
+/// A predicate made of others. AND of none holds, OR of none doesn't.
+class NSCompoundPredicate : public NSPredicate {
+public:
+    static NSCompoundPredicate andPredicateWithSubpredicates(const QList<NSPredicate> &subpredicates);
+    static NSCompoundPredicate orPredicateWithSubpredicates(const QList<NSPredicate> &subpredicates);
+    static NSCompoundPredicate notPredicateWithSubpredicate(const NSPredicate &predicate);
+    /// The predicate as what it is; nothing for one of another kind.
+    static std::optional<NSCompoundPredicate> from(const NSPredicate &predicate);
+
+    NSCompoundPredicateType compoundPredicateType() const;
+    QList<NSPredicate> subpredicates() const;
+
+private:
+    NSCompoundPredicate(NSCompoundPredicateType type, const QList<NSPredicate> &subpredicates);
+    explicit NSCompoundPredicate(const NSPredicate &predicate) : NSPredicate(predicate) {}
+};

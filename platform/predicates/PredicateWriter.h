@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/predicates/NSPredicate.h"
+
+#include <QString>
+
+/// Writes predicates and expressions in the format language, with no more parentheses than reading them back
+/// needs.
+namespace PredicateWriter {
+
+QString text(const NSPredicate &predicate);
+QString text(const NSExpression &expression);
+
+} // namespace PredicateWriter
