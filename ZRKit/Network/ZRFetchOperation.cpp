@@ -2,6 +2,7 @@
 #include "ZRKit/Network/ZRFetchOperation.h"
 
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
+#include "ZRKit/Values/NSString+ZRKit.h"
 #include "ZRKit/Values/ZRMacros.h"
 #include "platform/base/NSException.h"
 #include "platform/files/NSFileHandle.h"
@@ -12,7 +13,6 @@
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <algorithm>
 #include <utility>
 
@@ -222,9 +222,11 @@ TransferLoop &ZRFetchOperation::networkRequestThread() {
 
 QString ZRFetchOperation::incompleteDownloadDirectoryPath() const {
     static const QString path = [] {
+        // nil without a temporary folder, as the joined path is nil then.
+        // nil without a temporary folder, as the joined path is nil then.
         return ZRKit::zrMakeDirs(
             NSFileManager::defaultManager(),
-            QDir(NSTemporaryDirectory()).filePath(QStringLiteral("ZRDownloadsIncomplete")));
+            ZRKit::joinPath(NSTemporaryDirectory(), QStringLiteral("ZRDownloadsIncomplete")));
     }();
     return path;
 }

@@ -101,7 +101,8 @@ public:
     static NSOperationQueue *sharedOperationQueue();
     /// The thread of all connections and blocks.
     static TransferLoop &networkRequestThread();
-    /// A folder of this process's user for files that are being downloaded, made on the first call.
+    /// A folder of this process's user for files that are being downloaded, made on the first call; nil if
+    /// there is no temporary folder.
     QString incompleteDownloadDirectoryPath() const;
 
     void start() override;

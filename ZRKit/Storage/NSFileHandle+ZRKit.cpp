@@ -4,6 +4,8 @@
 #include "platform/files/AtomicFile.h"
 #include "platform/files/NSPathUtilities.h"
 
+using namespace zr;
+
 namespace ZRKit {
 
 std::shared_ptr<NSFileHandle> fileHandleForNewFileWritingAtPath(const QString &path) {

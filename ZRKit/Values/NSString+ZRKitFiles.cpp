@@ -8,6 +8,8 @@
 #include "platform/text/UTF8.h"
 #include "platform/values/NSNull.h"
 
+using namespace zr;
+
 namespace ZRKit {
 
 namespace {

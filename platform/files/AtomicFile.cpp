@@ -1,30 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "platform/files/AtomicFile.h"
 
-#include <cerrno>
+#include "platform/base/SystemError.h"
+#include "platform/base/WriteAll.h"
+
+#include <QCryptographicHash>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
 #include <sys/random.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
-
-std::error_code systemError(int number) {
-    return {number, std::generic_category()};
-}
-
-int closeDescriptor(int &descriptor) {
-    const int result = descriptor >= 0 ? ::close(descriptor) : 0;
-    descriptor = -1;
-    return result;
-}
-
-QByteArray descriptorPath(int descriptor) {
-    return "/proc/self/fd/" + QByteArray::number(descriptor);
-}
 
 /// No nameless files here: that is no error, there is another way.
 bool meansUnsupported(int number) {
@@ -32,29 +22,11 @@ bool meansUnsupported(int number) {
            number == EPERM;
 }
 
-/// Runs the steps in a process of its own, where the end of this one can't come between them. The steps are
-/// system calls only and give an error number.
-template <typename Steps>
-std::error_code undisturbed(Steps steps) {
-    const pid_t child = ::fork();
-    if (child < 0)
-        return systemError(errno);
-    if (child == 0) {
-        ::setsid();
-        ::_exit(steps());
-    }
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR)
-        continue;
-    return systemError(WIFEXITED(status) ? WEXITSTATUS(status) : EIO);
+QByteArray hiddenName(const QByteArray &suffix) {
+    return ".atomic-" + suffix;
 }
 
 } // namespace
-
-AtomicFile::~AtomicFile() {
-    closeDescriptor(m_file);
-    closeDescriptor(m_folder);
-}
 
 std::error_code AtomicFile::open() {
     if (m_path.isEmpty() || m_path.endsWith('/'))
@@ -72,101 +44,109 @@ std::error_code AtomicFile::open() {
         if (real)
             m_path = real.get();
     } else if (errno != ENOENT) {
-        return systemError(errno);
+        return systemError();
     }
 
     const qsizetype slash = m_path.lastIndexOf('/');
     m_name = m_path.mid(slash + 1);
     const QByteArray folder = slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/") : m_path.left(slash);
-    m_folder = ::open(folder.constData(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (m_folder < 0)
-        return systemError(errno);
-    m_file = ::openat(m_folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
-    if (m_file >= 0)
-        return {};
-    const int reason = errno;
-    if (meansUnsupported(reason) && ::faccessat(m_folder, ".", W_OK | X_OK, AT_EACCESS) == 0)
-        return {};
-    return systemError(meansUnsupported(reason) ? errno : reason);
+    m_folder.reset(::open(folder.constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!m_folder)
+        return systemError();
+    const std::error_code error = openNameless();
+    if (!error || !meansUnsupported(error.value()))
+        return error;
+    return ::faccessat(m_folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0 ? std::error_code() : systemError();
 }
 
 std::error_code AtomicFile::commit(const QByteArray &content) {
-    if (m_folder < 0)
+    if (!m_folder)
         return systemError(EBADF);
-    if (m_file < 0)
+    if (!m_file)
         return commitNeighbour(content);
-    std::error_code error = fill(content);
-    if (!error)
-        error = publishNameless();
-    closeDescriptor(m_file);
+    constexpr int MostTries = 1000;
+    std::error_code error;
+    for (int i = 0; i < MostTries; ++i) {
+        error = fill(content);
+        if (!error)
+            error = publishNameless();
+        if (error != std::errc::resource_unavailable_try_again)
+            break;
+        // A file that has had a name and lost it gets none again.
+        error = openNameless();
+        if (error)
+            break;
+    }
+    m_file.reset();
     return error;
 }
 
 std::error_code AtomicFile::fill(const QByteArray &content) {
-    for (qsizetype done = 0; done < content.size();) {
-        const ssize_t written =
-            ::write(m_file, content.constData() + done, std::size_t(content.size() - done));
-        if (written < 0 && errno != EINTR)
-            return systemError(errno);
-        done += written < 0 ? 0 : written;
-    }
-    return m_replaces ? adoptReplaced() : std::error_code();
+    const std::error_code error = writeAll(m_file.get(), content);
+    return !error && m_replaces ? adoptReplaced() : error;
 }
 
 std::error_code AtomicFile::adoptReplaced() {
     struct stat status {};
-    if (::fstatat(m_folder, m_name.constData(), &status, 0) != 0)
-        return errno == ENOENT ? std::error_code() : systemError(errno);
-    // Another user's file becomes ours where the system says so.
-    if (::fchown(m_file, status.st_uid, status.st_gid) != 0 && errno != EPERM)
-        return systemError(errno);
-    return ::fchmod(m_file, status.st_mode & 0777) == 0 ? std::error_code() : systemError(errno);
+    if (::fstatat(m_folder.get(), m_name.constData(), &status, 0) != 0)
+        return errno == ENOENT ? std::error_code() : systemError();
+    // Another user's file becomes ours if the system says so.
+    if (::fchown(m_file.get(), status.st_uid, status.st_gid) != 0 && errno != EPERM)
+        return systemError();
+    return ::fchmod(m_file.get(), status.st_mode & 0777) == 0 ? std::error_code() : systemError();
+}
+
+std::error_code AtomicFile::openNameless() {
+    m_file.reset(::openat(m_folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+    return m_file ? std::error_code() : systemError();
 }
 
 std::error_code AtomicFile::publishNameless() {
-    const QByteArray source = descriptorPath(m_file);
-    if (::linkat(AT_FDCWD, source.constData(), m_folder, m_name.constData(), AT_SYMLINK_FOLLOW) == 0)
+    const int folder = m_folder.get();
+    const QByteArray source = "/proc/self/fd/" + QByteArray::number(m_file.get());
+    if (::linkat(AT_FDCWD, source.constData(), folder, m_name.constData(), AT_SYMLINK_FOLLOW) == 0)
         return {};
     if (errno != EEXIST || m_existing == Existing::Kept)
-        return systemError(errno);
-    const QByteArray name = neighbour();
-    return undisturbed([&] {
-        if (::linkat(AT_FDCWD, source.constData(), m_folder, name.constData(), AT_SYMLINK_FOLLOW) != 0)
-            return errno;
-        if (::renameat(m_folder, name.constData(), m_folder, m_name.constData()) == 0)
-            return 0;
-        const int reason = errno;
-        ::unlinkat(m_folder, name.constData(), 0);
-        return reason;
-    });
-}
-
-std::error_code AtomicFile::commitNeighbour(const QByteArray &content) {
-    const QByteArray name = neighbour();
-    m_file = ::openat(m_folder, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (m_file < 0)
-        return systemError(errno);
-    std::error_code error = fill(content);
-    // Some file systems tell of a full disk only here.
-    if (closeDescriptor(m_file) != 0 && !error)
-        error = systemError(errno);
-    if (!error) {
-        const unsigned flags = m_existing == Existing::Kept ? RENAME_NOREPLACE : 0;
-        if (::renameat2(m_folder, name.constData(), m_folder, m_name.constData(), flags) == 0)
-            return {};
-        error = systemError(errno);
-        if (flags && (error == std::errc::invalid_argument || error == std::errc::function_not_supported))
-            error = ::linkat(m_folder, name.constData(), m_folder, m_name.constData(), 0) == 0
-                        ? std::error_code()
-                        : systemError(errno);
+        return systemError();
+    // Every writer of this file has the same name for its neighbour. What stands there was left by one that was killed,
+    // or is another's that is about to rename it, and then tries again.
+    const QByteArray neighbour =
+        hiddenName(QCryptographicHash::hash(m_name, QCryptographicHash::Sha1).toHex().left(16));
+    while (::linkat(AT_FDCWD, source.constData(), folder, neighbour.constData(), AT_SYMLINK_FOLLOW) != 0) {
+        if (errno != EEXIST || (::unlinkat(folder, neighbour.constData(), 0) != 0 && errno != ENOENT))
+            return systemError();
     }
-    ::unlinkat(m_folder, name.constData(), 0);
+    if (::renameat(folder, neighbour.constData(), folder, m_name.constData()) == 0)
+        return {};
+    if (errno == ENOENT)
+        return systemError(EAGAIN);
+    const std::error_code error = systemError();
+    ::unlinkat(folder, neighbour.constData(), 0);
     return error;
 }
 
-QByteArray AtomicFile::neighbour() const {
+std::error_code AtomicFile::commitNeighbour(const QByteArray &content) {
     quint64 random = 0;
     if (::getrandom(&random, sizeof random, 0) != sizeof random)
         random = quint64(::getpid());
-    return ".atomic-" + QByteArray::number(random, 36);
+    const QByteArray name = hiddenName(QByteArray::number(random, 36));
+    m_file.reset(::openat(m_folder.get(), name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (!m_file)
+        return systemError();
+    std::error_code error = fill(content);
+    // Some file systems tell of a full disk only here.
+    if (::close(m_file.release()) != 0 && !error)
+        error = systemError();
+    if (!error) {
+        const int folder = m_folder.get();
+        const unsigned flags = m_existing == Existing::Kept ? RENAME_NOREPLACE : 0;
+        if (::renameat2(folder, name.constData(), folder, m_name.constData(), flags) == 0)
+            return {};
+        error = systemError();
+        if (flags && (error == std::errc::invalid_argument || error == std::errc::function_not_supported))
+            error = ::linkat(folder, name.constData(), folder, m_name.constData(), 0) == 0 ? std::error_code()
+                                                                                           : systemError();
+    }
+    ::unlinkat(m_folder.get(), name.constData(), 0);
+    return error;
 }

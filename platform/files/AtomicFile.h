@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/FileDescriptor.h"
+
 #include <QByteArray>
 #include <system_error>
+
+namespace zr {
 
 /// A file that appears under its name with all of its content, or not at all.
 ///
 /// The content is written to a file without a name in the same folder (O_TMPFILE), which gets its name at the
-/// last instant: whatever ends the process before leaves nothing behind. Replacing an existing file goes by a
-/// rename, so that a reader finds the old content or the new. On file systems without nameless files a hidden
-/// neighbour is written and renamed instead.
+/// last instant: whatever ends the process before leaves nothing behind. An existing file is replaced by a
+/// rename, so that a reader finds the old content or the new: the finished file gets a hidden name first, and a
+/// process that is killed between the two calls leaves it under that, for the next writer of the same file to
+/// take away. On file systems without nameless files a hidden neighbour is written and renamed instead.
 ///
 ///     AtomicFile file("out/report.pdf", AtomicFile::Existing::Kept);
 ///     std::error_code error = file.open();
@@ -22,11 +27,8 @@ public:
     /// What happens to a file that has the name already: with Kept, open() or commit() fails with EEXIST.
     enum class Existing { Kept, Replaced };
 
+    /// Without a commit() nothing happens.
     AtomicFile(const QByteArray &path, Existing existing) : m_path(path), m_existing(existing) {}
-    /// Without a commit() nothing has happened.
-    ~AtomicFile();
-    AtomicFile(const AtomicFile &) = delete;
-    AtomicFile &operator=(const AtomicFile &) = delete;
 
     /// Says early what would make commit() fail: a folder that is missing or read-only, an existing file, a
     /// folder of that name. An existing link is followed.
@@ -40,12 +42,14 @@ private:
     std::error_code adoptReplaced();
     std::error_code publishNameless();
     std::error_code commitNeighbour(const QByteArray &content);
-    QByteArray neighbour() const;
+    std::error_code openNameless();
 
     QByteArray m_path;
     QByteArray m_name;
     Existing m_existing;
-    int m_folder = -1;
-    int m_file = -1;
+    FileDescriptor m_folder;
+    FileDescriptor m_file;
     bool m_replaces = false;
 };
+
+} // namespace zr

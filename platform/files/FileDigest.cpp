@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/files/FileDigest.h"
 
+#include "platform/base/FileDescriptor.h"
 #include "platform/files/NSPathUtilities.h"
 
 #include <cerrno>
@@ -9,6 +10,8 @@
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace zr;
 
 namespace {
 
@@ -42,11 +45,9 @@ bool readInto(MessageDigester &digester, int file) {
 QByteArray NSMessageDigestOfFile(MessageDigest digest, const QString &path) {
     const QByteArray name = NSFileSystemRepresentation(path);
     // A pipe without a writer would be waited for.
-    const int file = name.isNull() ? -1 : ::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0)
-        return NSMessageDigest(digest, {});
+    const FileDescriptor file(name.isNull() ? -1
+                                            : ::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     MessageDigester digester(digest);
-    const bool isWhole = readInto(digester, file);
-    ::close(file);
+    const bool isWhole = file && readInto(digester, file.get());
     return isWhole ? digester.result() : NSMessageDigest(digest, {});
 }

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/files/FileTree.h"
 
+#include "platform/base/FileDescriptor.h"
+#include "platform/base/SystemError.h"
+#include "platform/base/WriteAll.h"
+#include "platform/files/FolderCursor.h"
+
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -16,50 +19,24 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
 
 constexpr size_t PieceSize = 128 << 10;
 
-std::error_code systemError(int number = errno) {
-    return {number, std::generic_category()};
-}
-
-/// The error of a call that answers -1 where it fails.
+/// The error of a call that answers -1 if it fails.
 std::error_code outcome(ssize_t result) {
     return result < 0 ? systemError() : std::error_code();
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
-    ~Descriptor() {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-
-    operator int() const { return m_descriptor; }
-    /// Some file systems tell of a full disk only here.
-    int close() { return ::close(std::exchange(m_descriptor, -1)); }
-
-private:
-    int m_descriptor;
-};
-
-ssize_t readSome(int file, char *at, size_t size) {
-    for (;;) {
-        const ssize_t count = ::read(file, at, size);
-        if (count >= 0 || errno != EINTR)
-            return count;
-    }
-}
-
-/// Fills the piece as far as the file goes; -1 where it can't be read.
-ssize_t readPiece(int file, char *piece) {
+/// Reads until the piece is full or the file ends; -1 if the file can't be read.
+ssize_t readPiece(int file, char *piece, size_t size = PieceSize) {
     size_t done = 0;
-    while (done < PieceSize) {
-        const ssize_t count = readSome(file, piece + done, PieceSize - done);
+    while (done < size) {
+        const ssize_t count = ::read(file, piece + done, size - done);
+        if (count < 0 && errno == EINTR)
+            continue;
         if (count <= 0)
             return count < 0 ? -1 : ssize_t(done);
         done += size_t(count);
@@ -67,34 +44,46 @@ ssize_t readPiece(int file, char *piece) {
     return ssize_t(done);
 }
 
-std::error_code writeAll(int file, const char *at, size_t size) {
+/// Copies so many bytes from where both files stand, or as many as there are. The kernel copies without a detour, or
+/// shares the blocks, if the file systems can.
+std::error_code copyBytes(int from, int to, off_t size) {
     while (size > 0) {
-        const ssize_t count = ::write(file, at, size);
-        if (count < 0 && errno != EINTR)
-            return systemError();
-        at += qMax<ssize_t>(count, 0);
-        size -= size_t(qMax<ssize_t>(count, 0));
+        const ssize_t count = ::copy_file_range(from, nullptr, to, nullptr, size_t(size), 0);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        size -= count;
+    }
+    const auto piece = std::make_unique_for_overwrite<char[]>(PieceSize);
+    while (size > 0) {
+        const ssize_t count = readPiece(from, piece.get(), size_t(std::min<off_t>(size, PieceSize)));
+        if (count <= 0)
+            return outcome(count);
+        if (const std::error_code error = writeAll(to, {piece.get(), count}))
+            return error;
+        size -= count;
     }
     return {};
 }
 
 std::error_code copyContent(int from, int to) {
-    // The kernel copies without a detour, or shares the blocks, where the file systems can.
-    for (;;) {
-        const ssize_t count = ::copy_file_range(from, nullptr, to, nullptr, SSIZE_MAX / 2, 0);
-        if (count < 0 && errno != EINTR)
-            break;
-        if (count == 0 && ::lseek(to, 0, SEEK_CUR) > 0)
-            return {};
-        if (count == 0)
-            break;
+    struct stat status {};
+    if (::fstat(from, &status) != 0)
+        return systemError();
+    // Files of the kernel's own say that they are empty, and know no holes.
+    if (status.st_size == 0 || ::lseek(from, 0, SEEK_HOLE) < 0) {
+        ::lseek(from, 0, SEEK_SET);
+        return copyBytes(from, to, LONG_MAX);
     }
-    const auto piece = std::make_unique_for_overwrite<char[]>(PieceSize);
-    for (;;) {
-        const ssize_t count = readSome(from, piece.get(), PieceSize);
-        if (count <= 0)
-            return outcome(count);
-        if (const std::error_code error = writeAll(to, piece.get(), size_t(count)))
+    for (off_t end = 0;;) {
+        const off_t start = ::lseek(from, end, SEEK_DATA);
+        if (start < 0) // nothing but a hole is left
+            return errno == ENXIO ? outcome(::ftruncate(to, std::max(end, status.st_size))) : systemError();
+        end = ::lseek(from, start, SEEK_HOLE);
+        if (end < 0 || ::lseek(from, start, SEEK_SET) < 0 || ::lseek(to, start, SEEK_SET) < 0)
+            return systemError();
+        if (const std::error_code error = copyBytes(from, to, end - start))
             return error;
     }
 }
@@ -110,7 +99,10 @@ void copyExtendedAttributes(int from, int to) {
 }
 
 /// Permissions and dates. The copy is the copying user's, so it must not run with the rights of its owner.
-std::error_code adopt(int from, int to, const struct stat &status) {
+std::error_code adopt(int from, int to) {
+    struct stat status {};
+    if (::fstat(from, &status) != 0)
+        return systemError();
     copyExtendedAttributes(from, to);
     if (::fchmod(to, status.st_mode & 01777) != 0)
         return systemError();
@@ -118,87 +110,191 @@ std::error_code adopt(int from, int to, const struct stat &status) {
     return outcome(::futimens(to, times.data()));
 }
 
-std::error_code copyItem(const QByteArray &from, const QByteArray &to);
-
-std::error_code copyFile(const QByteArray &from, const QByteArray &to) {
-    const Descriptor source(::open(from.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    struct stat status {};
-    if (source < 0 || ::fstat(source, &status) != 0)
+std::error_code copyFile(int fromFolder, const QByteArray &from, int toFolder, const QByteArray &to) {
+    const FileDescriptor source(
+        ::openat(fromFolder, from.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!source)
         return systemError();
-    Descriptor target(::open(to.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (target < 0)
+    FileDescriptor target(::openat(toFolder, to.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!target)
         return systemError();
-    std::error_code error = copyContent(source, target);
+    std::error_code error = copyContent(source.get(), target.get());
     if (!error)
-        error = adopt(source, target, status);
-    if (target.close() != 0 && !error)
+        error = adopt(source.get(), target.get());
+    // Some file systems tell of a full disk only here.
+    if (::close(target.release()) != 0 && !error)
         error = systemError();
     return error;
 }
 
-std::error_code copyFolder(const QByteArray &from, const QByteArray &to) {
-    const Descriptor source(::open(from.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
-    struct stat status {};
-    if (source < 0 || ::fstat(source, &status) != 0 || ::mkdir(to.constData(), 0700) != 0)
-        return systemError();
-    const auto names = FileTree::names(from);
-    if (!names)
-        return systemError();
-    for (const QByteArray &name : *names) {
-        if (const std::error_code error = copyItem(from + '/' + name, to + '/' + name))
-            return error;
-    }
-    const Descriptor target(::open(to.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return target < 0 ? systemError() : adopt(source, target, status);
-}
-
-std::optional<QByteArray> linkTarget(const QByteArray &path) {
+std::optional<QByteArray> linkTarget(int folder, const QByteArray &name) {
     std::array<char, PATH_MAX> target{};
-    const ssize_t size = ::readlink(path.constData(), target.data(), target.size());
+    const ssize_t size = ::readlinkat(folder, name.constData(), target.data(), target.size());
     return size < 0 ? std::nullopt : std::optional(QByteArray(target.data(), size));
 }
 
-std::error_code copyItem(const QByteArray &from, const QByteArray &to) {
-    struct stat status {};
-    if (::lstat(from.constData(), &status) != 0)
-        return systemError();
-    switch (status.st_mode & S_IFMT) {
+/// Everything but a folder.
+std::error_code copyLeaf(int fromFolder, const QByteArray &from, mode_t mode, int toFolder,
+                         const QByteArray &to) {
+    switch (mode & S_IFMT) {
     case S_IFREG:
-        return copyFile(from, to);
-    case S_IFDIR:
-        return copyFolder(from, to);
+        return copyFile(fromFolder, from, toFolder, to);
     case S_IFLNK:
-        if (const auto target = linkTarget(from))
-            return outcome(::symlink(target->constData(), to.constData()));
+        if (const auto target = linkTarget(fromFolder, from))
+            return outcome(::symlinkat(target->constData(), toFolder, to.constData()));
         return systemError();
     case S_IFIFO:
-        return outcome(::mkfifo(to.constData(), status.st_mode & 07777));
+        return outcome(::mkfifoat(toFolder, to.constData(), mode & 07777));
     default:
         return systemError(ENOTSUP);
     }
 }
 
-QByteArray parentOf(QByteArray path) {
+/// The names in an open folder.
+std::optional<QByteArrayList> namesIn(int folder) {
+    const auto close = [](DIR *open) { ::closedir(open); };
+    FileDescriptor own(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::unique_ptr<DIR, decltype(close)> open(own ? ::fdopendir(own.get()) : nullptr, close);
+    if (!open)
+        return {};
+    own.release();
+    QByteArrayList names;
+    for (;;) {
+        errno = 0;
+        const dirent *const entry = ::readdir(open.get());
+        if (!entry && errno != 0)
+            return {};
+        if (!entry)
+            return names;
+        const QByteArray name(&entry->d_name[0]);
+        if (name != "." && name != "..")
+            names.append(name);
+    }
+}
+
+/// A folder on the way, and what is still to be done in it.
+struct Level {
+    QByteArray name;
+    QByteArrayList names;
+};
+
+/// Copies a folder by walking through it and through its copy side by side.
+std::error_code copyFolder(const QByteArray &from, const QByteArray &to) {
+    FolderCursor source, target;
+    std::vector<Level> levels;
+    const auto enter = [&](const QByteArray &name, const QByteArray &copy) -> std::error_code {
+        if (const std::error_code error = source.enter(name))
+            return error;
+        const int folder = levels.empty() ? AT_FDCWD : target.descriptor();
+        if (::mkdirat(folder, copy.constData(), 0700) != 0)
+            return systemError();
+        if (const std::error_code error = target.enter(copy))
+            return error;
+        const auto names = namesIn(source.descriptor());
+        if (!names)
+            return systemError();
+        levels.push_back({name, *names});
+        return {};
+    };
+    std::error_code error = enter(from, to);
+    while (!error && !levels.empty()) {
+        if (levels.back().names.isEmpty()) {
+            // The way up is taken before the copy gets permissions that may forbid it.
+            const FileDescriptor original(::dup(source.descriptor())), copy(::dup(target.descriptor()));
+            levels.pop_back();
+            if (!levels.empty()) {
+                error = source.leave();
+                if (!error)
+                    error = target.leave();
+            }
+            if (!error)
+                error = adopt(original.get(), copy.get());
+            continue;
+        }
+        const QByteArray name = levels.back().names.takeLast();
+        struct stat status {};
+        if (::fstatat(source.descriptor(), name.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+            error = systemError();
+        else if (S_ISDIR(status.st_mode))
+            error = enter(name, name);
+        else
+            error = copyLeaf(source.descriptor(), name, status.st_mode, target.descriptor(), name);
+    }
+    return error;
+}
+
+/// Removes all that a folder holds, and with `evenReadOnly` what its owner may not change.
+std::error_code emptyFolder(const QByteArray &path, bool evenReadOnly) {
+    FolderCursor folder;
+    std::vector<Level> levels;
+    const auto enter = [&](const QByteArray &name) -> std::error_code {
+        if (const std::error_code error = folder.enter(name))
+            return error;
+        if (evenReadOnly)
+            ::fchmod(folder.descriptor(), 0700);
+        const auto names = namesIn(folder.descriptor());
+        if (!names)
+            return systemError();
+        levels.push_back({name, *names});
+        return {};
+    };
+    std::error_code error = enter(path);
+    while (!error && !levels.empty()) {
+        if (levels.back().names.isEmpty()) {
+            const QByteArray name = levels.back().name;
+            levels.pop_back();
+            if (levels.empty())
+                break;
+            error = folder.leave();
+            if (!error && ::unlinkat(folder.descriptor(), name.constData(), AT_REMOVEDIR) != 0 &&
+                errno != ENOENT)
+                error = systemError();
+            continue;
+        }
+        const QByteArray name = levels.back().names.takeLast();
+        struct stat status {};
+        if (::fstatat(folder.descriptor(), name.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+            error = errno == ENOENT ? std::error_code() : systemError();
+        else if (S_ISDIR(status.st_mode))
+            error = enter(name);
+        else if (::unlinkat(folder.descriptor(), name.constData(), 0) != 0 && errno != ENOENT)
+            error = systemError();
+    }
+    return error;
+}
+
+std::error_code removeItem(const QByteArray &path, bool evenReadOnly) {
+    struct stat status {};
+    if (::lstat(path.constData(), &status) != 0)
+        return systemError();
+    if (!S_ISDIR(status.st_mode))
+        return outcome(::unlink(path.constData()));
+    if (const std::error_code error = emptyFolder(path, evenReadOnly))
+        return error;
+    return outcome(::rmdir(path.constData()));
+}
+
+/// The path without slashes at its end, which would have the system follow a link. Refused, as the system refuses them
+/// where it can, are "." and ".." at the end, the root, and a slash behind what is neither a folder nor a link.
+std::error_code nameItem(QByteArray &path) {
+    const qsizetype size = path.size();
     while (path.size() > 1 && path.endsWith('/'))
         path.chop(1);
+    const QByteArray name = path.mid(path.lastIndexOf('/') + 1);
+    if (name == "." || name == "..")
+        return systemError(EINVAL);
+    if (name.isEmpty())
+        return systemError(EBUSY);
+    struct stat status {};
+    if (path.size() < size && ::lstat(path.constData(), &status) == 0 && !S_ISDIR(status.st_mode) &&
+        !S_ISLNK(status.st_mode))
+        return systemError(ENOTDIR);
+    return {};
+}
+
+QByteArray parentOf(const QByteArray &path) {
     const qsizetype slash = path.lastIndexOf('/');
     return slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/") : path.left(slash);
-}
-
-QByteArray realPath(const QByteArray &path) {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.constData(), nullptr), &std::free);
-    return QByteArray(real.get());
-}
-
-/// Removes a copy that came to nothing. Its folders may have taken over that nobody changes them.
-void discard(const QByteArray &path) {
-    struct stat status {};
-    if (::lstat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode)) {
-        ::chmod(path.constData(), 0700);
-        for (const QByteArray &name : FileTree::names(path).value_or(QByteArrayList()))
-            discard(path + '/' + name);
-    }
-    ::remove(path.constData());
 }
 
 /// Gives an item its name, unless something has it.
@@ -215,15 +311,15 @@ std::error_code renameNew(const QByteArray &from, const QByteArray &to) {
 }
 
 bool areEqualFiles(const QByteArray &one, const QByteArray &other) {
-    const Descriptor first(::open(one.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    const Descriptor second(::open(other.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    if (first < 0 || second < 0)
+    const FileDescriptor first(::open(one.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const FileDescriptor second(::open(other.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!first || !second)
         return false;
     const auto a = std::make_unique_for_overwrite<char[]>(PieceSize);
     const auto b = std::make_unique_for_overwrite<char[]>(PieceSize);
     for (;;) {
-        const ssize_t size = readPiece(first, a.get());
-        if (size < 0 || readPiece(second, b.get()) != size ||
+        const ssize_t size = readPiece(first.get(), a.get());
+        if (size < 0 || readPiece(second.get(), b.get()) != size ||
             std::memcmp(a.get(), b.get(), size_t(size)) != 0)
             return false;
         if (size < ssize_t(PieceSize))
@@ -246,62 +342,63 @@ bool areEqualFolders(const QByteArray &one, const QByteArray &other) {
 } // namespace
 
 std::optional<QByteArrayList> FileTree::names(const QByteArray &folder) {
-    const auto close = [](DIR *open) { ::closedir(open); };
-    const std::unique_ptr<DIR, decltype(close)> open(::opendir(folder.constData()), close);
-    if (!open)
-        return {};
-    QByteArrayList names;
-    for (;;) {
-        errno = 0;
-        const dirent *const entry = ::readdir(open.get());
-        if (!entry && errno != 0)
-            return {};
-        if (!entry)
-            return names;
-        const QByteArray name(&entry->d_name[0]);
-        if (name != "." && name != "..")
-            names.append(name);
-    }
+    const FileDescriptor open(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return open ? namesIn(open.get()) : std::nullopt;
 }
 
 std::error_code FileTree::copy(const QByteArray &from, const QByteArray &to) {
+    QByteArray source = from, target = to;
     struct stat status {};
     if (::lstat(to.constData(), &status) == 0)
         return systemError(EEXIST);
-    if (::lstat(from.constData(), &status) != 0)
+    std::error_code error = nameItem(source);
+    if (!error)
+        error = nameItem(target);
+    if (error)
+        return error;
+    if (::lstat(source.constData(), &status) != 0)
         return systemError();
-    const QByteArray folder = realPath(parentOf(to));
-    if (folder.isNull())
-        return systemError();
+    const bool isFolder = S_ISDIR(status.st_mode);
+    if (!isFolder && to.endsWith('/'))
+        return systemError(ENOTDIR);
+    const auto folder = std::filesystem::canonical(parentOf(target).constData(), error);
+    if (error)
+        return error;
     // A folder can't be copied into itself: it would have no end.
-    if (S_ISDIR(status.st_mode) && (folder + '/').startsWith(realPath(from) + '/'))
-        return systemError(EINVAL);
+    if (isFolder) {
+        const auto real = std::filesystem::canonical(source.constData(), error);
+        if (error)
+            return error;
+        if (std::mismatch(real.begin(), real.end(), folder.begin(), folder.end()).first == real.end())
+            return systemError(EINVAL);
+    }
     quint64 random = 0;
     if (::getrandom(&random, sizeof random, 0) != sizeof random)
         random = quint64(::getpid());
-    const QByteArray made = folder + "/.copy-" + QByteArray::number(random, 36);
-    std::error_code error = copyItem(from, made);
+    const QByteArray made = QByteArray::fromStdString(folder) + "/.copy-" + QByteArray::number(random, 36);
+    error = isFolder ? copyFolder(source, made) : copyLeaf(AT_FDCWD, source, status.st_mode, AT_FDCWD, made);
     if (!error)
-        error = renameNew(made, to);
+        error = renameNew(made, target);
     if (error)
-        discard(made);
+        removeItem(made, true);
     return error;
 }
 
 std::error_code FileTree::move(const QByteArray &from, const QByteArray &to) {
-    const std::error_code error = renameNew(from, to);
+    QByteArray source = from;
+    std::error_code error = nameItem(source);
+    if (!error)
+        error = renameNew(source, to);
     if (error != std::errc::cross_device_link)
         return error;
-    const std::error_code copied = copy(from, to);
-    return copied ? copied : remove(from);
+    error = copy(source, to);
+    return error ? error : removeItem(source, false);
 }
 
 std::error_code FileTree::remove(const QByteArray &path) {
-    std::error_code error;
-    const auto count = std::filesystem::remove_all(path.constData(), error);
-    if (!error && count == 0)
-        error = systemError(ENOENT);
-    return error;
+    QByteArray item = path;
+    const std::error_code error = nameItem(item);
+    return error ? error : removeItem(item, false);
 }
 
 bool FileTree::areEqual(const QByteArray &one, const QByteArray &other) {
@@ -316,8 +413,8 @@ bool FileTree::areEqual(const QByteArray &one, const QByteArray &other) {
     case S_IFDIR:
         return areEqualFolders(one, other);
     case S_IFLNK: {
-        const auto target = linkTarget(one);
-        return target && target == linkTarget(other);
+        const auto target = linkTarget(AT_FDCWD, one);
+        return target && target == linkTarget(AT_FDCWD, other);
     }
     case S_IFCHR:
     case S_IFBLK:

@@ -6,22 +6,21 @@
 #include <optional>
 #include <system_error>
 
-/// What is done to whole items, folders with all that they hold among them. Paths are the system's bytes.
-namespace FileTree {
+/// What is done to whole items, among them folders with all that they hold. Paths are the system's bytes. Any thread.
+///
+/// std::filesystem copies neither holes, dates nor extended attributes, and opens a folder for each level of a tree.
+namespace zr::FileTree {
 
-/// The names in a folder; nothing, and errno, where it can't be read to its end.
+/// The names in a folder; nothing, and errno, if it can't be read to its end.
 std::optional<QByteArrayList> names(const QByteArray &folder);
 
-/// A copy of the item beside what it is for; see NSFileManager::copyItemAtPath().
+/// As NSFileManager::copyItemAtPath(), moveItemAtPath(), removeItemAtPath() and contentsEqualAtPath().
 std::error_code copy(const QByteArray &from, const QByteArray &to);
-/// As NSFileManager::moveItemAtPath().
 std::error_code move(const QByteArray &from, const QByteArray &to);
-/// Removes the item, with all that it holds; a missing one is an error.
 std::error_code remove(const QByteArray &path);
-/// As NSFileManager::contentsEqualAtPath().
 bool areEqual(const QByteArray &one, const QByteArray &other);
 
 /// The names of an open file's extended attributes, those of the user's own only.
 QByteArrayList extendedAttributeNames(int file);
 
-} // namespace FileTree
+} // namespace zr::FileTree

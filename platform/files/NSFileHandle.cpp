@@ -2,6 +2,7 @@
 #include "platform/files/NSFileHandle.h"
 
 #include "platform/base/NSException.h"
+#include "platform/base/WriteAll.h"
 #include "platform/files/NSPathUtilities.h"
 
 #include <algorithm>
@@ -85,17 +86,10 @@ QByteArray NSFileHandle::readDataToEndOfFile() {
 }
 
 void NSFileHandle::writeData(QByteArrayView data) {
-    if (m_descriptor < 0) {
+    if (m_descriptor < 0)
         errno = EBADF;
+    if (m_descriptor < 0 || zr::writeAll(m_descriptor, data))
         raise("write");
-    }
-    while (!data.isEmpty()) {
-        const ssize_t count =
-            uninterrupted([&] { return ::write(m_descriptor, data.data(), size_t(data.size())); });
-        if (count < 0)
-            raise("write");
-        data = data.sliced(count);
-    }
 }
 
 quint64 NSFileHandle::offsetInFile() const {

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "platform/files/NSFileManager.h"
 
+#include "platform/base/FileDescriptor.h"
+#include "platform/base/SystemError.h"
 #include "platform/files/FileTree.h"
 #include "platform/files/NSPathUtilities.h"
 
 #include <QTimeZone>
 #include <array>
-#include <cerrno>
-#include <climits>
 #include <fcntl.h>
+#include <filesystem>
 #include <linux/limits.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -16,11 +17,9 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-namespace {
+using namespace zr;
 
-std::error_code systemError(int number = errno) {
-    return {number, std::generic_category()};
-}
+namespace {
 
 std::error_code outcome(int result) {
     return result < 0 ? systemError() : std::error_code();
@@ -70,26 +69,16 @@ QByteArray attributeName(const QString &name) {
 /// The user's extended attributes of a file or folder; links and what can't be opened have none.
 QVariantMap extendedAttributes(const QByteArray &path) {
     QVariantMap attributes;
-    const int file = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (file < 0)
+    const FileDescriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!file)
         return attributes;
-    for (const QByteArray &name : FileTree::extendedAttributeNames(file)) {
+    for (const QByteArray &name : FileTree::extendedAttributeNames(file.get())) {
         QByteArray value(XATTR_SIZE_MAX, Qt::Uninitialized);
-        const ssize_t size = ::fgetxattr(file, name.constData(), value.data(), size_t(value.size()));
+        const ssize_t size = ::fgetxattr(file.get(), name.constData(), value.data(), size_t(value.size()));
         if (size >= 0)
             attributes.insert(NSStringWithFileSystemRepresentation(name.mid(5)), value.left(size));
     }
-    ::close(file);
     return attributes;
-}
-
-std::error_code makeFolder(const QByteArray &path) {
-    if (::mkdir(path.constData(), 0777) == 0)
-        return {};
-    const int reason = errno;
-    struct stat status {};
-    const bool isThere = ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);
-    return isThere ? std::error_code() : systemError(reason);
 }
 
 } // namespace
@@ -113,11 +102,9 @@ std::error_code NSFileManager::createDirectoryAtPath(const QString &path,
     return withPath(path, [&](const QByteArray &bytes) {
         if (!withIntermediateDirectories)
             return outcome(::mkdir(bytes.constData(), 0777));
-        for (qsizetype slash = bytes.indexOf('/', 1); slash > 0; slash = bytes.indexOf('/', slash + 1)) {
-            if (const std::error_code error = makeFolder(bytes.left(slash)))
-                return error;
-        }
-        return makeFolder(bytes);
+        std::error_code error;
+        std::filesystem::create_directories(bytes.constData(), error);
+        return error;
     });
 }
 

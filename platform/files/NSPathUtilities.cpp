@@ -5,14 +5,18 @@
 
 #include <QDir>
 #include <QStandardPaths>
+#include <array>
 #include <cerrno>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr ushort FirstByteUnit = 0xDC80;
-constexpr ushort LastByteUnit = 0xDCFF;
+/// The units that stand for a byte that is not UTF-8.
+bool isByteUnit(QChar unit) {
+    return unit >= u'\xDC80' && unit <= u'\xDCFF';
+}
 
 /// How many bytes at the start are one character in UTF-8; 0 where they are none.
 qsizetype characterSize(QByteArrayView bytes) {
@@ -32,10 +36,15 @@ QString folderOfVariable(const char *variable) {
     return folder.startsWith('/') ? QDir::cleanPath(NSStringWithFileSystemRepresentation(folder)) : QString();
 }
 
+QString belowHome(const QString &path) {
+    const QString home = NSHomeDirectory();
+    return home.isNull() ? QString() : home + path;
+}
+
 /// QStandardPaths takes relative ones too, which the base directory rules have ignored.
 QString baseFolder(const char *variable, const QString &atHome) {
     const QString folder = folderOfVariable(variable);
-    return folder.isNull() ? NSHomeDirectory() + atHome : folder;
+    return folder.isNull() ? belowHome(atHome) : folder;
 }
 
 } // namespace
@@ -46,13 +55,15 @@ QByteArray NSFileSystemRepresentation(const QString &path) {
     QByteArray bytes;
     qsizetype plain = 0;
     for (qsizetype i = 0; i <= path.size(); ++i) {
-        const ushort unit = i < path.size() ? path.at(i).unicode() : FirstByteUnit;
-        const bool paired = i > 0 && i < path.size() && path.at(i - 1).isHighSurrogate();
-        if (unit < FirstByteUnit || unit > LastByteUnit || paired)
+        const bool isEnd = i == path.size();
+        if (!isEnd && (!isByteUnit(path.at(i)) || (i > 0 && path.at(i - 1).isHighSurrogate())))
             continue;
-        bytes += QStringView(path).sliced(plain, i - plain).toUtf8();
-        if (i < path.size())
-            bytes += char(unit & 0xFF);
+        const QByteArray text = NSDataUsingUTF8(QStringView(path).sliced(plain, i - plain));
+        if (text.isNull())
+            return {};
+        bytes += text;
+        if (!isEnd)
+            bytes += char(path.at(i).unicode() & 0xFF);
         plain = i + 1;
     }
     return bytes;
@@ -94,7 +105,10 @@ QString NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory directory) {
     case NSSearchPathDirectory::Library:
         return baseFolder("XDG_CONFIG_HOME", QStringLiteral("/.config"));
     case NSSearchPathDirectory::Documents:
-        return QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+        // Qt takes the root for a home that isn't in the environment.
+        return folderOfVariable("HOME").isNull()
+                   ? belowHome(QStringLiteral("/Documents"))
+                   : QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     case NSSearchPathDirectory::Caches:
         return baseFolder("XDG_CACHE_HOME", QStringLiteral("/.cache"));
     case NSSearchPathDirectory::ApplicationSupport:
@@ -104,7 +118,14 @@ QString NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory directory) {
 }
 
 QString NSHomeDirectory() {
-    return QDir::homePath();
+    if (QString folder = folderOfVariable("HOME"); !folder.isNull())
+        return folder;
+    passwd user{};
+    passwd *found = nullptr;
+    std::array<char, 16 << 10> texts{};
+    if (::getpwuid_r(::geteuid(), &user, texts.data(), texts.size(), &found) != 0 || !found || !user.pw_dir)
+        return {};
+    return QDir::cleanPath(NSStringWithFileSystemRepresentation(user.pw_dir));
 }
 
 QString NSTemporaryDirectory() {

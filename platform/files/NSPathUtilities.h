@@ -6,8 +6,8 @@
 #include <QUrl>
 
 /// The path's bytes for the system: UTF-8. Names on disk need not be UTF-8; each byte that isn't stands in a
-/// string as a lone surrogate, U+DC00 and the byte, and becomes that byte again. nil for nil, for "" and for
-/// a path with a zero in it, which no file can have. Any thread.
+/// string as a lone surrogate, U+DC00 and the byte, and becomes that byte again. nil for nil, for "", and for
+/// a path that no file can have: with a zero in it, or another lone surrogate. Any thread.
 QByteArray NSFileSystemRepresentation(const QString &path);
 /// The string of a path's or name's bytes, the other way round.
 QString NSStringWithFileSystemRepresentation(const QByteArray &bytes);
@@ -25,13 +25,13 @@ enum class NSSearchPathDirectory {
     ApplicationSupport, ///< $XDG_DATA_HOME or ~/.local/share
 };
 
-/// The path of a user's folder, which need not exist.
+/// The path of a user's folder, which need not exist; nil without a home.
 QString NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory directory);
-/// The user's home folder.
+/// The user's home folder: $HOME, or if that isn't set, what the user database says. nil if neither knows it.
 QString NSHomeDirectory();
-/// The folder for files that needn't outlive their process: $TMPDIR. Where that isn't set, /tmp is for all
-/// users, so this is a folder of the user's own in it, which no other may enter; nil where another user has
-/// taken its name.
+/// The folder for files that needn't outlive their process: $TMPDIR. If that isn't set, /tmp is for all users,
+/// so this is a folder of the user's own in it, which no other may enter; nil if another user has taken its
+/// name.
 QString NSTemporaryDirectory();
 
 /// The text behind the last dot of a path's last component, without the dot; "" where there is none, as in

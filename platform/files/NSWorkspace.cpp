@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <utility>
 
+using namespace zr;
+
 namespace {
 
 /// What each known identifier builds on; in lower case.

@@ -7,6 +7,8 @@
 #include <QMimeDatabase>
 #include <sys/stat.h>
 
+using namespace zr;
+
 namespace {
 
 constexpr UniformType types[] = {
@@ -316,6 +318,8 @@ QString typeOfName(const QString &name) {
 
 } // namespace
 
+namespace zr {
+
 std::span<const UniformType> uniformTypes() {
     return types;
 }
@@ -364,6 +368,8 @@ QString tagOfDynamicUniformType(const QString &identifier) {
     }
     return tag.isEmpty() ? QString() : QString::fromUtf8(tag);
 }
+
+} // namespace zr
 
 QString NSTypeIdentifierOfItem(const QString &path) {
     const QByteArray bytes = NSFileSystemRepresentation(path);

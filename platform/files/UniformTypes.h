@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <span>
 
+namespace zr {
+
 /// A uniform type identifier, the types it builds on, its MIME types, and the extensions of its files' names
 /// in lower case; lists are parted by blanks.
 struct UniformType {
@@ -27,6 +29,8 @@ QStringList uniformTypesOfMIMEType(const QString &mimeType);
 QString dynamicUniformType(const QString &tag);
 /// The tag of such an identifier; nil for any other.
 QString tagOfDynamicUniformType(const QString &identifier);
+
+} // namespace zr
 
 /// The identifier of the item at a path, as NSURLTypeIdentifierKey has it: of a folder, a link or a special
 /// file by what it is, of any other by its name, as the table above and the shared MIME database know it,

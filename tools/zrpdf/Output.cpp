@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
 
 QByteArray text(const std::error_code &error) {

@@ -25,7 +25,7 @@ private:
     QByteArray m_path;
     bool m_force;
     bool m_isStream = false;
-    std::optional<AtomicFile> m_file;
+    std::optional<zr::AtomicFile> m_file;
 };
 
 /// Makes the folder and those above it that are missing; says why that failed, or nothing.

@@ -6,6 +6,8 @@
 #include "platform/files/NSPathUtilities.h"
 #include "platform/net/NSHTTPCookieStorage.h"
 #include "tests/ZRKit/Network/FetchTest.h"
+#include "tests/support/FullDisk.h"
+#include "tests/support/InChild.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LoopbackServers.h"
 #include "tests/support/ObserverLog.h"
@@ -178,6 +180,21 @@ TEST(FetchSetUp, TheDescriptionNamesStateAndURL) {
                        "request: http://host/a%20b>$"));
     EXPECT_TRUE(form.match(operation->description()).hasMatch()) << operation->description().toStdString();
     EXPECT_TRUE(make()->description().endsWith(QStringLiteral("request: (null)>")));
+}
+
+// Before the next test: a process asks for the folder once.
+TEST(FetchSetUp, WithoutATemporaryFolderThereIsNoFolderForIncompleteDownloads) {
+    const QTemporaryDir current;
+    checkInChild([&] {
+        ASSERT_TRUE(QDir::setCurrent(current.path()));
+        if (limitSpace("/tmp") != std::errc::no_space_on_device)
+            return; // this system lets nobody have a /tmp of one's own
+        qunsetenv("TMPDIR");
+        ASSERT_EQ(::symlink("/", ("/tmp/user-" + QByteArray::number(quint64(::geteuid()))).constData()), 0);
+        EXPECT_TRUE(NSTemporaryDirectory().isNull());
+        EXPECT_TRUE(make()->incompleteDownloadDirectoryPath().isNull());
+    });
+    EXPECT_TRUE(QDir(current.path()).isEmpty());
 }
 
 TEST(FetchSetUp, IncompleteDownloadsHaveAFolderOfTheirOwn) {

@@ -12,10 +12,13 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+using namespace zr;
 
 namespace {
 
@@ -100,7 +103,7 @@ TEST_F(NSFileManagerTest, FoldersAreMadeWithThoseAboveThem) {
     EXPECT_EQ(manager.createDirectoryAtPath(path(u"a/b/c"_s), false), std::errc::file_exists);
     EXPECT_EQ(manager.createDirectoryAtPath(path(u"x/y"_s), false), std::errc::no_such_file_or_directory);
     put(u"file"_s, "x");
-    EXPECT_EQ(manager.createDirectoryAtPath(path(u"file"_s)), std::errc::file_exists);
+    EXPECT_EQ(manager.createDirectoryAtPath(path(u"file"_s)), std::errc::not_a_directory);
     EXPECT_TRUE(bool(manager.createDirectoryAtPath(path(u"file/b"_s))));
 }
 
@@ -425,4 +428,113 @@ TEST_F(NSFileManagerTest, ExtendedAttributesAreSetReadListedAndRemoved) {
     EXPECT_TRUE(manager.extendedAttribute(u"zrkit.a"_s, file).isNull());
     EXPECT_TRUE(bool(manager.setExtendedAttribute(u"zrkit.a"_s, QByteArray(), file)));
     EXPECT_EQ(manager.setExtendedAttribute(QString(), "x", file), std::errc::invalid_argument);
+}
+
+TEST_F(NSFileManagerTest, ASlashBehindALinkStillMeansTheLink) {
+    makeFolder(u"a"_s);
+    put(u"a/kept"_s, "k");
+    makeLink("a", u"link"_s);
+    EXPECT_FALSE(manager.copyItemAtPath(path(u"link/"_s), path(u"copy"_s)));
+    EXPECT_TRUE(S_ISLNK(status(u"copy"_s).st_mode));
+    EXPECT_FALSE(manager.moveItemAtPath(path(u"link//"_s), path(u"moved"_s)));
+    EXPECT_TRUE(S_ISLNK(status(u"moved"_s).st_mode));
+    EXPECT_FALSE(manager.removeItemAtPath(path(u"moved/"_s)));
+    EXPECT_FALSE(manager.removeItemAtPath(path(u"copy///"_s)));
+    EXPECT_EQ(names(), QStringList{u"a"_s});
+    EXPECT_EQ(read(u"a/kept"_s), "k");
+    EXPECT_FALSE(manager.removeItemAtPath(path(u"a/"_s)));
+    EXPECT_EQ(names(), QStringList());
+}
+
+TEST_F(NSFileManagerTest, DotsAtTheEndOfAPathAreRefusedAndNothingIsTouched) {
+    makeFolder(u"a/b"_s);
+    put(u"a/b/kept"_s, "k");
+    makeLink("a", u"link"_s);
+    for (const QString &dots : {u"a/."_s, u"a/./"_s, u"a/b/.."_s, u"a/b/../"_s, u"link/."_s}) {
+        EXPECT_EQ(manager.removeItemAtPath(path(dots)), std::errc::invalid_argument) << qPrintable(dots);
+        EXPECT_EQ(manager.moveItemAtPath(path(dots), path(u"c"_s)), std::errc::invalid_argument);
+        EXPECT_EQ(manager.copyItemAtPath(path(dots), path(u"c"_s)), std::errc::invalid_argument);
+    }
+    EXPECT_EQ(names(), (QStringList{u"a"_s, u"link"_s}));
+    EXPECT_EQ(read(u"a/b/kept"_s), "k");
+}
+
+TEST_F(NSFileManagerTest, TheRootIsNotRemoved) {
+    // In a root of its own, should it ever be tried.
+    makeFolder(u"kept"_s);
+    checkInChild([&] {
+        if (::geteuid() == 0) {
+            ASSERT_EQ(::chroot(folder.path().toUtf8().constData()), 0);
+            ASSERT_EQ(::chdir("/"), 0);
+        }
+        EXPECT_EQ(manager.removeItemAtPath(u"/"_s), std::errc::device_or_resource_busy);
+        EXPECT_EQ(manager.removeItemAtPath(u"//"_s), std::errc::device_or_resource_busy);
+    });
+    EXPECT_EQ(names(), QStringList{u"kept"_s});
+}
+
+TEST_F(NSFileManagerTest, ASlashBehindAFileIsAnError) {
+    put(u"a"_s, "x");
+    EXPECT_EQ(manager.removeItemAtPath(path(u"a/"_s)), std::errc::not_a_directory);
+    EXPECT_EQ(manager.moveItemAtPath(path(u"a/"_s), path(u"b"_s)), std::errc::not_a_directory);
+    EXPECT_EQ(manager.copyItemAtPath(path(u"a/"_s), path(u"b"_s)), std::errc::not_a_directory);
+    EXPECT_EQ(manager.copyItemAtPath(path(u"a"_s), path(u"b/"_s)), std::errc::not_a_directory);
+    EXPECT_EQ(names(), QStringList{u"a"_s});
+}
+
+TEST_F(NSFileManagerTest, ALoneSurrogateNeverStandsForAnotherFile) {
+    put(u"?"_s, "kept");
+    put(QString(QChar::ReplacementCharacter), "kept");
+    for (const char16_t unit :
+         {char16_t(0xD800), char16_t(0xDBFF), char16_t(0xDC00), char16_t(0xDC7F), char16_t(0xDD00)}) {
+        const QString odd = path(QString(QChar(unit)));
+        EXPECT_FALSE(manager.fileExistsAtPath(odd));
+        EXPECT_EQ(manager.removeItemAtPath(odd), std::errc::no_such_file_or_directory);
+        EXPECT_EQ(manager.moveItemAtPath(odd, path(u"b"_s)), std::errc::no_such_file_or_directory);
+        EXPECT_EQ(manager.createDirectoryAtPath(odd), std::errc::no_such_file_or_directory);
+    }
+    EXPECT_EQ(names().size(), 2);
+}
+
+TEST_F(NSFileManagerTest, FoldersDeeperThanOpenFilesAndPathsMayBeAreCopiedAndRemoved) {
+    constexpr int depth = 1'300;
+    const QByteArray name(20, 'n'); // 27,000 bytes of path at the bottom
+    checkInChild([&] {
+        const rlimit few{64, 64};
+        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+        ASSERT_EQ(::chdir(makeFolder(u"a"_s).toUtf8().constData()), 0);
+        for (int i = 0; i < depth; ++i)
+            ASSERT_TRUE(::mkdir(name.constData(), 0755) == 0 && ::chdir(name.constData()) == 0);
+        const int file = ::open("bottom", O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        ASSERT_EQ(::write(file, "x", 1), 1);
+        ASSERT_EQ(::close(file), 0);
+        EXPECT_EQ(manager.copyItemAtPath(path(u"a"_s), path(u"b"_s)), std::error_code());
+        ASSERT_EQ(::chdir(bytes(u"b"_s).constData()), 0);
+        for (int i = 0; i < depth; ++i)
+            ASSERT_EQ(::chdir(name.constData()), 0) << i;
+        EXPECT_EQ(::access("bottom", R_OK), 0);
+        ASSERT_EQ(::chdir("/"), 0);
+        EXPECT_EQ(manager.removeItemAtPath(path(u"b"_s)), std::error_code());
+        EXPECT_EQ(manager.removeItemAtPath(path(u"a"_s)), std::error_code());
+    });
+    EXPECT_EQ(names(), QStringList());
+}
+
+TEST_F(NSFileManagerTest, ACopyOfASparseFileIsSparse) {
+    const QByteArray start(4'096, 's');
+    const int file = ::open(bytes(u"a"_s).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_EQ(::pwrite(file, start.constData(), size_t(start.size()), 0), start.size());
+    ASSERT_EQ(::pwrite(file, "middle", 6, 50 << 20), 6);
+    ASSERT_EQ(::ftruncate(file, 200 << 20), 0);
+    ASSERT_EQ(::close(file), 0);
+    ASSERT_FALSE(manager.copyItemAtPath(path(u"a"_s), path(u"b"_s)));
+    EXPECT_EQ(status(u"b"_s).st_size, 200 << 20);
+    EXPECT_LE(status(u"b"_s).st_blocks, status(u"a"_s).st_blocks + 64);
+    EXPECT_TRUE(manager.contentsEqualAtPath(path(u"a"_s), path(u"b"_s)));
+
+    ASSERT_EQ(::close(::open(bytes(u"hole"_s).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644)), 0);
+    ASSERT_EQ(::truncate(bytes(u"hole"_s).constData(), 10 << 20), 0);
+    ASSERT_FALSE(manager.copyItemAtPath(path(u"hole"_s), path(u"copy"_s)));
+    EXPECT_EQ(status(u"copy"_s).st_size, 10 << 20);
+    EXPECT_LE(status(u"copy"_s).st_blocks, 64);
 }

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -155,4 +156,24 @@ TEST(NSPathUtilities, AnExtensionIsBehindTheLastDotOfTheName) {
     EXPECT_EQ(NSPathByAppendingExtension(u"a"_s, u"txt"_s), u"a.txt"_s);
     EXPECT_EQ(NSPathByAppendingExtension(u"a"_s, u""_s), u"a"_s);
     EXPECT_EQ(NSPathByAppendingExtension(u"a"_s, QString()), u"a"_s);
+}
+
+TEST(NSPathUtilities, AHomeThatIsNotInTheEnvironmentComesFromTheUserDatabase) {
+    const QString known = QString::fromLocal8Bit(::getpwuid(::geteuid())->pw_dir);
+    const Variable data("XDG_DATA_HOME", nullptr), config("XDG_CONFIG_HOME", nullptr);
+    for (const char *missing : {static_cast<const char *>(nullptr), "", "relative"}) {
+        const Variable home("HOME", missing);
+        EXPECT_EQ(NSHomeDirectory(), known);
+        EXPECT_EQ(NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory::ApplicationSupport),
+                  known + u"/.local/share"_s);
+        EXPECT_TRUE(
+            NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory::Documents).startsWith(known + u'/'));
+    }
+}
+
+TEST(NSPathUtilities, APathWithALoneSurrogateNamesNothing) {
+    for (const char16_t unit :
+         {char16_t(0xD800), char16_t(0xDBFF), char16_t(0xDC00), char16_t(0xDC7F), char16_t(0xDFFF)})
+        EXPECT_TRUE(NSFileSystemRepresentation(u"a"_s + QChar(unit) + u'b').isNull());
+    EXPECT_EQ(NSFileSystemRepresentation(u"a\U0001F600"_s + QChar(0xDCFF)), "a\xF0\x9F\x98\x80\xFF");
 }

@@ -65,11 +65,11 @@ TEST(NSWorkspace, MIMETypesStandForIdentifiersAndInheritAsTheMIMEDatabaseSays) {
 
 TEST(NSWorkspace, TheTableIsConsistent) {
     QSet<QString> identifiers;
-    for (const UniformType &type : uniformTypes()) {
+    for (const zr::UniformType &type : zr::uniformTypes()) {
         EXPECT_FALSE(identifiers.contains(QString::fromLatin1(type.identifier))) << type.identifier;
         identifiers.insert(QString::fromLatin1(type.identifier));
     }
-    for (const UniformType &type : uniformTypes()) {
+    for (const zr::UniformType &type : zr::uniformTypes()) {
         for (const QString &parent : QString::fromLatin1(type.parents).split(u' ', Qt::SkipEmptyParts))
             EXPECT_TRUE(identifiers.contains(parent)) << type.identifier;
     }
