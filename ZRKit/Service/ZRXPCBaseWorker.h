@@ -60,7 +60,8 @@ public:
     /// Replies with an error of domain "com.velmora.error", code 101 and the message, which is logged.
     void doneWithErrorMessage(const QString &message);
 
-    /// The connection that this worker serves; nil once that is gone. Any thread.
+    /// The connection that this worker serves; nil once that is gone. A task that takes long sets its hangup handler
+    /// at the start of work(), to learn at once that the client has left. Any thread.
     std::shared_ptr<NSXPCConnection> xpcConnection() const;
     void setXpcConnection(const std::shared_ptr<NSXPCConnection> &connection);
 

@@ -74,9 +74,10 @@ public:
     void setInterruptionHandler(Handler handler);
     /// Called once, as the connection's last call, when it is invalid for good.
     void setInvalidationHandler(Handler handler);
-    /// Called as soon as the other side has gone, even while one of its messages is being handled, on a
-    /// thread of the machinery; for work that needn't be finished then. At once where it has gone already. It
-    /// must not block.
+    /// Called once, as soon as the other side has gone or the connection is invalidated, even while one of its messages
+    /// is being handled: work for somebody who has left can be given up. Runs on a thread of the machinery, or within
+    /// this call if it is too late for that; it must not block. Setting another handler, or none, replaces it.
+    /// A side that shuts only its sending half counts as gone.
     void setHangupHandler(Handler handler);
 
     /// Starts or, after as many calls of suspend(), restarts delivery. The first call connects.
