@@ -27,7 +27,7 @@ void ZRXPCWorker::work() {
                                   (*this)[QStringLiteral("tagged")].toBool(), abandoned.get());
     QByteArray pdf = converter.pdfData();
     if (pdf.isNull()) {
-        doneWithErrorMessage(QStringLiteral("HTML to PDF converter did fail"));
+        doneWithErrorMessage(QStringLiteral("HTML to PDF converter did fail"), converter.error());
         return;
     }
     pdf = writePDFWithData(pdf);

@@ -87,14 +87,18 @@ void ZRConvertHTML::extractPDFAsOnePage() {
 
 void ZRConvertHTML::webViewDidFailProvisionalLoadWithError(WebView *, const NSError &error, WebFrame *frame) {
     NSLog("didFailProvisionalLoadWithError %@ %@", error, frame->description());
-    if (m_webView && frame == m_webView->mainFrame())
+    if (m_webView && frame == m_webView->mainFrame()) {
+        m_error = error;
         m_done = true;
+    }
 }
 
 void ZRConvertHTML::webViewDidFailLoadWithError(WebView *, const NSError &error, WebFrame *frame) {
     NSLog("didFailLoadWithError %@ %@", error, frame->description());
-    if (m_webView && frame == m_webView->mainFrame())
+    if (m_webView && frame == m_webView->mainFrame()) {
+        m_error = error;
         m_done = true;
+    }
 }
 
 void ZRConvertHTML::webViewDidFinishLoadForFrame(WebView *, WebFrame *frame) {

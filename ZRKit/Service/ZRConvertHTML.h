@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/NSError.h"
 #include "platform/web/WebFrameLoadDelegate.h"
 
 #include <QObject>
@@ -52,6 +53,9 @@ public:
     QByteArray pdfData() const { return m_pdfData; }
     void setPdfData(const QByteArray &pdfData) { m_pdfData = pdfData; }
 
+    /// Why loading failed; nil if it didn't.
+    NSError error() const { return m_error; }
+
 private:
     const QVariant m_data;
     const QString m_utiType;
@@ -60,4 +64,5 @@ private:
     std::unique_ptr<WebView> m_webView;
     bool m_done = false;
     QByteArray m_pdfData;
+    NSError m_error;
 };

@@ -1,44 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Service/ZRXPC.h"
 
+#include "ZRKit/Service/Serialization.h"
 #include "ZRKit/Service/ZRXPCHelper.h"
 #include "ZRKit/Service/ZRXPCOperation.h"
 #include "ZRKit/Service/ZRXPCProtocol.h"
 #include "ZRKit/Values/ZRMacros.h"
-#include "platform/archive/NSKeyedArchiver.h"
-#include "platform/archive/NSKeyedUnarchiver.h"
-#include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/xpc/NSXPCConnection.h"
+
+using namespace zr;
 
 namespace {
 
 constexpr char source[] = "ZRXPC";
-
-QByteArray serialize(const QVariant &object) {
-    try {
-        return NSKeyedArchiver::archivedDataWithRootObject(object);
-    } catch (...) {
-        NSLog("zxDataSerialize: %@", NSException::currentDescription());
-        return {};
-    }
-}
-
-QVariant unserialize(const QByteArray &data) {
-    if (data.isEmpty())
-        return {};
-    try {
-        return NSKeyedUnarchiver::unarchiveObjectWithData(data);
-    } catch (...) {
-        NSLog("zxDataUnserialize: %@", NSException::currentDescription());
-        return {};
-    }
-}
-
-/// A connection can't be to no name at all.
-std::shared_ptr<NSXPCConnection> makeConnection(const QString &serviceName) {
-    return serviceName.isNull() ? nullptr : std::make_shared<NSXPCConnection>(serviceName);
-}
 
 } // namespace
 
@@ -50,7 +25,8 @@ void ZRXPC::Helper::performXPCAsyncWithObject(const QVariant &object, const Bloc
     constexpr char function[] = "-[ZRXPC performXPCAsyncWithObject:block:]";
     if (m_serviceName.isNull())
         ZRKit::zxAssertFailed(function, "(_serviceName)", source, 80);
-    auto connection = makeConnection(m_serviceName);
+    // A connection can't be to no name at all.
+    auto connection = m_serviceName.isNull() ? nullptr : std::make_shared<NSXPCConnection>(m_serviceName);
     if (connection) {
         connection->setRemoteObjectInterface(NSXPCInterface::interfaceWithProtocol<ZRXPCProtocol>());
         connection->setExportedInterface(nullptr);
@@ -82,9 +58,7 @@ ZRXPC::ZRXPC(const QString &serviceName) : m_helper(std::make_shared<Helper>(ser
 ZRXPC::~ZRXPC() = default;
 
 void ZRXPC::performXPCBoot() {
-    const auto operation = std::make_shared<ZRXPCOperation>(*this);
-    operation->setTaskInfo(QVariantMap{{QStringLiteral("__boot"), true}});
-    operationQueue()->addOperation(operation);
+    add(QVariantMap{{QStringLiteral("__boot"), true}});
 }
 
 void ZRXPC::performXPCAsyncWithObject(const QVariant &object, const Block &block) {
@@ -92,9 +66,7 @@ void ZRXPC::performXPCAsyncWithObject(const QVariant &object, const Block &block
 }
 
 QVariant ZRXPC::performXPCWithObject(const QVariant &object) {
-    const auto operation = std::make_shared<ZRXPCOperation>(*this);
-    operation->setTaskInfo(object);
-    operationQueue()->addOperation(operation);
+    const auto operation = add(object);
     operation->waitUntilFinished();
     QVariant result = operation->taskResult();
     if (NSIsNil(result)) {
@@ -109,12 +81,17 @@ QVariant ZRXPC::performXPCWithObject(const QVariant &object) {
 void ZRXPC::performXPCSynchronousWithObject(const QVariant &object, const Block &block) {
     if (!block)
         ZRKit::zxAssertFailed("-[ZRXPC performXPCSynchronousWithObject:block:]", "(block)", source, 135);
-    const auto operation = std::make_shared<ZRXPCOperation>(*this);
-    operation->setTaskInfo(object);
-    operationQueue()->addOperation(operation);
+    const auto operation = add(object);
     operation->waitUntilFinished();
     if (block)
         block(operation->taskResult(), operation->error());
+}
+
+std::shared_ptr<ZRXPCOperation> ZRXPC::add(const QVariant &task) {
+    auto operation = std::make_shared<ZRXPCOperation>(*this);
+    operation->setTaskInfo(task);
+    operationQueue()->addOperation(operation);
+    return operation;
 }
 
 NSOperationQueue *ZRXPC::operationQueue() const {

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Service/ZRXPCBaseWorker.h"
 
+#include "ZRKit/Service/Serialization.h"
 #include "ZRKit/Service/ZRXPCDelegate.h"
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
 #include "ZRKit/Values/NSString+ZRKit.h"
-#include "platform/archive/NSKeyedArchiver.h"
-#include "platform/archive/NSKeyedUnarchiver.h"
 #include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 #include "platform/xpc/NSXPCConnection.h"
 #include "platform/xpc/NSXPCListener.h"
 
 #include <atomic>
+
+using namespace zr;
 
 namespace {
 
@@ -22,17 +23,6 @@ quint32 takeTaskNumber() {
     const quint32 number = taskCounter.load(std::memory_order_relaxed);
     taskCounter.store(number + 1, std::memory_order_relaxed);
     return number;
-}
-
-QVariant unserialize(const QByteArray &data) {
-    if (data.isEmpty())
-        return {};
-    try {
-        return NSKeyedUnarchiver::unarchiveObjectWithData(data);
-    } catch (...) {
-        NSLog("zxDataUnserialize: %@", NSException::currentDescription());
-        return {};
-    }
 }
 
 /// The object's own subscript: it keeps the null marker, and only dictionaries and nil have one.
@@ -105,20 +95,18 @@ QVariant ZRXPCBaseWorker::objectForKeyedSubscript(const QString &key) const {
 }
 
 void ZRXPCBaseWorker::doneWithResult(const QVariant &result) {
-    QByteArray data;
-    try {
-        data = NSKeyedArchiver::archivedDataWithRootObject(result);
-    } catch (...) {
-        NSLog("zxDataSerialize: %@", NSException::currentDescription());
-    }
-    reply(data, NSError());
+    reply(serialize(result), NSError());
 }
 
-void ZRXPCBaseWorker::doneWithErrorMessage(const QString &message) {
+void ZRXPCBaseWorker::doneWithErrorMessage(const QString &message, const NSError &cause) {
     NSLog("!!! XPC Error: %@", message);
-    reply(QByteArray(),
-          NSError(QStringLiteral("com.velmora.error"), 101,
-                  message.isEmpty() ? QVariantMap() : QVariantMap{{NSLocalizedDescriptionKey, message}}));
+    QVariantMap userInfo;
+    if (!message.isEmpty())
+        userInfo.insert(NSLocalizedDescriptionKey, message);
+    // One that can't be archived must not cost the reply.
+    if (cause && !serialize(QVariant::fromValue(cause)).isNull())
+        userInfo.insert(NSUnderlyingErrorKey, QVariant::fromValue(cause));
+    reply(QByteArray(), NSError(QStringLiteral("com.velmora.error"), 101, userInfo));
 }
 
 /// Calls the block without asking whether there is one: a second reply must not go by in silence.

@@ -10,7 +10,8 @@
 
 class NSXPCConnection;
 
-/// The worker of a service: takes tasks from one connection, one after another, and replies to each once.
+/// The worker of a service: takes tasks from one connection, one after another, and replies to each once. Tasks run on the
+/// connection's thread; those of different connections run at the same time.
 ///
 /// A subclass overrides work() and has an invokable default constructor:
 ///
@@ -24,8 +25,7 @@ class NSXPCConnection;
 ///
 ///     int main() { Upper::setupAsListener(); }
 ///
-/// A task {"__boot": anything} only asks whether the service is up: it gets {"boot": "success"} without
-/// work().
+/// A task {"__boot": anything} only asks whether the service is up: it gets {"boot": "success"} without work().
 class ZRXPCBaseWorker : public QObject, public ZRXPCProtocol {
     Q_OBJECT
     Q_PROPERTY(QVariant object READ object)
@@ -41,26 +41,27 @@ public:
 
     /// Runs a task on the calling thread, and has replied, with an error if need be, when it returns.
     ///
-    /// What work() throws becomes an error reply. A task that was replied to twice throws
-    /// std::bad_function_call, because its reply block is used up.
+    /// What work() raises becomes an error reply. A task that is replied to twice raises std::bad_function_call, because
+    /// its reply block is used up.
     void performWithData(const QByteArray &data, const Reply &block) override;
 
     /// The task's work: calls doneWithResult() or doneWithErrorMessage() exactly once before it returns.
     void work() override;
 
-    /// The task in progress, decoded; nil where there was nothing to decode. Any thread.
+    /// The task in progress, decoded; nil if there was nothing to decode. Any thread.
     QVariant object() const;
-    /// The task's value under the key; nil where it is missing or the null marker, or the task is no
-    /// dictionary.
+    /// The task's value under the key; nil if it is missing or the null marker, or if the task is no dictionary.
     QVariant objectForKeyedSubscript(const QString &key) const;
     QVariant operator[](const QString &key) const { return objectForKeyedSubscript(key); }
 
-    /// Replies with the result; with neither result nor error where it can't be archived, which is logged.
+    /// Replies with the result. One that can't be archived is logged, and the reply has neither result nor error.
     void doneWithResult(const QVariant &result);
     /// Replies with an error of domain "com.velmora.error", code 101 and the message, which is logged.
-    void doneWithErrorMessage(const QString &message);
+    /// \param cause  what led to it, for the client under NSUnderlyingErrorKey of the error's user info; nil for nothing
+    void doneWithErrorMessage(const QString &message, const NSError &cause = {});
 
-    /// The connection that this worker serves; nil once that is gone. Any thread.
+    /// The connection that this worker serves; nil once that is gone. A task that takes long sets its hangup handler
+    /// at the start of work(), to learn at once that the client has left. Any thread.
     std::shared_ptr<NSXPCConnection> xpcConnection() const;
     void setXpcConnection(const std::shared_ptr<NSXPCConnection> &connection);
 

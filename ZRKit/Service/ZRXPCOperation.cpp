@@ -42,34 +42,4 @@ void ZRXPCOperation::completeOperation() {
     ZROperationConcurrent::completeOperation();
 }
 
-QVariant ZRXPCOperation::taskInfo() const {
-    const std::lock_guard lock(m_mutex);
-    return m_taskInfo;
-}
-
-void ZRXPCOperation::setTaskInfo(const QVariant &taskInfo) {
-    const std::lock_guard lock(m_mutex);
-    m_taskInfo = taskInfo;
-}
-
-QVariant ZRXPCOperation::taskResult() const {
-    const std::lock_guard lock(m_mutex);
-    return m_taskResult;
-}
-
-void ZRXPCOperation::setTaskResult(const QVariant &taskResult) {
-    const std::lock_guard lock(m_mutex);
-    m_taskResult = taskResult;
-}
-
-NSError ZRXPCOperation::error() const {
-    const std::lock_guard lock(m_mutex);
-    return m_error;
-}
-
-void ZRXPCOperation::setError(const NSError &error) {
-    const std::lock_guard lock(m_mutex);
-    m_error = error;
-}
-
 #include "moc_ZRXPCOperation.cpp"

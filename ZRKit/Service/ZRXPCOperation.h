@@ -4,10 +4,10 @@
 #include "ZRKit/Operations/ZROperationQueue.h"
 #include "ZRKit/Service/ZRXPC.h"
 
-/// One task on its way to a service and back.
+/// One task on its way to a service and back. Any thread.
 ///
-/// It finishes when the reply is there. Cancelled before it starts, it finishes without contacting the
-/// service; cancelled later, it waits for its reply all the same.
+/// It finishes when the reply is there. Cancelled before it starts, it finishes without contacting the service; cancelled
+/// later, it waits for its reply all the same.
 class ZRXPCOperation : public ZROperationConcurrent {
     Q_OBJECT
     Q_PROPERTY(QVariant taskInfo READ taskInfo WRITE setTaskInfo)
@@ -25,16 +25,27 @@ public:
     void cleanup();
 
     /// The task object to send.
-    QVariant taskInfo() const;
-    void setTaskInfo(const QVariant &taskInfo);
-    /// The result; nil until a reply has come, and where it has none.
-    QVariant taskResult() const;
-    void setTaskResult(const QVariant &taskResult);
+    QVariant taskInfo() const { return get(m_taskInfo); }
+    void setTaskInfo(const QVariant &taskInfo) { set(m_taskInfo, taskInfo); }
+    /// The result; nil until a reply has come, or if that has none.
+    QVariant taskResult() const { return get(m_taskResult); }
+    void setTaskResult(const QVariant &taskResult) { set(m_taskResult, taskResult); }
     /// The reply's error, or nil.
-    NSError error() const;
-    void setError(const NSError &error);
+    NSError error() const { return get(m_error); }
+    void setError(const NSError &error) { set(m_error, error); }
 
 private:
+    template <typename T>
+    T get(const T &member) const {
+        const std::lock_guard lock(m_mutex);
+        return member;
+    }
+    template <typename T>
+    void set(T &member, const T &value) {
+        const std::lock_guard lock(m_mutex);
+        member = value;
+    }
+
     mutable std::mutex m_mutex;
     std::shared_ptr<ZRXPC::Helper> m_xpcHelper;
     QVariant m_taskInfo;

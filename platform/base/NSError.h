@@ -10,6 +10,9 @@ inline const QString NSCocoaErrorDomain = QStringLiteral("NSCocoaErrorDomain");
 /// The user-info key of an error's message for people.
 inline const QString NSLocalizedDescriptionKey = QStringLiteral("NSLocalizedDescription");
 
+/// The user-info key of the error that led to an error, an NSError.
+inline const QString NSUnderlyingErrorKey = QStringLiteral("NSUnderlyingError");
+
 /// An error as a value: a domain, a code within it, and optional details.
 ///
 /// A default-constructed error is nil: `isNil()` tells it from an error with an empty domain. Copies share

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+using namespace zr;
 using Settings = XPCConnectionCore::Settings;
 
 NSXPCConnection::NSXPCConnection(const QString &serviceName) {
@@ -26,7 +27,7 @@ NSXPCConnection::NSXPCConnection(const NSXPCListenerEndpoint &endpoint)
     : m_core(std::make_shared<XPCConnectionCore>(
           QString(),
           [endpoint](QString *error, pid_t *) {
-              zr::FileDescriptor socket = endpoint.connect();
+              FileDescriptor socket = endpoint.connect();
               if (!socket)
                   *error = QString::fromLocal8Bit(std::strerror(errno));
               return socket;

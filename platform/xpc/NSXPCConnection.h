@@ -12,14 +12,16 @@
 #include <sys/types.h>
 
 class NSXPCListenerEndpoint;
+namespace zr {
 class XPCConnectionCore;
 class XPCLink;
+} // namespace zr
 
 /// The service went away while a reply was due; a connection by name may be used again.
 inline constexpr int NSXPCConnectionInterrupted = 4097;
 /// The connection can't be made, or was invalidated.
 inline constexpr int NSXPCConnectionInvalid = 4099;
-/// The other side refused the message, or its reply was none.
+/// The other side refused the message, or its reply wasn't what the interface says.
 inline constexpr int NSXPCConnectionReplyInvalid = 4101;
 
 /// A two-way connection between two processes, or two parts of one.
@@ -33,37 +35,44 @@ inline constexpr int NSXPCConnectionReplyInvalid = 4101;
 ///     connection->resume();
 ///     connection->remoteObjectProxyWithErrorHandler<Greeter>(onError)->greet(name, onReply);
 ///
-/// Where the other side is lost, the error handlers of messages that wait for a reply are called, their reply
-/// blocks never. A connection by service name is then interrupted: the next message finds, or starts, the
-/// service again. Any other connection is invalid from then on. All operations may be called on any thread.
+/// If the other side is lost, the error handlers of messages that wait for a reply are called, their reply blocks never.
+/// A connection by service name is then interrupted: the next message finds, or starts, the service again. Any other
+/// connection is invalid from then on. All operations may be called on any thread.
+///
+/// A service is looked for in this order:
+/// 1. the socket `<name>.sock` in the user's runtime folder, if a socket unit listens there;
+/// 2. the instance of that name that this process has started already;
+/// 3. the executable `XPCServices/<name>` beside this program, then `libexec/zrkit/<name>` under the parent of this
+///    program's folder, then the same under the prefix the library was installed to.
+/// "name@instance" is another process of the same executable. A service that this process has started lives no longer than
+/// this process.
 class NSXPCConnection {
 public:
-    using ErrorHandler = XPCRemote::ErrorHandler;
+    using ErrorHandler = NSXPCDetail::ErrorHandler;
     using Handler = std::function<void()>;
 
-    /// A connection to the service of that name, see XPCActivator on how it is found and started.
-    /// Throws NSException where the name is nil.
+    /// A connection to the service of that name. Raises an NSException if the name is nil.
     explicit NSXPCConnection(const QString &serviceName);
     /// A connection to a listener of this process.
     explicit NSXPCConnection(const NSXPCListenerEndpoint &endpoint);
     /// The accepted side of a connection.
-    explicit NSXPCConnection(std::shared_ptr<XPCLink> link);
+    explicit NSXPCConnection(std::shared_ptr<zr::XPCLink> link);
     /// Invalidates the connection.
     ~NSXPCConnection();
     NSXPCConnection(const NSXPCConnection &) = delete;
     NSXPCConnection &operator=(const NSXPCConnection &) = delete;
 
-    /// nil where the connection isn't one by name.
+    /// nil if the connection isn't one by name.
     QString serviceName() const;
 
-    /// The other side's process: the one that this process has started last for a connection by name, the
-    /// peer of an accepted connection; 0 where it isn't known.
+    /// The other side's process: for a connection by name the one that this process has started last, for an accepted
+    /// connection its peer; 0 if it isn't known.
     pid_t processIdentifier() const;
 
     /// What may be sent to the other side.
     std::shared_ptr<const NSXPCInterface> remoteObjectInterface() const;
     void setRemoteObjectInterface(std::shared_ptr<const NSXPCInterface> interface);
-    /// What the other side may send; where it is nil, or the object is, every message is refused.
+    /// What the other side may send. If it or the object is nil, every message is refused.
     std::shared_ptr<const NSXPCInterface> exportedInterface() const;
     void setExportedInterface(std::shared_ptr<const NSXPCInterface> interface);
     /// The receiver of the other side's messages; held until the connection is invalid.
@@ -74,9 +83,10 @@ public:
     void setInterruptionHandler(Handler handler);
     /// Called once, as the connection's last call, when it is invalid for good.
     void setInvalidationHandler(Handler handler);
-    /// Called as soon as the other side has gone, even while one of its messages is being handled, on a
-    /// thread of the machinery; for work that needn't be finished then. At once where it has gone already. It
-    /// must not block.
+    /// Called once, as soon as the other side has gone or the connection is invalidated, even while one of its messages
+    /// is being handled: work for somebody who has left can be given up. Runs on a thread of the machinery, or within
+    /// this call if it is too late for that; it must not block. Setting another handler, or none, replaces it.
+    /// A side that shuts only its sending half counts as gone.
     void setHangupHandler(Handler handler);
 
     /// Starts or, after as many calls of suspend(), restarts delivery. The first call connects.
@@ -86,16 +96,16 @@ public:
     /// Ends the connection; what waits for a reply gets its error handler called.
     void invalidate();
 
-    /// An object that sends its messages to the other side. Throws NSException where the remote-object
-    /// interface isn't one of that protocol. \param errorHandler  called for each message whose reply can't
-    /// come; may be empty
+    /// An object that sends its messages to the other side. Raises an NSException if the remote-object interface isn't one
+    /// of that protocol.
+    /// \param errorHandler  called for each message whose reply can't come; may be empty
     template <typename Protocol>
     std::shared_ptr<Protocol> remoteObjectProxyWithErrorHandler(ErrorHandler errorHandler) {
         if (remoteObjectInterface() != NSXPCInterface::interfaceWithProtocol<Protocol>())
             throw NSException(NSInternalInconsistencyException,
                               QStringLiteral("the remote-object interface is not one of this protocol"));
-        return std::make_shared<typename NSXPCProtocolDescription<Protocol>::Proxy>(
-            XPCRemote(m_core, std::move(errorHandler)));
+        return std::make_shared<typename NSXPCProtocolDescription<Protocol>::Proxy>(m_core,
+                                                                                    std::move(errorHandler));
     }
     template <typename Protocol>
     std::shared_ptr<Protocol> remoteObjectProxy() {
@@ -104,5 +114,5 @@ public:
 
 private:
     friend class NSXPCListener;
-    std::shared_ptr<XPCConnectionCore> m_core;
+    std::shared_ptr<zr::XPCConnectionCore> m_core;
 };

@@ -10,12 +10,12 @@
 /// What may be sent over a connection: the methods of one protocol. Immutable, any thread.
 class NSXPCInterface {
 public:
-    /// Sends a call's reply; throws NSException when used a second time.
+    /// Sends a call's reply; raises an NSException if used a second time.
     using Reply = std::function<void(const QVariantList &results)>;
     enum class Outcome {
         Called,          ///< the object's method ran
         UnknownSelector, ///< the protocol has no such method
-        WrongArguments,  ///< their number or a kind differs, or a reply is wanted where there is none
+        WrongArguments,  ///< their number or a kind differs, or a reply is wanted of a method that has none
         WrongObject,     ///< the object doesn't implement the protocol
     };
 
@@ -31,7 +31,7 @@ public:
     /// The protocol's selectors in its order.
     QStringList selectors() const;
 
-    /// Calls the object's method for the selector. Whatever that throws comes through.
+    /// Calls the object's method for the selector. Exceptions of the method come through.
     Outcome invoke(QObject *object, const QString &selector, const QVariantList &arguments,
                    const Reply &reply) const;
 
@@ -60,36 +60,21 @@ private:
                 return Outcome::WrongObject;
             if (bool(reply) != (blocks == 1))
                 return Outcome::WrongArguments;
-            using Values = decltype(std::tuple_cat(
-                std::conditional_t<NSXPCDetail::isReplyBlock<Parameters>, std::tuple<>,
-                                   std::tuple<std::remove_cvref_t<Parameters>>>()...));
-            Values values;
-            if (!NSXPCDetail::unpack(arguments, values))
+            if (arguments.size() != qsizetype(sizeof...(Parameters) - blocks))
                 return Outcome::WrongArguments;
-            callWith<Protocol, Function, Parameters...>(target, values, reply,
-                                                        std::index_sequence_for<Parameters...>());
+            std::tuple<std::remove_cvref_t<Parameters>...> values;
+            auto next = arguments.begin();
+            const auto take = [&]<typename T>(T &into) {
+                if constexpr (NSXPCDetail::isReplyBlock<T>)
+                    return into = blockFor(reply, &into), true;
+                else
+                    return NSXPCValue<T>::from(*next++, into);
+            };
+            if (!std::apply([&](auto &...each) { return (... && take(each)); }, values))
+                return Outcome::WrongArguments;
+            std::apply([&](const auto &...each) { (target->*Function)(each...); }, values);
             return Outcome::Called;
         };
-    }
-
-    template <typename Protocol, auto Function, typename... Parameters, typename Values, std::size_t... Index>
-    static void callWith(Protocol *target, Values &values, const Reply &reply,
-                         std::index_sequence<Index...>) {
-        [[maybe_unused]] constexpr bool isBlock[] = {NSXPCDetail::isReplyBlock<Parameters>..., false};
-        (target->*Function)(parameter<Parameters, position(isBlock, Index)>(values, reply)...);
-    }
-
-    /// A parameter's place among the values, which leave the reply block out.
-    static constexpr std::size_t position(const bool *isBlock, std::size_t index) {
-        return std::size_t(std::count(isBlock, isBlock + index, false));
-    }
-
-    template <typename Parameter, std::size_t Position, typename Values>
-    static decltype(auto) parameter(Values &values, const Reply &reply) {
-        if constexpr (NSXPCDetail::isReplyBlock<Parameter>)
-            return blockFor(reply, static_cast<std::remove_cvref_t<Parameter> *>(nullptr));
-        else
-            return static_cast<const std::tuple_element_t<Position, Values> &>(std::get<Position>(values));
     }
 
     template <typename... Results>

@@ -23,19 +23,12 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-// A client that has just connected is about to send: a leaving service gives it this long.
-constexpr std::chrono::milliseconds grace{250};
-
-} // namespace
+using namespace zr;
 
 /// What the listener's thread works with; it may outlive the listener.
 class NSXPCListener::Core : public std::enable_shared_from_this<Core> {
 public:
-    Core(zr::FileDescriptor socket, NSXPCListenerEndpoint endpoint)
+    Core(FileDescriptor socket, NSXPCListenerEndpoint endpoint)
         : m_socket(std::move(socket)), m_endpoint(std::move(endpoint)),
           m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
           m_spare(::open("/dev/null", O_RDONLY | O_CLOEXEC)) {
@@ -43,7 +36,7 @@ public:
             ::fcntl(m_socket.get(), F_SETFL, ::fcntl(m_socket.get(), F_GETFL) | O_NONBLOCK);
     }
 
-    void start(NSXPCListener *listener, zr::FileDescriptor termination) {
+    void start(NSXPCListener *listener, FileDescriptor termination) {
         {
             const std::lock_guard lock(m_mutex);
             m_listener = listener;
@@ -116,12 +109,12 @@ private:
     }
 
     void acceptOne() {
-        zr::FileDescriptor socket(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        FileDescriptor socket(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!socket) {
             // Out of descriptors the caller would wait for ever and we would be woken for ever: close it.
             if ((errno == EMFILE || errno == ENFILE) && m_spare) {
                 m_spare.reset();
-                zr::FileDescriptor(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC)).reset();
+                FileDescriptor(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC)).reset();
                 m_spare.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC));
                 NSLog(QStringLiteral("NSXPCListener: out of file descriptors, a connection was closed"));
             }
@@ -187,30 +180,27 @@ private:
             const std::lock_guard lock(m_mutex);
             connections = m_connections;
         }
-        // -1: somebody's task is being worked on, and its end wakes us.
-        int longest = 0;
+        // -1: somebody's task is being worked on, and its end wakes us. Bytes may move before a grace ends.
+        using std::chrono::milliseconds;
+        milliseconds longest(0);
         bool isWorking = false;
-        const auto now = Clock::now();
         for (const auto &connection : connections) {
             const auto &core = *connection->m_core;
-            if (core.isBusy()) {
+            const auto left = core.graceEnd() - std::chrono::steady_clock::now();
+            if (core.isBusy())
                 isWorking = true;
-                continue;
-            }
-            const auto quiet = core.quietSince();
-            const auto left = quiet ? *quiet + grace - now : Clock::duration(grace);
-            if (left > Clock::duration::zero())
-                longest = std::max(
-                    longest, 1 + int(std::chrono::duration_cast<std::chrono::milliseconds>(left).count()));
+            else
+                longest =
+                    std::max(longest, std::min(std::chrono::ceil<milliseconds>(left), milliseconds(250)));
         }
-        return longest ? longest : isWorking ? -1 : 0;
+        return longest.count() > 0 ? int(longest.count()) : isWorking ? -1 : 0;
     }
 
-    zr::FileDescriptor m_socket;
+    FileDescriptor m_socket;
     const NSXPCListenerEndpoint m_endpoint;
-    const zr::FileDescriptor m_wake;
-    zr::FileDescriptor m_spare;
-    zr::FileDescriptor m_termination;
+    const FileDescriptor m_wake;
+    FileDescriptor m_spare;
+    FileDescriptor m_termination;
     std::atomic<bool> m_draining = false;
 
     mutable std::mutex m_mutex;
@@ -224,7 +214,7 @@ private:
     bool m_invalid = false;
 };
 
-NSXPCListener::NSXPCListener(zr::FileDescriptor socket, const NSXPCListenerEndpoint &endpoint)
+NSXPCListener::NSXPCListener(FileDescriptor socket, const NSXPCListenerEndpoint &endpoint)
     : m_core(std::make_shared<Core>(std::move(socket), endpoint)) {
 }
 
@@ -233,10 +223,9 @@ NSXPCListener::~NSXPCListener() {
 }
 
 NSXPCListener *NSXPCListener::serviceListener() {
-    // Never destroyed: it lives as long as the process.
-    static auto *listener = [] {
+    static auto *const listener = [] {
         QString reason;
-        zr::FileDescriptor socket = XPCServiceProcess::takeSocket(&reason);
+        FileDescriptor socket = XPCServiceProcess::takeSocket(&reason);
         if (!socket) {
             NSLog("NSXPCListener: %@", reason);
             std::fflush(nullptr);

@@ -6,18 +6,18 @@
 
 #include <memory>
 
-/// Waits for connections and offers them to its delegate. Connections of other users' processes are closed
-/// before anybody sees them.
+/// Waits for connections and offers them to its delegate. Connections of other users' processes are closed before anybody
+/// sees them. Any thread, unless said otherwise.
 class NSXPCListener {
 public:
-    /// The listener of the service that this process is: its socket was passed by whoever started the
-    /// process, by systemd's socket-activation protocol. One a process. The first call takes the socket into
-    /// possession; call it before other processes are started.
+    /// The listener of the service that this process is: whoever started the process passed its socket, by systemd's
+    /// socket-activation protocol. One a process. The first call takes possession of the socket; make it before other
+    /// processes are started.
     ///
-    /// A service that was started by the client library ends at once when its host has gone.
+    /// A service that was started by the client library ends as soon as its host has gone.
     static NSXPCListener *serviceListener();
     /// A listener that is reached through its endpoint only, within this process.
-    /// Throws NSException where the system has no socket for it.
+    /// Raises an NSException if the system has no socket for it.
     static std::unique_ptr<NSXPCListener> anonymousListener();
 
     /// A listener on a listening Unix stream socket.
@@ -35,10 +35,12 @@ public:
 
     /// Starts accepting connections.
     ///
-    /// On the service listener, to be called on the main thread, it does not return: it runs the main event
-    /// loop, and makes the application object where there is none. The process ends when it gets SIGTERM or
-    /// SIGINT, after those who wait have been served (a second signal ends it at once), when its host has
-    /// gone, or, with a line in the log, at once when it was passed no socket.
+    /// On the service listener, call it on the main thread. It doesn't return: it runs the main event loop, and makes the
+    /// application object if there is none. The process ends
+    /// - on SIGTERM or SIGINT, after those who wait have been served. Tasks are finished; a client that takes nothing of
+    ///   its reply for 5 seconds isn't waited for. A second signal ends the process at once;
+    /// - when its host has gone;
+    /// - at once, with a line in the log, if it was passed no socket.
     void resume();
     /// Ends accepting; connections that were accepted live on.
     void invalidate();

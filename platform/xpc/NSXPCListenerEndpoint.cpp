@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/NSXPCListenerEndpoint.h"
 
+#include "platform/base/FileDescriptor.h"
 #include "platform/xpc/XPCSocket.h"
 
 #include <cerrno>
@@ -11,7 +12,7 @@ NSXPCListenerEndpoint::NSXPCListenerEndpoint(zr::FileDescriptor address)
 
 zr::FileDescriptor NSXPCListenerEndpoint::connect() const {
     if (m_address && *m_address)
-        return XPCConnect(*m_address);
+        return zr::XPCConnect(*m_address);
     errno = ENOTCONN;
     return {};
 }

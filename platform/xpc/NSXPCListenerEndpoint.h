@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/base/FileDescriptor.h"
-
 #include <memory>
+
+namespace zr {
+class FileDescriptor;
+}
 
 /// Where a listener of this process can be reached; copies stand for the same place. Any thread.
 class NSXPCListenerEndpoint {
@@ -11,7 +13,7 @@ public:
     NSXPCListenerEndpoint() = default;
     explicit NSXPCListenerEndpoint(zr::FileDescriptor address);
 
-    /// A socket connected to the listener; none, with errno set, when nobody listens.
+    /// A socket connected to the listener; none, with errno set, if nobody listens.
     zr::FileDescriptor connect() const;
 
 private:

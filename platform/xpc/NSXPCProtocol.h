@@ -50,8 +50,8 @@ struct NSXPCMethods {};
 template <typename Protocol>
 struct NSXPCProtocolDescription;
 
-/// How a parameter of a type travels: as a value of a keyed archive, nil as an invalid one. `from` is false
-/// where the value is of another kind.
+/// How a parameter of a type travels: as a value of a keyed archive, nil as an invalid one. `from` is false if the value is
+/// of another kind.
 template <typename T>
 struct NSXPCValue {
     static QVariant to(const T &value) {
@@ -120,6 +120,10 @@ struct NSXPCValue<T> {
 
 namespace NSXPCDetail {
 
+using ErrorHandler = std::function<void(const NSError &error)>;
+/// Takes a reply's results; false if they aren't what the protocol says.
+using ReplyTaker = std::function<bool(const QVariantList &results)>;
+
 template <typename T>
 struct ReplyBlock : std::false_type {};
 template <typename... Results>
@@ -135,7 +139,7 @@ bool unpack(const QVariantList &list, std::tuple<Values...> &into, std::index_se
     return (... && NSXPCValue<Values>::from(list.at(qsizetype(Index)), std::get<Index>(into)));
 }
 
-/// Takes the typed values out of a list; false where their number or a kind is another.
+/// Takes the typed values out of a list; false if their number or a kind is another.
 template <typename... Values>
 bool unpack(const QVariantList &list, std::tuple<Values...> &into) {
     return list.size() == qsizetype(sizeof...(Values)) &&

@@ -2,9 +2,13 @@
 #pragma once
 
 #include "platform/xpc/NSXPCProtocol.h"
-#include "platform/xpc/XPCRemote.h"
 
+#include <memory>
 #include <utility>
+
+namespace zr {
+class XPCConnectionCore;
+}
 
 /// Base of the proxies that protocols name in their descriptions. A proxy implements its protocol by
 /// forwarding:
@@ -17,11 +21,13 @@
 ///         }
 ///     };
 ///
-/// A message is on its way when forward() returns; its reply block runs later, on the connection's own
-/// thread, or the error handler does. Proxies may be used on any thread.
+/// A message is on its way when forward() returns; later exactly one of its reply block and the error handler runs, on
+/// the connection's own thread. A message without a reply block has the error handler called only if it fails. Values
+/// that can't be archived raise an NSException. Proxies may be used on any thread.
 class NSXPCProxy {
 public:
-    explicit NSXPCProxy(XPCRemote remote) : m_remote(std::move(remote)) {}
+    NSXPCProxy(std::shared_ptr<zr::XPCConnectionCore> connection, NSXPCDetail::ErrorHandler errorHandler)
+        : m_connection(std::move(connection)), m_errorHandler(std::move(errorHandler)) {}
 
 protected:
     ~NSXPCProxy() = default;
@@ -32,18 +38,20 @@ protected:
     }
 
 private:
+    void send(const QString &selector, const QVariantList &values, NSXPCDetail::ReplyTaker reply) const;
+
     template <typename Protocol, typename... Parameters, typename Tag>
     void forwardTo(void (Protocol::*)(Parameters...), Tag tag,
                    const std::remove_cvref_t<Parameters> &...parameters) const {
         QVariantList values;
-        XPCRemote::Reply reply;
+        NSXPCDetail::ReplyTaker reply;
         (collect(parameters, values, reply), ...);
-        m_remote.send(selectorOf(tag, typename NSXPCProtocolDescription<Protocol>::Methods()), values,
-                      std::move(reply));
+        send(selectorOf(tag, typename NSXPCProtocolDescription<Protocol>::Methods()), values,
+             std::move(reply));
     }
 
     template <typename T>
-    static void collect(const T &parameter, QVariantList &values, XPCRemote::Reply &reply) {
+    static void collect(const T &parameter, QVariantList &values, NSXPCDetail::ReplyTaker &reply) {
         if constexpr (NSXPCDetail::isReplyBlock<T>) {
             reply = [parameter](const QVariantList &results) {
                 typename NSXPCDetail::ReplyBlock<T>::Values typed;
@@ -69,5 +77,6 @@ private:
         return selector;
     }
 
-    XPCRemote m_remote;
+    std::shared_ptr<zr::XPCConnectionCore> m_connection;
+    NSXPCDetail::ErrorHandler m_errorHandler;
 };

@@ -7,6 +7,8 @@
 #include <mutex>
 #include <sys/wait.h>
 
+using namespace zr;
+
 /// An instance that we started is known by its process; any other one by a connection that it drops.
 class NSXPCServiceMonitor::Core : public std::enable_shared_from_this<Core> {
 public:

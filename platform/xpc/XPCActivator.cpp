@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/XPCActivator.h"
 
-#include "platform/base/XPCSpawn.h"
+#include "platform/base/ChildProcess.h"
 #include "platform/xpc/XPCReactor.h"
+#include "platform/xpc/XPCServiceProcess.h"
 #include "platform/xpc/XPCSocket.h"
 #include "platform/xpc/XPCThread.h"
 
@@ -15,29 +16,22 @@
 #include <sys/epoll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <vector>
+
+using namespace zr;
 
 struct XPCActivator::Instance {
     QString name;
-    zr::FileDescriptor address;
-    XPCSpawned process;
+    FileDescriptor address;
+    ChildProcess child;
+    FileDescriptor lifeline; ///< held by us alone: when it closes, the service ends
     quint64 token = 0;
-};
-
-struct XPCActivator::Watcher {
-    quint64 token = 0;
-    QString name;
-    ExitHandler handler;
-    // Recursive, so that a handler may remove itself.
-    std::recursive_mutex running;
-    bool removed = false;
 };
 
 namespace {
 
 /// Whether the process has begun to exit. Its connections close somewhat before it can be waited for.
 bool isEnding(pid_t process) {
-    const zr::FileDescriptor file(
+    const FileDescriptor file(
         ::open(("/proc/" + QByteArray::number(process) + "/stat").constData(), O_RDONLY | O_CLOEXEC));
     std::array<char, 1024> text{};
     if (!file || ::read(file.get(), text.data(), text.size() - 1) <= 0)
@@ -54,8 +48,7 @@ bool isEnding(pid_t process) {
 } // namespace
 
 XPCActivator &XPCActivator::shared() {
-    // Never destroyed: machinery threads outlive static objects.
-    static auto *activator = new XPCActivator;
+    static NeverDestroyed<XPCActivator> activator;
     return *activator;
 }
 
@@ -87,14 +80,14 @@ QByteArray XPCActivator::executable(const QString &name) {
     return {};
 }
 
-zr::FileDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *process) {
+FileDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *process) {
     *process = 0;
     if (!isName(name)) {
         *error = QStringLiteral("\"%1\" is not the name of a service").arg(name);
         return {};
     }
     if (const QByteArray runtime = XPCRuntimeFolder(); !runtime.isEmpty()) {
-        if (zr::FileDescriptor socket = XPCConnect(runtime + '/' + name.toLatin1() + ".sock"))
+        if (FileDescriptor socket = XPCConnect(runtime + '/' + name.toLatin1() + ".sock"))
             return socket;
     }
     // A process in its last moments refuses; its successor is started at once.
@@ -109,15 +102,15 @@ zr::FileDescriptor XPCActivator::connect(const QString &name, QString *error, pi
             else
                 return {};
         }
-        if (zr::FileDescriptor socket = XPCConnect(instance->address)) {
-            *process = instance->process.pid;
+        if (FileDescriptor socket = XPCConnect(instance->address)) {
+            *process = instance->child.pid;
             return socket;
         }
         *error = QStringLiteral("%1: %2").arg(name, QString::fromLocal8Bit(std::strerror(errno)));
         const std::lock_guard lock(m_mutex);
         if (const auto found = m_instances.find(name);
             found != m_instances.end() && found->second == instance) {
-            instance->process.lifeline.reset();
+            instance->lifeline.reset();
             m_instances.erase(found);
         }
     }
@@ -140,24 +133,33 @@ std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name,
         *error = QStringLiteral("no socket for \"%1\": %2").arg(name, reason);
         return {};
     }
+    std::array<int, 2> lifeline{-1, -1};
+    if (::pipe2(lifeline.data(), O_CLOEXEC) != 0) {
+        *error = QString::fromLocal8Bit(std::strerror(errno));
+        return {};
+    }
+    const FileDescriptor input(lifeline[0]);
     auto instance = std::make_shared<Instance>();
     instance->name = name;
     instance->address = std::move(socket.address);
-    instance->process = XPCSpawn(program, socket.listening.get());
+    instance->lifeline.reset(lifeline[1]);
+    const int log = ::fcntl(STDERR_FILENO, F_GETFD) < 0 ? -1 : STDERR_FILENO;
+    instance->child = ChildProcess::start(
+        {program,
+         {},
+         {"LISTEN_FDS=1", "LISTEN_PID=", QByteArray("LISTEN_FDNAMES=") + XPCServiceProcess::activatorName},
+         {input.get(), -1, log, socket.listening.get()}});
     // From here on only the service listens: when it dies, whoever waits at its socket is told.
     socket.listening.reset();
-    const bool started = instance->process.pid > 0 && instance->process.failure == 0;
-    if (!started)
-        *error =
-            QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program),
-                                         QString::fromLocal8Bit(std::strerror(instance->process.failure)));
-    if (instance->process.pid <= 0)
-        return {};
-    if (!started) {
-        ::waitid(P_PIDFD, id_t(instance->process.process.get()), nullptr, WEXITED);
+    ChildProcess &child = instance->child;
+    if (child.failure) {
+        *error = QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program),
+                                              QString::fromLocal8Bit(std::strerror(child.failure)));
+        if (child.pid > 0)
+            ::waitid(P_PIDFD, id_t(child.process.get()), nullptr, WEXITED);
         return {};
     }
-    instance->token = XPCReactor::shared().add(instance->process.process.get(), EPOLLIN | EPOLLONESHOT,
+    instance->token = XPCReactor::shared().add(child.process.get(), EPOLLIN | EPOLLONESHOT,
                                                [this, instance](quint32) { ended(instance); });
     static std::once_flag swept;
     std::call_once(swept, [] { XPCThreadDetach("xpc-sweep", &XPCPrivateSocket::sweep); });
@@ -165,13 +167,13 @@ std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name,
 }
 
 void XPCActivator::ended(const std::shared_ptr<Instance> &instance) {
-    const pid_t pid = instance->process.pid;
+    const pid_t pid = instance->child.pid;
     int status = -1;
     {
         const std::lock_guard lock(m_mutex);
         // This child only: the host's others are the host's.
         siginfo_t taken{};
-        if (::waitid(P_PIDFD, id_t(instance->process.process.get()), &taken, WEXITED | WNOHANG) == 0 &&
+        if (::waitid(P_PIDFD, id_t(instance->child.process.get()), &taken, WEXITED | WNOHANG) == 0 &&
             taken.si_pid == pid)
             status =
                 taken.si_code == CLD_EXITED ? W_EXITCODE(taken.si_status, 0) : W_EXITCODE(0, taken.si_status);
@@ -179,28 +181,25 @@ void XPCActivator::ended(const std::shared_ptr<Instance> &instance) {
             found != m_instances.end() && found->second == instance)
             m_instances.erase(found);
     }
-    XPCReactor::shared().remove(instance->token, instance->process.process.get());
-    std::vector<std::shared_ptr<Watcher>> watchers;
+    XPCReactor::shared().remove(instance->token, instance->child.process.get());
+    std::vector<Watcher> watchers;
     {
         const std::lock_guard lock(m_mutex);
         std::copy_if(m_watchers.begin(), m_watchers.end(), std::back_inserter(watchers),
-                     [&](const auto &watcher) { return watcher->name == instance->name; });
+                     [&](const Watcher &watcher) { return watcher.name == instance->name; });
     }
     if (watchers.empty())
         return;
     XPCThreadDetach("xpc-exit", [watchers = std::move(watchers), pid, status] {
-        for (const auto &watcher : watchers) {
-            const std::lock_guard running(watcher->running);
-            if (!watcher->removed)
-                watcher->handler(pid, status);
-        }
+        for (const Watcher &watcher : watchers)
+            watcher.handler(pid, status);
     });
 }
 
 void XPCActivator::connectionWasLost(const QString &name, pid_t process) {
     const std::lock_guard lock(m_mutex);
     const auto found = m_instances.find(name);
-    if (found != m_instances.end() && found->second->process.pid == process && isEnding(process))
+    if (found != m_instances.end() && found->second->child.pid == process && isEnding(process))
         m_instances.erase(found);
 }
 
@@ -212,30 +211,16 @@ void XPCActivator::stop() {
 pid_t XPCActivator::processIdentifier(const QString &name) {
     const std::lock_guard lock(m_mutex);
     const auto found = m_instances.find(name);
-    return found == m_instances.end() ? 0 : found->second->process.pid;
+    return found == m_instances.end() ? 0 : found->second->child.pid;
 }
 
 quint64 XPCActivator::addExitHandler(const QString &name, ExitHandler handler) {
-    auto watcher = std::make_shared<Watcher>();
-    watcher->name = name;
-    watcher->handler = std::move(handler);
     const std::lock_guard lock(m_mutex);
-    watcher->token = ++m_lastToken;
-    m_watchers.push_back(watcher);
-    return watcher->token;
+    m_watchers.push_back({++m_lastToken, name, std::move(handler)});
+    return m_lastToken;
 }
 
 void XPCActivator::removeExitHandler(quint64 token) {
-    std::shared_ptr<Watcher> watcher;
-    {
-        const std::lock_guard lock(m_mutex);
-        const auto found = std::find_if(m_watchers.begin(), m_watchers.end(),
-                                        [&](const auto &each) { return each->token == token; });
-        if (found == m_watchers.end())
-            return;
-        watcher = *found;
-        m_watchers.erase(found);
-    }
-    const std::lock_guard running(watcher->running);
-    watcher->removed = true;
+    const std::lock_guard lock(m_mutex);
+    std::erase_if(m_watchers, [token](const Watcher &watcher) { return watcher.token == token; });
 }

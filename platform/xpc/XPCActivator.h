@@ -2,15 +2,18 @@
 #pragma once
 
 #include "platform/base/FileDescriptor.h"
+#include "platform/base/NeverDestroyed.h"
 
 #include <QByteArray>
 #include <QString>
 #include <functional>
-#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <sys/types.h>
+#include <vector>
+
+namespace zr {
 
 /// Finds services by name and starts those that nothing else has started. One a process; any thread.
 ///
@@ -26,15 +29,15 @@ class XPCActivator {
 public:
     /// Called once when a started service has ended, on a thread of the machinery.
     /// \param pid     the process that was
-    /// \param status  its wait status, -1 where somebody else has taken it
+    /// \param status  its wait status, -1 if somebody else has taken it
     using ExitHandler = std::function<void(pid_t pid, int status)>;
 
     static XPCActivator &shared();
 
-    /// A connected socket to the service; none, with the text of what failed, where that can't be had.
-    /// \param process  receives the instance's process where this process has started it, else 0
-    zr::FileDescriptor connect(const QString &name, QString *error, pid_t *process);
-    /// The process of the instance this process has started, 0 where none lives.
+    /// A connected socket to the service, or none and the text of what failed.
+    /// \param process  receives the instance's process if this process has started it, else 0
+    FileDescriptor connect(const QString &name, QString *error, pid_t *process);
+    /// The process of the instance that this process has started; 0 if none lives.
     pid_t processIdentifier(const QString &name);
 
     /// Says that a connection to a started instance was lost. If the process is ending, it isn't connected to
@@ -45,19 +48,23 @@ public:
     /// waiting for its threads, so that none of them is ended halfway.
     void stop();
 
-    /// Tells of each end of a started instance until removed; removeExitHandler() waits for a running call,
-    /// unless called from it.
+    /// Tells of each end of a started instance until removed; a call may still be under way then.
     quint64 addExitHandler(const QString &name, ExitHandler handler);
     void removeExitHandler(quint64 token);
 
-    /// The executable that a name stands for; empty where there is none.
+    /// The executable that a name stands for; empty if there is none.
     static QByteArray executable(const QString &name);
     /// Whether the name can name a service: letters, digits, "._-", and at most one "@" inside.
     static bool isName(const QString &name);
 
 private:
+    friend class NeverDestroyed<XPCActivator>;
     struct Instance;
-    struct Watcher;
+    struct Watcher {
+        quint64 token;
+        QString name;
+        ExitHandler handler;
+    };
 
     XPCActivator() = default;
     std::shared_ptr<Instance> start(const QString &name, QString *error);
@@ -67,5 +74,7 @@ private:
     std::map<QString, std::shared_ptr<Instance>> m_instances;
     bool m_stopped = false;
     quint64 m_lastToken = 0;
-    std::list<std::shared_ptr<Watcher>> m_watchers;
+    std::vector<Watcher> m_watchers;
 };
+
+} // namespace zr

@@ -6,6 +6,8 @@
 #include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 
+using namespace zr;
+
 namespace {
 
 // A value travels as a dictionary of one entry, nil as an empty one, data by its segment's number.

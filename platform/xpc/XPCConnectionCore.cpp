@@ -9,6 +9,8 @@
 
 #include <atomic>
 
+using namespace zr;
+
 namespace {
 
 /// A message's one reply. If the block is dropped unused, the sender is told, so that it doesn't wait for
@@ -60,12 +62,8 @@ private:
 
 } // namespace
 
-XPCRemote::XPCRemote(std::shared_ptr<XPCConnectionCore> core, ErrorHandler errorHandler)
-    : m_core(std::move(core)), m_errorHandler(std::move(errorHandler)) {
-}
-
-void XPCRemote::send(const QString &selector, const QVariantList &values, Reply reply) const {
-    m_core->send(selector, values, std::move(reply), m_errorHandler);
+void NSXPCProxy::send(const QString &selector, const QVariantList &values, NSXPCDetail::ReplyTaker reply) const {
+    m_connection->send(selector, values, std::move(reply), m_errorHandler);
 }
 
 XPCConnectionCore::XPCConnectionCore(QString name, Connector connector, bool reconnects,
@@ -146,7 +144,7 @@ void XPCConnectionCore::invalidate() {
 bool XPCConnectionCore::connect(std::unique_lock<std::mutex> &lock) {
     if (!m_link) {
         QString reason;
-        zr::FileDescriptor socket = m_connector(&reason, &m_process);
+        FileDescriptor socket = m_connector(&reason, &m_process);
         if (!socket) {
             NSLog("NSXPCConnection: %@", reason);
             m_state = State::Invalid;
@@ -157,16 +155,12 @@ bool XPCConnectionCore::connect(std::unique_lock<std::mutex> &lock) {
     }
     const auto link = m_link;
     lock.unlock();
-    adopt(link);
-    lock.lock();
-    return m_state != State::Invalid;
-}
-
-void XPCConnectionCore::adopt(const std::shared_ptr<XPCLink> &link) {
     link->setLossHandler([weak = weak_from_this()] {
         if (const auto core = weak.lock())
             core->hangUp();
     });
+    lock.lock();
+    return m_state != State::Invalid;
 }
 
 void XPCConnectionCore::startThread() {
@@ -175,7 +169,7 @@ void XPCConnectionCore::startThread() {
     XPCThreadDetach("xpc-connection", [core = shared_from_this()] { core->run(); });
 }
 
-void XPCConnectionCore::send(const QString &selector, const QVariantList &values, XPCRemote::Reply reply,
+void XPCConnectionCore::send(const QString &selector, const QVariantList &values, NSXPCDetail::ReplyTaker reply,
                              const ErrorHandler &errorHandler) {
     XPCCall call;
     call.selector = selector;
@@ -243,13 +237,18 @@ void XPCConnectionCore::setListenerHandlers(Handler ended, Handler handled) {
     m_handled = std::move(handled);
 }
 
-std::optional<std::chrono::steady_clock::time_point> XPCConnectionCore::quietSince() const {
+std::chrono::steady_clock::time_point XPCConnectionCore::graceEnd() const {
+    // A client that has just connected is about to send; one that takes its reply at all does so without such a pause.
+    constexpr std::chrono::milliseconds quiet(250);
+    constexpr std::chrono::seconds untaken(5);
     std::shared_ptr<XPCLink> link;
     {
         const std::lock_guard lock(m_mutex);
         link = m_link;
     }
-    return link ? link->quietSince() : std::chrono::steady_clock::time_point();
+    if (!link)
+        return {};
+    return link->lastMoved() + (link->hasBytesUnderWay() ? untaken : quiet);
 }
 
 bool XPCConnectionCore::isBusy() const {
@@ -260,11 +259,6 @@ bool XPCConnectionCore::isBusy() const {
 pid_t XPCConnectionCore::processIdentifier() const {
     const std::lock_guard lock(m_mutex);
     return m_process ? m_process : m_link && !m_connector ? m_link->peer() : 0;
-}
-
-void XPCConnectionCore::begin() {
-    const std::lock_guard lock(m_mutex);
-    ++m_busy;
 }
 
 void XPCConnectionCore::end() {
@@ -357,7 +351,7 @@ void XPCConnectionCore::deliver(const std::shared_ptr<XPCLink> &link) {
     }
 }
 
-/// False where the frame ends the connection.
+/// False if the frame ends the connection.
 bool XPCConnectionCore::handle(const std::shared_ptr<XPCLink> &link, const XPCFrame &frame) {
     XPCCall call;
     try {
@@ -374,7 +368,10 @@ bool XPCConnectionCore::handleMessage(const std::shared_ptr<XPCLink> &link, cons
                                       const XPCCall &call) {
     std::shared_ptr<ReplyOnce> reply;
     if (frame.exchange) {
-        begin();
+        {
+            const std::lock_guard lock(m_mutex);
+            ++m_busy;
+        }
         reply = std::make_shared<ReplyOnce>(link, frame.exchange, [weak = weak_from_this()] {
             if (const auto core = weak.lock())
                 core->end();

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "platform/xpc/NSXPCInterface.h"
+#include "platform/xpc/NSXPCProxy.h"
 #include "platform/xpc/XPCCall.h"
 #include "platform/xpc/XPCLink.h"
-#include "platform/xpc/XPCRemote.h"
 
 #include <QObject>
 #include <chrono>
@@ -13,18 +13,19 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <sys/types.h>
 #include <vector>
+
+namespace zr {
 
 /// A connection's working: its state, its thread, and the messages that wait. It outlives its NSXPCConnection
 /// as long as the thread or a proxy needs it.
 class XPCConnectionCore : public std::enable_shared_from_this<XPCConnectionCore> {
 public:
     using Handler = std::function<void()>;
-    using ErrorHandler = XPCRemote::ErrorHandler;
-    /// Gives a connected socket and, where known, the process behind it; or none and the text of what failed.
-    using Connector = std::function<zr::FileDescriptor(QString *error, pid_t *process)>;
+    using ErrorHandler = NSXPCDetail::ErrorHandler;
+    /// Gives a connected socket and, if known, the process behind it; or none and the text of what failed.
+    using Connector = std::function<FileDescriptor(QString *error, pid_t *process)>;
 
     struct Settings {
         std::shared_ptr<const NSXPCInterface> remoteInterface;
@@ -35,14 +36,14 @@ public:
         Handler hangup;
     };
 
-    /// \param connector   makes the socket; empty where there is a link already
+    /// \param connector   makes the socket; empty if there is a link already
     /// \param reconnects  whether a lost link may be replaced
     XPCConnectionCore(QString name, Connector connector, bool reconnects, std::shared_ptr<XPCLink> link);
 
     void resume();
     void suspend();
     void invalidate();
-    void send(const QString &selector, const QVariantList &values, XPCRemote::Reply reply,
+    void send(const QString &selector, const QVariantList &values, NSXPCDetail::ReplyTaker reply,
               const ErrorHandler &errorHandler);
 
     template <typename T>
@@ -65,12 +66,13 @@ public:
     void setListenerHandlers(Handler ended, Handler handled);
     /// Whether a message is being handled or its reply is due.
     bool isBusy() const;
-    /// When the other side was last heard of; nothing while bytes are on their way.
-    std::optional<std::chrono::steady_clock::time_point> quietSince() const;
+    /// Until when a service that has been told to end waits for the other side: shortly after bytes last went either
+    /// way, longer while the other side still has bytes to take.
+    std::chrono::steady_clock::time_point graceEnd() const;
 
 private:
     struct Waiting {
-        XPCRemote::Reply reply;
+        NSXPCDetail::ReplyTaker reply;
         ErrorHandler error;
     };
     enum class State {
@@ -81,12 +83,10 @@ private:
     };
 
     bool connect(std::unique_lock<std::mutex> &lock);
-    void adopt(const std::shared_ptr<XPCLink> &link);
     void startThread();
     void run();
     void noteLoss();
     void deliver(const std::shared_ptr<XPCLink> &link);
-    void begin();
     void end();
     bool handle(const std::shared_ptr<XPCLink> &link, const XPCFrame &frame);
     bool handleMessage(const std::shared_ptr<XPCLink> &link, const XPCFrame &frame, const XPCCall &call);
@@ -117,3 +117,5 @@ private:
     Handler m_ended;
     Handler m_handled;
 };
+
+} // namespace zr

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace zr;
+
 namespace {
 
 constexpr char magic[4] = {'Z', 'R', 'X', 'P'};

@@ -10,6 +10,8 @@
 #include <sys/types.h>
 #include <vector>
 
+namespace zr {
+
 /// One unit of the wire between two ends of a connection.
 ///
 /// On the wire, all numbers little-endian:
@@ -75,3 +77,5 @@ private:
     std::size_t m_begin = 0;
     std::size_t m_end = 0;
 };
+
+} // namespace zr

@@ -11,6 +11,8 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+using namespace zr;
+
 namespace {
 
 // The peer's end shows as RDHUP or HUP; arriving bytes are not waited for here.
@@ -18,13 +20,13 @@ constexpr quint32 quiet = EPOLLRDHUP | EPOLLET;
 
 } // namespace
 
-std::shared_ptr<XPCLink> XPCLink::make(zr::FileDescriptor socket, End end) {
+std::shared_ptr<XPCLink> XPCLink::make(FileDescriptor socket, End end) {
     std::shared_ptr<XPCLink> link(new XPCLink(std::move(socket), end));
     link->watch();
     return link;
 }
 
-XPCLink::XPCLink(zr::FileDescriptor socket, End end)
+XPCLink::XPCLink(FileDescriptor socket, End end)
     : m_socket(std::move(socket)), m_end(end), m_reader([this](char *into, std::size_t count) {
           ssize_t got = 0;
           do {
@@ -66,99 +68,63 @@ bool XPCLink::read(XPCFrame &frame) {
 }
 
 bool XPCLink::send(const XPCFrame &frame) {
-    Parcel parcel;
-    parcel.parts.reserve(2 + frame.segments.size());
-    parcel.parts.push_back(frame.prologue());
-    parcel.parts.push_back(frame.archive);
-    parcel.parts.insert(parcel.parts.end(), frame.segments.begin(), frame.segments.end());
-
     std::unique_lock lock(m_mutex);
     if (m_lost)
         return false;
-    if (m_parcels.empty()) {
-        const bool whole = writeParcel(parcel);
-        if (whole || m_lost) {
-            const bool sent = !m_lost;
-            if (m_lost)
-                lose(lock);
-            return sent;
-        }
-    }
-    for (std::size_t i = parcel.next; i < parcel.parts.size(); ++i) {
-        // Raw data belongs to the caller and need not outlive the call.
-        if (!parcel.parts[i].data_ptr().d_ptr())
-            parcel.parts[i] = QByteArray(parcel.parts[i].constData(), parcel.parts[i].size());
-        m_queued += quint64(parcel.parts[i].size());
-    }
-    m_queued -= parcel.written;
-    m_parcels.push_back(std::move(parcel));
-    if (!m_waitingForRoom) {
-        m_waitingForRoom = true;
-        XPCReactor::shared().modify(m_token, m_socket.get(), quiet | EPOLLOUT);
-    }
+    const bool wasIdle = m_unwritten.empty();
+    const auto append = [this](const QByteArray &part) {
+        m_unwritten.push_back(part);
+        m_queued += quint64(part.size());
+    };
+    append(frame.prologue());
+    append(frame.archive);
+    std::for_each(frame.segments.begin(), frame.segments.end(), append);
+    if (wasIdle)
+        write(lock);
+    if (!lock)
+        return false;
+    // Raw data belongs to the caller and need not outlive the call.
+    for (QByteArray &part : m_unwritten)
+        if (!part.data_ptr().d_ptr())
+            part = QByteArray(part.constData(), part.size());
     return true;
 }
 
-/// Writes what the socket takes; true when the parcel is out. Marks the link lost on failure.
-bool XPCLink::writeParcel(Parcel &parcel) {
-    while (parcel.next < parcel.parts.size()) {
+/// Writes what the socket takes and waits for room for the rest. If the peer has gone, the link is lost and the lock open.
+void XPCLink::write(std::unique_lock<std::mutex> &lock) {
+    while (!m_unwritten.empty()) {
         std::array<iovec, 16> vector{};
-        std::size_t count = 0;
-        for (std::size_t i = parcel.next; i < parcel.parts.size() && count < vector.size(); ++i, ++count) {
-            const std::size_t skip = i == parcel.next ? parcel.written : 0;
-            vector[count].iov_base = const_cast<char *>(parcel.parts[i].constData()) + skip;
-            vector[count].iov_len = std::size_t(parcel.parts[i].size()) - skip;
+        const std::size_t count = std::min(vector.size(), m_unwritten.size());
+        for (std::size_t i = 0; i < count; ++i) {
+            const qsizetype skip = i == 0 ? m_written : 0;
+            vector[i].iov_base = const_cast<char *>(m_unwritten[i].constData()) + skip;
+            vector[i].iov_len = std::size_t(m_unwritten[i].size() - skip);
         }
         msghdr message{};
         message.msg_iov = vector.data();
         message.msg_iovlen = count;
         const ssize_t sent = ::sendmsg(m_socket.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR)
+            continue;
+        if (sent < 0 && errno == EAGAIN)
+            break;
         if (sent < 0) {
-            if (errno == EINTR)
-                continue;
-            m_lost = errno != EAGAIN;
-            return false;
-        }
-        for (auto left = std::size_t(sent);;) {
-            const std::size_t rest = std::size_t(parcel.parts[parcel.next].size()) - parcel.written;
-            if (left < rest) {
-                parcel.written += left;
-                break;
-            }
-            left -= rest;
-            parcel.written = 0;
-            if (++parcel.next == parcel.parts.size())
-                break;
-        }
-    }
-    return true;
-}
-
-void XPCLink::write(std::unique_lock<std::mutex> &lock) {
-    while (!m_parcels.empty()) {
-        Parcel &parcel = m_parcels.front();
-        const auto left = [&parcel] {
-            quint64 sum = 0;
-            for (std::size_t i = parcel.next; i < parcel.parts.size(); ++i)
-                sum += quint64(parcel.parts[i].size());
-            return sum - parcel.written;
-        };
-        const quint64 before = left();
-        const bool whole = writeParcel(parcel);
-        m_queued -= before - left();
-        if (m_lost) {
             lose(lock);
             return;
         }
-        if (!whole)
-            break;
-        m_parcels.pop_front();
+        touch();
+        m_queued -= quint64(sent);
+        for (m_written += sent; !m_unwritten.empty() && m_written >= m_unwritten.front().size();
+             m_unwritten.pop_front())
+            m_written -= m_unwritten.front().size();
     }
-    if (m_parcels.empty() && m_waitingForRoom) {
-        m_waitingForRoom = false;
-        XPCReactor::shared().modify(m_token, m_socket.get(), quiet);
-    }
+    waitForRoom(!m_unwritten.empty());
     m_drained.notify_all();
+}
+
+void XPCLink::waitForRoom(bool wait) {
+    if (std::exchange(m_waitingForRoom, wait) != wait)
+        XPCReactor::shared().modify(m_token, m_socket.get(), wait ? quiet | EPOLLOUT : quiet);
 }
 
 void XPCLink::ready(quint32 events) {
@@ -174,12 +140,9 @@ void XPCLink::ready(quint32 events) {
 /// Drops what was to be written and tells the one who asked to know; leaves the lock open.
 void XPCLink::lose(std::unique_lock<std::mutex> &lock) {
     m_lost = true;
-    m_parcels.clear();
+    m_unwritten.clear();
     m_queued = 0;
-    if (m_waitingForRoom) {
-        m_waitingForRoom = false;
-        XPCReactor::shared().modify(m_token, m_socket.get(), quiet);
-    }
+    waitForRoom(false);
     const auto handler = std::exchange(m_lossHandler, nullptr);
     m_drained.notify_all();
     lock.unlock();
@@ -217,15 +180,17 @@ pid_t XPCLink::peer() const {
 }
 
 void XPCLink::touch() {
-    m_touched.store(std::chrono::steady_clock::now().time_since_epoch().count(), std::memory_order_relaxed);
+    m_moved.store(std::chrono::steady_clock::now().time_since_epoch().count(), std::memory_order_relaxed);
 }
 
-std::optional<std::chrono::steady_clock::time_point> XPCLink::quietSince() const {
+std::chrono::steady_clock::time_point XPCLink::lastMoved() const {
+    return std::chrono::steady_clock::time_point(
+        std::chrono::steady_clock::duration(m_moved.load(std::memory_order_relaxed)));
+}
+
+bool XPCLink::hasBytesUnderWay() const {
     const std::lock_guard lock(m_mutex);
     int unread = 0;
     ::ioctl(m_socket.get(), FIONREAD, &unread);
-    if (!m_lost && (!m_parcels.empty() || unread > 0))
-        return std::nullopt;
-    return std::chrono::steady_clock::time_point(
-        std::chrono::steady_clock::duration(m_touched.load(std::memory_order_relaxed)));
+    return !m_lost && (!m_unwritten.empty() || unread > 0);
 }

@@ -11,8 +11,9 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <sys/types.h>
+
+namespace zr {
 
 /// One connected socket that carries frames both ways.
 ///
@@ -26,7 +27,7 @@ public:
     enum class End { Connecting, Accepted };
 
     /// \param socket  a connected stream socket
-    static std::shared_ptr<XPCLink> make(zr::FileDescriptor socket, End end);
+    static std::shared_ptr<XPCLink> make(FileDescriptor socket, End end);
     ~XPCLink();
     XPCLink(const XPCLink &) = delete;
     XPCLink &operator=(const XPCLink &) = delete;
@@ -44,40 +45,37 @@ public:
     /// Called within this call if it has happened already.
     void setLossHandler(std::function<void()> handler);
 
-    /// The peer's process as it was when the connection was made; 0 where it isn't known.
+    /// The peer's process as it was when the connection was made; 0 if it isn't known.
     pid_t peer() const;
-    /// When the last bytes arrived (or the link was made); nothing while bytes are still to be written or
-    /// read.
-    std::optional<std::chrono::steady_clock::time_point> quietSince() const;
+    /// When bytes last went either way, or the link was made.
+    std::chrono::steady_clock::time_point lastMoved() const;
+    /// Whether there are bytes that one side hasn't taken yet.
+    bool hasBytesUnderWay() const;
 
 private:
-    XPCLink(zr::FileDescriptor socket, End end);
+    XPCLink(FileDescriptor socket, End end);
     void watch();
     void touch();
     void ready(quint32 events);
     void write(std::unique_lock<std::mutex> &lock);
+    void waitForRoom(bool wait);
     void lose(std::unique_lock<std::mutex> &lock);
-
-    /// A frame on its way out: its parts, and how much of the first one is written.
-    struct Parcel {
-        std::vector<QByteArray> parts;
-        std::size_t next = 0;
-        std::size_t written = 0;
-    };
-    bool writeParcel(Parcel &parcel);
 
     static constexpr quint64 maximumUntaken = quint64(64) << 20;
 
-    zr::FileDescriptor m_socket;
+    FileDescriptor m_socket;
     const End m_end;
-    std::atomic<std::chrono::steady_clock::rep> m_touched{0};
+    std::atomic<std::chrono::steady_clock::rep> m_moved{0};
     XPCFrameReader m_reader;
     quint64 m_token = 0;
     mutable std::mutex m_mutex;
     std::condition_variable m_drained;
-    std::deque<Parcel> m_parcels;
-    quint64 m_queued = 0;
+    std::deque<QByteArray> m_unwritten;
+    qsizetype m_written = 0; ///< of the first of them
+    quint64 m_queued = 0;    ///< bytes still to be written
     bool m_lost = false;
     bool m_waitingForRoom = false;
     std::function<void()> m_lossHandler;
 };
+
+} // namespace zr

@@ -6,9 +6,10 @@
 #include <array>
 #include <sys/epoll.h>
 
+using namespace zr;
+
 XPCReactor &XPCReactor::shared() {
-    // Never destroyed: its thread outlives static objects.
-    static auto *reactor = new XPCReactor;
+    static NeverDestroyed<XPCReactor> reactor;
     return *reactor;
 }
 

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "platform/base/FileDescriptor.h"
+#include "platform/base/NeverDestroyed.h"
 
 #include <QtGlobal>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+
+namespace zr {
 
 /// The process's one thread that waits for rare events on descriptors: lost peers, room to write again, ended
 /// child processes. Messages themselves never pass through it.
@@ -29,11 +32,14 @@ public:
     void remove(quint64 token, int descriptor);
 
 private:
+    friend class NeverDestroyed<XPCReactor>;
     XPCReactor();
     void run();
 
-    zr::FileDescriptor m_epoll;
+    FileDescriptor m_epoll;
     std::mutex m_mutex;
     quint64 m_lastToken = 0;
     std::unordered_map<quint64, std::shared_ptr<Handler>> m_handlers;
 };
+
+} // namespace zr

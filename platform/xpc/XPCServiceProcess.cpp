@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/XPCServiceProcess.h"
 
-#include "platform/base/XPCSpawn.h"
 #include "platform/xpc/XPCThread.h"
 
 #include <atomic>
@@ -13,6 +12,8 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+
+using namespace zr;
 
 namespace {
 
@@ -45,7 +46,7 @@ int option(int socket, int name) {
 
 } // namespace
 
-zr::FileDescriptor XPCServiceProcess::takeSocket(QString *error) {
+FileDescriptor zr::XPCServiceProcess::takeSocket(QString *error) {
     const long count = number("LISTEN_FDS");
     if (number("LISTEN_PID") != ::getpid() || count < 1) {
         *error = QStringLiteral("no socket was passed to this service: it is started by its clients or by "
@@ -60,13 +61,13 @@ zr::FileDescriptor XPCServiceProcess::takeSocket(QString *error) {
         *error = QStringLiteral("descriptor 3 is not a listening Unix stream socket");
         return {};
     }
-    return zr::FileDescriptor(firstPassedDescriptor);
+    return FileDescriptor(firstPassedDescriptor);
 }
 
-void XPCServiceProcess::watchLifeline() {
+void zr::XPCServiceProcess::watchLifeline() {
     const char *names = std::getenv("LISTEN_FDNAMES");
     struct stat input {};
-    if (!names || std::strcmp(names, XPCActivatorSocketName) != 0 || ::fstat(STDIN_FILENO, &input) != 0 ||
+    if (!names || std::strcmp(names, activatorName) != 0 || ::fstat(STDIN_FILENO, &input) != 0 ||
         !S_ISFIFO(input.st_mode))
         return;
     XPCThreadDetach("xpc-lifeline", [] {
@@ -79,8 +80,8 @@ void XPCServiceProcess::watchLifeline() {
     });
 }
 
-zr::FileDescriptor XPCServiceProcess::watchTermination() {
-    zr::FileDescriptor reader(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+FileDescriptor zr::XPCServiceProcess::watchTermination() {
+    FileDescriptor reader(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     terminationDescriptor = ::fcntl(reader.get(), F_DUPFD_CLOEXEC, 0);
     struct sigaction action {};
     action.sa_handler = onTermination;

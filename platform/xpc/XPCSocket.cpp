@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+using namespace zr;
+
 namespace {
 
 constexpr char folderPrefix[] = "zrkit-xpc-";
@@ -47,12 +49,12 @@ bool fill(sockaddr_un &address, const QByteArray &path) {
 }
 
 /// Makes a folder that is locked as long as its descriptor is open, so that sweep() leaves it alone.
-zr::FileDescriptor makeFolder(QByteArray &path) {
+FileDescriptor makePrivateFolder(QByteArray &path) {
     for (int attempt = 0; attempt < 1000; ++attempt) {
         path = parentFolder() + '/' + folderPrefix + "XXXXXX";
         if (!::mkdtemp(path.data()))
             return {};
-        zr::FileDescriptor folder(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        FileDescriptor folder(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         struct stat status {};
         // Between making and locking, a sweep may take the folder for a stale one.
         if (folder && ::flock(folder.get(), LOCK_EX) == 0 && ::fstat(folder.get(), &status) == 0 &&
@@ -65,7 +67,7 @@ zr::FileDescriptor makeFolder(QByteArray &path) {
 
 } // namespace
 
-QByteArray XPCRuntimeFolder() {
+QByteArray zr::XPCRuntimeFolder() {
     const char *path = ::secure_getenv("XDG_RUNTIME_DIR");
     if (!path || path[0] != '/' || !isOwnFolder(path))
         return {};
@@ -76,45 +78,35 @@ QByteArray XPCRuntimeFolder() {
 }
 
 XPCPrivateSocket XPCPrivateSocket::make(QString *error) {
+    const auto fail = [error](const char *step, int failure = errno) {
+        if (error)
+            *error = QStringLiteral("%1: %2").arg(QString::fromLatin1(step),
+                                                  QString::fromLocal8Bit(std::strerror(failure)));
+        errno = failure;
+        return XPCPrivateSocket();
+    };
     XPCPrivateSocket made;
-    const char *step = "socket";
-    QByteArray path;
-    zr::FileDescriptor folder;
-    sockaddr_un address{};
-
     made.listening.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    bool good = bool(made.listening);
-    if (good) {
-        step = "folder";
-        folder = makeFolder(path);
-        good = bool(folder);
-    }
-    if (good) {
+    if (!made.listening)
+        return fail("socket");
+    QByteArray path;
+    const FileDescriptor folder = makePrivateFolder(path);
+    if (!folder)
+        return fail("folder");
+    const char *step = nullptr;
+    sockaddr_un address{};
+    if (!fill(address, through(folder.get(), socketName)) ||
+        ::bind(made.listening.get(), reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
         step = "bind";
-        good = fill(address, through(folder.get(), socketName)) &&
-               ::bind(made.listening.get(), reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    }
-    if (good) {
+    else if (::listen(made.listening.get(), SOMAXCONN) != 0)
         step = "listen";
-        good = ::listen(made.listening.get(), SOMAXCONN) == 0;
-    }
-    if (good) {
+    else if (made.address.reset(::openat(folder.get(), socketName, O_PATH | O_NOFOLLOW | O_CLOEXEC));
+             !made.address)
         step = "open";
-        made.address.reset(::openat(folder.get(), socketName, O_PATH | O_NOFOLLOW | O_CLOEXEC));
-        good = bool(made.address);
-    }
     const int failure = errno;
-    if (folder) {
-        ::unlinkat(folder.get(), socketName, 0);
-        ::rmdir(path.constData());
-    }
-    if (good)
-        return made;
-    if (error)
-        *error = QStringLiteral("%1: %2").arg(QString::fromLatin1(step),
-                                              QString::fromLocal8Bit(std::strerror(failure)));
-    errno = failure;
-    return {};
+    ::unlinkat(folder.get(), socketName, 0);
+    ::rmdir(path.constData());
+    return step ? fail(step, failure) : std::move(made);
 }
 
 void XPCPrivateSocket::sweep() {
@@ -127,7 +119,7 @@ void XPCPrivateSocket::sweep() {
         if (std::strncmp(entry->d_name, folderPrefix, sizeof folderPrefix - 1) != 0)
             continue;
         struct stat status {};
-        const zr::FileDescriptor folder(
+        const FileDescriptor folder(
             ::openat(within, entry->d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (!folder || ::fstat(folder.get(), &status) != 0 || status.st_uid != ::geteuid() ||
             ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0)
@@ -137,9 +129,9 @@ void XPCPrivateSocket::sweep() {
     }
 }
 
-zr::FileDescriptor XPCConnect(const QByteArray &path) {
+FileDescriptor zr::XPCConnect(const QByteArray &path) {
     sockaddr_un address{};
-    zr::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!socket || !fill(address, path))
         return {};
     while (::connect(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
@@ -153,11 +145,11 @@ zr::FileDescriptor XPCConnect(const QByteArray &path) {
     return socket;
 }
 
-zr::FileDescriptor XPCConnect(const zr::FileDescriptor &address) {
+FileDescriptor zr::XPCConnect(const FileDescriptor &address) {
     return XPCConnect(through(address.get()));
 }
 
-bool XPCPeerIsSameUser(int socket) {
+bool zr::XPCPeerIsSameUser(int socket) {
     ucred peer{};
     socklen_t length = sizeof peer;
     return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == ::geteuid();

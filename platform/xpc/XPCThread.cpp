@@ -5,7 +5,9 @@
 #include <pthread.h>
 #include <thread>
 
-void XPCThreadDetach(const char *name, std::function<void()> function) {
+using namespace zr;
+
+void zr::XPCThreadDetach(const char *name, std::function<void()> function) {
     sigset_t blocked;
     sigset_t before;
     sigfillset(&blocked);

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+using namespace zr;
+
 namespace {
 
 constexpr std::size_t firstStep = 1024 * 1024;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Output.h"
 
+#include "platform/base/FileDescriptor.h"
+#include "platform/base/WriteAll.h"
 #include "tools/zrpdf/Interrupts.h"
 
 #include <cerrno>
@@ -39,42 +41,12 @@ QByteArray Output::open() {
 QByteArray Output::commit(const QByteArray &content) {
     if (!m_isStream)
         return text(m_file->commit(content));
-    const int descriptor =
-        isStandardOutput() ? STDOUT_FILENO : ::open(m_path.constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
-    int failure = descriptor < 0 ? errno : writeAll(descriptor, content, true);
-    if (descriptor >= 0 && !isStandardOutput() && ::close(descriptor) != 0 && !failure)
-        failure = errno;
-    return failure ? std::strerror(failure) : "";
-}
-
-QByteArray makeFolder(const QByteArray &path) {
-    for (qsizetype slash = path.indexOf('/', 1);; slash = path.indexOf('/', slash + 1)) {
-        const QByteArray part = slash < 0 ? path : path.left(slash);
-        if (::mkdir(part.constData(), 0777) != 0 && errno != EEXIST) {
-            // A folder above may be closed to looks and still lead to one that is there.
-            const int reason = errno;
-            struct stat status {};
-            if (::stat(path.constData(), &status) != 0 || !S_ISDIR(status.st_mode))
-                return std::strerror(reason);
-        }
-        if (slash < 0)
-            break;
-    }
-    struct stat status {};
-    if (::stat(path.constData(), &status) != 0)
-        return std::strerror(errno);
-    return S_ISDIR(status.st_mode) ? "" : std::strerror(ENOTDIR);
-}
-
-int writeAll(int descriptor, const QByteArray &content, bool stopOnSignal) {
-    for (qsizetype done = 0; done < content.size();) {
-        if (stopOnSignal && Interrupts::signal() != 0)
-            return EINTR;
-        const ssize_t written =
-            ::write(descriptor, content.constData() + done, std::size_t(content.size() - done));
-        if (written < 0 && errno != EINTR)
-            return errno;
-        done += written < 0 ? 0 : written;
-    }
-    return 0;
+    zr::FileDescriptor opened;
+    if (!isStandardOutput() && (opened.reset(::open(m_path.constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY)), !opened))
+        return text(zr::systemError());
+    std::error_code failure = zr::writeAll(isStandardOutput() ? STDOUT_FILENO : opened.get(), content,
+                                           [] { return Interrupts::signal() != 0; });
+    if (opened && ::close(opened.release()) != 0 && !failure)
+        failure = zr::systemError();
+    return text(failure);
 }

@@ -28,8 +28,3 @@ private:
     std::optional<zr::AtomicFile> m_file;
 };
 
-/// Makes the folder and those above it that are missing; says why that failed, or nothing.
-QByteArray makeFolder(const QByteArray &path);
-
-/// Writes it all to the descriptor; the error number, or 0. `stopOnSignal`: an interrupt ends it, with EINTR.
-int writeAll(int descriptor, const QByteArray &content, bool stopOnSignal = false);

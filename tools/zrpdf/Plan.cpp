@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Plan.h"
 
-#include "tools/zrpdf/Output.h"
-
 #include <QHash>
 #include <QSet>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -90,9 +89,12 @@ Plan Plan::make(const Options &options) {
     }
     if (options.output == "-" && !options.force && ::isatty(STDOUT_FILENO))
         return fail(ExitCode::BadUsage, "standard output is a terminal; --force writes the PDF to it");
-    if (!options.folder.isNull())
-        if (const QByteArray problem = makeFolder(options.folder); !problem.isEmpty())
-            return fail(ExitCode::UnwritableOutput, Input::shown(options.folder) + ": " + problem);
+    if (!options.folder.isNull()) {
+        std::error_code error;
+        std::filesystem::create_directories(options.folder.constData(), error);
+        if (error)
+            return fail(ExitCode::UnwritableOutput, Input::shown(options.folder) + ": " + error.message().c_str());
+    }
     if (const QByteArray problem = conflict(plan.entries, options.force); !problem.isEmpty())
         return fail(ExitCode::BadUsage, problem);
     return plan;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Progress.h"
 
-#include "tools/zrpdf/Output.h"
+#include "platform/base/WriteAll.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -60,12 +60,12 @@ void Progress::draw(qsizetype done, qsizetype failed, const QByteArray &last) {
     line += m_colours && failed > 0 ? "\x1b[31m" + counts + "\x1b[0m" : counts;
     if (width - used > 12)
         line += "  " + firstColumns(last, width - used - 2);
-    writeAll(m_terminal, line);
+    zr::writeAll(m_terminal, line);
     m_drawn = true;
 }
 
 void Progress::clear() {
     if (m_drawn)
-        writeAll(m_terminal, "\r\x1b[K");
+        zr::writeAll(m_terminal, "\r\x1b[K");
     m_drawn = false;
 }

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Reporter.h"
 
-#include "tools/zrpdf/Output.h"
+#include "platform/base/WriteAll.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <unistd.h>
 
 namespace {
@@ -33,11 +32,11 @@ Reporter::Reporter(const Options &options, int standardError, qsizetype total)
 void Reporter::line(const QByteArray &text) {
     if (m_progress)
         m_progress->clear();
-    writeAll(m_standardError, "zrpdf: " + text + '\n');
+    zr::writeAll(m_standardError, "zrpdf: " + text + '\n');
 }
 
 void Reporter::remark(const QByteArray &text) {
-    if (m_options.quiet || m_remarks.contains(text))
+    if (m_options.quiet || m_options.verbose || m_remarks.contains(text))
         return;
     m_remarks.insert(text);
     line(text);
@@ -97,7 +96,7 @@ void Reporter::writeObject(const Input &input, const QByteArray &output, const Q
         {QStringLiteral("bytes"), error.isEmpty() ? QJsonValue(bytes) : QJsonValue()},
         {QStringLiteral("seconds"), std::round(seconds * 1000) / 1000},
     };
-    const int failure = writeAll(STDOUT_FILENO, QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n');
-    if (failure)
-        m_outputProblem = "standard output: " + QByteArray(std::strerror(failure));
+    if (const auto failure =
+            zr::writeAll(STDOUT_FILENO, QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n'))
+        m_outputProblem = "standard output: " + QByteArray(failure.message().c_str());
 }

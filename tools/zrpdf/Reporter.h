@@ -20,7 +20,7 @@ public:
 
     /// One line on standard error, marked with the program's name.
     void line(const QByteArray &text);
-    /// A line that --quiet leaves out, written once however often it comes.
+    /// A line that is written once however often it comes. --quiet leaves it out, --verbose has it in the log.
     void remark(const QByteArray &text);
 
     void succeeded(const Input &input, const QByteArray &output, qint64 bytes, double seconds);

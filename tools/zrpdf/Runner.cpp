@@ -25,6 +25,13 @@ QByteArray secondsText(std::chrono::milliseconds time) {
     return QByteArray::number(double(time.count()) / 1000) + " s";
 }
 
+/// The service's message, and what led to it if the service says so; one line.
+QByteArray messageOf(const NSError &error) {
+    const QByteArray message = error.localizedDescription().toUtf8();
+    const auto cause = error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();
+    return cause ? message + ": " + Input::shown(cause.localizedDescription().toUtf8()) : message;
+}
+
 /// Reads to the end; the error number, or 0.
 int readAll(int descriptor, QByteArray &content) {
     constexpr qsizetype step = 1 << 18;
@@ -40,8 +47,8 @@ int readAll(int descriptor, QByteArray &content) {
 
 } // namespace
 
-Runner::Runner(const Options &options, const Plan &plan, Reporter &reporter, ServiceLog &log, Events &events)
-    : m_options(options), m_plan(plan), m_reporter(reporter), m_log(log), m_events(events),
+Runner::Runner(const Options &options, const Plan &plan, Reporter &reporter, Events &events)
+    : m_options(options), m_plan(plan), m_reporter(reporter), m_events(events),
       m_outcomes(plan.entries.size(), ExitCode::Success) {
 }
 
@@ -59,7 +66,6 @@ ExitCode Runner::run() {
     }
     if (Interrupts::signal() != 0)
         return ExitCode::Interrupted;
-    tellRemarks();
     m_reporter.finish();
     if (!m_reporter.outputProblem().isEmpty()) {
         m_reporter.line(m_reporter.outputProblem());
@@ -82,7 +88,6 @@ ExitCode Runner::boot(QByteArray *answer) {
     }
     if (Interrupts::signal() != 0)
         return ExitCode::Interrupted;
-    tellRemarks();
     *answer = QJsonDocument(QJsonObject::fromVariantMap(m_answer.toMap())).toJson(QJsonDocument::Compact);
     return m_outcomes.front();
 }
@@ -239,8 +244,10 @@ void Runner::readDone(std::size_t index, const Event &event) {
 }
 
 void Runner::replied(Instance &instance, const Event &event) {
+    if (::geteuid() == 0)
+        m_reporter.remark("The browser runs without its sandbox, which root cannot have");
     if (event.error) {
-        fail(instance, ExitCode::FailedConversion, event.error.localizedDescription().toUtf8() + reason());
+        fail(instance, ExitCode::FailedConversion, messageOf(event.error));
         return;
     }
     if (m_booting) {
@@ -271,10 +278,10 @@ void Runner::ended(Instance &instance, const Event &event) {
     } else if (instance.state == State::Working) {
         QByteArray message = "the conversion service was lost (" + event.text + ')';
         if (event.process == 0)
-            message = XPCActivator::executable(instance.name).isEmpty()
+            message = zr::XPCActivator::executable(instance.name).isEmpty()
                           ? "the conversion service " + serviceName.toUtf8() + " is not installed"
                           : QByteArray("the conversion service was lost or can't be started");
-        fail(instance, ExitCode::LostService, message + reason());
+        fail(instance, ExitCode::LostService, message);
     }
 }
 
@@ -308,23 +315,4 @@ void Runner::fail(std::size_t entry, ExitCode code, const QByteArray &message, d
         m_reporter.line(message);
     else
         m_reporter.failed(m_plan.entries[entry].input, message, seconds);
-}
-
-/// What the service's log says of the failure that just happened, to be put behind its message.
-QByteArray Runner::reason() {
-    const ServiceLog::Findings findings = m_log.take();
-    for (const QByteArray &remark : findings.remarks)
-        m_reporter.remark(remark);
-    // With several instances nobody can tell whose line it is.
-    if (m_instances.size() > 1) {
-        for (const QByteArray &line : findings.reasons)
-            m_reporter.remark(line);
-        return {};
-    }
-    return findings.reasons.isEmpty() ? QByteArray() : ": " + findings.reasons.join("; ");
-}
-
-void Runner::tellRemarks() {
-    for (const QByteArray &remark : m_log.take().remarks)
-        m_reporter.remark(remark);
 }

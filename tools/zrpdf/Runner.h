@@ -9,7 +9,6 @@
 #include "tools/zrpdf/Output.h"
 #include "tools/zrpdf/Plan.h"
 #include "tools/zrpdf/Reporter.h"
-#include "tools/zrpdf/ServiceLog.h"
 
 #include <chrono>
 #include <memory>
@@ -24,7 +23,7 @@
 /// thread.
 class Runner {
 public:
-    Runner(const Options &options, const Plan &plan, Reporter &reporter, ServiceLog &log, Events &events);
+    Runner(const Options &options, const Plan &plan, Reporter &reporter, Events &events);
 
     /// Converts all of it.
     ExitCode run();
@@ -69,13 +68,10 @@ private:
     void succeed(Instance &instance, qint64 bytes);
     void fail(Instance &instance, ExitCode code, const QByteArray &message);
     void fail(std::size_t entry, ExitCode code, const QByteArray &message, double seconds);
-    QByteArray reason();
-    void tellRemarks();
 
     const Options &m_options;
     const Plan &m_plan;
     Reporter &m_reporter;
-    ServiceLog &m_log;
     Events &m_events;
     std::vector<Instance> m_instances;
     std::vector<ExitCode> m_outcomes;

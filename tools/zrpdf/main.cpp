@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
+#include "platform/base/FileDescriptor.h"
+#include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
 #include "tools/zrpdf/Events.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
 #include "tools/zrpdf/Options.h"
-#include "tools/zrpdf/Output.h"
 #include "tools/zrpdf/Plan.h"
 #include "tools/zrpdf/Reporter.h"
 #include "tools/zrpdf/Runner.h"
-#include "tools/zrpdf/ServiceLog.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -20,15 +19,15 @@ namespace {
 /// Ends the process without waiting for anybody: what is on disk is on disk, and the service ends with its
 /// host.
 [[noreturn]] void leave(int status) {
-    XPCActivator::shared().stop();
+    zr::XPCActivator::shared().stop();
     ::_exit(status);
 }
 
 int print(const QByteArray &text, int standardError) {
-    const int failure = writeAll(STDOUT_FILENO, text);
+    const auto failure = zr::writeAll(STDOUT_FILENO, text);
     if (!failure)
         return int(ExitCode::Success);
-    writeAll(standardError, QByteArray("zrpdf: standard output: ") + std::strerror(failure) + '\n');
+    zr::writeAll(standardError, QByteArray("zrpdf: standard output: ") + failure.message().c_str() + '\n');
     return int(ExitCode::UnwritableOutput);
 }
 
@@ -38,6 +37,17 @@ void fillStandardStreams() {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF)
             (void)!::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
+/// The service and the client library log to standard error. Unless that is wanted, it leads nowhere from here on.
+/// \return a descriptor of the real one for this program's own lines; -1 if there is none
+int takeStandardError(bool logs) {
+    const int own = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (!logs) {
+        const zr::FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        ::dup2(nowhere.get(), STDERR_FILENO);
+    }
+    return own;
 }
 
 int finish(ExitCode code, Reporter &reporter) {
@@ -57,7 +67,7 @@ int main(int count, char **values) {
     QByteArray problem;
     const Options options = Options::parse(arguments, &problem);
     const auto complain = [](const QByteArray &text, ExitCode code) {
-        writeAll(STDERR_FILENO, "zrpdf: " + text + '\n');
+        zr::writeAll(STDERR_FILENO, "zrpdf: " + text + '\n');
         leave(int(code));
     };
     if (!problem.isEmpty())
@@ -73,13 +83,13 @@ int main(int count, char **values) {
 
     Events events;
     Interrupts::install(events.descriptor());
-    ServiceLog log(options.verbose);
-    Reporter reporter(options, log.standardError(), qsizetype(plan.entries.size()));
-    Runner runner(options, plan, reporter, log, events);
+    const int standardError = takeStandardError(options.verbose);
+    Reporter reporter(options, standardError, qsizetype(plan.entries.size()));
+    Runner runner(options, plan, reporter, events);
     if (options.action == Options::Action::Boot) {
         QByteArray answer;
         const ExitCode code = runner.boot(&answer);
-        leave(code == ExitCode::Success ? print(answer + '\n', log.standardError()) : finish(code, reporter));
+        leave(code == ExitCode::Success ? print(answer + '\n', standardError) : finish(code, reporter));
     }
     leave(finish(runner.run(), reporter));
 }

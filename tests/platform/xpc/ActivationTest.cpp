@@ -17,6 +17,8 @@
 #include <sys/wait.h>
 #include <thread>
 
+using namespace zr;
+
 namespace {
 
 const QString serviceName = QStringLiteral("zr.test.service");

@@ -13,6 +13,8 @@
 #include <gtest/gtest.h>
 #include <set>
 
+using namespace zr;
+
 namespace {
 
 /// A listener of this process and its delegate.

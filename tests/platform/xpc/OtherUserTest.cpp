@@ -14,6 +14,8 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 
+using namespace zr;
+
 namespace {
 
 constexpr uid_t nobody = 65534;

@@ -13,6 +13,8 @@
 #include <random>
 #include <sys/socket.h>
 
+using namespace zr;
+
 namespace {
 
 QByteArray onTheWire(const XPCFrame &frame) {

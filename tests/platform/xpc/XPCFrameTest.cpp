@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 /// A stream of given bytes that hands out at most so many at once and notes how much was asked for.

@@ -15,6 +15,8 @@
 #include <sys/un.h>
 #include <thread>
 
+using namespace zr;
+
 TEST(XPCSocket, APrivateSocketLeavesNoNameAndIsReachedThroughItsAddress) {
     const RuntimeFolder folder;
     const XPCPrivateSocket socket = XPCPrivateSocket::make();
