@@ -2,7 +2,10 @@
 #include "ZRKit/Operations/ZROperationQueue.h"
 
 #include "ZRKit/Values/ZRMacros.h"
+#include "platform/base/FirstException.h"
 #include "platform/operations/NSThread.h"
+
+using namespace zr;
 
 void ZROperation::main() {
     if (isCancelled())
@@ -22,16 +25,24 @@ std::shared_ptr<ZROperationConcurrent> ZROperationConcurrent::self() {
 void ZROperationConcurrent::start() {
     const auto operation = self();
     if (isCancelled()) {
-        willChangeValueForKey(NSOperationIsFinishedKey);
-        m_finished = true;
-        didChangeValueForKey(NSOperationIsFinishedKey);
+        changeValuesForKeys({NSOperationIsFinishedKey}, [this] { m_finished = true; });
         return;
     }
-    willChangeValueForKey(NSOperationIsExecutingKey);
-    // The thread comes first, the flag second: callers rely on this order.
-    NSThread::detachNewThread([operation] { operation->main(); });
-    m_executing = true;
-    didChangeValueForKey(NSOperationIsExecutingKey);
+    bool hasThread = false;
+    try {
+        changeValuesForKeys({NSOperationIsExecutingKey}, [&] {
+            // The thread comes first, the flag second: callers rely on this order.
+            NSThread::detachNewThread([operation] { operation->main(); });
+            hasThread = true;
+            m_executing = true;
+        });
+    } catch (...) {
+        // The queue logs it. What observers throw doesn't keep the work from being done; without a thread nobody
+        // would ever do it.
+        if (!hasThread)
+            completeOperation();
+        throw;
+    }
 }
 
 void ZROperationConcurrent::main() {
@@ -56,20 +67,21 @@ void ZROperationConcurrent::concurrentMain() {
 void ZROperationConcurrent::completeOperation() {
     // Once finished, the queue lets go of the operation, which may be the last to hold it.
     const auto operation = self();
-    willChangeValueForKey(NSOperationIsFinishedKey);
-    willChangeValueForKey(NSOperationIsExecutingKey);
-    m_executing = false;
-    m_finished = true;
-    didChangeValueForKey(NSOperationIsExecutingKey);
-    didChangeValueForKey(NSOperationIsFinishedKey);
-
+    FirstException failure;
+    failure.guard([this] {
+        changeValuesForKeys({NSOperationIsFinishedKey, NSOperationIsExecutingKey}, [this] {
+            m_executing = false;
+            m_finished = true;
+        });
+    });
     ConcurrentBlock completion;
     {
         const std::lock_guard lock(m_completionMutex);
         completion.swap(m_completionBlockConcurrentOperation);
     }
     if (completion)
-        completion(operation);
+        failure.guard([&] { completion(operation); });
+    failure.rethrow();
 }
 
 #include "moc_ZROperationQueue.cpp"

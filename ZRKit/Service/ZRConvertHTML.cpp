@@ -28,7 +28,7 @@ ZRConvertHTML::ZRConvertHTML(const QVariant &fileData, const QString &utiType, b
     if (NSThread::isMainThread())
         work();
     else
-        DispatchQueue::mainQueue().sync([this] { work(); });
+        zr::DispatchQueue::mainQueue().sync([this] { work(); });
 }
 
 ZRConvertHTML::~ZRConvertHTML() = default;

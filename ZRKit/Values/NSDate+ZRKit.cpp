@@ -3,9 +3,8 @@
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "platform/base/NSException.h"
-#include "platform/dates/InternetDate.h"
 #include "platform/dates/NSDataDetector.h"
-#include "platform/values/NSNull.h"
+#include "platform/dates/WallClock.h"
 #include "platform/values/NumberText.h"
 
 #include <QHash>
@@ -18,10 +17,6 @@ namespace {
 
 constexpr double MostMilliseconds = 9007199254740992.0;
 constexpr qint64 MillisecondsOfDay = Q_INT64_C(86400000);
-
-QDateTime fromMilliseconds(qint64 milliseconds) {
-    return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC);
-}
 
 qint64 wholeSeconds(const QDateTime &date) {
     const qint64 milliseconds = date.toMSecsSinceEpoch();
@@ -49,7 +44,9 @@ QDateTime firstParsed(NSDateFormatter &formatter, const QString &text,
 
 QDateTime fromSeconds(double seconds) {
     const double milliseconds = std::round(seconds * 1000);
-    return std::abs(milliseconds) <= MostMilliseconds ? fromMilliseconds(qint64(milliseconds)) : QDateTime();
+    return std::abs(milliseconds) <= MostMilliseconds
+               ? QDateTime::fromMSecsSinceEpoch(qint64(milliseconds), Qt::UTC)
+               : QDateTime();
 }
 
 } // namespace
@@ -124,12 +121,12 @@ QVariant unixTimeStampObject(const QDateTime &date) {
 QDateTime dateByAddingDays(const QDateTime &date, int days, int months, int years) {
     if (!date.isValid())
         return {};
-    const QDateTime local = date.toLocalTime();
+    const QDateTime local = zr::WallClock::at(date);
     const qint64 allMonths = qint64(years) * 12 + months;
     if (allMonths != int(allMonths))
         return {};
     const QDate day = local.date().addMonths(int(allMonths)).addDays(days);
-    return day == local.date() ? date : QDateTime(day, local.time()).toUTC();
+    return day == local.date() ? date : zr::WallClock::moment(day, local.time());
 }
 
 QDateTime dateFromInternetDateTimeString(const QString &text) {
@@ -140,9 +137,6 @@ QDateTime dateFromInternetDateTimeString(const QString &text) {
 QDateTime dateFromRFC822String(const QString &text) {
     if (text.isNull())
         throw NSException(NSInvalidArgumentException, QStringLiteral("a date text is nil"));
-    if (const auto milliseconds = InternetDate::rfc822(text))
-        return fromMilliseconds(*milliseconds);
-
     static NSDateFormatter formatter = webFormatter();
     const QString upper = text.toUpper();
     if (upper.contains(u','))
@@ -158,9 +152,6 @@ QDateTime dateFromRFC822String(const QString &text) {
 QDateTime dateFromRFC3339String(const QString &text) {
     if (text.isNull())
         return {};
-    if (const auto milliseconds = InternetDate::rfc3339(text))
-        return fromMilliseconds(*milliseconds);
-
     static QMutex mutex;
     static NSDateFormatter formatter = webFormatter();
     const QMutexLocker lock(&mutex);
@@ -176,11 +167,11 @@ QDateTime dateFromRFC3339String(const QString &text) {
 }
 
 QDateTime dateFromUNIXTimestampString(const QString &text) {
-    return text.isNull() ? QDateTime() : fromSeconds(NumberText::doubleValue(text));
+    return fromSeconds(NumberText::doubleValue(text));
 }
 
 QDateTime dateFromUNIXTimestampObject(const QVariant &seconds) {
-    return NSIsNil(seconds) ? QDateTime() : fromSeconds(toDouble(seconds));
+    return fromSeconds(toDouble(seconds));
 }
 
 QDateTime dateFromHumanString(const QString &text, const QDateTime &now) {

@@ -24,7 +24,7 @@ std::chrono::nanoseconds wholeNanoseconds(double seconds) {
 
 void performAfterDelay(const AnyObject &receiver, double seconds, std::function<void()> block) {
     if (!receiver.isNil())
-        DispatchQueue::mainQueue().asyncAfter(wholeNanoseconds(seconds), std::move(block));
+        zr::DispatchQueue::mainQueue().asyncAfter(wholeNanoseconds(seconds), std::move(block));
 }
 
 void performBlock(const AnyObject &receiver, std::function<void()> block, double afterDelay) {
@@ -33,7 +33,7 @@ void performBlock(const AnyObject &receiver, std::function<void()> block, double
 
 void performBlockAfterUIRefresh(const AnyObject &receiver, std::function<void()> block) {
     if (!receiver.isNil())
-        DispatchQueue::mainQueue().asyncAfter(std::chrono::nanoseconds(10'000'000), std::move(block));
+        zr::DispatchQueue::mainQueue().asyncAfter(std::chrono::nanoseconds(10'000'000), std::move(block));
 }
 
 void performBlockOnMainThread(const AnyObject &receiver, std::function<void()> block) {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/dates/DateWords.h"
 
-#include <span>
 #include <utility>
+
+using namespace zr;
 
 namespace {
 
@@ -57,59 +58,22 @@ constexpr Entry DirectionTable[] = {
     {u"vergangenen", -1}, {u"vorige", -1},  {u"vorigen", -1}, {u"diese", 0},    {u"diesen", 0},
     {u"dieser", 0}};
 
-// Which words can start a date, by their length and their first and last letters: most words of a text are
-// turned away by one look.
-class Filter {
-public:
-    constexpr Filter() {
-        add(MonthTable);
-        add(WeekdayTable);
-        add(ShortWeekdayTable);
-        add(RelativeDayTable);
-        add(NumberTable);
-        add(DirectionTable);
-        for (const QStringView word :
-             {QStringView(u"day"), QStringView(u"in"), QStringView(u"vor"), QStringView(u"noon"),
-              QStringView(u"midnight"), QStringView(u"mitternacht")})
-            add(word);
-    }
-
-    constexpr bool passes(QStringView word) const { return m_slots[slot(word)]; }
-
-private:
-    static constexpr size_t slot(QStringView word) {
-        const size_t size = size_t(word.size());
-        return (size & 15) << 10 | size_t(word.utf16()[0] & 31) << 5 | size_t(word.utf16()[size - 1] & 31);
-    }
-
-    constexpr void add(QStringView word) { m_slots[slot(word)] = true; }
-
-    constexpr void add(std::span<const Entry> table) {
-        for (const Entry &entry : table)
-            add(entry.first);
-    }
-
-    std::array<bool, size_t(1) << 14> m_slots{};
-};
-
-constexpr Filter StartFilter;
-
 } // namespace
 
 std::optional<int> DateWords::month(QStringView word) {
-    return word.size() < 3 ? std::nullopt : find(MonthTable, word);
+    return find(MonthTable, word);
 }
 
 std::optional<int> DateWords::weekday(QStringView word) {
-    return word.size() < 6 ? std::nullopt : find(WeekdayTable, word);
+    return find(WeekdayTable, word);
 }
 
 std::optional<int> DateWords::shortWeekday(QStringView word) {
-    return word.size() > 5 ? std::nullopt : find(ShortWeekdayTable, word);
+    return find(ShortWeekdayTable, word);
 }
 
 std::optional<int> DateWords::relativeDay(QStringView word) {
-    return word.size() < 5 ? std::nullopt : find(RelativeDayTable, word);
+    return find(RelativeDayTable, word);
 }
 
 std::optional<int> DateWords::partOfDay(QStringView word) {
@@ -121,7 +85,7 @@ std::optional<int> DateWords::partOfDay(QStringView word) {
 }
 
 std::optional<int> DateWords::number(QStringView word) {
-    return word.size() > 6 ? std::nullopt : find(NumberTable, word);
+    return find(NumberTable, word);
 }
 
 std::optional<DateWords::Unit> DateWords::unit(QStringView word) {
@@ -138,7 +102,7 @@ std::optional<DateWords::Unit> DateWords::unit(QStringView word) {
 }
 
 std::optional<int> DateWords::direction(QStringView word) {
-    return word.size() < 4 ? std::nullopt : find(DirectionTable, word);
+    return find(DirectionTable, word);
 }
 
 std::optional<int> DateWords::zoneOffset(QStringView word) {
@@ -149,8 +113,4 @@ std::optional<int> DateWords::zoneOffset(QStringView word) {
         {u"est", -5 * Hour}, {u"edt", -4 * Hour}, {u"cst", -6 * Hour}, {u"cdt", -5 * Hour},
         {u"mst", -7 * Hour}, {u"mdt", -6 * Hour}, {u"pst", -8 * Hour}, {u"pdt", -7 * Hour}};
     return find(Table, word);
-}
-
-bool DateWords::mayStart(QStringView word) {
-    return !word.isEmpty() && StartFilter.passes(word);
 }

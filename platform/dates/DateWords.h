@@ -2,14 +2,10 @@
 #pragma once
 
 #include <QStringView>
-#include <array>
 #include <optional>
 
 /// The words of dates in English and German. All are asked for in lower case.
-namespace DateWords {
-
-/// False for nearly every word that no date starts with; true for those that one can.
-bool mayStart(QStringView word);
+namespace zr::DateWords {
 
 /// 1 to 12.
 std::optional<int> month(QStringView word);
@@ -32,4 +28,4 @@ std::optional<int> direction(QStringView word);
 /// Seconds east of UTC of a zone's abbreviation.
 std::optional<int> zoneOffset(QStringView word);
 
-} // namespace DateWords
+} // namespace zr::DateWords

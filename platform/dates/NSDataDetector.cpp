@@ -2,8 +2,12 @@
 #include "platform/dates/NSDataDetector.h"
 
 #include "platform/dates/DateWords.h"
+#include "platform/dates/WallClock.h"
 
+#include <array>
 #include <cstdlib>
+
+using namespace zr;
 
 namespace {
 
@@ -74,7 +78,7 @@ int fullYear(int value, qsizetype digits) {
 class Scanner {
 public:
     Scanner(QStringView text, const QDateTime &now, const QTimeZone &zone)
-        : m_text(text), m_now(now), m_zone(zone), m_today(now.toTimeZone(zone).date()) {}
+        : m_text(text), m_now(now), m_zone(zone), m_today(WallClock::at(now, zone).date()) {}
 
     std::optional<NSDataDetector::Match> next() {
         while (m_at < m_text.size()) {
@@ -707,8 +711,6 @@ private:
     // ---- Both
 
     std::optional<Found> expression(qsizetype p) const {
-        if (!isDigit(p) && !DateWords::mayStart(word(p).lower()))
-            return std::nullopt;
         if (auto read = day(p)) {
             if (read->moment.isValid())
                 return Found{read->end, read->moment};
@@ -786,9 +788,9 @@ private:
         if (!on.isValid())
             return {};
         const QTime clock = QTime::fromMSecsSinceStartOfDay(int(milliseconds % day));
-        const QDateTime local(on, clock, m_zone);
-        const QDateTime there = QDateTime::fromMSecsSinceEpoch(local.toMSecsSinceEpoch(), m_zone);
-        return there.date() == on && there.time() == clock ? there : QDateTime();
+        const QDateTime moment = WallClock::moment(on, clock, m_zone);
+        const QDateTime shown = WallClock::at(moment, m_zone);
+        return shown.date() == on && shown.time() == clock ? moment : QDateTime();
     }
 
     QStringView m_text;
@@ -801,7 +803,7 @@ private:
 Scanner scannerFor(const NSDataDetector &detector, const QString &text) {
     const QDateTime now =
         detector.referenceDate().isValid() ? detector.referenceDate() : QDateTime::currentDateTimeUtc();
-    return {text, now, detector.timeZone().isValid() ? detector.timeZone() : QTimeZone::systemTimeZone()};
+    return {text, now, detector.timeZone()};
 }
 
 } // namespace

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/dates/NSDateFormatter.h"
 
-#include <QTimeZone>
+#include "platform/dates/WallClock.h"
+
+#include <QFileInfo>
+#include <array>
 #include <cmath>
 #include <unicode/udat.h>
+
+using namespace zr;
 
 namespace {
 
@@ -11,8 +16,38 @@ struct Closing {
     void operator()(UDateFormat *format) const { udat_close(format); }
 };
 
+/// Before every date there is, so that one calendar counts for all of them.
+constexpr UDate EarliestChange = -1e18;
+
 const UChar *units(const QString &text) {
     return reinterpret_cast<const UChar *>(text.utf16());
+}
+
+/// The system's zone by its name, if ICU knows it: not if TZ gives a rule, or a file that isn't one of the system's.
+QString namedSystemZone() {
+    QByteArray name = qEnvironmentVariableIsSet("TZ") ? qgetenv("TZ") : QTimeZone::systemTimeZoneId();
+    if (name.startsWith(':'))
+        name.remove(0, 1);
+    if (name.startsWith('/')) {
+        constexpr QByteArrayView Folder = "/zoneinfo/";
+        const QByteArray file = QFile::encodeName(QFileInfo(QFile::decodeName(name)).canonicalFilePath());
+        const qsizetype folder = file.indexOf(Folder);
+        name = folder < 0 ? QByteArray() : file.mid(folder + Folder.size());
+    }
+    const QString zone = QString::fromLatin1(name);
+    std::array<UChar, 64> canonical;
+    UBool isKnown = false;
+    UErrorCode status = U_ZERO_ERROR;
+    ucal_getCanonicalTimeZoneID(units(zone), int32_t(zone.size()), canonical.data(),
+                                int32_t(canonical.size()), &isKnown, &status);
+    return U_SUCCESS(status) && isKnown ? zone : QString();
+}
+
+/// The system's zone at a moment, if it has no name: its distance from GMT, as ICU has it.
+QString unnamedSystemZone(const QDateTime &moment) {
+    const int seconds = WallClock::at(moment).offsetFromUtc();
+    return (seconds < 0 ? QStringLiteral("GMT-") : QStringLiteral("GMT+")) +
+           QTime(0, 0).addSecs(std::abs(seconds)).toString(QStringLiteral("HH:mm:ss"));
 }
 
 UDateFormatStyle udatStyle(NSDateFormatterStyle style) {
@@ -43,10 +78,8 @@ struct NSDateFormatter::Private {
     std::unique_ptr<UDateFormat, Closing> format;
     QString zoneOfFormat;
 
-    // ICU's formatter for the properties; nullptr where they are unusable or ask for nothing.
-    UDateFormat *ready() {
-        const QString zone =
-            timeZone.isNull() ? QString::fromLatin1(QTimeZone::systemTimeZoneId()) : timeZone;
+    /// ICU's formatter for the properties and the zone; nullptr if they are unusable or ask for nothing.
+    UDateFormat *ready(const QString &zone) {
         if (format && zone == zoneOfFormat)
             return format.get();
         const bool styled = pattern.isNull();
@@ -63,11 +96,19 @@ struct NSDateFormatter::Private {
             return nullptr;
         }
         zoneOfFormat = zone;
+        const icu::LocalUCalendarPointer calendar(ucal_clone(udat_getCalendar(format.get()), &status));
+        // Other calendars than the Gregorian one refuse.
+        ucal_setGregorianChange(calendar.getAlias(), EarliestChange, &status);
+        udat_setCalendar(format.get(), calendar.getAlias());
+        status = U_ZERO_ERROR;
+        udat_set2DigitYearStart(format.get(), 0, &status);
         udat_setLenient(format.get(), false);
         udat_setBooleanAttribute(format.get(), UDAT_PARSE_ALLOW_NUMERIC, true, &status);
         udat_setBooleanAttribute(format.get(), UDAT_PARSE_ALLOW_WHITESPACE, true, &status);
         return format.get();
     }
+
+    QDateTime read(const QString &text, const QString &zone);
 };
 
 NSDateFormatter::NSDateFormatter() : d(std::make_unique<Private>()) {
@@ -129,7 +170,12 @@ void NSDateFormatter::setTimeStyle(NSDateFormatterStyle style) {
 }
 
 QString NSDateFormatter::stringFromDate(const QDateTime &date) const {
-    UDateFormat *format = date.isValid() ? d->ready() : nullptr;
+    if (!date.isValid())
+        return {};
+    QString zone = d->timeZone.isNull() ? namedSystemZone() : d->timeZone;
+    if (zone.isNull())
+        zone = unnamedSystemZone(date);
+    UDateFormat *format = d->ready(zone);
     if (!format)
         return {};
     QString text(64, Qt::Uninitialized);
@@ -145,15 +191,28 @@ QString NSDateFormatter::stringFromDate(const QDateTime &date) const {
     }
 }
 
-QDateTime NSDateFormatter::dateFromString(const QString &text) const {
-    UDateFormat *format = text.isNull() ? nullptr : d->ready();
-    if (!format)
+QDateTime NSDateFormatter::Private::read(const QString &text, const QString &zone) {
+    UDateFormat *readingFormat = ready(zone);
+    if (!readingFormat)
         return {};
     UErrorCode status = U_ZERO_ERROR;
     int32_t end = 0;
-    const double milliseconds = udat_parse(format, units(text), int32_t(text.size()), &end, &status);
+    const double milliseconds = udat_parse(readingFormat, units(text), int32_t(text.size()), &end, &status);
     if (U_FAILURE(status) || !QStringView(text).sliced(end).trimmed().isEmpty() ||
         !(std::abs(milliseconds) < 9e15))
         return {};
     return QDateTime::fromMSecsSinceEpoch(qint64(milliseconds), Qt::UTC);
+}
+
+QDateTime NSDateFormatter::dateFromString(const QString &text) const {
+    if (text.isNull())
+        return {};
+    const QString zone = d->timeZone.isNull() ? namedSystemZone() : d->timeZone;
+    if (!zone.isNull())
+        return d->read(text, zone);
+    // A first reading tells what clocks show, and so which distance from GMT counts.
+    const QDateTime shown = d->read(text, QStringLiteral("GMT"));
+    if (!shown.isValid())
+        return {};
+    return d->read(text, unnamedSystemZone(WallClock::moment(shown.date(), shown.time())));
 }

@@ -18,8 +18,9 @@ enum NSDateFormatterStyle {
 ///
 /// The whole text must match, white space around it left out, and dates and times that don't exist are
 /// refused. Days, minutes and seconds need the pattern's two digits. What a pattern leaves open is that of 1
-/// January 1970, 00:00. Making a formatter's machinery is costly; it is kept until a property other than the
-/// pattern changes. Use one formatter on one thread at a time.
+/// January 1970, 00:00. The calendar is the Gregorian one for all times, before 1582 too (unless the locale has
+/// another); a year of two digits ("yy") is one from 1970 to 2069. Making a formatter's machinery is costly; it is
+/// kept until a property other than the pattern changes. Use one formatter on one thread at a time.
 class NSDateFormatter {
 public:
     /// The system's locale and time zone, no pattern and no styles.
@@ -31,7 +32,8 @@ public:
     /// An ICU locale identifier such as "en_US_POSIX"; null for the system's.
     QString locale() const;
     void setLocale(const QString &identifier);
-    /// An IANA time-zone identifier or "GMT"; null for the system's at the moment of use.
+    /// An IANA time-zone identifier or "GMT"; null for the system's at the moment of use, in whatever form TZ has
+    /// it. A zone that has no name is written as its distance from GMT.
     QString timeZone() const;
     void setTimeZone(const QString &identifier);
     /// The pattern; null where the styles count. Setting one ends the styles, and the other way about.
@@ -42,9 +44,9 @@ public:
     NSDateFormatterStyle timeStyle() const;
     void setTimeStyle(NSDateFormatterStyle style);
 
-    /// The date as text; nil for nil and for a pattern that is none.
+    /// The date as text; nil for nil and for an invalid pattern.
     QString stringFromDate(const QDateTime &date) const;
-    /// The date that the text stands for, in UTC; nil where it doesn't match, and for nil.
+    /// The date that the text stands for, in UTC; nil if it doesn't match, and for nil.
     QDateTime dateFromString(const QString &text) const;
 
 private:

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/observing/NSKeyValueObserving.h"
 
+#include "platform/base/FirstException.h"
 #include "platform/base/NSException.h"
-#include "platform/base/SmallLock.h"
-#include "platform/observing/KeyValueChange.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/observing/NotifyRelay.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSLog.h"
@@ -16,9 +16,7 @@
 #include <QObject>
 #include <QStringList>
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -45,10 +43,6 @@ struct Registration {
     bool wants(NSKeyValueObservingOption option) const { return options & option; }
     bool hasPath() const { return keys.size() > 1; }
 
-    /// The type of the values, if the key is a property that is a plain number. Set before it is linked.
-    QMetaType numberType;
-    bool takesNumbers() const { return numberType.isValid() && !wants(NSKeyValueObservingOptionPrior); }
-
     /// Some key of the chain announces its changes by a signal, so that old values must be known beforehand.
     std::atomic<bool> isAutomatic = false;
     /// The chain isn't empty: it has not been taken back, and its object lives.
@@ -56,48 +50,25 @@ struct Registration {
 
     /// The value that the observer last heard of.
     QVariant known() {
-        if (numberType.isValid()) {
-            const NumberBytes number = m_knownNumber;
-            return QVariant(numberType, &number);
-        }
         const std::lock_guard lock(mutex);
         return m_known;
     }
-    /// Takes the value for the one before.
-    void swapKnown(QVariant &value) {
-        if (numberType.isValid()) {
-            NumberBytes number = 0;
-            std::memcpy(&number, value.constData(), std::size_t(numberType.sizeOf()));
-            number = exchangeKnown(number);
-            value = QVariant(numberType, &number);
-            return;
-        }
+    /// Takes the value for the one before, which it gives.
+    QVariant exchangeKnown(QVariant value) {
         const std::lock_guard lock(mutex);
         m_known.swap(value);
-    }
-    NumberBytes exchangeKnown(NumberBytes number) { return m_knownNumber.exchange(number); }
-
-    /// nullptr while it is in use.
-    std::unique_ptr<KeyValueChange> takeSpareChange() {
-        return std::unique_ptr<KeyValueChange>(m_spare.exchange(nullptr));
-    }
-    void keepSpareChange(std::unique_ptr<KeyValueChange> change) {
-        change.reset(m_spare.exchange(change.release()));
+        return value;
     }
 
     /// Guards the rest.
-    SmallLock mutex;
+    std::mutex mutex;
     /// Where it listens now: for each key of the path, as far as objects lead.
     std::vector<std::shared_ptr<ObservedKey>> chain;
     /// An object on the path has died, and what led to it may still point there.
     bool isBroken = false;
 
-    ~Registration() { takeSpareChange(); }
-
 private:
     QVariant m_known;
-    std::atomic<NumberBytes> m_knownNumber = 0;
-    std::atomic<KeyValueChange *> m_spare = nullptr;
 };
 
 /// A registration, and at which key of its path it listens here.
@@ -109,7 +80,6 @@ struct Link {
 struct Links {
     std::shared_ptr<ObservedKey> key;
     std::vector<Link> all;
-    bool takeNumbers = false; ///< each of them
 };
 
 /// One key of one object, from the time it is first observed until the object dies.
@@ -121,32 +91,14 @@ public:
         if (index < 0)
             index = meta->indexOfProperty(
                 (QStringLiteral("is") + key.left(1).toUpper() + key.mid(1)).toUtf8().constData());
-        if (index < 0)
-            return;
-        m_index = index;
-        m_property = meta->property(index);
-        const QMetaType type = m_property.metaType();
-        if (m_property.isReadable() && type.id() >= QMetaType::Bool && type.id() <= QMetaType::Double)
-            m_numberType = type;
+        if (index >= 0)
+            m_property = meta->property(index);
     }
 
     QObject *const object;
     const QString key;
 
     bool isAutomatic() const { return m_property.hasNotifySignal(); }
-
-    /// Of a property that is a plain number; invalid for any other.
-    QMetaType numberType() const { return m_numberType; }
-    /// Its value, read as QMetaProperty does, but without making a variant of it.
-    NumberBytes number() const {
-        NumberBytes number = 0;
-        int status = -1;
-        void *arguments[] = {&number, nullptr, &status};
-        object->qt_metacall(QMetaObject::ReadProperty, m_index, arguments);
-        if (arguments[0] != &number) // the getter gives a reference
-            std::memcpy(&number, arguments[0], std::size_t(m_numberType.sizeOf()));
-        return number;
-    }
 
     QVariant value() const {
         if (m_property.isValid())
@@ -158,17 +110,6 @@ public:
         }
     }
 
-    /// The same, with the null marker for nil.
-    QVariant valueOrNull() const {
-        QVariant read = value();
-        if (NSIsNil(read))
-            read = NSNull();
-        return read;
-    }
-
-    /// There are links now, and each of them takes numbers.
-    bool allTakeNumbers() const { return m_allTakeNumbers; }
-
     /// nullptr without any.
     std::shared_ptr<const Links> links() const {
         const std::lock_guard lock(m_mutex);
@@ -179,7 +120,7 @@ public:
         const std::lock_guard lock(m_mutex);
         if (m_gone)
             return;
-        auto links = std::make_shared<Links>(m_links ? *m_links : Links{shared_from_this(), {}, false});
+        auto links = std::make_shared<Links>(m_links ? *m_links : Links{shared_from_this(), {}});
         links->all.push_back(link);
         replace(std::move(links));
     }
@@ -204,7 +145,6 @@ public:
     std::shared_ptr<const Links> end() {
         const std::lock_guard lock(m_mutex);
         m_gone = true;
-        m_allTakeNumbers = false;
         m_relay.reset();
         return std::exchange(m_links, nullptr);
     }
@@ -212,55 +152,46 @@ public:
 private:
     void replace(std::shared_ptr<Links> links);
 
-    std::atomic<bool> m_allTakeNumbers = false;
     QMetaProperty m_property;
-    int m_index = -1; ///< of the property
-    QMetaType m_numberType;
-    mutable SmallLock m_mutex; ///< guards the rest
+    mutable std::mutex m_mutex; ///< guards the rest
     /// Replaced, never changed, so that those who walk over it need no lock.
     std::shared_ptr<const Links> m_links;
     std::unique_ptr<NotifyRelay> m_relay;
     bool m_gone = false;
 };
 
-/// Observed objects are spread over several tables, so that threads which change different objects seldom
-/// meet.
+/// The keys of all observed objects.
 struct Table {
-    SmallLock mutex;
+    std::mutex mutex;
     std::unordered_map<const QObject *, std::vector<std::shared_ptr<ObservedKey>>> objects;
 };
-
-Table &tableOf(const QObject *object) {
-    static auto *tables = new std::array<Table, 32>;
-    const auto address = reinterpret_cast<std::uintptr_t>(object);
-    return (*tables)[(address >> 6 ^ address >> 11) % tables->size()];
+Table &table() {
+    static NeverDestroyed<Table> all;
+    return *all;
 }
-
-/// How many keys are in the tables: changes of a program without observers cost next to nothing.
-std::atomic<int> total{0};
 
 /// The values from before the changes that this thread is in the middle of.
 struct PendingChange {
     const QObject *object = nullptr;
     std::shared_ptr<ObservedKey> observed;
     std::vector<std::pair<std::shared_ptr<Registration>, QVariant>> olds;
-    /// Instead of them, where every observer took numbers.
-    std::optional<NumberBytes> oldNumber;
 };
 thread_local std::vector<PendingChange> pendingChanges;
 
-std::shared_ptr<ObservedKey> find(const QObject *object, const QString &key) {
-    if (total.load(std::memory_order_relaxed) == 0)
-        return nullptr;
-    Table &table = tableOf(object);
-    const std::lock_guard lock(table.mutex);
-    const auto at = table.objects.find(object);
-    if (at == table.objects.end())
+/// The table's mutex is held.
+std::shared_ptr<ObservedKey> listed(const QObject *object, const QString &key) {
+    const auto at = table().objects.find(object);
+    if (at == table().objects.end())
         return nullptr;
     const auto &keys = at->second;
     const auto found =
         std::find_if(keys.begin(), keys.end(), [&](const auto &each) { return each->key == key; });
     return found == keys.end() ? nullptr : *found;
+}
+
+std::shared_ptr<ObservedKey> find(const QObject *object, const QString &key) {
+    const std::lock_guard lock(table().mutex);
+    return listed(object, key);
 }
 
 /// Takes the registration from the keys of its path from a level on. Its mutex is held.
@@ -275,17 +206,13 @@ void unlink(Registration &registration, std::size_t level) {
 void forget(const QObject *object) {
     std::vector<std::shared_ptr<ObservedKey>> keys;
     {
-        Table &table = tableOf(object);
-        const std::lock_guard lock(table.mutex);
-        if (const auto at = table.objects.find(object); at != table.objects.end()) {
+        const std::lock_guard lock(table().mutex);
+        if (const auto at = table().objects.find(object); at != table().objects.end()) {
             keys = std::move(at->second);
-            table.objects.erase(at);
+            table().objects.erase(at);
         }
     }
-    total.fetch_sub(int(keys.size()), std::memory_order_relaxed);
-    pendingChanges.erase(std::remove_if(pendingChanges.begin(), pendingChanges.end(),
-                                        [&](const PendingChange &change) { return change.object == object; }),
-                         pendingChanges.end());
+    std::erase_if(pendingChanges, [&](const PendingChange &change) { return change.object == object; });
     for (const auto &key : keys) {
         const auto links = key->end();
         if (!links)
@@ -304,17 +231,13 @@ std::shared_ptr<ObservedKey> findOrMake(QObject *object, const QString &key) {
     if (auto found = find(object, key))
         return found;
     auto made = std::make_shared<ObservedKey>(object, key);
-    Table &table = tableOf(object);
-    const std::lock_guard lock(table.mutex);
-    auto &keys = table.objects[object];
+    const std::lock_guard lock(table().mutex);
+    if (auto found = listed(object, key))
+        return found;
+    auto &keys = table().objects[object];
     if (keys.empty())
         QObject::connect(object, &QObject::destroyed, [object] { forget(object); });
-    const auto found =
-        std::find_if(keys.begin(), keys.end(), [&](const auto &each) { return each->key == key; });
-    if (found != keys.end())
-        return *found;
     keys.push_back(made);
-    total.fetch_add(1, std::memory_order_relaxed);
     return made;
 }
 
@@ -365,8 +288,6 @@ void link(const std::shared_ptr<Registration> &registration, std::size_t level) 
     if (registration->chain.size() < level)
         return;
     unlink(*registration, level);
-    if (!registration->hasPath())
-        registration->numberType = chain.front()->numberType();
     registration->isBroken = false;
     for (std::size_t next = level; next < chain.size(); ++next) {
         chain[next]->add({registration, next});
@@ -386,20 +307,23 @@ void call(Registration &registration, const QVariantMap &change) {
     });
 }
 
+QVariantMap settingChange() {
+    return {{NSKeyValueChangeKindKey, NSKeyValueChangeSetting}};
+}
+
 /// Tells the observer that the key is about to change. The old value may be nullptr.
 void callPrior(Registration &registration, const QVariant *old) {
-    const bool tellsOld = old && registration.wants(NSKeyValueObservingOptionOld);
-    KeyValueChange change(false, tellsOld);
-    if (tellsOld)
-        *change.oldValue() = *old;
-    change.markAsPrior();
-    call(registration, change.dictionary());
+    QVariantMap change = settingChange();
+    change.insert(NSKeyValueChangeNotificationIsPriorKey, true);
+    if (old && registration.wants(NSKeyValueObservingOptionOld))
+        change.insert(NSKeyValueChangeOldKey, *old);
+    call(registration, change);
 }
 
 /// Does something for each registration, once; the first exception waits until everybody knows.
 template <typename Action>
 void forEach(const Links &links, Action action) {
-    std::exception_ptr failure;
+    FirstException failure;
     const auto &all = links.all;
     for (auto at = all.begin(); at != all.end(); ++at) {
         // A path may lead through the same key twice.
@@ -407,15 +331,9 @@ void forEach(const Links &links, Action action) {
                 return earlier.registration == at->registration;
             }))
             continue;
-        try {
-            action(*at);
-        } catch (...) {
-            if (!failure)
-                failure = std::current_exception();
-        }
+        failure.guard([&] { action(*at); });
     }
-    if (failure)
-        std::rethrow_exception(failure);
+    failure.rethrow();
 }
 
 /// Whether somebody wants to know the value of the key itself.
@@ -429,16 +347,13 @@ bool isValueWanted(const Links &links) {
 }
 
 /// Tells one observer that a key which it listens to has changed.
-/// \param value   of the key, if it is wanted
-/// \param isLast  nobody else needs the value
-/// \param old     the value before, if the change was announced beforehand
-void tell(const Link &at, QVariant &value, bool isLast, const QVariant *old, bool isSignal) {
+/// \param value  of the key, if it is wanted
+/// \param old    the value before, if the change was announced beforehand
+void tell(const Link &at, const QVariant &value, const QVariant *old, bool isSignal) {
     Registration &registration = *at.registration;
     const bool wantsNew = registration.wants(NSKeyValueObservingOptionNew);
     const bool wantsOld = registration.wants(NSKeyValueObservingOptionOld);
-    if (isSignal && registration.wants(NSKeyValueObservingOptionPrior)) {
-        if (!registration.isLinked)
-            return;
+    if (isSignal && registration.wants(NSKeyValueObservingOptionPrior) && registration.isLinked) {
         const QVariant known = registration.known();
         callPrior(registration, &known);
     }
@@ -447,55 +362,21 @@ void tell(const Link &at, QVariant &value, bool isLast, const QVariant *old, boo
     if (registration.hasPath())
         link(at.registration, at.level + 1);
     const bool keepsKnown = wantsOld && registration.isAutomatic;
-    QVariant ofPath;
-    if (registration.hasPath() && (wantsNew || keepsKnown))
-        ofPath = pathValue(registration);
-    QVariant &present = registration.hasPath() ? ofPath : value;
-
-    const bool tellsOld = wantsOld && (old || keepsKnown);
-    // Spare ones for numbers must stay what they are.
-    const bool isNumber = registration.numberType.isValid();
-    std::unique_ptr<KeyValueChange> change = isNumber ? nullptr : registration.takeSpareChange();
-    if (!change || !change->has(wantsNew, tellsOld))
-        change = std::make_unique<KeyValueChange>(wantsNew, tellsOld);
-    // Variants are swapped rather than copied or moved: that was most of a notification's time.
-    if (keepsKnown) {
-        *change->oldValue() = present;
-        registration.swapKnown(*change->oldValue());
-    }
-    if (tellsOld && old)
-        *change->oldValue() = *old;
-    if (wantsNew && (isLast || registration.hasPath()))
-        change->newValue()->swap(present);
-    else if (wantsNew)
-        *change->newValue() = present;
-    call(registration, change->dictionary());
-    if (isNumber || !change->isReusable())
-        return;
-    change->clear();
-    registration.keepSpareChange(std::move(change));
-}
-
-/// The same for a number, as seldom through variants as can be.
-/// \param old  the number before, if the change was announced beforehand
-void tellNumber(Registration &registration, NumberBytes present, std::optional<NumberBytes> old) {
-    if (!registration.isLinked)
-        return;
-    const bool wantsNew = registration.wants(NSKeyValueObservingOptionNew);
-    const bool wantsOld = registration.wants(NSKeyValueObservingOptionOld);
-    const NumberBytes known = wantsOld ? registration.exchangeKnown(present) : 0;
-    std::unique_ptr<KeyValueChange> change = registration.takeSpareChange();
-    if (!change)
-        change = std::make_unique<KeyValueChange>(wantsNew, wantsOld, registration.numberType);
-    change->setNumbers(present, old.value_or(known));
-    call(registration, change->dictionary());
-    if (change->isReusable())
-        registration.keepSpareChange(std::move(change));
+    const QVariant present =
+        registration.hasPath() && (wantsNew || keepsKnown) ? pathValue(registration) : value;
+    QVariantMap change = settingChange();
+    if (wantsNew)
+        change.insert(NSKeyValueChangeNewKey, present);
+    if (keepsKnown)
+        change.insert(NSKeyValueChangeOldKey, registration.exchangeKnown(present));
+    if (wantsOld && old)
+        change.insert(NSKeyValueChangeOldKey, *old);
+    call(registration, change);
 }
 
 /// A key has changed: tells its observers, with the old values from before if they are there.
 void tell(const Links &links, const PendingChange *pending, bool isSignal) {
-    QVariant value = isValueWanted(links) ? links.key->valueOrNull() : QVariant();
+    const QVariant value = isValueWanted(links) ? orNull(links.key->value()) : QVariant();
     forEach(links, [&](const Link &at) {
         const QVariant *old = nullptr;
         if (pending) {
@@ -504,7 +385,7 @@ void tell(const Links &links, const PendingChange *pending, bool isSignal) {
             if (known != pending->olds.end())
                 old = &known->second;
         }
-        tell(at, value, &at == &links.all.back(), old, isSignal);
+        tell(at, value, old, isSignal);
     });
 }
 
@@ -520,12 +401,7 @@ void signalled(void *context) {
     if (!links)
         return;
     try {
-        if (!links->takeNumbers) {
-            tell(*links, nullptr, true);
-            return;
-        }
-        const NumberBytes number = key->number();
-        forEach(*links, [&](const Link &at) { tellNumber(*at.registration, number, std::nullopt); });
+        tell(*links, nullptr, true);
     } catch (...) {
         NSLog("Exception in an observer of the key \"%@\": %@", links->key->key,
               NSException::currentDescription());
@@ -533,11 +409,8 @@ void signalled(void *context) {
 }
 
 void ObservedKey::replace(std::shared_ptr<Links> links) {
-    links->takeNumbers = std::all_of(links->all.begin(), links->all.end(),
-                                     [](const Link &link) { return link.registration->takesNumbers(); });
     if (links->all.empty())
         links = nullptr;
-    m_allTakeNumbers = links && links->takeNumbers;
     if (isAutomatic() && links && !m_links) {
         if (!m_relay)
             m_relay = std::make_unique<NotifyRelay>(signalled, this);
@@ -633,16 +506,13 @@ void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &k
     registration->context = context;
     KeyValueRegistry::add(observer, registration);
     link(registration, 0);
-    if (registration->isAutomatic && registration->wants(NSKeyValueObservingOptionOld)) {
-        QVariant value = pathValue(*registration);
-        registration->swapKnown(value);
-    }
+    if (registration->isAutomatic && registration->wants(NSKeyValueObservingOptionOld))
+        registration->exchangeKnown(pathValue(*registration));
     if (registration->wants(NSKeyValueObservingOptionInitial)) {
-        const bool wantsNew = registration->wants(NSKeyValueObservingOptionNew);
-        KeyValueChange change(wantsNew, false);
-        if (wantsNew)
-            *change.newValue() = pathValue(*registration);
-        call(*registration, change.dictionary());
+        QVariantMap change = settingChange();
+        if (registration->wants(NSKeyValueObservingOptionNew))
+            change.insert(NSKeyValueChangeNewKey, pathValue(*registration));
+        call(*registration, change);
     }
 }
 
@@ -658,43 +528,12 @@ void removeObserver(const QObject *object, NSKeyValueObserver *observer, const Q
     });
 }
 
-namespace {
-
-void didChangeNumber(ObservedKey &observed, NumberBytes old) {
-    const auto links = observed.links();
-    if (!links)
-        return;
-    if (links->takeNumbers) {
-        const NumberBytes number = observed.number();
-        forEach(*links, [&](const Link &link) { tellNumber(*link.registration, number, old); });
-        return;
-    }
-    // Since the change was announced, an observer was added who takes no numbers.
-    PendingChange pending;
-    for (const auto &[registration, level] : links->all)
-        if (registration->takesNumbers())
-            pending.olds.emplace_back(registration, QVariant(observed.numberType(), &old));
-    tell(*links, &pending, false);
-}
-
-} // namespace
-
 void willChangeValueForKey(QObject *object, const QString &key) {
-    auto observed = find(object, key);
-    if (!observed)
-        return;
-    if (observed->allTakeNumbers()) {
-        const NumberBytes number = observed->number();
-        PendingChange &change = pendingChanges.emplace_back();
-        change.object = object;
-        change.observed = std::move(observed);
-        change.oldNumber = number;
-        return;
-    }
-    const auto links = observed->links();
+    const auto observed = find(object, key);
+    const auto links = observed ? observed->links() : nullptr;
     if (!links)
         return;
-    PendingChange change{object, observed, {}, std::nullopt};
+    PendingChange change{object, observed, {}};
     std::optional<QVariant> value;
     for (const auto &[registration, level] : links->all) {
         if (!registration->wants(NSKeyValueObservingOptionOld))
@@ -703,7 +542,7 @@ void willChangeValueForKey(QObject *object, const QString &key) {
             change.olds.emplace_back(registration, pathValue(*registration));
         } else {
             if (!value)
-                value = observed->valueOrNull();
+                value = orNull(observed->value());
             change.olds.emplace_back(registration, *value);
         }
     }
@@ -723,13 +562,6 @@ void didChangeValueForKey(QObject *object, const QString &key) {
         std::find_if(pendingChanges.rbegin(), pendingChanges.rend(), [&](const PendingChange &change) {
             return change.object == object && change.observed->key == key;
         });
-    if (at != pendingChanges.rend() && at->oldNumber) {
-        const NumberBytes old = *at->oldNumber;
-        const std::shared_ptr<ObservedKey> observed = std::move(at->observed);
-        pendingChanges.erase(at.base() - 1);
-        didChangeNumber(*observed, old);
-        return;
-    }
     std::optional<PendingChange> pending;
     if (at != pendingChanges.rend()) {
         pending = std::move(*at);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/observing/NotifyRelay.h"
 
+using namespace zr;
+
 NotifyRelay::NotifyRelay(Function function, void *context) : m_function(function) {
     moveToThread(nullptr); // it belongs to no thread, so that any may destroy it
     m_context.store(context, std::memory_order_release);

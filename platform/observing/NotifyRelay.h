@@ -5,6 +5,8 @@
 #include <QObject>
 #include <atomic>
 
+namespace zr {
+
 /// Passes a property's NOTIFY signal on to a function, on the thread that emits it.
 class NotifyRelay : public QObject {
     Q_OBJECT
@@ -26,3 +28,5 @@ private:
     /// through the signal's connections only.
     std::atomic<void *> m_context = nullptr;
 };
+
+} // namespace zr

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/DispatchQueue.h"
 
+#include "platform/base/FirstException.h"
 #include "platform/base/NSException.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/operations/NSThread.h"
+#include "platform/operations/WorkerPool.h"
 #include "platform/values/NSLog.h"
 
 #include <QCoreApplication>
@@ -10,22 +13,23 @@
 #include <QObject>
 #include <QTimer>
 #include <algorithm>
-#include <exception>
+
+using namespace zr;
 
 /// Lives in the main thread; each event it gets says that there are blocks to run.
-class DispatchQueue::Receiver : public QObject {
+class zr::DispatchQueue::Receiver : public QObject {
 protected:
     void customEvent(QEvent *) override { DispatchQueue::mainQueue().drain(); }
 };
 
-void startDispatchQueue() {
+void zr::startDispatchQueue() {
     DispatchQueue::applicationStarted();
 }
 Q_COREAPP_STARTUP_FUNCTION(startDispatchQueue)
 
 DispatchQueue &DispatchQueue::mainQueue() {
-    // Never destroyed: other threads may still add blocks while the process ends.
-    static auto *queue = new DispatchQueue;
+    struct Main : DispatchQueue {};
+    static NeverDestroyed<Main> queue;
     return *queue;
 }
 
@@ -93,41 +97,32 @@ void DispatchQueue::sync(const std::function<void()> &block) {
         std::unique_lock lock(m_mutex);
         const bool nested = std::exchange(m_running, true);
         lock.unlock();
-        std::exception_ptr failure;
-        try {
-            block();
-        } catch (...) {
-            failure = std::current_exception();
-        }
+        FirstException failure;
+        failure.guard(block);
         lock.lock();
         m_running = nested;
         if (!nested && !m_blocks.empty())
             wake();
         lock.unlock();
-        if (failure)
-            std::rethrow_exception(failure);
+        failure.rethrow();
         return;
     }
 
     std::mutex mutex;
     std::condition_variable finished;
     bool done = false;
-    std::exception_ptr failure;
+    FirstException failure;
     add([&] {
-        try {
-            block();
-        } catch (...) {
-            failure = std::current_exception();
-        }
+        failure.guard(block);
         // Under the lock, because the waiting thread owns the condition and may leave as soon as it is free.
         const std::lock_guard lock(mutex);
         done = true;
         finished.notify_one();
     });
+    const WorkerPool::Waiting waiting;
     std::unique_lock lock(mutex);
     finished.wait(lock, [&] { return done; });
-    if (failure)
-        std::rethrow_exception(failure);
+    failure.rethrow();
 }
 
 void DispatchQueue::drain() {

@@ -7,7 +7,7 @@
 #include <functional>
 #include <mutex>
 
-class QObject;
+namespace zr {
 
 /// The queue of blocks that run on the main thread, one after the other, in the order of their arrival.
 ///
@@ -51,3 +51,8 @@ private:
 
     friend void startDispatchQueue();
 };
+
+/// Called when the application starts.
+void startDispatchQueue();
+
+} // namespace zr

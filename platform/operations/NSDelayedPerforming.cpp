@@ -4,8 +4,10 @@
 #include "platform/operations/NSRunLoop.h"
 #include "platform/operations/RunLoopTimers.h"
 
+using namespace zr;
+
 /// The way to the timers of a run loop.
-class DelayedPerforming {
+class zr::DelayedPerforming {
 public:
     static void add(std::shared_ptr<QObject> target, const NSSelector &selector, const QVariant &object,
                     double afterDelay) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/NSOperation.h"
 
+#include "platform/base/FirstException.h"
 #include "platform/base/NSException.h"
 #include "platform/observing/NSKeyValueObserving.h"
 #include "platform/operations/NSOperationPrivate.h"
@@ -9,7 +10,8 @@
 #include "platform/values/NSLog.h"
 
 #include <algorithm>
-#include <exception>
+
+using namespace zr;
 
 namespace {
 
@@ -37,8 +39,7 @@ NSOperation::NSOperation() : d(std::make_unique<NSOperationPrivate>()) {
 }
 
 NSOperation::~NSOperation() {
-    if (d->extras)
-        release(std::move(d->extras->dependencies));
+    release(std::move(d->dependencies));
 }
 
 void NSOperation::start() {
@@ -56,54 +57,38 @@ void NSOperation::start() {
                               QStringLiteral("The operation is already executing."));
         d->begun = true;
     }
-    if (cancelled) {
-        finish();
-        return;
-    }
-    std::exception_ptr failure;
-    try {
-        willChangeValueForKey(NSOperationIsExecutingKey);
-        d->executing = true;
-        didChangeValueForKey(NSOperationIsExecutingKey);
+    FirstException failure;
+    failure.guard([&] {
+        if (cancelled)
+            return;
+        changeValuesForKeys({NSOperationIsExecutingKey}, [this] { d->executing = true; });
         main();
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    try {
-        finish();
-    } catch (...) {
-        if (!failure)
-            failure = std::current_exception();
-    }
-    if (failure)
-        std::rethrow_exception(failure);
+    });
+    failure.guard([this] { finish(); });
+    failure.rethrow();
 }
 
 void NSOperation::main() {
 }
 
 void NSOperation::finish() {
-    // Whatever observers throw, the operation finishes.
-    std::exception_ptr failure;
-    const auto announce = [&](void (NSOperation::*change)(const QString &), const QString &key) {
-        try {
-            (this->*change)(key);
-        } catch (...) {
-            if (!failure)
-                failure = std::current_exception();
-        }
-    };
-    const bool wasExecuting = d->executing;
-    announce(&NSOperation::willChangeValueForKey, NSOperationIsFinishedKey);
-    if (wasExecuting)
-        announce(&NSOperation::willChangeValueForKey, NSOperationIsExecutingKey);
-    d->executing = false;
-    d->finished = true;
-    if (wasExecuting)
-        announce(&NSOperation::didChangeValueForKey, NSOperationIsExecutingKey);
-    announce(&NSOperation::didChangeValueForKey, NSOperationIsFinishedKey);
-    if (failure)
-        std::rethrow_exception(failure);
+    QStringList keys{NSOperationIsFinishedKey};
+    if (d->executing)
+        keys.append(NSOperationIsExecutingKey);
+    changeValuesForKeys(keys, [this] {
+        d->executing = false;
+        d->finished = true;
+    });
+}
+
+void NSOperation::changeValuesForKeys(const QStringList &keys, const std::function<void()> &change) {
+    FirstException failure;
+    for (const QString &key : keys)
+        failure.guard([&] { willChangeValueForKey(key); });
+    failure.guard(change);
+    std::for_each(keys.crbegin(), keys.crend(),
+                  [&](const QString &key) { failure.guard([&] { didChangeValueForKey(key); }); });
+    failure.rethrow();
 }
 
 void NSOperation::cancel() {
@@ -113,21 +98,17 @@ void NSOperation::cancel() {
             return;
         d->cancelling = true;
     }
-    const bool becomesReady = !isReady();
-    willChangeValueForKey(NSOperationIsCancelledKey);
-    if (becomesReady)
-        willChangeValueForKey(NSOperationIsReadyKey);
-    d->cancelled = true;
-    if (becomesReady)
-        didChangeValueForKey(NSOperationIsReadyKey);
-    didChangeValueForKey(NSOperationIsCancelledKey);
+    QStringList keys{NSOperationIsCancelledKey};
+    if (!isReady())
+        keys.append(NSOperationIsReadyKey);
+    changeValuesForKeys(keys, [this] { d->cancelled = true; });
 }
 
 bool NSOperation::isReady() const {
     if (d->cancelled)
         return true;
     const std::lock_guard lock(d->mutex);
-    return d->isFree();
+    return d->unfinished.empty();
 }
 
 bool NSOperation::isExecuting() const {
@@ -151,67 +132,60 @@ void NSOperation::addDependency(const std::shared_ptr<NSOperation> &operation) {
         const std::lock_guard lock(operation->d->mutex);
         waits = !operation->d->finishAnnounced;
         if (waits)
-            operation->d->madeExtras().dependents.push_back(weak_from_this());
+            operation->d->dependents.push_back(weak_from_this());
     }
     bool wasReady = false;
     {
         const std::lock_guard lock(d->mutex);
         if (d->begun || d->claimed || d->finishAnnounced)
             return;
-        NSOperationExtras &extras = d->madeExtras();
-        if (std::find(extras.dependencies.begin(), extras.dependencies.end(), operation) !=
-            extras.dependencies.end())
+        if (std::find(d->dependencies.begin(), d->dependencies.end(), operation) != d->dependencies.end())
             return;
-        extras.dependencies.push_back(operation);
-        wasReady = extras.unfinished.empty() && !d->cancelled;
+        d->dependencies.push_back(operation);
+        wasReady = d->unfinished.empty() && !d->cancelled;
         if (waits)
-            extras.unfinished.insert(operation.get());
+            d->unfinished.insert(operation.get());
     }
-    if (waits && wasReady) {
-        willChangeValueForKey(NSOperationIsReadyKey);
-        didChangeValueForKey(NSOperationIsReadyKey);
-    }
+    FirstException failure;
+    if (waits && wasReady)
+        failure.guard([this] { changeValuesForKeys({NSOperationIsReadyKey}, [] {}); });
     // It may have finished between the two locks, when it wasn't waited for yet.
-    bool finishedMeanwhile = false;
-    {
-        const std::lock_guard lock(operation->d->mutex);
-        finishedMeanwhile = waits && operation->d->finishAnnounced;
-    }
-    if (finishedMeanwhile)
-        dependencyDidFinish(operation.get());
+    if (waits && operation->d->finishAnnounced)
+        failure.guard([&] { dependencyDidFinish(operation.get()); });
+    failure.rethrow();
 }
 
 void NSOperation::removeDependency(const std::shared_ptr<NSOperation> &operation) {
     dependencyDidFinish(operation.get());
     const std::lock_guard lock(d->mutex);
-    if (d->extras)
-        std::erase(d->extras->dependencies, operation);
+    std::erase(d->dependencies, operation);
 }
 
 std::vector<std::shared_ptr<NSOperation>> NSOperation::dependencies() const {
     const std::lock_guard lock(d->mutex);
-    return d->extras ? d->extras->dependencies : std::vector<std::shared_ptr<NSOperation>>();
+    return d->dependencies;
 }
 
 void NSOperation::dependencyDidFinish(const NSOperation *operation) {
-    bool announced = false;
+    bool isLast = false;
     {
         const std::lock_guard lock(d->mutex);
-        if (!d->extras || !d->extras->unfinished.contains(operation))
+        if (!d->unfinished.contains(operation))
             return;
-        announced = d->extras->unfinished.size() == 1 && !d->cancelled;
+        isLast = d->unfinished.size() == 1 && !d->cancelled;
     }
-    if (announced)
-        willChangeValueForKey(NSOperationIsReadyKey);
     bool becameReady = false;
-    {
+    const auto settle = [&] {
         const std::lock_guard lock(d->mutex);
-        becameReady = d->extras->unfinished.erase(operation) > 0 && d->isFree() && !d->cancelled;
+        becameReady = d->unfinished.erase(operation) > 0 && d->unfinished.empty() && !d->cancelled;
+    };
+    if (isLast) {
+        changeValuesForKeys({NSOperationIsReadyKey}, settle);
+        return;
     }
-    if (becameReady && !announced)
-        willChangeValueForKey(NSOperationIsReadyKey);
-    if (becameReady || announced)
-        didChangeValueForKey(NSOperationIsReadyKey);
+    settle();
+    if (becameReady) // others have finished meanwhile
+        changeValuesForKeys({NSOperationIsReadyKey}, [] {});
 }
 
 int NSOperation::queuePriority() const {
@@ -221,38 +195,34 @@ int NSOperation::queuePriority() const {
 void NSOperation::setQueuePriority(int priority) {
     // Integer division rounds towards zero, which is Normal.
     d->priority = std::clamp(priority / 4, -2, 2) * 4;
-    std::shared_ptr<NSOperationQueuePrivate> queue;
-    {
-        const std::lock_guard lock(d->mutex);
-        queue = d->queue.lock();
-    }
-    if (queue)
+    if (const auto queue = d->lockedQueue())
         queue->priorityDidChange(this);
 }
 
 QString NSOperation::name() const {
     const std::lock_guard lock(d->mutex);
-    return d->extras ? d->extras->name : QString();
+    return d->name;
 }
 
 void NSOperation::setName(const QString &name) {
     const std::lock_guard lock(d->mutex);
-    d->madeExtras().name = name;
+    d->name = name;
 }
 
 std::function<void()> NSOperation::completionBlock() const {
     const std::lock_guard lock(d->mutex);
-    return d->extras ? d->extras->completionBlock : nullptr;
+    return d->completionBlock;
 }
 
 void NSOperation::setCompletionBlock(std::function<void()> block) {
     const std::lock_guard lock(d->mutex);
-    std::swap(d->madeExtras().completionBlock, block);
+    std::swap(d->completionBlock, block);
 }
 
 void NSOperation::waitUntilFinished() {
+    const WorkerPool::Waiting waiting;
     std::unique_lock lock(d->mutex);
-    d->madeExtras().finishedCondition.wait(lock, [this] { return d->finishSettled; });
+    d->finishedCondition.wait(lock, [this] { return d->finishSettled; });
 }
 
 void NSOperation::willChangeValueForKey(const QString &key) {
@@ -260,58 +230,44 @@ void NSOperation::willChangeValueForKey(const QString &key) {
 }
 
 void NSOperation::didChangeValueForKey(const QString &key) {
-    std::exception_ptr failure;
-    try {
-        NSKeyValueObserving::didChangeValueForKey(this, key);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (key == NSOperationIsFinishedKey && isFinished()) {
-        didFinish();
-    } else if (key == NSOperationIsReadyKey) {
-        ++d->readinessAnnouncements;
-        std::shared_ptr<NSOperationQueuePrivate> queue;
-        {
-            const std::lock_guard lock(d->mutex);
-            queue = d->queue.lock();
-        }
-        if (queue)
+    FirstException failure;
+    failure.guard([&] { NSKeyValueObserving::didChangeValueForKey(this, key); });
+    failure.guard([&] {
+        if (key == NSOperationIsFinishedKey && isFinished())
+            didFinish();
+    });
+    if (key == NSOperationIsReadyKey)
+        if (const auto queue = d->lockedQueue())
             queue->readinessDidChange(this);
-    }
-    if (failure)
-        std::rethrow_exception(failure);
+    failure.rethrow();
 }
 
 void NSOperation::didFinish() {
     const auto self = shared_from_this();
     std::vector<std::weak_ptr<NSOperation>> dependents;
-    std::shared_ptr<NSOperationQueuePrivate> queue;
     std::function<void()> completion;
     {
         const std::lock_guard lock(d->mutex);
         if (d->finishAnnounced)
             return;
         d->finishAnnounced = true;
-        if (d->extras) {
-            dependents.swap(d->extras->dependents);
-            completion.swap(d->extras->completionBlock);
-        }
-        queue = d->queue.lock();
+        dependents.swap(d->dependents);
+        completion.swap(d->completionBlock);
     }
-    if (queue)
+    if (const auto queue = d->lockedQueue())
         queue->operationDidFinish(this);
     {
         // Only now, so that who waited for the operation finds it gone from its queue.
         const std::lock_guard lock(d->mutex);
         d->finishSettled = true;
-        if (d->extras)
-            d->extras->finishedCondition.notify_all();
+        d->finishedCondition.notify_all();
     }
+    FirstException failure;
     for (const auto &waiting : dependents)
         if (const auto dependent = waiting.lock())
-            dependent->dependencyDidFinish(this);
+            failure.guard([&] { dependent->dependencyDidFinish(this); });
     if (completion)
-        WorkerPool::shared().submit([self, completion = std::move(completion)] {
+        WorkerPool::run([self, completion = std::move(completion)] {
             try {
                 completion();
             } catch (...) {
@@ -319,4 +275,5 @@ void NSOperation::didFinish() {
                       NSException::currentDescription());
             }
         });
+    failure.rethrow();
 }

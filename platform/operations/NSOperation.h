@@ -3,11 +3,15 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <memory>
 #include <vector>
 
+namespace zr {
+class NSOperationQueuePrivate;
 struct NSOperationPrivate;
+} // namespace zr
 
 /// The keys under which operations announce their state.
 inline const QString NSOperationIsReadyKey = QStringLiteral("isReady");
@@ -30,7 +34,7 @@ enum NSOperationQueuePriority {
 /// and isFinished(), return from start() at once, and announce both flags themselves, between
 /// willChangeValueForKey() and didChangeValueForKey(): waiting threads, dependent operations and the queue go
 /// by the announcement of "isFinished". Operations are made with std::make_shared. All functions may be
-/// called from any thread.
+/// called from any thread. Whatever observers throw, an operation goes through all of its states.
 ///
 ///     auto operation = std::make_shared<NSBlockOperation>([] { work(); });
 ///     operation->addDependency(first);
@@ -97,12 +101,17 @@ public:
     void willChangeValueForKey(const QString &key);
     void didChangeValueForKey(const QString &key);
 
+protected:
+    /// Makes a change of the operation's keys: announces that they will change, in their order, changes them, and
+    /// announces that they did, the last first. All of that happens even if observers or the change throw; the
+    /// first exception is thrown in the end.
+    void changeValuesForKeys(const QStringList &keys, const std::function<void()> &change);
+
 private:
     void dependencyDidFinish(const NSOperation *operation);
     void finish();
     void didFinish();
 
-    const std::unique_ptr<NSOperationPrivate> d;
-    friend class NSOperationQueue;
-    friend class NSOperationQueuePrivate;
+    const std::unique_ptr<zr::NSOperationPrivate> d;
+    friend class zr::NSOperationQueuePrivate;
 };

@@ -2,24 +2,15 @@
 #pragma once
 
 #include "platform/operations/NSOperation.h"
-#include "platform/operations/NSOperationQueuePrivate.h"
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <unordered_set>
 
-/// What few operations need, so that many can wait in a queue at little cost.
-struct NSOperationExtras {
-    std::condition_variable finishedCondition;
-    std::vector<std::shared_ptr<NSOperation>> dependencies;
-    std::unordered_set<const NSOperation *> unfinished; ///< those of the dependencies still waited for
-    std::vector<std::weak_ptr<NSOperation>> dependents; ///< those that wait for this one
-    std::function<void()> completionBlock;
-    QString name;
-};
+namespace zr {
 
 /// An operation's inner state. The mutex guards what isn't atomic; no code of others is called while it is
 /// held.
@@ -30,8 +21,7 @@ struct NSOperationPrivate {
     std::atomic<bool> finished{false};
     std::atomic<bool> cancelled{false};
     std::atomic<int> priority{NSOperationQueuePriorityNormal};
-    std::atomic<bool> finishAnnounced{false};        ///< "isFinished" was announced as true
-    std::atomic<unsigned> readinessAnnouncements{0}; ///< how often "isReady" was announced
+    std::atomic<bool> finishAnnounced{false}; ///< "isFinished" was announced as true
 
     bool cancelling = false;    ///< cancel() has begun
     bool begun = false;         ///< start() has passed its checks
@@ -39,17 +29,19 @@ struct NSOperationPrivate {
     bool finishSettled = false; ///< the queue knows of the end
     bool enqueued = false;      ///< was given to a queue
     std::weak_ptr<NSOperationQueuePrivate> queue;
-    /// Guarded by the queue's mutex, not by this one.
-    std::optional<NSOperationQueueItems::iterator> item;
+    std::uint64_t number = 0; ///< in its queue, 0 outside; guarded by the queue's mutex, not by this one
 
-    /// Made when something is first kept there.
-    std::unique_ptr<NSOperationExtras> extras;
+    std::condition_variable finishedCondition;
+    std::vector<std::shared_ptr<NSOperation>> dependencies;
+    std::unordered_set<const NSOperation *> unfinished; ///< those of the dependencies still waited for
+    std::vector<std::weak_ptr<NSOperation>> dependents; ///< those that wait for this one
+    std::function<void()> completionBlock;
+    QString name;
 
-    NSOperationExtras &madeExtras() {
-        if (!extras)
-            extras = std::make_unique<NSOperationExtras>();
-        return *extras;
+    std::shared_ptr<NSOperationQueuePrivate> lockedQueue() const {
+        const std::lock_guard lock(mutex);
+        return queue.lock();
     }
-    /// Whether all dependencies have finished.
-    bool isFree() const { return !extras || extras->unfinished.empty(); }
 };
+
+} // namespace zr

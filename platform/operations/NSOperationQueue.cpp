@@ -2,6 +2,7 @@
 #include "platform/operations/NSOperationQueue.h"
 
 #include "platform/base/NSException.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/operations/DispatchQueue.h"
 #include "platform/operations/NSOperationPrivate.h"
 #include "platform/operations/NSOperationQueuePrivate.h"
@@ -9,27 +10,8 @@
 #include "platform/values/NSLog.h"
 
 #include <algorithm>
-#include <chrono>
-#include <unordered_set>
 
-namespace {
-
-/// Queues without a queue object, kept until their last operation has finished.
-struct Abandoned {
-    std::mutex mutex;
-    std::unordered_set<std::shared_ptr<NSOperationQueuePrivate>> queues;
-};
-
-Abandoned &abandoned() {
-    static auto *all = new Abandoned;
-    return *all;
-}
-
-/// The plain operation that a runner is running on this thread. When it finishes, its place is used by the
-/// runner.
-thread_local const NSOperation *runningHere = nullptr;
-
-} // namespace
+using namespace zr;
 
 QString NSOperationQueuePrivate::name() const {
     const Lock lock(m_mutex);
@@ -49,9 +31,7 @@ int NSOperationQueuePrivate::limit() const {
 void NSOperationQueuePrivate::setLimit(int limit) {
     Lock lock(m_mutex);
     m_limit = limit;
-    const std::size_t runners = missingRunners();
-    lock.unlock();
-    sendRunners(runners);
+    sendRunners(lock);
 }
 
 bool NSOperationQueuePrivate::isSuspended() const {
@@ -62,13 +42,11 @@ bool NSOperationQueuePrivate::isSuspended() const {
 void NSOperationQueuePrivate::setSuspended(bool suspended) {
     Lock lock(m_mutex);
     m_suspended = suspended;
-    const std::size_t runners = missingRunners();
-    lock.unlock();
-    sendRunners(runners);
+    sendRunners(lock);
 }
 
-void NSOperationQueuePrivate::add(std::span<const std::shared_ptr<NSOperation>> operations) {
-    // First all are claimed, so that a refused one leaves the queue as it was.
+/// Makes all of them this queue's, or none.
+void NSOperationQueuePrivate::claim(std::span<const std::shared_ptr<NSOperation>> operations) {
     std::size_t claimed = 0;
     const char *refusal = nullptr;
     for (; claimed < operations.size() && !refusal; claimed += !refusal) {
@@ -89,101 +67,63 @@ void NSOperationQueuePrivate::add(std::span<const std::shared_ptr<NSOperation>> 
             }
         }
     }
-    if (refusal) {
-        while (claimed > 0) {
-            NSOperationPrivate &operation = *operations[--claimed]->d;
-            const std::lock_guard lock(operation.mutex);
-            operation.enqueued = false;
-            operation.queue.reset();
-        }
-        throw NSException(NSInvalidArgumentException, QString::fromLatin1(refusal));
+    if (!refusal)
+        return;
+    while (claimed > 0) {
+        NSOperationPrivate &operation = *operations[--claimed]->d;
+        const std::lock_guard lock(operation.mutex);
+        operation.enqueued = false;
+        operation.queue.reset();
     }
+    throw NSException(NSInvalidArgumentException, QString::fromLatin1(refusal));
+}
 
-    // From here on the operations tell of changes; those from before their items are listed go unheard and
-    // are looked for while listing.
-    Items added;
-    Items over; // freed after the lock is
-    for (const auto &operation : operations) {
-        Item &item = added.emplace_back();
-        item.operation = operation;
-        item.announced = operation->d->readinessAnnouncements;
-        item.stage = operation->isReady() ? Stage::Ready : Stage::Waiting;
-    }
-    std::vector<NSOperation *> unsure;
-    Lock lock(m_mutex);
-    while (!added.empty()) {
-        const auto item = added.begin();
-        NSOperationPrivate &operation = *item->operation->d;
-        if (operation.finishAnnounced) {
-            over.splice(over.end(), added, item);
-            continue;
+void NSOperationQueuePrivate::add(std::span<const std::shared_ptr<NSOperation>> operations) {
+    claim(operations);
+    std::vector<NSOperation *> added;
+    {
+        const Lock lock(m_mutex);
+        for (const auto &operation : operations) {
+            if (operation->d->finishAnnounced)
+                continue; // in the meantime, when it wasn't listed yet
+            operation->d->number = ++m_lastNumber;
+            m_items[m_lastNumber] = {operation, Stage::Waiting, operation->d->priority};
+            added.push_back(operation.get());
         }
-        if (operation.readinessAnnouncements != item->announced) {
-            item->stage = Stage::Waiting;
-            unsure.push_back(item->operation.get());
-        }
-        item->number = ++m_lastNumber;
-        item->priority = operation.priority;
-        operation.item = item;
-        ++m_count;
-        m_readyCount += item->stage == Stage::Ready;
-        Items &list = listOf(*item);
-        list.splice(list.end(), added, item);
     }
-    const std::size_t runners = missingRunners();
-    lock.unlock();
-    sendRunners(runners);
-    for (NSOperation *operation : unsure)
-        readinessDidChange(operation);
+    settle(added);
 }
 
 std::vector<std::shared_ptr<NSOperation>> NSOperationQueuePrivate::operations() const {
     const Lock lock(m_mutex);
-    std::vector<std::pair<std::uint64_t, std::shared_ptr<NSOperation>>> numbered;
-    numbered.reserve(m_count);
-    const auto collect = [&](const Items &items) {
-        for (const Item &item : items)
-            numbered.emplace_back(item.number, item.operation);
-    };
-    collect(m_waiting);
-    collect(m_running);
-    std::for_each(m_ready.begin(), m_ready.end(), collect);
-    std::sort(numbered.begin(), numbered.end());
     std::vector<std::shared_ptr<NSOperation>> all;
-    all.reserve(numbered.size());
-    for (auto &[number, operation] : numbered)
-        all.push_back(std::move(operation));
+    for (const auto &[number, item] : m_items)
+        all.push_back(item.operation);
     return all;
 }
 
 std::size_t NSOperationQueuePrivate::count() const {
     const Lock lock(m_mutex);
-    return m_count;
+    return m_items.size();
 }
 
 void NSOperationQueuePrivate::waitUntilEmpty() {
+    const WorkerPool::Waiting waiting;
     Lock lock(m_mutex);
-    m_empty.wait(lock, [this] { return m_count == 0; });
+    m_empty.wait(lock, [this] { return m_items.empty(); });
 }
 
 void NSOperationQueuePrivate::abandon() {
     std::vector<std::shared_ptr<NSOperation>> stranded;
     {
         const Lock lock(m_mutex);
-        if (m_count == 0)
+        if (m_items.empty())
             return;
-        m_abandoned = true;
-        Abandoned &all = abandoned();
-        const std::lock_guard allLock(all.mutex);
-        all.queues.insert(shared_from_this());
-        if (m_suspended || m_limit == 0) {
-            const auto collect = [&](const Items &items) {
-                for (const Item &item : items)
+        m_self = shared_from_this();
+        if (m_suspended || m_limit == 0)
+            for (const auto &[number, item] : m_items)
+                if (item.stage != Stage::Running)
                     stranded.push_back(item.operation);
-            };
-            collect(m_waiting);
-            std::for_each(m_ready.begin(), m_ready.end(), collect);
-        }
     }
     for (const auto &operation : stranded)
         operation->cancel();
@@ -192,171 +132,128 @@ void NSOperationQueuePrivate::abandon() {
     setSuspended(false);
 }
 
-NSOperationQueuePrivate::Items &NSOperationQueuePrivate::listOf(const Item &item) {
-    switch (item.stage) {
-    case Stage::Waiting:
-        return m_waiting;
-    case Stage::Running:
-        return m_running;
-    case Stage::Ready:
-        break;
-    }
-    return m_ready[std::size_t(2 - item.priority / 4)];
+NSOperationQueuePrivate::Item *NSOperationQueuePrivate::itemOf(const NSOperation *operation) {
+    const auto at = m_items.find(operation->d->number);
+    return at == m_items.end() ? nullptr : &at->second;
 }
 
-void NSOperationQueuePrivate::move(Items::iterator item, Stage stage, int priority) {
-    Items &from = listOf(*item);
-    m_readyCount -= item->stage == Stage::Ready;
-    item->stage = stage;
-    item->priority = priority;
-    m_readyCount += stage == Stage::Ready;
-    Items &to = listOf(*item);
-    auto before = to.end();
+void NSOperationQueuePrivate::move(Item &item, Stage stage, int priority) {
+    const std::uint64_t number = item.operation->d->number;
+    if (item.stage == Stage::Ready)
+        m_ready.erase({-item.priority, number});
+    m_running -= item.stage == Stage::Running;
+    item.stage = stage;
+    item.priority = priority;
     if (stage == Stage::Ready)
-        while (before != to.begin() && std::prev(before)->number > item->number)
-            --before;
-    to.splice(before, from, item);
+        m_ready.insert({-priority, number});
+    m_running += stage == Stage::Running;
 }
 
 void NSOperationQueuePrivate::operationDidFinish(NSOperation *operation) {
-    // Freed after the lock is.
-    Items gone;
+    // Let go after the lock is.
+    std::shared_ptr<NSOperation> gone;
     std::shared_ptr<NSOperationQueuePrivate> self;
     Lock lock(m_mutex);
-    if (!operation->d->item)
+    Item *const item = itemOf(operation);
+    if (!item)
         return;
-    const auto item = *operation->d->item;
-    operation->d->item.reset();
-    m_readyCount -= item->stage == Stage::Ready;
-    gone.splice(gone.end(), listOf(*item), item);
-    if (--m_count == 0) {
+    move(*item, Stage::Waiting, item->priority);
+    gone = std::move(item->operation);
+    m_items.erase(std::exchange(operation->d->number, 0));
+    if (m_items.empty()) {
         m_empty.notify_all();
-        if (m_abandoned) {
-            self = shared_from_this();
-            Abandoned &all = abandoned();
-            const std::lock_guard allLock(all.mutex);
-            all.queues.erase(self);
-        }
+        self.swap(m_self);
     }
-    // The place of what ran here is used by its runner.
-    const std::size_t runners = operation == runningHere ? 0 : missingRunners();
-    lock.unlock();
-    sendRunners(runners);
+    sendRunners(lock);
 }
 
-void NSOperationQueuePrivate::readinessDidChange(NSOperation *operation) {
-    const auto unsettled = [&] {
-        return operation->d->item && (*operation->d->item)->stage != Stage::Running;
+void NSOperationQueuePrivate::settle(std::span<NSOperation *const> operations) {
+    struct Question {
+        NSOperation *operation;
+        unsigned number;
+        bool isReady;
     };
-    unsigned asked = 0;
+    std::vector<Question> questions;
     {
         const Lock lock(m_mutex);
-        if (!unsettled())
-            return;
-        asked = ++(*operation->d->item)->asked;
+        for (NSOperation *operation : operations)
+            if (Item *item = itemOf(operation); item && item->stage != Stage::Running)
+                questions.push_back({operation, ++item->asked, false});
     }
-    const bool isReady = operation->isReady();
+    for (Question &question : questions)
+        question.isReady = question.operation->isReady();
     Lock lock(m_mutex);
-    if (!unsettled())
-        return;
-    const auto item = *operation->d->item;
-    if (item->asked != asked || isReady == (item->stage == Stage::Ready))
-        return;
-    move(item, isReady ? Stage::Ready : Stage::Waiting, item->priority);
-    const std::size_t runners = missingRunners();
-    lock.unlock();
-    sendRunners(runners);
+    for (const Question &question : questions) {
+        Item *const item = itemOf(question.operation);
+        if (item && item->stage != Stage::Running && item->asked == question.number)
+            move(*item, question.isReady ? Stage::Ready : Stage::Waiting, item->priority);
+    }
+    sendRunners(lock);
 }
 
 void NSOperationQueuePrivate::priorityDidChange(NSOperation *operation) {
     const Lock lock(m_mutex);
-    if (!operation->d->item)
-        return;
-    const auto item = *operation->d->item;
-    const int priority = operation->d->priority;
-    if (item->priority != priority)
-        move(item, item->stage, priority);
+    if (Item *item = itemOf(operation))
+        move(*item, item->stage, operation->d->priority);
 }
 
 std::size_t NSOperationQueuePrivate::startable() const {
     if (m_suspended)
         return 0;
     if (m_limit < 0)
-        return m_readyCount;
+        return m_ready.size();
     const auto limit = std::size_t(m_limit);
-    return limit > m_running.size() ? std::min(m_readyCount, limit - m_running.size()) : 0;
+    return limit > m_running ? std::min(m_ready.size(), limit - m_running) : 0;
 }
 
-std::size_t NSOperationQueuePrivate::missingRunners() {
-    // No more than can make progress: each one that gets a thread sends the next.
-    const std::size_t wanted = std::min(startable(), m_onMainThread ? 1 : WorkerPool::shared().processors());
+void NSOperationQueuePrivate::sendRunners(Lock &lock) {
+    // No more than get a thread at once: each one that has got one sends the next.
+    const std::size_t wanted =
+        std::min<std::size_t>(startable(), m_onMainThread ? 1 : WorkerPool::mostThreads);
     const std::size_t missing = wanted > m_runners ? wanted - m_runners : 0;
     m_runners += missing;
-    return missing;
+    lock.unlock();
+    for (std::size_t n = 0; n < missing; ++n) {
+        auto runner = [self = shared_from_this()] { self->runOne(); };
+        if (m_onMainThread)
+            DispatchQueue::mainQueue().async(std::move(runner));
+        else
+            WorkerPool::run(std::move(runner));
+    }
 }
 
-void NSOperationQueuePrivate::sendRunners(std::size_t count) {
-    if (count == 0)
-        return;
-    if (m_onMainThread)
-        DispatchQueue::mainQueue().async([self = shared_from_this()] { self->runOnWorker(); });
-    else
-        WorkerPool::shared().submit(shared_from_this(), count);
-}
-
-void NSOperationQueuePrivate::runOnWorker() {
-    // A thread that others wait for is given back after this time.
-    constexpr auto slice = std::chrono::milliseconds(1);
-    const auto begin = std::chrono::steady_clock::now();
+void NSOperationQueuePrivate::runOne() {
     Lock lock(m_mutex);
     --m_runners;
-    while (startable() > 0) {
-        runOne(lock);
-        if (m_onMainThread ||
-            (WorkerPool::shared().hasWaitingJobs() && std::chrono::steady_clock::now() - begin > slice))
-            break;
-    }
-    const std::size_t runners = missingRunners();
-    lock.unlock();
-    sendRunners(runners);
-}
-
-void NSOperationQueuePrivate::runOne(Lock &lock) {
-    const auto item = std::find_if(m_ready.begin(), m_ready.end(), [](const Items &ready) {
-                          return !ready.empty();
-                      })->begin();
-    std::shared_ptr<NSOperation> operation = item->operation;
-    move(item, Stage::Running, item->priority);
-    const std::size_t runners = missingRunners();
-    lock.unlock();
-    sendRunners(runners);
+    if (startable() == 0)
+        return;
+    Item &item = m_items.at(m_ready.begin()->second);
+    const std::shared_ptr<NSOperation> operation = item.operation;
+    move(item, Stage::Running, item.priority);
+    sendRunners(lock);
 
     bool ready = false;
     {
         NSOperationPrivate &state = *operation->d;
         const std::lock_guard operationLock(state.mutex);
-        ready = state.cancelled || state.isFree();
+        ready = state.cancelled || state.unfinished.empty();
         state.claimed = ready;
     }
-    if (ready) {
-        const auto *outer = std::exchange(runningHere, operation->isConcurrent() ? nullptr : operation.get());
-        try {
-            operation->start();
-        } catch (...) {
-            NSLog("Exception in operation %@: %@", operation->name(), NSException::currentDescription());
-        }
-        runningHere = outer;
-    } else {
+    if (!ready) {
         // A dependency was added while the operation was on its way.
         {
             const Lock again(m_mutex);
-            if (operation->d->item)
-                move(*operation->d->item, Stage::Waiting, (*operation->d->item)->priority);
+            if (Item *back = itemOf(operation.get()))
+                move(*back, Stage::Waiting, back->priority);
         }
         readinessDidChange(operation.get());
+        return;
     }
-    operation.reset();
-    lock.lock();
+    try {
+        operation->start();
+    } catch (...) {
+        NSLog("Exception in operation %@: %@", operation->name(), NSException::currentDescription());
+    }
 }
 
 NSOperationQueue::NSOperationQueue(QObject *parent)
@@ -371,11 +268,10 @@ NSOperationQueue::~NSOperationQueue() {
 }
 
 NSOperationQueue &NSOperationQueue::mainQueue() {
-    static NSOperationQueue *queue = [] {
-        auto state = std::make_shared<NSOperationQueuePrivate>(true);
-        state->setLimit(1);
-        return new NSOperationQueue(std::move(state));
-    }();
+    struct Main : NSOperationQueue {
+        Main() : NSOperationQueue(std::make_shared<NSOperationQueuePrivate>(true)) { d->setLimit(1); }
+    };
+    static NeverDestroyed<Main> queue;
     return *queue;
 }
 

@@ -9,9 +9,12 @@
 #include <memory>
 #include <vector>
 
+namespace zr {
 class NSOperationQueuePrivate;
+}
 
-/// As many operations at once as the system sees fit.
+/// As many operations at once as the process's threads for operations allow: 64, those that wait for operations,
+/// for the main queue, in a run loop or asleep (NSThread) not counted. Other ways to block are not known here.
 inline constexpr int NSOperationQueueDefaultMaxConcurrentOperationCount = -1;
 
 /// Starts operations on threads of its own choosing: of those that are ready the one with the highest
@@ -69,7 +72,7 @@ public:
     void waitUntilAllOperationsAreFinished();
 
 private:
-    explicit NSOperationQueue(std::shared_ptr<NSOperationQueuePrivate> state);
+    explicit NSOperationQueue(std::shared_ptr<zr::NSOperationQueuePrivate> state);
 
-    const std::shared_ptr<NSOperationQueuePrivate> d;
+    const std::shared_ptr<zr::NSOperationQueuePrivate> d;
 };

@@ -2,15 +2,19 @@
 #include "platform/operations/NSRunLoop.h"
 
 #include "platform/base/NSException.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/operations/NSThread.h"
 #include "platform/operations/NSTimer.h"
 #include "platform/operations/RunLoopAlarm.h"
 #include "platform/operations/RunLoopTimers.h"
+#include "platform/operations/WorkerPool.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <algorithm>
 #include <thread>
+
+using namespace zr;
 
 namespace {
 
@@ -19,7 +23,7 @@ thread_local NSRunLoop *threadsRunLoop = nullptr;
 
 } // namespace
 
-void attachMainRunLoop() {
+void zr::attachMainRunLoop() {
     if (NSThread::isMainThread())
         NSRunLoop::mainRunLoop().m_timers->attach();
 }
@@ -35,8 +39,8 @@ NSRunLoop::~NSRunLoop() {
 }
 
 NSRunLoop &NSRunLoop::mainRunLoop() {
-    // Never destroyed: threads that outlive main() may still ask for it.
-    static auto *loop = new NSRunLoop;
+    struct Main : NSRunLoop {};
+    static NeverDestroyed<Main> loop;
     return *loop;
 }
 
@@ -98,11 +102,6 @@ void NSRunLoop::runUntilDate(double secondsFromNow) {
     runUntil(Clock::now() + duration(secondsFromNow));
 }
 
-void NSRunLoop::setAlarm(Clock::time_point date) {
-    m_alarm->set(date);
-    m_alarmDate = date;
-}
-
 void NSRunLoop::runUntil(Clock::time_point date) {
     requireOwnThread();
     QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
@@ -115,17 +114,9 @@ void NSRunLoop::runUntil(Clock::time_point date) {
         dispatcher->processEvents(QEventLoop::AllEvents);
         return;
     }
-    if (!m_alarm || !m_alarm->belongsTo(dispatcher))
-        m_alarm = std::make_unique<RunLoopAlarm>(dispatcher);
-
-    // A run around this one may be due meanwhile; its alarm is set again in the end, and then goes off at
-    // once. Without one a timer that still goes off wakes the next loop once, which costs less than switching
-    // it off each time.
-    const std::optional<Clock::time_point> outer = m_alarmDate;
-    setAlarm(date);
+    RunLoopAlarm alarm(dispatcher);
+    alarm.set(date);
+    const WorkerPool::Waiting waiting;
     while (Clock::now() < date)
         dispatcher->processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    m_alarmDate.reset();
-    if (outer)
-        setAlarm(*outer);
 }

@@ -4,11 +4,13 @@
 #include <QDateTime>
 #include <chrono>
 #include <memory>
-#include <optional>
 
 class NSTimer;
-class RunLoopAlarm;
+namespace zr {
+class DelayedPerforming;
 class RunLoopTimers;
+void attachMainRunLoop();
+} // namespace zr
 
 /// The event loop of a thread, run for a while by whoever waits for something that arrives through it.
 /// Timers and delayed messages (NSDelayedPerforming.h) are served by whatever runs the thread's events.
@@ -41,8 +43,8 @@ public:
 
 private:
     friend class NSTimer;
-    friend class DelayedPerforming;
-    friend void attachMainRunLoop();
+    friend class zr::DelayedPerforming;
+    friend void zr::attachMainRunLoop();
     using Clock = std::chrono::steady_clock;
 
     NSRunLoop();
@@ -52,9 +54,6 @@ private:
     static void removeTimerFromCurrent(const NSRunLoop *runLoop, const NSTimer *timer);
     void requireOwnThread() const;
     void runUntil(Clock::time_point date);
-    void setAlarm(Clock::time_point date);
 
-    std::unique_ptr<RunLoopAlarm> m_alarm;
-    std::optional<Clock::time_point> m_alarmDate;
-    const std::unique_ptr<RunLoopTimers> m_timers;
+    const std::unique_ptr<zr::RunLoopTimers> m_timers;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/NSThread.h"
 
+#include "platform/operations/WorkerPool.h"
+
 #include <chrono>
 #include <pthread.h>
 #include <thread>
@@ -21,8 +23,10 @@ bool NSThread::isMainThread() {
 }
 
 void NSThread::sleepForTimeInterval(double seconds) {
-    if (seconds > 0)
-        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+    if (!(seconds > 0))
+        return;
+    const zr::WorkerPool::Waiting waiting;
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
 void NSThread::setName(const QString &name) {

@@ -9,6 +9,9 @@
 #include <mutex>
 
 class NSRunLoop;
+namespace zr {
+class RunLoopTimers;
+}
 
 /// A timer that calls its action, once or again and again, on the thread of the run loop that it is added to,
 /// whoever runs that loop. The run loop keeps it alive until it is invalidated.
@@ -52,7 +55,7 @@ public:
 
 private:
     friend class NSRunLoop;
-    friend class RunLoopTimers;
+    friend class zr::RunLoopTimers;
     using Clock = std::chrono::steady_clock;
 
     /// Sets the next firing of a repeating timer.

@@ -1,28 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "platform/operations/RunLoopAlarm.h"
 
+#include "platform/base/SystemError.h"
+
 #include <algorithm>
 #include <sys/timerfd.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
-RunLoopAlarm::RunLoopAlarm(QAbstractEventDispatcher *dispatcher, std::function<void()> wentOff)
-    : m_fd(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC)), m_dispatcher(dispatcher) {
-    if (m_fd < 0)
-        throw std::system_error(errno, std::generic_category(), "timerfd_create");
-    m_notifier.emplace(m_fd, QSocketNotifier::Read);
-    // Reading takes the alarm back.
-    QObject::connect(&*m_notifier, &QSocketNotifier::activated, [fd = m_fd, wentOff = std::move(wentOff)] {
-        std::uint64_t expirations;
-        if (::read(fd, &expirations, sizeof expirations) > 0 && wentOff)
-            wentOff();
-    });
-}
+using namespace zr;
 
-RunLoopAlarm::~RunLoopAlarm() {
-    m_notifier.reset();
-    ::close(m_fd);
+RunLoopAlarm::RunLoopAlarm(QAbstractEventDispatcher *dispatcher, std::function<void()> wentOff)
+    : m_timer(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC)), m_dispatcher(dispatcher) {
+    if (!m_timer)
+        throw std::system_error(systemError(), "timerfd_create");
+    m_notifier.emplace(m_timer.get(), QSocketNotifier::Read);
+    // Reading takes the alarm back.
+    QObject::connect(&*m_notifier, &QSocketNotifier::activated,
+                     [fd = m_timer.get(), wentOff = std::move(wentOff)] {
+                         std::uint64_t expirations;
+                         if (::read(fd, &expirations, sizeof expirations) > 0 && wentOff)
+                             wentOff();
+                     });
 }
 
 void RunLoopAlarm::set(Clock::time_point date) {
@@ -32,5 +31,5 @@ void RunLoopAlarm::set(Clock::time_point date) {
     itimerspec spec{};
     spec.it_value.tv_sec = time_t(seconds.count());
     spec.it_value.tv_nsec = long(std::chrono::nanoseconds(since - seconds).count());
-    ::timerfd_settime(m_fd, TFD_TIMER_ABSTIME, &spec, nullptr);
+    ::timerfd_settime(m_timer.get(), TFD_TIMER_ABSTIME, &spec, nullptr);
 }

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/FileDescriptor.h"
+
 #include <QAbstractEventDispatcher>
 #include <QPointer>
 #include <QSocketNotifier>
 #include <chrono>
 #include <functional>
 #include <optional>
+
+namespace zr {
 
 /// Wakes an event dispatcher at a point in time. Qt's own timers count in milliseconds; a timer descriptor
 /// doesn't. For the dispatcher's thread only.
@@ -17,9 +21,6 @@ public:
     /// \param wentOff  called by the dispatcher each time; may be nil. Must not throw.
     /// Throws std::system_error where the system grants no descriptor.
     explicit RunLoopAlarm(QAbstractEventDispatcher *dispatcher, std::function<void()> wentOff = nullptr);
-    ~RunLoopAlarm();
-    RunLoopAlarm(const RunLoopAlarm &) = delete;
-    RunLoopAlarm &operator=(const RunLoopAlarm &) = delete;
 
     /// A new application brings a new dispatcher, which knows nothing of the old one's notifiers.
     bool belongsTo(const QAbstractEventDispatcher *dispatcher) const { return m_dispatcher == dispatcher; }
@@ -28,7 +29,9 @@ public:
     void set(Clock::time_point date);
 
 private:
-    const int m_fd;
+    const FileDescriptor m_timer;
     QPointer<QAbstractEventDispatcher> m_dispatcher;
-    std::optional<QSocketNotifier> m_notifier;
+    std::optional<QSocketNotifier> m_notifier; ///< ends before the descriptor
 };
+
+} // namespace zr

@@ -9,24 +9,13 @@
 #include <QAbstractEventDispatcher>
 #include <QObject>
 #include <utility>
+#include <vector>
 
-void RunLoopTimers::insert(const void *owner, Entry &&entry, Clock::time_point date) {
-    const Due due{date, ++m_lastNumber};
-    Entries::iterator at;
-    if (m_spareEntry.empty()) {
-        at = m_entries.emplace(due, std::move(entry)).first;
-    } else {
-        m_spareEntry.key() = due;
-        m_spareEntry.mapped() = std::move(entry);
-        at = m_entries.insert(std::move(m_spareEntry)).position;
-    }
-    if (m_spareOwner.empty()) {
-        m_byOwner.emplace(owner, at);
-    } else {
-        m_spareOwner.key() = owner;
-        m_spareOwner.mapped() = at;
-        m_byOwner.insert(std::move(m_spareOwner));
-    }
+using namespace zr;
+
+void RunLoopTimers::insert(const void *owner, Entry entry, Clock::time_point date) {
+    const auto at = m_entries.emplace(Due{date, ++m_lastNumber}, std::move(entry)).first;
+    m_byOwner.emplace(owner, at);
     if (at == m_entries.begin() && !(m_armedFor && *m_armedFor <= date))
         arm();
 }
@@ -39,30 +28,22 @@ void RunLoopTimers::add(const std::shared_ptr<NSTimer> &timer) {
 void RunLoopTimers::addPerform(std::shared_ptr<QObject> target, const NSSelector &selector,
                                const QVariant &object, Clock::time_point date) {
     const QObject *const owner = target.get();
-    insert(
-        owner,
-        Entry{nullptr, std::move(target), selector, object.isValid() ? std::optional(object) : std::nullopt},
-        date);
+    insert(owner, Entry{nullptr, std::move(target), selector, object}, date);
 }
 
 template <typename Matches>
 void RunLoopTimers::removeMatching(const void *owner, Matches matches) {
     // Let go at the end: the last owner's end may come back here.
-    Entry first;
-    std::vector<Entry> others;
-    bool isFirst = true;
+    std::vector<Entry> removed;
     auto [at, end] = m_byOwner.equal_range(owner);
     while (at != end) {
         if (!matches(at->second->second)) {
             ++at;
             continue;
         }
-        m_spareEntry = m_entries.extract(at->second);
-        if (std::exchange(isFirst, false))
-            first = std::exchange(m_spareEntry.mapped(), Entry());
-        else
-            others.push_back(std::exchange(m_spareEntry.mapped(), Entry()));
-        m_spareOwner = m_byOwner.extract(at++);
+        removed.push_back(std::move(at->second->second));
+        m_entries.erase(at->second);
+        at = m_byOwner.erase(at);
     }
 }
 
@@ -77,8 +58,7 @@ void RunLoopTimers::removePerforms(const QObject *target) {
 void RunLoopTimers::removePerforms(const QObject *target, const NSSelector &selector,
                                    const QVariant &object) {
     removeMatching(target, [&](const Entry &entry) {
-        return entry.selector == selector &&
-               NSObjectRuntime::isEqual(entry.object.value_or(QVariant()), object);
+        return entry.selector == selector && NSObjectRuntime::isEqual(entry.object, object);
     });
 }
 
@@ -134,9 +114,8 @@ void RunLoopTimers::fire(const Entry &entry) {
     try {
         if (!entry.timer) {
             NSObjectRuntime::perform(QVariant::fromValue(entry.target.get()), entry.selector,
-                                     entry.selector.argumentCount()
-                                         ? QVariantList{entry.object.value_or(QVariant())}
-                                         : QVariantList());
+                                     entry.selector.argumentCount() ? QVariantList{entry.object}
+                                                                    : QVariantList());
             return;
         }
         entry.timer->fire();

@@ -9,16 +9,16 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <vector>
 
 class NSTimer;
 class QObject;
 
+namespace zr {
+
 /// What one run loop has to do at points in time: timers and delayed messages. For the run loop's thread
 /// only.
 ///
-/// All of them share one alarm, which is moved only when something is due earlier: restarting a delay again
-/// and again costs no system call.
+/// All of them share one alarm, which is moved only when something is due earlier.
 class RunLoopTimers {
 public:
     using Clock = RunLoopAlarm::Clock;
@@ -47,7 +47,7 @@ private:
         std::shared_ptr<NSTimer> timer; ///< nullptr for a delayed message
         std::shared_ptr<QObject> target;
         NSSelector selector;
-        std::optional<QVariant> object; ///< the argument, unless it is nil: most messages have none
+        QVariant object; ///< the argument
     };
     /// The order in which things are due; of those due at the same moment the one added first comes first.
     struct Due {
@@ -58,9 +58,8 @@ private:
         }
     };
     using Entries = std::map<Due, Entry>;
-    using Index = std::multimap<const void *, Entries::iterator>;
 
-    void insert(const void *owner, Entry &&entry, Clock::time_point date);
+    void insert(const void *owner, Entry entry, Clock::time_point date);
     template <typename Matches>
     void removeMatching(const void *owner, Matches matches);
     /// Sees to it that the dispatcher, if there is one, wakes for what is due first.
@@ -70,11 +69,10 @@ private:
     void fire(const Entry &entry);
 
     Entries m_entries;
-    Index m_byOwner; ///< the timer or the target
-    /// Taken out last, to be used again: restarting a delay takes no memory.
-    Entries::node_type m_spareEntry;
-    Index::node_type m_spareOwner;
+    std::multimap<const void *, Entries::iterator> m_byOwner; ///< the timer or the target
     std::uint64_t m_lastNumber = 0;
     std::unique_ptr<RunLoopAlarm> m_alarm;
     std::optional<Clock::time_point> m_armedFor;
 };
+
+} // namespace zr

@@ -4,6 +4,7 @@
 #include "ZRKit/Operations/NSOperationQueue+ZRKit.h"
 #include "platform/base/NSException.h"
 #include "tests/support/Gate.h"
+#include "tests/support/InChild.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ObserverLog.h"
 
@@ -12,6 +13,8 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <stdexcept>
+#include <sys/resource.h>
+#include <system_error>
 #include <thread>
 
 namespace {
@@ -251,6 +254,72 @@ TEST(ZROperationConcurrent, CancelledBeforeItsStartItFinishesWithoutWorkOrComple
     EXPECT_FALSE(operation->isExecuting());
     EXPECT_EQ(log.entries(), list("isFinished:will isFinished:did"));
     EXPECT_FALSE(called);
+}
+
+TEST(ZROperationConcurrent, ObserversThatThrowNeitherKeepItFromFinishingNorHoldUpItsQueue) {
+    const QStringList all = list("isExecuting:will isExecuting:did isFinished:will isFinished:did");
+    for (const QString &thrower : all) {
+        SCOPED_TRACE(qPrintable(thrower));
+        const LogCapture log;
+        NSOperationQueue queue;
+        queue.setMaxConcurrentOperationCount(1);
+        Gate executing;
+        Gate completed;
+        Gate next;
+        const auto operation =
+            std::make_shared<ZROperationConcurrent>([](const Concurrent &self) { self->completeOperation(); },
+                                                    [&](const Concurrent &) { completed.open(); });
+        ObserverLog observer([&](const QString &entry, const QVariantMap &) {
+            if (entry == QStringLiteral("isExecuting:did"))
+                executing.open(); // first at the start, which may outlast the work
+            if (entry == thrower)
+                throw std::runtime_error("observer");
+        });
+        observe(*operation, observer);
+        queue.addOperation(operation);
+        queue.addOperationWithBlock([&] { next.open(); });
+        ASSERT_TRUE(next.pass());
+        ASSERT_TRUE(completed.pass());
+        ASSERT_TRUE(executing.pass());
+        EXPECT_TRUE(operation->isFinished());
+        for (const QString &entry : all)
+            EXPECT_TRUE(observer.entries().contains(entry)) << qPrintable(entry);
+        for (const QString &key : {NSOperationIsExecutingKey, NSOperationIsFinishedKey})
+            NSKeyValueObserving::removeObserver(operation.get(), &observer, key);
+    }
+}
+
+TEST(ZROperationConcurrent, CancelledBeforeItsStartItFinishesWhateverObserversThrow) {
+    for (const char *thrower : {"isFinished:will", "isFinished:did"}) {
+        const auto operation = std::make_shared<ZROperationConcurrent>([](const Concurrent &) {});
+        ObserverLog observer([&](const QString &entry, const QVariantMap &) {
+            if (entry == QLatin1String(thrower))
+                throw std::runtime_error("observer");
+        });
+        observe(*operation, observer);
+        operation->cancel();
+        EXPECT_THROW(operation->start(), std::runtime_error);
+        EXPECT_EQ(observer.entries(), list("isFinished:will isFinished:did"));
+        operation->waitUntilFinished();
+    }
+}
+
+TEST(ZROperationConcurrent, WithoutAThreadForItsWorkItFinishesAndThrows) {
+    checkInChild([] {
+        becomeOrdinaryUser();
+        const rlimit none{1, 1};
+        ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
+        bool worked = false;
+        bool completed = false;
+        const auto operation = std::make_shared<ZROperationConcurrent>(
+            [&](const Concurrent &) { worked = true; }, [&](const Concurrent &) { completed = true; });
+        EXPECT_THROW(operation->start(), std::system_error);
+        EXPECT_TRUE(operation->isFinished());
+        EXPECT_FALSE(operation->isExecuting());
+        EXPECT_FALSE(worked);
+        EXPECT_TRUE(completed);
+        operation->waitUntilFinished();
+    });
 }
 
 TEST(ZROperationConcurrent, CancelledBetweenItsStartAndItsWorkItStaysExecuting) {

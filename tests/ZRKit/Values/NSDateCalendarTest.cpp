@@ -1,35 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSDate+ZRKit.h"
 
+#include "platform/values/NSNull.h"
+#include "tests/support/LocalZone.h"
+
 #include <gtest/gtest.h>
 #include <limits>
-#include <time.h>
 
 using namespace ZRKit;
 
 namespace {
-
-/// The process's time zone is this one meanwhile.
-class LocalZone {
-public:
-    explicit LocalZone(const char *name) : m_before(qgetenv("TZ")), m_had(qEnvironmentVariableIsSet("TZ")) {
-        qputenv("TZ", name);
-        tzset();
-    }
-    ~LocalZone() {
-        if (m_had)
-            qputenv("TZ", m_before);
-        else
-            qunsetenv("TZ");
-        tzset();
-    }
-    LocalZone(const LocalZone &) = delete;
-    LocalZone &operator=(const LocalZone &) = delete;
-
-private:
-    QByteArray m_before;
-    bool m_had;
-};
 
 QDateTime utc(const char *iso) {
     QDateTime date = QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODateWithMs);
@@ -100,6 +80,71 @@ TEST(NSDateCalendar, AddsAllComponentsAtOnce) {
     EXPECT_FALSE(dateByAddingDays(utc("2024-03-30T12:00:00"), Most, Most, Most).isValid());
 }
 
+TEST(NSDateCalendar, ATimeThatSummerTimeLeavesOutComesAsMuchLater) {
+    struct Row {
+        const char *zone;
+        const char *from;
+        int days, months, years;
+        const char *to;
+    };
+    for (const Row &row : {
+             Row{"America/New_York", "2024-03-09T07:30:00", 1, 0, 0, "2024-03-10T07:30:00"}, // 02:30 -> 03:30
+             Row{"America/New_York", "2024-03-11T06:30:00", -1, 0, 0, "2024-03-10T07:30:00"},
+             Row{"America/New_York", "2024-02-10T07:30:00", 0, 1, 0, "2024-03-10T07:30:00"},
+             Row{"Europe/Berlin", "2024-03-30T01:30:00", 1, 0, 0, "2024-03-31T01:30:00"},
+             Row{"Europe/Berlin", "2023-03-31T00:30:00", 0, 0, 1, "2024-03-31T01:30:00"},
+             Row{"Australia/Sydney", "2024-10-04T16:30:00", 1, 0, 0, "2024-10-05T16:30:00"},
+             Row{"Australia/Lord_Howe", "2024-10-04T15:45:00", 1, 0, 0,
+                 "2024-10-05T15:45:00"},                                                 // 02:15 -> 02:45
+             Row{"Asia/Beirut", "2022-03-25T22:30:00", 1, 0, 0, "2022-03-26T22:30:00"},  // 00:30 -> 01:30
+             Row{"Pacific/Apia", "2011-12-29T22:00:00", 1, 0, 0, "2011-12-30T22:00:00"}, // a whole day
+             Row{"CET-1CEST,M3.5.0,M10.5.0/3", "2024-03-30T01:30:00", 1, 0, 0, "2024-03-31T01:30:00"},
+         }) {
+        const LocalZone zone(row.zone);
+        EXPECT_EQ(dateByAddingDays(utc(row.from), row.days, row.months, row.years), utc(row.to))
+            << row.zone << ' ' << row.from;
+    }
+}
+
+TEST(NSDateCalendar, OfATimeThatComesTwiceTheFirstCounts) {
+    const LocalZone york("America/New_York");
+    EXPECT_EQ(dateByAddingDays(utc("2024-11-02T05:30:00"), 1, 0, 0), utc("2024-11-03T05:30:00"));
+    EXPECT_EQ(dateByAddingDays(utc("2024-11-04T06:30:00"), -1, 0, 0), utc("2024-11-03T05:30:00"));
+    // The second one stays what it is.
+    EXPECT_EQ(dateByAddingDays(utc("2024-11-03T06:30:00"), 0, 0, 0), utc("2024-11-03T06:30:00"));
+}
+
+TEST(NSDateCalendar, YearsBefore1582AreOfTheSameCalendarEverywhere) {
+    const LocalZone gmt("GMT");
+    const QDateTime date = utc("1500-03-01T10:00:00");
+    EXPECT_EQ(dateFromRFC3339String(QStringLiteral("1500-03-01T10:00:00Z")), date);
+    EXPECT_EQ(dateFromRFC3339String(QStringLiteral("1500-03-01T10:00:00.000+00:00")), date);
+    EXPECT_EQ(dateFromRFC822String(QStringLiteral("1 Mar 1500 10:00:00 GMT")), date);
+    EXPECT_EQ(dateFromString(QStringLiteral("1500-03-01 10"), QStringLiteral("yyyy-MM-dd HH")), date);
+    EXPECT_EQ(dateFromHumanString(QStringLiteral("1500-03-01 10:00")), date);
+    EXPECT_EQ(descriptionDateTime(date), QStringLiteral("1500-03-01 10:00:00"));
+    EXPECT_EQ(dateByAddingDays(utc("1500-02-28T10:00:00"), 1, 0, 0), date); // no leap year
+    // Days that one country or another left out.
+    EXPECT_EQ(dateFromRFC3339String(QStringLiteral("1582-10-10T00:00:00Z")), utc("1582-10-10T00:00:00"));
+    EXPECT_FALSE(dateFromRFC3339String(QStringLiteral("1500-02-29T00:00:00Z")).isValid());
+}
+
+TEST(NSDateCalendar, YearsOfTwoDigitsAreOfTheSameCenturyEverywhere) {
+    const LocalZone gmt("GMT");
+    const auto pattern = [](const char *text) {
+        return dateFromString(QString::fromLatin1(text), QStringLiteral("d.M.yy"));
+    };
+    const auto human = [](const char *text) { return dateFromHumanString(QString::fromLatin1(text)); };
+    for (const auto &[text, year] :
+         {std::pair("1.2.00", 2000), std::pair("1.2.24", 2024), std::pair("1.2.69", 2069),
+          std::pair("1.2.70", 1970), std::pair("1.2.99", 1999)}) {
+        EXPECT_EQ(pattern(text).date(), QDate(year, 2, 1));
+        EXPECT_EQ(human(text).date(), QDate(year, 2, 1));
+    }
+    // Where the pattern has four, they are the year itself.
+    EXPECT_EQ(dateFromRFC822String(QStringLiteral("1 Feb 24 10:00")), utc("0024-02-01T10:00:00"));
+}
+
 TEST(NSDateTexts, PatternsAreFilledInLocalTime) {
     const LocalZone zurich("Europe/Zurich");
     const QDateTime date = utc("2024-05-15T22:03:04");
@@ -112,6 +157,35 @@ TEST(NSDateTexts, PatternsAreFilledInLocalTime) {
     EXPECT_EQ(formatDate(date, QStringLiteral("XXX")), QStringLiteral("+02:00"));
     EXPECT_EQ(formatDate(date, u'\'' + QString(200, u'y') + u'\''), QString(200, u'y'));
     EXPECT_TRUE(formatDate(QDateTime()).isNull());
+}
+
+TEST(NSDateTexts, AreInTheSystemsZoneInWhateverFormItIsGiven) {
+    const QDateTime summer = utc("2024-07-01T12:00:00");
+    const QDateTime winter = utc("2024-01-01T12:00:00");
+    struct Row {
+        const char *zone, *summer, *winter, *offset;
+    };
+    for (const Row &row : {
+             Row{"Europe/Berlin", "2024-07-01 14:00:00", "2024-01-01 13:00:00", "+02:00"},
+             Row{":Europe/Berlin", "2024-07-01 14:00:00", "2024-01-01 13:00:00", "+02:00"},
+             Row{"/usr/share/zoneinfo/Europe/Berlin", "2024-07-01 14:00:00", "2024-01-01 13:00:00", "+02:00"},
+             Row{":/usr/share/zoneinfo/Europe/Berlin", "2024-07-01 14:00:00", "2024-01-01 13:00:00",
+                 "+02:00"},
+             Row{"CET-1CEST,M3.5.0,M10.5.0/3", "2024-07-01 14:00:00", "2024-01-01 13:00:00", "+02:00"},
+             Row{"EST5EDT,M3.2.0,M11.1.0", "2024-07-01 08:00:00", "2024-01-01 07:00:00", "-04:00"},
+             Row{"<+0330>-3:30", "2024-07-01 15:30:00", "2024-01-01 15:30:00", "+03:30"},
+             Row{"UTC+3", "2024-07-01 09:00:00", "2024-01-01 09:00:00", "-03:00"},
+             Row{"", "2024-07-01 12:00:00", "2024-01-01 12:00:00", "+00:00"},
+         }) {
+        const LocalZone zone(row.zone);
+        EXPECT_EQ(descriptionDateTime(summer), QLatin1String(row.summer)) << row.zone;
+        EXPECT_EQ(formatDate(winter), QLatin1String(row.winter)) << row.zone;
+        EXPECT_EQ(formatDate(summer, QStringLiteral("xxx")), QLatin1String(row.offset)) << row.zone;
+        EXPECT_EQ(dateFromHumanString(QLatin1String(row.summer)), summer) << row.zone;
+        EXPECT_EQ(dateFromHumanString(QLatin1String(row.winter)), winter) << row.zone;
+        EXPECT_EQ(atMidnight(summer).toLocalTime().time(), QTime(0, 0)) << row.zone;
+        EXPECT_FALSE(formatDateWithStyle(summer, NSDateFormatterFullStyle).isEmpty()) << row.zone;
+    }
 }
 
 TEST(NSDateTexts, DescriptionsEndInAnUnmatchedQuoteAndTheTimeIsLiteral) {
@@ -179,7 +253,7 @@ TEST(NSDateUnixTime, ReadsTheNumberThatATextStartsWith) {
     EXPECT_EQ(read(""), utc("1970-01-01T00:00:00"));
     EXPECT_EQ(read("inf"), utc("1970-01-01T00:00:00"));
     EXPECT_FALSE(read("1e300").isValid());
-    EXPECT_FALSE(dateFromUNIXTimestampString(QString()).isValid());
+    EXPECT_EQ(dateFromUNIXTimestampString(QString()), utc("1970-01-01T00:00:00"));
 }
 
 TEST(NSDateUnixTime, ReadsAnyObjectByItsDouble) {
@@ -189,7 +263,8 @@ TEST(NSDateUnixTime, ReadsAnyObjectByItsDouble) {
     EXPECT_EQ(dateFromUNIXTimestampObject(QVariantList{1}), utc("1970-01-01T00:00:00"));
     EXPECT_EQ(dateFromUNIXTimestampObject(utc("2024-01-01T10:00:00.5")), utc("2024-01-01T10:00:00.500"));
     EXPECT_FALSE(dateFromUNIXTimestampObject(std::numeric_limits<double>::quiet_NaN()).isValid());
-    EXPECT_FALSE(dateFromUNIXTimestampObject(QVariant()).isValid());
+    EXPECT_EQ(dateFromUNIXTimestampObject(QVariant()), utc("1970-01-01T00:00:00"));
+    EXPECT_EQ(dateFromUNIXTimestampObject(NSNull()), utc("1970-01-01T00:00:00"));
 }
 
 TEST(NSDatePatterns, AreReadInGMTWithEnglishNames) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/dates/NSDateFormatter.h"
 
+#include "tests/support/LocalZone.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -65,4 +67,23 @@ TEST(NSDateFormatter, WithoutPatternAndStylesThereIsNothingToWrite) {
     EXPECT_TRUE(plain.stringFromDate(Date).isNull());
     EXPECT_FALSE(plain.dateFromString(QStringLiteral("2024")).isValid());
     EXPECT_TRUE(formatter(QStringLiteral("yyyy")).stringFromDate(QDateTime()).isNull());
+}
+
+TEST(NSDateFormatter, ReadsInTheSystemsZoneInWhateverFormItIsGiven) {
+    for (const char *name :
+         {"Europe/Berlin", "/usr/share/zoneinfo/Europe/Berlin", "CET-1CEST,M3.5.0,M10.5.0/3"}) {
+        const LocalZone zone(name);
+        NSDateFormatter local;
+        local.setLocale(QStringLiteral("en_US_POSIX"));
+        local.setDateFormat(QStringLiteral("yyyy-MM-dd HH:mm"));
+        const auto read = [&](const char *text) { return local.dateFromString(QString::fromLatin1(text)); };
+        EXPECT_EQ(read("2024-01-31 19:05"), QDateTime(QDate(2024, 1, 31), QTime(18, 5), Qt::UTC)) << name;
+        EXPECT_EQ(read("2024-07-31 19:05"), QDateTime(QDate(2024, 7, 31), QTime(17, 5), Qt::UTC)) << name;
+        // The night before summer time.
+        EXPECT_EQ(read("2024-03-31 01:59"), QDateTime(QDate(2024, 3, 31), QTime(0, 59), Qt::UTC)) << name;
+        EXPECT_EQ(read("2024-03-31 03:00"), QDateTime(QDate(2024, 3, 31), QTime(1, 0), Qt::UTC)) << name;
+        local.setDateFormat(QStringLiteral("yyyy-MM-dd HH:mm xx"));
+        EXPECT_EQ(read("2024-07-31 19:05 -0500"), QDateTime(QDate(2024, 8, 1), QTime(0, 5), Qt::UTC)) << name;
+        EXPECT_FALSE(read("2024-07-31 19:05").isValid()) << name;
+    }
 }

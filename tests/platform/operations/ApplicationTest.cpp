@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <thread>
 
+using namespace zr;
+
 namespace {
 
 class Application {

@@ -8,6 +8,7 @@
 #include <vector>
 
 using namespace std::chrono_literals;
+using namespace zr;
 
 TEST(DispatchDelay, BlocksRunInTheOrderOfTheirDelaysAndNeverEarly) {
     QElapsedTimer time;

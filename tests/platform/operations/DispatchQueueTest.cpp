@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+using namespace zr;
+
 namespace {
 
 DispatchQueue &queue() {

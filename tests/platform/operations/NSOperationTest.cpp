@@ -163,6 +163,28 @@ TEST(NSOperation, WhatObserversThrowDoesNotKeepItFromFinishing) {
     operation->waitUntilFinished();
 }
 
+TEST(NSOperation, WhatObserversThrowDoesNotKeepItFromBeingCancelledOrReady) {
+    const auto first = block();
+    const auto second = block();
+    const auto waiting = block();
+    const auto other = block();
+    for (const auto &dependent : {waiting, other})
+        dependent->addDependency(first);
+    ObserverLog thrower([](const QString &, const QVariantMap &) { throw std::runtime_error("observer"); });
+    for (const QString &key : {NSOperationIsReadyKey, NSOperationIsCancelledKey})
+        for (const auto &dependent : {waiting, second})
+            NSKeyValueObserving::addObserver(dependent.get(), &thrower, key, NSKeyValueObservingOptionPrior);
+    Gate completed;
+    first->setCompletionBlock([&] { completed.open(); });
+    EXPECT_THROW(first->start(), std::runtime_error);
+    EXPECT_TRUE(first->isFinished());
+    EXPECT_TRUE(completed.pass());
+    EXPECT_TRUE(waiting->isReady());
+    EXPECT_TRUE(other->isReady());
+    EXPECT_THROW(second->cancel(), std::runtime_error);
+    EXPECT_TRUE(second->isCancelled());
+}
+
 TEST(NSOperation, IsReadyOnceAllDependenciesHaveFinished) {
     const auto first = block();
     const auto second = block();

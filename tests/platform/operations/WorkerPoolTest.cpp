@@ -9,36 +9,51 @@
 #include <set>
 #include <thread>
 
+using namespace zr;
+
 namespace {
 
-TEST(WorkerPool, RunsEachJobAsOftenAsAsked) {
-    struct Job : WorkerPool::Job {
-        std::atomic<int> ran{0};
-        Gate done;
-        void runOnWorker() override {
+TEST(WorkerPool, RunsEveryBlock) {
+    std::atomic<int> ran{0};
+    Gate done;
+    for (int i = 0; i < 1000; ++i)
+        WorkerPool::run([&] {
             if (++ran == 1000)
                 done.open();
-        }
-    };
-    const auto job = std::make_shared<Job>();
-    WorkerPool::shared().submit(job, 0);
-    WorkerPool::shared().submit(job, 1);
-    WorkerPool::shared().submit(job, 999);
-    EXPECT_TRUE(job->done.pass());
-    EXPECT_EQ(job->ran, 1000);
+        });
+    EXPECT_TRUE(done.pass());
 }
 
-TEST(WorkerPool, BlockedJobsAreMadeUpForByMoreThreads) {
-    constexpr int blocks = 64;
+TEST(WorkerPool, AsManyBlocksMayBlockAtOnceAsThereMayBeThreads) {
+    std::atomic<int> inside{0};
+    std::atomic<int> left{0};
+    Gate all;
+    Gate done;
+    for (int i = 0; i < WorkerPool::mostThreads; ++i)
+        WorkerPool::run([&] {
+            if (++inside == WorkerPool::mostThreads)
+                all.open();
+            EXPECT_TRUE(all.pass());
+            if (++left == WorkerPool::mostThreads)
+                done.open();
+        });
+    EXPECT_TRUE(done.pass());
+}
+
+TEST(WorkerPool, ThreadsThatSayTheyWaitAreMadeUpFor) {
+    constexpr int blocks = 2 * WorkerPool::mostThreads;
     std::atomic<int> inside{0};
     std::atomic<int> left{0};
     Gate all;
     Gate done;
     for (int i = 0; i < blocks; ++i)
-        WorkerPool::shared().submit([&] {
-            if (++inside == blocks)
-                all.open();
-            EXPECT_TRUE(all.pass());
+        WorkerPool::run([&] {
+            {
+                const WorkerPool::Waiting waiting;
+                if (++inside == blocks)
+                    all.open();
+                EXPECT_TRUE(all.pass());
+            }
             if (++left == blocks)
                 done.open();
         });
@@ -50,7 +65,7 @@ TEST(WorkerPool, ThreadsAreUsedAgain) {
     std::set<std::thread::id> threads;
     for (int i = 0; i < 200; ++i) {
         Gate done;
-        WorkerPool::shared().submit([&] {
+        WorkerPool::run([&] {
             {
                 const std::lock_guard lock(mutex);
                 threads.insert(std::this_thread::get_id());
