@@ -2,10 +2,11 @@
 // Internal to platform/pdf.
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include <QDateTime>
 #include <QVariantMap>
 #include <array>
+
+namespace zr {
 
 /// One attribute: its name in the information dictionary (and, without the slash, in the map), and its kind.
 struct PDFAttribute {
@@ -15,7 +16,7 @@ struct PDFAttribute {
     QString name() const { return QString::fromLatin1(key + 1); }
 };
 
-inline constexpr std::array<PDFAttribute, 8> PDFAttributes = {{{"/Title", false},
+inline constexpr std::array<PDFAttribute, 8> pdfAttributes = {{{"/Title", false},
                                                                {"/Author", false},
                                                                {"/Subject", false},
                                                                {"/Keywords", false},
@@ -24,9 +25,12 @@ inline constexpr std::array<PDFAttribute, 8> PDFAttributes = {{{"/Title", false}
                                                                {"/CreationDate", true},
                                                                {"/ModDate", true}}};
 
-/// Adds an attribute from a string of the information dictionary; a date that is none is left out.
-void PDFReadAttribute(QVariantMap &attributes, const PDFAttribute &attribute, const QByteArray &bytes);
-/// An attribute as a string of the information dictionary; nil where the map lacks it.
-QByteArray PDFAttributeBytes(const QVariantMap &attributes, const PDFAttribute &attribute);
 /// The attributes of a map that a document can have, as they read back.
-QVariantMap PDFCleanAttributes(const QVariantMap &attributes);
+QVariantMap pdfCleanAttributes(const QVariantMap &attributes);
+
+/// A date string (ISO 32000-1, 7.9.4), to the second, in UTC.
+QString pdfDateText(const QDateTime &date);
+/// The date of a date string, in UTC; nil if it is not one. Without an offset it counts as UTC.
+QDateTime pdfDate(const QString &text);
+
+} // namespace zr

@@ -19,51 +19,52 @@ inline const QString PDFDocumentModificationDateAttribute = QStringLiteral("ModD
 
 /// A PDF document (ISO 32000) whose attributes and page boxes can be read and changed.
 ///
-/// Nothing is changed in place: changes are gathered and applied together by `dataRepresentation()`. Any
-/// bytes may be given; what cannot be read, even after repair, or needs a password makes a nil document. A
-/// document may be used by one thread at a time, several documents by as many threads.
+/// Any bytes may be given: what cannot be read, even after repair, unfolds to more than some 32 times its size
+/// and 32 MB, or needs a password makes a nil document. A document may be used by one thread at a time,
+/// several documents by as many threads.
 class PDFDocument {
 public:
-    /// Opens the document in `data`, which is shared, not copied.
+    /// Opens the document in `data`, which is shared, not copied, and never changed.
     explicit PDFDocument(const QByteArray &data);
     ~PDFDocument();
     PDFDocument(PDFDocument &&) noexcept;
     PDFDocument &operator=(PDFDocument &&) noexcept;
 
-    /// True where the data held no readable document.
-    bool isNil() const { return !m_file; }
+    /// True if the data held no readable document, or damage kept it from being changed.
+    bool isNil() const { return !m_pdf; }
 
-    /// The attributes that the document has, as its information dictionary tells them; empty for nil.
+    /// The attributes that the document has, from its information dictionary; empty for nil.
     QVariantMap documentAttributes() const;
     /// Makes these the document's attributes: what is absent, nil or the null marker is removed. XMP metadata
-    /// follows where the document has it; a packet that is not well-formed is removed with its old values.
-    /// Unknown keys are ignored, dates are kept to the second, and characters that PDF text cannot carry
-    /// (unpaired surrogates, U+001B) are replaced by U+FFFD.
+    /// of the whole document, which would tell the old ones, is removed. Unknown keys are ignored, dates are
+    /// kept to the second, and characters that PDF text cannot carry (unpaired surrogates, U+001B) are
+    /// replaced by U+FFFD.
     void setDocumentAttributes(const QVariantMap &attributes);
 
     /// The number of pages; 0 for nil.
     int pageCount() const;
-    /// The visible box of a page (counted from 0) in points, any UserUnit applied; null where there is no
-    /// such page.
+    /// The visible box of a page (counted from 0) in points, any UserUnit applied; null if there is no such
+    /// page.
     QRectF pageBox(int page) const;
     /// Cuts or widens a page to the rectangle `box`: in points from the top left corner of its present box, y
     /// downward, before any page rotation. The page then starts at (0, 0), and links and destinations move
     /// along. `magnification`, a positive factor, enlarges everything on the page first, and the box is taken
     /// from the enlarged page. Sides above 14,400 points get a UserUnit (and PDF 1.6), so that the true size
-    /// stays and readers with that limit show all of it. False where there is no such page, the rectangle has
-    /// no area or the factor is not positive.
+    /// stays and readers with that limit show all of it. False if there is no such page, the rectangle has no
+    /// area or the factor is not positive.
     bool setPageBox(int page, const QRectF &box, double magnification = 1);
     /// The same from the top left corner on.
     bool setPageBox(int page, const QSizeF &size, double magnification = 1) {
         return setPageBox(page, QRectF(QPointF(0, 0), size), magnification);
     }
 
-    /// The document with all changes as a whole new file, which holds none of the replaced values; nil where
-    /// the document is nil or cannot be written.
+    /// The document as a whole new file, which holds none of the replaced values; nil if the document is nil or
+    /// cannot be written.
     QByteArray dataRepresentation() const;
 
 private:
+    bool readsLike(const PDFDocument &other) const;
+
     QByteArray m_data;
-    std::unique_ptr<class PDFFile> m_file;
-    std::unique_ptr<struct PDFChanges> m_changes;
+    std::shared_ptr<class QPDF> m_pdf;
 };

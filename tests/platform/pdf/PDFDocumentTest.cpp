@@ -253,8 +253,9 @@ TEST(PDFDocument, ADocumentWithoutPagesIsOne) {
 
 TEST(PDFDocument, UnchangedDocumentsComeOutSound) {
     const QByteArray plain = sampleDocument();
-    EXPECT_EQ(PDFDocument(plain).dataRepresentation(), plain);
-    for (const QByteArray &data : otherForms()) {
+    QList<QByteArray> forms = otherForms();
+    forms.append(plain);
+    for (const QByteArray &data : forms) {
         const PDFDocument document(data);
         EXPECT_TRUE(isSound(document.dataRepresentation()));
         // Asked a second time it gives the same document again.
@@ -272,4 +273,51 @@ TEST(PDFDocument, DamagedFilesAreRepaired) {
     EXPECT_TRUE(isSound(written));
     EXPECT_EQ(titleOf(written), QStringLiteral("Mended"));
     EXPECT_EQ(picture(written), picture(sampleDocument()));
+}
+
+TEST(PDFDocument, MetadataThatWouldTellTheOldAttributesIsRemoved) {
+    const QByteArray packet = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF "
+                              "xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\" "
+                              "xmlns:dc=\"http://purl.org/dc/elements/1.1/\"><rdf:Description "
+                              "rdf:about=\"\"><dc:title><rdf:Alt><rdf:li "
+                              "xml:lang=\"x-default\">Old "
+                              "title</rdf:li></rdf:Alt></dc:title></rdf:Description></rdf:RDF></x:xmpmeta>";
+    PDFBuilder builder;
+    builder.add("<</Title (Old title)>>");
+    builder.add("<</Type /Catalog/Pages 3 0 R/Metadata 5 0 R>>");
+    builder.add("<</Type /Pages/Count 1/Kids [4 0 R]>>");
+    builder.add("<</Type /Page/MediaBox [0 0 600 800]/Parent 3 0 R/Resources <<>>>>");
+    builder.addStream(packet, "/Type /Metadata /Subtype /XML");
+    const QByteArray data = builder.file(2, 1);
+    const QStringList meta = {QStringLiteral("-meta"), QStringLiteral("@")};
+    ASSERT_TRUE(output(QStringLiteral("pdfinfo"), meta, data).contains("Old title"));
+    const QByteArray written = withTitle(data, QStringLiteral("New"));
+    EXPECT_TRUE(isSound(written));
+    EXPECT_FALSE(written.contains("Old title"));
+    EXPECT_TRUE(output(QStringLiteral("pdfinfo"), meta, written).isEmpty());
+    // It stays as long as the attributes do.
+    PDFDocument document(data);
+    ASSERT_TRUE(document.setPageBox(0, QSizeF(600, 700)));
+    EXPECT_TRUE(output(QStringLiteral("pdfinfo"), meta, document.dataRepresentation()).contains("Old title"));
+}
+
+TEST(PDFDocument, AMovedOneIsTheSameDocument) {
+    PDFDocument first(sampleDocument());
+    first.setDocumentAttributes({{PDFDocumentTitleAttribute, QStringLiteral("Kept")}});
+    PDFDocument second(std::move(first));
+    EXPECT_EQ(titleOf(second.dataRepresentation()), QStringLiteral("Kept"));
+    EXPECT_EQ(second.pageCount(), 1);
+}
+
+TEST(PDFDocument, ChangesMayFollowOneAnotherAndAWriting) {
+    PDFDocument document(sampleDocument());
+    document.setDocumentAttributes({{PDFDocumentTitleAttribute, QStringLiteral("First")}});
+    const QByteArray first = document.dataRepresentation();
+    document.setDocumentAttributes({{PDFDocumentCreatorAttribute, QStringLiteral("Second")}});
+    ASSERT_TRUE(document.setPageBox(0, QSizeF(600, 500)));
+    const PDFDocument second(document.dataRepresentation());
+    EXPECT_EQ(titleOf(first), QStringLiteral("First"));
+    EXPECT_EQ(second.documentAttributes(),
+              QVariantMap({{PDFDocumentCreatorAttribute, QStringLiteral("Second")}}));
+    EXPECT_EQ(second.pageBox(0), QRectF(0, 0, 600, 500));
 }
