@@ -10,6 +10,8 @@
 #include <bit>
 #include <cstring>
 
+using namespace zr;
+
 namespace {
 
 constexpr char Magic[] = "bplist00";
@@ -95,73 +97,65 @@ BinaryPropertyListReader::Object BinaryPropertyListReader::object(Ref ref) {
     const uchar marker = *at++;
     const int low = marker & 0x0f;
 
+    Object object{};
     // How many bytes each unit of the count takes.
     quint64 unit = 1;
-    Object object{};
+    bool isCounted = false;
+    const auto scalar = [&](Kind kind, bool isPossible, quint64 size) {
+        if (!isPossible)
+            refuse("a scalar of an impossible size");
+        object.kind = kind;
+        object.count = size;
+    };
+    const auto counted = [&](Kind kind, int bytes) {
+        object.kind = kind;
+        unit = quint64(bytes);
+        isCounted = true;
+    };
     switch (marker >> 4) {
     case 0x0:
-        if (low != 0x0 && low != 0x8 && low != 0x9)
-            refuse("an object of an unknown kind");
-        object.kind = low == 0 ? Kind::Null : Kind::Bool;
+        scalar(low == 0 ? Kind::Null : Kind::Bool, low == 0x0 || low == 0x8 || low == 0x9, 0);
         object.truth = low == 0x9;
         break;
     case 0x1:
-        if (low > 4)
-            refuse("an integer of an impossible size");
-        object.kind = Kind::Integer;
-        object.count = quint64(1) << low;
+        scalar(Kind::Integer, low <= 4, quint64(1) << low);
         break;
     case 0x2:
-        if (low != 2 && low != 3)
-            refuse("a real of an impossible size");
-        object.kind = Kind::Real;
-        object.count = quint64(1) << low;
+        scalar(Kind::Real, low == 2 || low == 3, quint64(1) << low);
         break;
     case 0x3:
-        if (low != 3)
-            refuse("a date of an impossible size");
-        object.kind = Kind::Date;
-        object.count = 8;
+        scalar(Kind::Date, low == 3, 8);
         break;
     case 0x8:
-        object.kind = Kind::Uid;
-        object.count = quint64(low) + 1;
+        scalar(Kind::Uid, true, quint64(low) + 1);
         break;
     case 0x4:
-        object.kind = Kind::Data;
+        counted(Kind::Data, 1);
         break;
     case 0x5:
-        object.kind = Kind::Ascii;
+        counted(Kind::Ascii, 1);
         break;
     case 0x6:
-        object.kind = Kind::Utf16;
-        unit = 2;
+        counted(Kind::Utf16, 2);
         break;
     case 0xa:
-        object.kind = Kind::Array;
-        unit = quint64(m_refSize);
+        counted(Kind::Array, m_refSize);
         break;
     case 0xb:
-        object.kind = Kind::OrderedSet;
-        unit = quint64(m_refSize);
+        counted(Kind::OrderedSet, m_refSize);
         break;
     case 0xc:
-        object.kind = Kind::Set;
-        unit = quint64(m_refSize);
+        counted(Kind::Set, m_refSize);
         break;
     case 0xd:
-        object.kind = Kind::Dictionary;
-        unit = 2 * quint64(m_refSize);
+        counted(Kind::Dictionary, 2 * m_refSize);
         break;
     default:
         refuse("an object of an unknown kind");
     }
-
-    const bool counted = object.kind == Kind::Data || object.kind == Kind::Ascii ||
-                         object.kind == Kind::Utf16 || object.isContainer();
-    if (counted && low < 0x0f)
+    if (isCounted && low < 0x0f)
         object.count = quint64(low);
-    if (counted && low == 0x0f) {
+    if (isCounted && low == 0x0f) {
         if (at == end || (*at & 0xf0) != 0x10 || (*at & 0x0f) > 3)
             refuse("the size of an object is no integer");
         const int width = 1 << (*at++ & 0x0f);

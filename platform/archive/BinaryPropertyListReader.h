@@ -3,8 +3,9 @@
 
 #include <QByteArray>
 #include <QVariant>
-#include <cstdint>
 #include <vector>
+
+namespace zr {
 
 /// Checked access to the objects of one binary property list, by their numbers.
 ///
@@ -75,3 +76,5 @@ private:
     int m_offsetSize = 0;
     int m_refSize = 0;
 };
+
+} // namespace zr

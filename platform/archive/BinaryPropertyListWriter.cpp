@@ -2,33 +2,24 @@
 #include "platform/archive/BinaryPropertyListWriter.h"
 
 #include "platform/archive/NSPropertyList.h"
+#include "platform/values/ValueKind.h"
 
+#include <QStringEncoder>
 #include <QtEndian>
 #include <bit>
-#include <cstring>
 #include <limits>
+
+using namespace zr;
 
 namespace {
 
 /// Longer strings are looked up by their bytes' address, not by their text.
 constexpr qsizetype ShortString = 256;
 
-// Whole blocks, so that the compiler turns the inner loop into vector instructions and text that is not ASCII
-// still ends the search early.
 bool isAscii(const QString &text) {
-    constexpr qsizetype Block = 64;
-    const char16_t *at = reinterpret_cast<const char16_t *>(text.utf16());
-    qsizetype left = text.size();
-    for (; left >= Block; left -= Block, at += Block) {
-        char16_t all = 0;
-        for (qsizetype i = 0; i < Block; ++i)
-            all |= at[i];
-        if (all >= 0x80)
-            return false;
-    }
     char16_t all = 0;
-    for (qsizetype i = 0; i < left; ++i)
-        all |= at[i];
+    for (const QChar c : text)
+        all |= c.unicode();
     return all < 0x80;
 }
 
@@ -43,10 +34,11 @@ int widthOf(quint64 value) {
 
 class Output {
 public:
-    explicit Output(QByteArray &bytes) : m_begin(bytes.data()), m_at(m_begin) {}
+    explicit Output(qsizetype expected) { m_bytes.reserve(expected); }
 
-    quint64 position() const { return quint64(m_at - m_begin); }
-    void byte(int value) { *m_at++ = char(value); }
+    const QByteArray &bytes() const { return m_bytes; }
+    quint64 position() const { return quint64(m_bytes.size()); }
+    void byte(int value) { m_bytes.append(char(value)); }
     void bigEndian(quint64 value, int width) {
         for (int shift = 8 * (width - 1); shift >= 0; shift -= 8)
             byte(int(value >> shift & 0xff));
@@ -61,35 +53,22 @@ public:
         if (count >= 0xf)
             sized(0x10, count, widthOf(count));
     }
-    void bytes(const QByteArray &data) {
-        std::memcpy(m_at, data.constData(), size_t(data.size()));
-        m_at += data.size();
-    }
+    void append(const QByteArray &data) { m_bytes.append(data); }
     void ascii(const QString &text) {
-        const ushort *const units = text.utf16();
-        const qsizetype size = text.size();
-        char *const to = m_at;
-        for (qsizetype i = 0; i < size; ++i)
-            to[i] = char(units[i]);
-        m_at += size;
+        QStringEncoder(QStringEncoder::Latin1).appendToBuffer(grown(text.size()), text);
     }
     void utf16(const QString &text) {
-        qToBigEndian<quint16>(text.utf16(), text.size(), m_at);
-        m_at += 2 * text.size();
+        qToBigEndian<quint16>(text.utf16(), text.size(), grown(2 * text.size()));
     }
 
 private:
-    char *m_begin;
-    char *m_at;
+    char *grown(qsizetype by) {
+        m_bytes.resize(m_bytes.size() + by);
+        return m_bytes.data() + m_bytes.size() - by;
+    }
+
+    QByteArray m_bytes;
 };
-
-quint64 headSize(quint64 count) {
-    return count < 0xf ? 1 : 2 + quint64(widthOf(count));
-}
-
-int integerWidth(quint64 value) {
-    return qint64(value) < 0 ? 8 : widthOf(value);
-}
 
 } // namespace
 
@@ -109,16 +88,40 @@ BinaryPropertyListWriter::Ref BinaryPropertyListWriter::addUnique(Kind kind, qui
     return ref;
 }
 
-BinaryPropertyListWriter::Ref BinaryPropertyListWriter::addUnsigned(quint64 value) {
-    return addUnique(value >> 63 ? Kind::Unsigned : Kind::Integer, value);
+std::optional<BinaryPropertyListWriter::Ref> BinaryPropertyListWriter::addPlain(const QVariant &value) {
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return addString(held<QString>(value));
+    case QMetaType::QByteArray:
+        return addData(held<QByteArray>(value));
+    case QMetaType::Bool:
+        return addBool(value.toBool());
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::Short:
+    case QMetaType::Int:
+    case QMetaType::Long:
+    case QMetaType::LongLong:
+        return addInteger(value.toLongLong());
+    case QMetaType::UChar:
+    case QMetaType::UShort:
+    case QMetaType::UInt:
+    case QMetaType::ULong:
+    case QMetaType::ULongLong: {
+        const quint64 number = value.toULongLong();
+        return addUnique(number >> 63 ? Kind::Unsigned : Kind::Integer, number);
+    }
+    case QMetaType::Double:
+        return addReal(value.toDouble());
+    case QMetaType::Float:
+        return addUnique(Kind::ShortReal, std::bit_cast<quint32>(value.toFloat()));
+    default:
+        return std::nullopt;
+    }
 }
 
 BinaryPropertyListWriter::Ref BinaryPropertyListWriter::addReal(double value) {
     return addUnique(Kind::Real, std::bit_cast<quint64>(value));
-}
-
-BinaryPropertyListWriter::Ref BinaryPropertyListWriter::addReal(float value) {
-    return addUnique(Kind::ShortReal, std::bit_cast<quint32>(value));
 }
 
 BinaryPropertyListWriter::Ref BinaryPropertyListWriter::addDate(double seconds) {
@@ -139,6 +142,7 @@ BinaryPropertyListWriter::Ref BinaryPropertyListWriter::addString(const QString 
     }
     const Ref ref = add(isAscii(text) ? Kind::Ascii : Kind::Utf16, m_strings.size(), quint64(text.size()));
     m_strings.push_back(text);
+    m_contents += quint64(text.size()) * (m_objects[ref].kind == Kind::Ascii ? 1 : 2);
     if (isShort)
         m_shortStrings.insert(text, ref);
     else
@@ -153,6 +157,7 @@ BinaryPropertyListWriter::Ref BinaryPropertyListWriter::addData(const QByteArray
         return *known;
     const Ref ref = add(Kind::Data, m_data.size(), quint64(data.size()));
     m_data.push_back(data);
+    m_contents += quint64(data.size());
     m_sharedBytes.insert(data.constData(), ref);
     return ref;
 }
@@ -183,59 +188,17 @@ void BinaryPropertyListWriter::setDictionary(Ref ref, const std::vector<Ref> &ke
 }
 
 QByteArray BinaryPropertyListWriter::document() const {
-    const quint64 count = m_objects.size();
-    const int refSize = widthOf(count);
-    const auto refs = [&](const Object &object) {
-        switch (object.kind) {
-        case Kind::Array:
-        case Kind::Set:
-            return object.count;
-        case Kind::Dictionary:
-            return 2 * object.count;
-        default:
-            return quint64(0);
-        }
+    const int refSize = widthOf(m_objects.size());
+    // A marker and a number of each object at most, its place in the table, and the trailer.
+    Output out(qsizetype(m_contents + m_objects.size() * (17 + 8) + m_refs.size() * quint64(refSize) + 64));
+    const auto container = [&](int marker, const Object &object, quint64 refs) {
+        out.head(marker, object.count);
+        for (quint64 i = 0; i < refs; ++i)
+            out.bigEndian(m_refs[object.payload + i], refSize);
     };
-    const auto sizeOf = [&](const Object &object) -> quint64 {
-        switch (object.kind) {
-        case Kind::Null:
-        case Kind::Bool:
-            return 1;
-        case Kind::Integer:
-            return 1 + quint64(integerWidth(object.payload));
-        case Kind::Unsigned:
-            return 17;
-        case Kind::Real:
-        case Kind::Date:
-            return 9;
-        case Kind::ShortReal:
-            return 5;
-        case Kind::Uid:
-            return 1 + quint64(widthOf(object.payload));
-        case Kind::Ascii:
-        case Kind::Data:
-            return headSize(object.count) + object.count;
-        case Kind::Utf16:
-            return headSize(object.count) + 2 * object.count;
-        default:
-            return headSize(object.count) + refs(object) * quint64(refSize);
-        }
-    };
-
-    constexpr char Magic[] = "bplist00";
-    quint64 tableOffset = 8;
-    for (const Object &object : m_objects)
-        tableOffset += sizeOf(object);
-    const int offsetSize = widthOf(tableOffset);
-    const quint64 size = tableOffset + count * quint64(offsetSize) + 32;
-    if (size >= quint64(std::numeric_limits<qsizetype>::max()))
-        throw NSException(NSPropertyListWriteInvalidError, QStringLiteral("too large"));
-
-    QByteArray bytes(qsizetype(size), Qt::Uninitialized);
-    Output out(bytes);
     std::vector<quint64> offsets;
-    offsets.reserve(count);
-    out.bytes(QByteArray::fromRawData(Magic, 8));
+    offsets.reserve(m_objects.size());
+    out.append("bplist00");
     for (const Object &object : m_objects) {
         offsets.push_back(out.position());
         switch (object.kind) {
@@ -246,7 +209,7 @@ QByteArray BinaryPropertyListWriter::document() const {
             out.byte(object.payload ? 0x09 : 0x08);
             break;
         case Kind::Integer:
-            out.sized(0x10, object.payload, integerWidth(object.payload));
+            out.sized(0x10, object.payload, qint64(object.payload) < 0 ? 8 : widthOf(object.payload));
             break;
         case Kind::Unsigned:
             out.byte(0x14);
@@ -276,27 +239,28 @@ QByteArray BinaryPropertyListWriter::document() const {
             break;
         case Kind::Data:
             out.head(0x40, object.count);
-            out.bytes(m_data[object.payload]);
+            out.append(m_data[object.payload]);
             break;
         case Kind::Array:
+            container(0xa0, object, object.count);
+            break;
         case Kind::Set:
+            container(0xc0, object, object.count);
+            break;
         case Kind::Dictionary:
-            out.head(object.kind == Kind::Array ? 0xa0
-                     : object.kind == Kind::Set ? 0xc0
-                                                : 0xd0,
-                     object.count);
-            for (quint64 i = 0; i < refs(object); ++i)
-                out.bigEndian(m_refs[object.payload + i], refSize);
+            container(0xd0, object, 2 * object.count);
             break;
         }
     }
+    const quint64 table = out.position();
+    const int offsetSize = widthOf(table);
     for (const quint64 offset : offsets)
         out.bigEndian(offset, offsetSize);
     out.bigEndian(0, 6);
     out.byte(offsetSize);
     out.byte(refSize);
-    out.bigEndian(count, 8);
+    out.bigEndian(m_objects.size(), 8);
     out.bigEndian(0, 8);
-    out.bigEndian(tableOffset, 8);
-    return bytes;
+    out.bigEndian(table, 8);
+    return out.bytes();
 }

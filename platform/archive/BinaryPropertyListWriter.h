@@ -4,9 +4,11 @@
 #include <QByteArray>
 #include <QHash>
 #include <QString>
-#include <cstdint>
-#include <string_view>
+#include <QVariant>
+#include <optional>
 #include <vector>
+
+namespace zr {
 
 /// Collects the objects of one binary property list and writes them in one pass.
 ///
@@ -17,13 +19,12 @@ class BinaryPropertyListWriter {
 public:
     using Ref = quint32;
 
+    /// A text, data, a boolean or a number; nothing for any other kind of value.
+    std::optional<Ref> addPlain(const QVariant &value);
     Ref addNull() { return addUnique(Kind::Null, 0); }
     Ref addBool(bool value) { return addUnique(Kind::Bool, value); }
     Ref addInteger(qint64 value) { return addUnique(Kind::Integer, quint64(value)); }
-    Ref addUnsigned(quint64 value);
     Ref addReal(double value);
-    /// A real of four bytes.
-    Ref addReal(float value);
     /// Seconds since 2001-01-01 00:00:00 UTC.
     Ref addDate(double seconds);
     Ref addUid(quint64 value) { return addUnique(Kind::Uid, value); }
@@ -81,6 +82,7 @@ private:
                       std::initializer_list<const std::vector<Ref> *> parts);
 
     std::vector<Object> m_objects;
+    quint64 m_contents = 0; ///< bytes that texts and data take at least
     std::vector<QString> m_strings;
     std::vector<QByteArray> m_data;
     std::vector<Ref> m_refs;
@@ -88,3 +90,5 @@ private:
     QHash<QString, Ref> m_shortStrings;
     QHash<const void *, Ref> m_sharedBytes;
 };
+
+} // namespace zr

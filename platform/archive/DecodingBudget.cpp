@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <bit>
 
+using namespace zr;
+
 namespace {
 
 constexpr int MaxAlike = 16;

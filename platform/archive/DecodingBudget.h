@@ -4,7 +4,9 @@
 #include "platform/values/NSSet.h"
 
 #include <QHash>
-#include <cstdint>
+#include <QVariantMap>
+
+namespace zr {
 
 /// Bounds on what one untrusted document may grow into and cost while it is decoded.
 ///
@@ -46,6 +48,15 @@ struct DecodedSize {
     void addContent(const DecodedSize &content);
 };
 
+/// A value as it is decoded: what is referred to from several places is decoded once.
+struct DecodedValue {
+    enum class State : quint8 { Unread, Open, Read };
+
+    QVariant value;
+    DecodedSize size;
+    State state = State::Unread;
+};
+
 /// Fills a set from untrusted values: refuses floods of elements that hash alike but differ.
 class SetBuilder {
 public:
@@ -72,3 +83,5 @@ private:
     DecodingBudget &m_budget;
     QVariantMap m_map;
 };
+
+} // namespace zr

@@ -18,6 +18,8 @@
 #include <optional>
 #include <vector>
 
+using namespace zr;
+
 namespace {
 
 /// No known class has nearly as many fields; looking through them must stay cheap.
@@ -39,45 +41,6 @@ const T *as(const QVariant &value) {
     return value.metaType() == QMetaType::fromType<T>() ? static_cast<const T *>(value.constData()) : nullptr;
 }
 
-enum class Class : quint8 {
-    Array,
-    Data,
-    Date,
-    DecimalNumber,
-    Dictionary,
-    Error,
-    Null,
-    Number,
-    Set,
-    String,
-    Url,
-    Uuid
-};
-
-std::optional<Class> classNamed(const QString &name) {
-    static const QHash<QString, Class> known = {
-        {QStringLiteral("NSArray"), Class::Array},
-        {QStringLiteral("NSMutableArray"), Class::Array},
-        {QStringLiteral("NSData"), Class::Data},
-        {QStringLiteral("NSMutableData"), Class::Data},
-        {QStringLiteral("NSDate"), Class::Date},
-        {QStringLiteral("NSDecimalNumber"), Class::DecimalNumber},
-        {QStringLiteral("NSDictionary"), Class::Dictionary},
-        {QStringLiteral("NSMutableDictionary"), Class::Dictionary},
-        {QStringLiteral("NSError"), Class::Error},
-        {QStringLiteral("NSNull"), Class::Null},
-        {QStringLiteral("NSNumber"), Class::Number},
-        {QStringLiteral("NSSet"), Class::Set},
-        {QStringLiteral("NSMutableSet"), Class::Set},
-        {QStringLiteral("NSString"), Class::String},
-        {QStringLiteral("NSMutableString"), Class::String},
-        {QStringLiteral("NSURL"), Class::Url},
-        {QStringLiteral("NSUUID"), Class::Uuid},
-    };
-    const auto found = known.constFind(name);
-    return found == known.constEnd() ? std::nullopt : std::optional(*found);
-}
-
 class Unarchiver {
 public:
     explicit Unarchiver(const QByteArray &data)
@@ -90,28 +53,28 @@ private:
     using Ref = Reader::Ref;
     using Object = Reader::Object;
     using Kind = Reader::Kind;
-    enum class State : quint8 { Unread, Open, Read };
-
-    struct Value {
-        QVariant value;
-        DecodedSize size;
-        State state = State::Unread;
-    };
+    using Value = DecodedValue;
+    using State = Value::State;
+    /// Decodes an object of a class; adds to the size of the value that it becomes.
+    using Decoder = QVariant (Unarchiver::*)(const Object &object, Value &into, int depth);
 
     /// The object of an archive's number.
     const Value &decode(quint64 uid, int depth);
-    void decodeObject(const Object &object, Value &into, int depth);
     QVariant decodeString(const Object &object, Value &into, int depth);
     QVariant decodeData(const Object &object, Value &into, int depth);
-    QVariant decodeNumber(const Object &object);
+    QVariant decodeDate(const Object &object, Value &into, int depth);
+    QVariant decodeNull(const Object &, Value &, int) { return NSNull(); }
+    QVariant decodeNumber(const Object &object, Value &into, int depth);
+    QVariant decodeUuid(const Object &object, Value &into, int depth);
     QVariant decodeUrl(const Object &object, Value &into, int depth);
     QVariant decodeError(const Object &object, Value &into, int depth);
-    QVariant decodeDecimal(const Object &object);
+    QVariant decodeDecimal(const Object &object, Value &into, int depth);
     QVariant decodeArray(const Object &object, Value &into, int depth);
     QVariant decodeSet(const Object &object, Value &into, int depth);
     QVariant decodeDictionary(const Object &object, Value &into, int depth);
 
-    Class classOf(const Object &object);
+    Decoder decoderOf(const Object &object);
+    static Decoder decoderNamed(const QString &className);
     std::optional<Ref> field(const Object &object, QByteArrayView name);
     Ref required(const Object &object, QByteArrayView name);
     /// A field's value: the object it refers to, or what it holds itself. It is a part of the field's owner
@@ -130,7 +93,7 @@ private:
     DecodingBudget m_budget;
     std::vector<Value> m_plain;
     std::vector<Value> m_values;
-    QHash<quint64, Class> m_classes;
+    QHash<quint64, Decoder> m_classes;
     Object m_objects{};
     int m_indirections = 0;
 };
@@ -165,7 +128,7 @@ const Unarchiver::Value &Unarchiver::decode(quint64 uid, int depth) {
     const Object object = m_reader.object(ref);
     if (object.kind == Kind::Dictionary) {
         value.state = State::Open;
-        decodeObject(object, value, depth);
+        value.value = (this->*decoderOf(object))(object, value, depth);
     } else {
         value = plain(ref, object);
     }
@@ -173,51 +136,16 @@ const Unarchiver::Value &Unarchiver::decode(quint64 uid, int depth) {
     return value;
 }
 
-void Unarchiver::decodeObject(const Object &object, Value &into, int depth) {
-    switch (classOf(object)) {
-    case Class::Array:
-        into.value = decodeArray(object, into, depth);
-        return;
-    case Class::Data:
-        into.value = decodeData(object, into, depth);
-        return;
-    case Class::Date: {
-        const Object seconds = expect(required(object, "NS.time"), Kind::Real);
-        into.value = PropertyListDate::fromSeconds(Reader::scalar(seconds).toDouble());
-        return;
-    }
-    case Class::DecimalNumber:
-        into.value = decodeDecimal(object);
-        return;
-    case Class::Dictionary:
-        into.value = decodeDictionary(object, into, depth);
-        return;
-    case Class::Error:
-        into.value = decodeError(object, into, depth);
-        return;
-    case Class::Null:
-        into.value = NSNull();
-        return;
-    case Class::Number:
-        into.value = decodeNumber(object);
-        return;
-    case Class::Set:
-        into.value = decodeSet(object, into, depth);
-        return;
-    case Class::String:
-        into.value = decodeString(object, into, depth);
-        return;
-    case Class::Url:
-        into.value = decodeUrl(object, into, depth);
-        return;
-    case Class::Uuid: {
-        const auto bytes = requiredAttribute<QByteArray>(object, "NS.uuidbytes", into, depth);
-        if (bytes.size() != 16)
-            refuse("a UUID is not of 16 bytes");
-        into.value = QUuid::fromRfc4122(bytes);
-        return;
-    }
-    }
+QVariant Unarchiver::decodeDate(const Object &object, Value &, int) {
+    const Object seconds = expect(required(object, "NS.time"), Kind::Real);
+    return PropertyListDate::fromSeconds(Reader::scalar(seconds).toDouble());
+}
+
+QVariant Unarchiver::decodeUuid(const Object &object, Value &into, int depth) {
+    const auto bytes = requiredAttribute<QByteArray>(object, "NS.uuidbytes", into, depth);
+    if (bytes.size() != 16)
+        refuse("a UUID is not of 16 bytes");
+    return QUuid::fromRfc4122(bytes);
 }
 
 QVariant Unarchiver::decodeString(const Object &object, Value &into, int depth) {
@@ -237,7 +165,7 @@ QVariant Unarchiver::decodeData(const Object &object, Value &into, int depth) {
                                          depth);
 }
 
-QVariant Unarchiver::decodeNumber(const Object &object) {
+QVariant Unarchiver::decodeNumber(const Object &object, Value &, int) {
     for (const char *name : {"NS.number", "NS.boolval", "NS.intval", "NS.dblval"}) {
         const auto ref = field(object, name);
         if (!ref)
@@ -290,7 +218,7 @@ QVariant Unarchiver::decodeError(const Object &object, Value &into, int depth) {
     return QVariant::fromValue(NSError(domain, code, details));
 }
 
-QVariant Unarchiver::decodeDecimal(const Object &object) {
+QVariant Unarchiver::decodeDecimal(const Object &object, Value &, int) {
     const qint64 exponent = integer(object, "NS.exponent");
     const qint64 length = integer(object, "NS.length");
     const bool negative = expect(required(object, "NS.negative"), Kind::Bool).truth;
@@ -354,21 +282,43 @@ QVariant Unarchiver::decodeDictionary(const Object &object, Value &into, int dep
     return dictionary.dictionary();
 }
 
-Class Unarchiver::classOf(const Object &object) {
+Unarchiver::Decoder Unarchiver::decoderNamed(const QString &className) {
+    static const QHash<QString, Decoder> known = {
+        {QStringLiteral("NSArray"), &Unarchiver::decodeArray},
+        {QStringLiteral("NSMutableArray"), &Unarchiver::decodeArray},
+        {QStringLiteral("NSData"), &Unarchiver::decodeData},
+        {QStringLiteral("NSMutableData"), &Unarchiver::decodeData},
+        {QStringLiteral("NSDate"), &Unarchiver::decodeDate},
+        {QStringLiteral("NSDecimalNumber"), &Unarchiver::decodeDecimal},
+        {QStringLiteral("NSDictionary"), &Unarchiver::decodeDictionary},
+        {QStringLiteral("NSMutableDictionary"), &Unarchiver::decodeDictionary},
+        {QStringLiteral("NSError"), &Unarchiver::decodeError},
+        {QStringLiteral("NSNull"), &Unarchiver::decodeNull},
+        {QStringLiteral("NSNumber"), &Unarchiver::decodeNumber},
+        {QStringLiteral("NSSet"), &Unarchiver::decodeSet},
+        {QStringLiteral("NSMutableSet"), &Unarchiver::decodeSet},
+        {QStringLiteral("NSString"), &Unarchiver::decodeString},
+        {QStringLiteral("NSMutableString"), &Unarchiver::decodeString},
+        {QStringLiteral("NSURL"), &Unarchiver::decodeUrl},
+        {QStringLiteral("NSUUID"), &Unarchiver::decodeUuid},
+    };
+    return known.value(className);
+}
+
+Unarchiver::Decoder Unarchiver::decoderOf(const Object &object) {
     const quint64 uid = reference(required(object, "$class"));
-    const auto known = m_classes.constFind(uid);
-    if (known != m_classes.constEnd())
+    if (const auto known = m_classes.constFind(uid); known != m_classes.constEnd())
         return *known;
     if (uid >= m_objects.count)
         refuse("a class is missing");
     const Object description = expect(m_reader.element(m_objects, uid), Kind::Dictionary);
     const Ref nameRef = required(description, "$classname");
     const QString name = plain(nameRef, expect(nameRef, Kind::Ascii)).value.toString();
-    const std::optional<Class> found = classNamed(name);
+    const Decoder found = decoderNamed(name);
     if (!found)
         refuse(QStringLiteral("an object of the class %1 cannot be decoded").arg(name.left(200)));
-    m_classes.insert(uid, *found);
-    return *found;
+    m_classes.insert(uid, found);
+    return found;
 }
 
 std::optional<Unarchiver::Ref> Unarchiver::field(const Object &object, QByteArrayView name) {

@@ -7,18 +7,16 @@
 #include "platform/archive/PropertyListDate.h"
 #include "platform/archive/XMLPropertyListReader.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/ValueKind.h"
 
 #include <QDateTime>
 #include <QStringList>
 #include <cmath>
 #include <vector>
 
-namespace {
+using namespace zr;
 
-template <typename T>
-const T &as(const QVariant &value) {
-    return *static_cast<const T *>(value.constData());
-}
+namespace {
 
 [[noreturn]] void refuseToWrite(const QString &reason) {
     throw NSException(NSPropertyListWriteInvalidError, reason);
@@ -51,55 +49,34 @@ Writer::Ref Writer::add(const QVariant &value, int depth) {
             QStringLiteral("a property list cannot be deeper than %1 levels").arg(DecodingBudget::MaxDepth));
     if (NSIsNil(value))
         refuseToWrite(QStringLiteral("a property list cannot hold nil"));
+    if (const auto ref = m_writer.addPlain(value))
+        return *ref;
     const QMetaType type = value.metaType();
     switch (type.id()) {
     case QMetaType::Nullptr:
         return m_writer.addNull();
-    case QMetaType::QString:
-        return m_writer.addString(as<QString>(value));
-    case QMetaType::QByteArray:
-        return m_writer.addData(as<QByteArray>(value));
-    case QMetaType::Bool:
-        return m_writer.addBool(value.toBool());
-    case QMetaType::Char:
-    case QMetaType::SChar:
-    case QMetaType::Short:
-    case QMetaType::Int:
-    case QMetaType::Long:
-    case QMetaType::LongLong:
-        return m_writer.addInteger(value.toLongLong());
-    case QMetaType::UChar:
-    case QMetaType::UShort:
-    case QMetaType::UInt:
-    case QMetaType::ULong:
-    case QMetaType::ULongLong:
-        return m_writer.addUnsigned(value.toULongLong());
-    case QMetaType::Double:
-        return m_writer.addReal(value.toDouble());
-    case QMetaType::Float:
-        return m_writer.addReal(value.toFloat());
     case QMetaType::QDateTime: {
-        const double seconds = PropertyListDate::toSeconds(as<QDateTime>(value));
+        const double seconds = PropertyListDate::toSeconds(held<QDateTime>(value));
         if (std::isnan(seconds))
             refuseToWrite(QStringLiteral("a date is out of the range of property lists"));
         return m_writer.addDate(seconds);
     }
     case QMetaType::QVariantList:
-        return addArray(as<QVariantList>(value), depth);
+        return addArray(held<QVariantList>(value), depth);
     case QMetaType::QStringList:
-        return addArray(as<QStringList>(value), depth);
+        return addArray(held<QStringList>(value), depth);
     case QMetaType::QVariantMap:
-        return addDictionary(as<QVariantMap>(value), depth);
+        return addDictionary(held<QVariantMap>(value), depth);
     case QMetaType::QVariantHash:
-        return addDictionary(as<QVariantHash>(value), depth);
+        return addDictionary(held<QVariantHash>(value), depth);
     default:
         break;
     }
     if (type == QMetaType::fromType<NSPropertyListUID>())
-        return m_writer.addUid(as<NSPropertyListUID>(value).value);
+        return m_writer.addUid(held<NSPropertyListUID>(value).value);
     if (type == QMetaType::fromType<NSSet>()) {
         const Ref ref = m_writer.reserve();
-        m_writer.setSet(ref, addAll(as<NSSet>(value), depth));
+        m_writer.setSet(ref, addAll(held<NSSet>(value), depth));
         return ref;
     }
     refuseToWrite(QStringLiteral("a property list cannot hold a value of the class %1")
@@ -146,13 +123,8 @@ private:
     using Ref = BinaryPropertyListReader::Ref;
     using Object = BinaryPropertyListReader::Object;
     using Kind = BinaryPropertyListReader::Kind;
-    enum class State : quint8 { Unread, Open, Read };
-
-    struct Value {
-        QVariant value;
-        DecodedSize size;
-        State state = State::Unread;
-    };
+    using Value = DecodedValue;
+    using State = Value::State;
 
     const Value &read(Ref ref, int depth);
     void readContainer(const Object &object, Value &into, int depth);
@@ -215,7 +187,7 @@ void Reader::readContainer(const Object &object, Value &into, int depth) {
             const Value &element = read(m_reader.value(object, i), depth + 1);
             into.size.addElement(key.size);
             into.size.addElement(element.size);
-            dictionary.insert(as<QString>(key.value), element.value);
+            dictionary.insert(held<QString>(key.value), element.value);
         }
         into.value = dictionary.dictionary();
         break;

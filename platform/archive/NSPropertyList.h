@@ -13,7 +13,7 @@ inline const QString NSPropertyListReadCorruptError = QStringLiteral("NSProperty
 /// Name of the exception for values that a property list cannot hold.
 inline const QString NSPropertyListWriteInvalidError = QStringLiteral("NSPropertyListWriteInvalidError");
 
-/// A reference to another object by number; property lists hold them where they carry keyed archives.
+/// A reference to another object by number, as keyed archives hold them.
 struct NSPropertyListUID {
     quint64 value = 0;
     friend bool operator==(NSPropertyListUID, NSPropertyListUID) = default;
@@ -22,27 +22,32 @@ Q_DECLARE_METATYPE(NSPropertyListUID)
 
 /// Property lists: trees of plain values as bytes.
 ///
-/// | Value                                  | Written from                     | Read as              |
-/// |----------------------------------------|----------------------------------|----------------------|
-/// | string, data, date                     | QString, QByteArray, QDateTime   | the same, dates UTC  |
-/// | integer, real, boolean                 | arithmetic types, bool           | qlonglong, or qulonglong
-/// above its range; double; bool | | array, dictionary, set                 | QVariantList and QStringList,
-/// QVariantMap and QVariantHash, QSet<QVariant> | QVariantList, QVariantMap, QSet<QVariant>; ordered sets as
-/// QVariantList | | reference                              | NSPropertyListUID                | the same | |
-/// null marker (binary form only)         | NSNull()                         | the same             |
+/// | Value                          | Written from                | Read as                               |
+/// |--------------------------------|-----------------------------|---------------------------------------|
+/// | string                         | QString                     | QString                               |
+/// | data                           | QByteArray                  | QByteArray                            |
+/// | date                           | QDateTime                   | QDateTime in UTC                      |
+/// | integer                        | integer types               | qlonglong, above its range qulonglong |
+/// | real                           | float, double               | double                                |
+/// | boolean                        | bool                        | bool                                  |
+/// | array                          | QVariantList, QStringList   | QVariantList; ordered sets too        |
+/// | dictionary                     | QVariantMap, QVariantHash   | QVariantMap                           |
+/// | set                            | QSet<QVariant>              | QSet<QVariant>                        |
+/// | reference                      | NSPropertyListUID           | NSPropertyListUID                     |
+/// | null marker (binary form only) | NSNull()                    | NSNull()                              |
 ///
-/// nil (typed or not) has no place in a property list. Dates keep whole milliseconds. Strings are UTF-16 as
-/// they stand. All functions may be called from any thread.
+/// nil (typed or not) has no place in a property list. Dates keep whole milliseconds. Strings are UTF-16 as they stand,
+/// surrogates without a partner included. Any thread may call all functions.
 ///
-/// What is read is untrusted: bounds, depth, cycles and sizes are checked (see DecodingBudget.h for the
-/// limits), and every fault ends in an exception.
+/// What is read is untrusted: bounds, depth (512 levels), cycles and sizes (4 million values) are checked, and every
+/// fault ends in an exception.
 class NSPropertyList {
 public:
     /// The value in the binary form ("bplist00"). Equal strings and numbers are stored once, and so are data
-    /// and long strings that share their bytes. Throws NSPropertyListWriteInvalidError for any other kind of
+    /// and long strings that share their bytes. Raises NSPropertyListWriteInvalidError for any other kind of
     /// value.
     static QByteArray dataFromPropertyList(const QVariant &value);
 
-    /// The value of a binary or XML property list. Throws NSPropertyListReadCorruptError.
+    /// The value of a binary or XML property list. Raises NSPropertyListReadCorruptError for other bytes.
     static QVariant propertyListFromData(const QByteArray &data);
 };

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <limits>
 
+using namespace zr;
+
 namespace {
 
 constexpr qint64 EpochMilliseconds = Q_INT64_C(978307200000);

@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QTimeZone>
 
+using namespace zr;
+
 namespace {
 
 bool parseInteger(QString text, QVariant &value) {

@@ -7,6 +7,8 @@
 #include <QVariant>
 #include <QXmlStreamReader>
 
+namespace zr {
+
 /// Reads one XML property list. A dictionary that holds nothing but an integer under "CF$UID" is a reference,
 /// as keyed archives in XML have them. Every fault throws NSPropertyListReadCorruptError. One thread.
 class XMLPropertyListReader {
@@ -25,3 +27,5 @@ private:
     QXmlStreamReader m_xml;
     DecodingBudget m_budget;
 };
+
+} // namespace zr

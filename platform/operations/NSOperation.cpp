@@ -254,6 +254,11 @@ void NSOperation::didFinish() {
         dependents.swap(d->dependents);
         completion.swap(d->completionBlock);
     }
+    // Before the queue has room for another one, so that it sees what has become ready.
+    FirstException failure;
+    for (const auto &waiting : dependents)
+        if (const auto dependent = waiting.lock())
+            failure.guard([&] { dependent->dependencyDidFinish(this); });
     if (const auto queue = d->lockedQueue())
         queue->operationDidFinish(this);
     {
@@ -262,10 +267,6 @@ void NSOperation::didFinish() {
         d->finishSettled = true;
         d->finishedCondition.notify_all();
     }
-    FirstException failure;
-    for (const auto &waiting : dependents)
-        if (const auto dependent = waiting.lock())
-            failure.guard([&] { dependent->dependencyDidFinish(this); });
     if (completion)
         WorkerPool::run([self, completion = std::move(completion)] {
             try {

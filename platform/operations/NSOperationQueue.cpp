@@ -10,8 +10,16 @@
 #include "platform/values/NSLog.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace zr;
+
+namespace {
+
+/// The plain operation that a runner runs on this thread.
+thread_local const NSOperation *runningHere = nullptr;
+
+} // namespace
 
 QString NSOperationQueuePrivate::name() const {
     const Lock lock(m_mutex);
@@ -164,7 +172,9 @@ void NSOperationQueuePrivate::operationDidFinish(NSOperation *operation) {
         m_empty.notify_all();
         self.swap(m_self);
     }
-    sendRunners(lock);
+    // What runs here gives its place away when all of it is over.
+    if (operation != runningHere)
+        sendRunners(lock);
 }
 
 void NSOperationQueuePrivate::settle(std::span<NSOperation *const> operations) {
@@ -249,11 +259,15 @@ void NSOperationQueuePrivate::runOne() {
         readinessDidChange(operation.get());
         return;
     }
+    const auto *outer = std::exchange(runningHere, operation->isConcurrent() ? nullptr : operation.get());
     try {
         operation->start();
     } catch (...) {
         NSLog("Exception in operation %@: %@", operation->name(), NSException::currentDescription());
     }
+    runningHere = outer;
+    lock.lock();
+    sendRunners(lock);
 }
 
 NSOperationQueue::NSOperationQueue(QObject *parent)

@@ -25,6 +25,7 @@ public:
     QList<NSPredicate> subpredicates() const;
 
 private:
+    friend class NSPredicate;
     NSCompoundPredicate(NSCompoundPredicateType type, const QList<NSPredicate> &subpredicates);
     explicit NSCompoundPredicate(const NSPredicate &predicate) : NSPredicate(predicate) {}
 };

@@ -16,12 +16,12 @@ using namespace zr;
 
 struct NSExpression::Node {
     NSExpressionType type = NSEvaluatedObjectExpressionType;
-    QVariant constant;
+    QVariant constant = {};
     /// Key path, variable or function.
-    QString name;
+    QString name = {};
     /// Arguments, elements, a key path's operand or a subquery's collection.
-    QList<NSExpression> children;
-    NSPredicate predicate;
+    QList<NSExpression> children = {};
+    NSPredicate predicate = {};
     const PredicateFunction *function = nullptr;
     int depth = 1;
 };
@@ -89,10 +89,8 @@ NSExpression::NSExpression(Node node) {
 }
 
 NSExpression NSExpression::expressionForConstantValue(const QVariant &value) {
-    Node node;
-    node.type = NSConstantValueExpressionType;
-    node.constant = NSIsNil(value) ? QVariant() : value;
-    return NSExpression(std::move(node));
+    return NSExpression(
+        Node{.type = NSConstantValueExpressionType, .constant = NSIsNil(value) ? QVariant() : value});
 }
 
 NSExpression NSExpression::expressionForEvaluatedObject() {
@@ -101,18 +99,12 @@ NSExpression NSExpression::expressionForEvaluatedObject() {
 
 NSExpression NSExpression::expressionForVariable(const QString &name) {
     requireName(name);
-    Node node;
-    node.type = NSVariableExpressionType;
-    node.name = name;
-    return NSExpression(std::move(node));
+    return NSExpression(Node{.type = NSVariableExpressionType, .name = name});
 }
 
 NSExpression NSExpression::expressionForKeyPath(const QString &keyPath) {
     requireName(keyPath);
-    Node node;
-    node.type = NSKeyPathExpressionType;
-    node.name = keyPath;
-    return NSExpression(std::move(node));
+    return NSExpression(Node{.type = NSKeyPathExpressionType, .name = keyPath});
 }
 
 NSExpression NSExpression::expressionForKeyPath(const NSExpression &operand, const QString &keyPath) {
@@ -120,11 +112,7 @@ NSExpression NSExpression::expressionForKeyPath(const NSExpression &operand, con
     requireThere(operand);
     if (operand.expressionType() == NSEvaluatedObjectExpressionType)
         return expressionForKeyPath(keyPath);
-    Node node;
-    node.type = NSKeyPathExpressionType;
-    node.name = keyPath;
-    node.children = {operand};
-    return NSExpression(std::move(node));
+    return NSExpression(Node{.type = NSKeyPathExpressionType, .name = keyPath, .children = {operand}});
 }
 
 NSExpression NSExpression::expressionForFunction(const QString &name, const QList<NSExpression> &arguments) {
@@ -135,19 +123,12 @@ NSExpression NSExpression::expressionForFunction(const QString &name, const QLis
         throw NSException(
             NSInvalidArgumentException,
             QStringLiteral("The function %1 doesn't take %2 arguments.").arg(name).arg(arguments.size()));
-    Node node;
-    node.type = NSFunctionExpressionType;
-    node.name = name;
-    node.children = arguments;
-    node.function = function;
-    return NSExpression(std::move(node));
+    return NSExpression(
+        Node{.type = NSFunctionExpressionType, .name = name, .children = arguments, .function = function});
 }
 
 NSExpression NSExpression::expressionForAggregate(const QList<NSExpression> &elements) {
-    Node node;
-    node.type = NSAggregateExpressionType;
-    node.children = elements;
-    return NSExpression(std::move(node));
+    return NSExpression(Node{.type = NSAggregateExpressionType, .children = elements});
 }
 
 NSExpression NSExpression::expressionForSubquery(const NSExpression &collection, const QString &variable,
@@ -155,12 +136,10 @@ NSExpression NSExpression::expressionForSubquery(const NSExpression &collection,
     requireName(variable);
     if (predicate.isNil())
         throw NSException(NSInvalidArgumentException, QStringLiteral("A subquery's predicate is nil."));
-    Node node;
-    node.type = NSSubqueryExpressionType;
-    node.name = variable;
-    node.children = {collection};
-    node.predicate = predicate;
-    return NSExpression(std::move(node));
+    return NSExpression(Node{.type = NSSubqueryExpressionType,
+                             .name = variable,
+                             .children = {collection},
+                             .predicate = predicate});
 }
 
 NSExpressionType NSExpression::expressionType() const {

@@ -243,14 +243,7 @@ NSPredicate NSPredicate::predicateWithSubstitutionVariables(const QVariantMap &v
         QList<NSPredicate> subpredicates = compound->subpredicates();
         for (NSPredicate &predicate : subpredicates)
             predicate = predicate.predicateWithSubstitutionVariables(variables);
-        switch (compound->compoundPredicateType()) {
-        case NSNotPredicateType:
-            return NSCompoundPredicate::notPredicateWithSubpredicate(subpredicates.constFirst());
-        case NSAndPredicateType:
-            return NSCompoundPredicate::andPredicateWithSubpredicates(subpredicates);
-        case NSOrPredicateType:
-            return NSCompoundPredicate::orPredicateWithSubpredicates(subpredicates);
-        }
+        return NSCompoundPredicate(compound->compoundPredicateType(), subpredicates);
     }
     return *this;
 }

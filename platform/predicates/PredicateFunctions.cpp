@@ -169,7 +169,7 @@ QVariant negated(const QVariantList &arguments) {
     return calculated(Sign::Times, arguments.at(0), qint64(-1));
 }
 
-template <double (*function)(double)>
+template <auto function>
 QVariant real(const QVariantList &arguments) {
     const QVariant &value = arguments.at(0);
     if (isAbsent(value))
@@ -179,43 +179,17 @@ QVariant real(const QVariantList &arguments) {
 }
 
 /// Integers are whole already.
-template <double (*function)(double)>
+template <auto function>
 QVariant rounded(const QVariantList &arguments) {
     const QVariant &value = arguments.at(0);
     return wholeOf(value) || value.typeId() == QMetaType::ULongLong ? value : real<function>(arguments);
-}
-
-double absolute(double number) {
-    return std::fabs(number);
 }
 
 QVariant magnitude(const QVariantList &arguments) {
     const std::optional<qint64> whole = wholeOf(arguments.at(0));
     if (whole)
         return *whole < 0 ? negated(arguments) : arguments.at(0);
-    return arguments.at(0).typeId() == QMetaType::ULongLong ? arguments.at(0) : real<absolute>(arguments);
-}
-
-double ceiling(double number) {
-    return std::ceil(number);
-}
-double floorOf(double number) {
-    return std::floor(number);
-}
-double truncated(double number) {
-    return std::trunc(number);
-}
-double root(double number) {
-    return std::sqrt(number);
-}
-double naturalLogarithm(double number) {
-    return std::log(number);
-}
-double decimalLogarithm(double number) {
-    return std::log10(number);
-}
-double exponential(double number) {
-    return std::exp(number);
+    return rounded<[](double number) { return std::fabs(number); }>(arguments);
 }
 
 // ---- Collections
@@ -398,13 +372,20 @@ const std::array Functions = {
     PredicateFunction{latin("negate:"), latin("-"), 1, 1, 4, negated},
     PredicateFunction{latin("modulus:by:"), latin("modulus"), 2, 2, 0, arithmetic<Sign::Modulo>},
     PredicateFunction{latin("abs:"), latin("abs"), 1, 1, 0, magnitude},
-    PredicateFunction{latin("ceiling:"), latin("ceiling"), 1, 1, 0, rounded<ceiling>},
-    PredicateFunction{latin("floor:"), latin("floor"), 1, 1, 0, rounded<floorOf>},
-    PredicateFunction{latin("trunc:"), latin("trunc"), 1, 1, 0, rounded<truncated>},
-    PredicateFunction{latin("sqrt:"), latin("sqrt"), 1, 1, 0, real<root>},
-    PredicateFunction{latin("ln:"), latin("ln"), 1, 1, 0, real<naturalLogarithm>},
-    PredicateFunction{latin("log:"), latin("log"), 1, 1, 0, real<decimalLogarithm>},
-    PredicateFunction{latin("exp:"), latin("exp"), 1, 1, 0, real<exponential>},
+    PredicateFunction{latin("ceiling:"), latin("ceiling"), 1, 1, 0,
+                      rounded<[](double number) { return std::ceil(number); }>},
+    PredicateFunction{latin("floor:"), latin("floor"), 1, 1, 0,
+                      rounded<[](double number) { return std::floor(number); }>},
+    PredicateFunction{latin("trunc:"), latin("trunc"), 1, 1, 0,
+                      rounded<[](double number) { return std::trunc(number); }>},
+    PredicateFunction{latin("sqrt:"), latin("sqrt"), 1, 1, 0,
+                      real<[](double number) { return std::sqrt(number); }>},
+    PredicateFunction{latin("ln:"), latin("ln"), 1, 1, 0,
+                      real<[](double number) { return std::log(number); }>},
+    PredicateFunction{latin("log:"), latin("log"), 1, 1, 0,
+                      real<[](double number) { return std::log10(number); }>},
+    PredicateFunction{latin("exp:"), latin("exp"), 1, 1, 0,
+                      real<[](double number) { return std::exp(number); }>},
     PredicateFunction{latin("sum:"), latin("sum"), 1, PredicateFunction::Any, 0, sum},
     PredicateFunction{latin("average:"), latin("average"), 1, PredicateFunction::Any, 0, average},
     PredicateFunction{latin("min:"), latin("min"), 1, PredicateFunction::Any, 0, extreme<NSOrderedAscending>},

@@ -5,6 +5,8 @@
 #include <QVariant>
 #include <QVariantList>
 
+namespace zr {
+
 /// The functions of expressions.
 struct PredicateFunction {
     QLatin1String name; ///< as NSExpression has it
@@ -21,3 +23,5 @@ struct PredicateFunction {
     /// The function that is written so, names in any case.
     static const PredicateFunction *written(QStringView text);
 };
+
+} // namespace zr

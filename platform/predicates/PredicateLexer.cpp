@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "platform/predicates/PredicateLexer.h"
 
+#include "platform/base/ASCII.h"
 #include "platform/base/NSException.h"
 #include "platform/predicates/NSPredicate.h"
 
+#include <QHash>
+#include <QStringList>
 #include <algorithm>
-#include <array>
 #include <utility>
+
+using namespace zr;
 
 void PredicateLexer::fail(const QString &format, qsizetype position, const QString &why) {
     throw NSException(NSInvalidArgumentException,
@@ -17,37 +21,12 @@ void PredicateLexer::fail(const QString &format, qsizetype position, const QStri
 }
 
 bool PredicateLexer::isReserved(QStringView word) {
-    static constexpr std::array Words = {u"AND",
-                                         u"OR",
-                                         u"NOT",
-                                         u"IN",
-                                         u"BETWEEN",
-                                         u"CONTAINS",
-                                         u"BEGINSWITH",
-                                         u"ENDSWITH",
-                                         u"LIKE",
-                                         u"MATCHES",
-                                         u"ANY",
-                                         u"SOME",
-                                         u"ALL",
-                                         u"NONE",
-                                         u"SELF",
-                                         u"TRUE",
-                                         u"YES",
-                                         u"FALSE",
-                                         u"NO",
-                                         u"NULL",
-                                         u"NIL",
-                                         u"FIRST",
-                                         u"LAST",
-                                         u"SIZE",
-                                         u"TRUEPREDICATE",
-                                         u"FALSEPREDICATE",
-                                         u"SUBQUERY",
-                                         u"CAST"};
-    return std::any_of(Words.begin(), Words.end(), [&](const char16_t *reserved) {
-        return word.compare(QStringView(reserved), Qt::CaseInsensitive) == 0;
-    });
+    static const QStringList words =
+        QStringLiteral(
+            "AND OR NOT IN BETWEEN CONTAINS BEGINSWITH ENDSWITH LIKE MATCHES ANY SOME ALL NONE SELF TRUE "
+            "YES FALSE NO NULL NIL FIRST LAST SIZE TRUEPREDICATE FALSEPREDICATE SUBQUERY CAST")
+            .split(u' ');
+    return words.contains(word, Qt::CaseInsensitive);
 }
 
 bool PredicateLexer::isNameStart(QChar c) {
@@ -93,8 +72,7 @@ PredicateToken PredicateLexer::next() {
     } else if (c == u'"' || c == u'\'') {
         token.kind = PredicateToken::String;
         token.text = quoted();
-    } else if (c.unicode() < 0x80 &&
-               (c.isDigit() || (c == u'.' && peek(1).unicode() < 0x80 && peek(1).isDigit()))) {
+    } else if (isASCIIDigit(c.unicode()) || (c == u'.' && isASCIIDigit(peek(1).unicode()))) {
         token.kind = PredicateToken::Number;
         token.value = number();
     } else if (c == u'%') {
@@ -124,32 +102,17 @@ QChar PredicateLexer::escaped() {
     if (m_at >= m_format.size())
         fail(m_format, m_at - 1, QStringLiteral("nothing follows the backslash"));
     const QChar c = m_format.at(m_at++);
-    switch (c.unicode()) {
-    case u'n':
-        return u'\n';
-    case u'r':
-        return u'\r';
-    case u't':
-        return u'\t';
-    case u'b':
-        return u'\b';
-    case u'f':
-        return u'\f';
-    case u'u': {
-        bool isRead = false;
-        const QString digits = m_format.mid(m_at, 4);
-        const bool isHex = digits.size() == 4 && std::all_of(digits.cbegin(), digits.cend(), [](QChar digit) {
-                               return QStringLiteral("0123456789abcdefABCDEF").contains(digit);
-                           });
-        const ushort unit = isHex ? digits.toUShort(&isRead, 16) : 0;
-        if (!isRead)
-            fail(m_format, m_at - 2, QStringLiteral("\\u needs four hexadecimal digits"));
-        m_at += 4;
-        return QChar(unit);
-    }
-    default:
+    const qsizetype control = QStringLiteral("nrtbf").indexOf(c);
+    if (control >= 0)
+        return QStringLiteral("\n\r\t\b\f").at(control);
+    if (c != u'u')
         return c;
-    }
+    const QStringView digits = QStringView(m_format).mid(m_at, 4);
+    if (digits.size() != 4 || !std::all_of(digits.begin(), digits.end(),
+                                           [](QChar digit) { return hexDigitValue(digit.unicode()) >= 0; }))
+        fail(m_format, m_at - 2, QStringLiteral("\\u needs four hexadecimal digits"));
+    m_at += 4;
+    return QChar(digits.toUShort(nullptr, 16));
 }
 
 QVariant PredicateLexer::wholeNumber(int base, qsizetype start) {
@@ -174,10 +137,10 @@ QVariant PredicateLexer::number() {
         }
     }
     const auto digits = [&] {
-        while (peek() >= u'0' && peek() <= u'9')
+        while (isASCIIDigit(peek().unicode()))
             ++m_at;
     };
-    const auto isDigit = [&](qsizetype offset) { return peek(offset) >= u'0' && peek(offset) <= u'9'; };
+    const auto isDigit = [&](qsizetype offset) { return isASCIIDigit(peek(offset).unicode()); };
     bool isWhole = true;
     digits();
     if (peek() == u'.' && isDigit(1)) {
@@ -229,43 +192,18 @@ PredicateToken PredicateLexer::argument() {
 }
 
 PredicateToken PredicateLexer::sign() {
-    struct Spelling {
-        QLatin1String written, meant;
-    };
-    // Longer ones first.
-    static const std::array Spellings = {
-        Spelling{QLatin1String("=="), QLatin1String("==")},
-        Spelling{QLatin1String("=<"), QLatin1String("<=")},
-        Spelling{QLatin1String("=>"), QLatin1String(">=")},
-        Spelling{QLatin1String("<="), QLatin1String("<=")},
-        Spelling{QLatin1String(">="), QLatin1String(">=")},
-        Spelling{QLatin1String("!="), QLatin1String("!=")},
-        Spelling{QLatin1String("<>"), QLatin1String("!=")},
-        Spelling{QLatin1String("&&"), QLatin1String("&&")},
-        Spelling{QLatin1String("||"), QLatin1String("||")},
-        Spelling{QLatin1String("**"), QLatin1String("**")},
-        Spelling{QLatin1String("="), QLatin1String("==")},
-        Spelling{QLatin1String("<"), QLatin1String("<")},
-        Spelling{QLatin1String(">"), QLatin1String(">")},
-        Spelling{QLatin1String("!"), QLatin1String("!")},
-        Spelling{QLatin1String("("), QLatin1String("(")},
-        Spelling{QLatin1String(")"), QLatin1String(")")},
-        Spelling{QLatin1String("{"), QLatin1String("{")},
-        Spelling{QLatin1String("}"), QLatin1String("}")},
-        Spelling{QLatin1String("["), QLatin1String("[")},
-        Spelling{QLatin1String("]"), QLatin1String("]")},
-        Spelling{QLatin1String(","), QLatin1String(",")},
-        Spelling{QLatin1String("."), QLatin1String(".")},
-        Spelling{QLatin1String("+"), QLatin1String("+")},
-        Spelling{QLatin1String("-"), QLatin1String("-")},
-        Spelling{QLatin1String("*"), QLatin1String("*")},
-        Spelling{QLatin1String("/"), QLatin1String("/")},
-    };
+    // Those that begin with another one come before it.
+    static const QStringList signs =
+        QStringLiteral("== =< => <= >= != <> && || ** = < > ! ( ) { } [ ] , . + - * /").split(u' ');
+    static const QHash<QString, QString> meanings = {{QStringLiteral("=<"), QStringLiteral("<=")},
+                                                     {QStringLiteral("=>"), QStringLiteral(">=")},
+                                                     {QStringLiteral("<>"), QStringLiteral("!=")},
+                                                     {QStringLiteral("="), QStringLiteral("==")}};
     const QStringView rest = QStringView(m_format).mid(m_at);
-    for (const Spelling &spelling : Spellings) {
-        if (rest.startsWith(spelling.written)) {
-            PredicateToken token{PredicateToken::Sign, spelling.meant, {}, m_at};
-            m_at += spelling.written.size();
+    for (const QString &sign : signs) {
+        if (rest.startsWith(sign)) {
+            PredicateToken token{PredicateToken::Sign, meanings.value(sign, sign), {}, m_at};
+            m_at += sign.size();
             return token;
         }
     }

@@ -5,6 +5,8 @@
 #include <QStringView>
 #include <QVariant>
 
+namespace zr {
+
 /// One word of a predicate's format.
 struct PredicateToken {
     enum Kind {
@@ -57,3 +59,5 @@ private:
     QString m_format;
     qsizetype m_at = 0;
 };
+
+} // namespace zr

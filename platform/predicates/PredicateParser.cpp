@@ -4,6 +4,7 @@
 #include "platform/base/NSException.h"
 #include "platform/predicates/NSCompoundPredicate.h"
 #include "platform/predicates/PredicateFunctions.h"
+#include "platform/predicates/PredicateOperators.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/ValueKind.h"
 
@@ -173,27 +174,10 @@ NSPredicate PredicateParser::quantified(QStringView quantifier) {
 }
 
 std::optional<NSPredicateOperatorType> PredicateParser::comparisonOperator() const {
-    static const std::initializer_list<std::pair<const char *, NSPredicateOperatorType>> signs = {
-        {"==", NSEqualToPredicateOperatorType},    {"!=", NSNotEqualToPredicateOperatorType},
-        {"<", NSLessThanPredicateOperatorType},    {"<=", NSLessThanOrEqualToPredicateOperatorType},
-        {">", NSGreaterThanPredicateOperatorType}, {">=", NSGreaterThanOrEqualToPredicateOperatorType},
-    };
-    static const std::initializer_list<std::pair<const char *, NSPredicateOperatorType>> words = {
-        {"IN", NSInPredicateOperatorType},
-        {"BETWEEN", NSBetweenPredicateOperatorType},
-        {"CONTAINS", NSContainsPredicateOperatorType},
-        {"BEGINSWITH", NSBeginsWithPredicateOperatorType},
-        {"ENDSWITH", NSEndsWithPredicateOperatorType},
-        {"LIKE", NSLikePredicateOperatorType},
-        {"MATCHES", NSMatchesPredicateOperatorType},
-    };
-    for (const auto &[sign, type] : signs) {
-        if (isSign(sign))
-            return type;
-    }
-    for (const auto &[word, type] : words) {
-        if (isWord(word))
-            return type;
+    if (m_token.kind == PredicateToken::Sign || m_token.kind == PredicateToken::Word) {
+        for (const auto &[text, type] : PredicateOperators)
+            if (m_token.text.compare(text, Qt::CaseInsensitive) == 0)
+                return type;
     }
     return {};
 }
@@ -205,19 +189,10 @@ NSComparisonPredicateOptions PredicateParser::options() {
     if (m_token.kind != PredicateToken::Word)
         fail(QStringLiteral("options are expected"));
     for (const QChar letter : std::as_const(m_token.text)) {
-        switch (letter.toLower().unicode()) {
-        case u'c':
-            options |= NSCaseInsensitivePredicateOption;
-            break;
-        case u'd':
-            options |= NSDiacriticInsensitivePredicateOption;
-            break;
-        case u'n':
-            options |= NSNormalizedPredicateOption;
-            break;
-        default:
+        const qsizetype option = QStringLiteral("cdn").indexOf(letter.toLower());
+        if (option < 0)
             fail(QStringLiteral("there is no such option"));
-        }
+        options |= 1U << option;
     }
     advance();
     expectSign("]");

@@ -6,6 +6,8 @@
 
 #include <optional>
 
+namespace zr {
+
 /// Makes a predicate of a format. Looks at each word once, so the time is linear in the format's length; the
 /// depth of nesting, and so the stack, is bounded.
 class PredicateParser {
@@ -70,3 +72,5 @@ private:
     qsizetype m_nextArgument = 0;
     int m_nesting = 0;
 };
+
+} // namespace zr

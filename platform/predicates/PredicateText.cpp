@@ -5,12 +5,11 @@
 #include "platform/text/NSRegularExpression.h"
 
 #include <QHash>
-#include <algorithm>
 #include <mutex>
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
 
-namespace PredicateText {
+namespace zr::PredicateText {
 
 namespace {
 
@@ -40,10 +39,6 @@ NSRegularExpression cached(const QString &pattern, NSRegularExpressionOptions op
     return *expressions.insert(key, compiled(pattern, options));
 }
 
-bool isPlain(const QString &text) {
-    return std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() < 0x80; });
-}
-
 QString withoutDiacritics(const QString &text) {
     QString kept;
     const QString decomposed = text.normalized(QString::NormalizationForm_D);
@@ -63,8 +58,6 @@ QString withoutDiacritics(const QString &text) {
 
 /// Unicode's full case folding, which Qt's isn't: a sharp s is two letters.
 QString withoutCase(const QString &text) {
-    if (isPlain(text))
-        return text.toLower();
     // Folding makes at most three units of one.
     QString result(3 * text.size(), Qt::Uninitialized);
     UErrorCode error = U_ZERO_ERROR;
@@ -81,7 +74,7 @@ QString withoutCase(const QString &text) {
 
 QString folded(const QString &text, NSComparisonPredicateOptions options) {
     QString result = text;
-    if (options & NSDiacriticInsensitivePredicateOption && !isPlain(text))
+    if (options & NSDiacriticInsensitivePredicateOption)
         result = withoutDiacritics(result);
     if (options & NSCaseInsensitivePredicateOption)
         result = withoutCase(result);
@@ -127,4 +120,4 @@ bool matches(const QString &text, const QString &pattern, NSComparisonPredicateO
     return expression.firstMatchInString(subject).has_value();
 }
 
-} // namespace PredicateText
+} // namespace zr::PredicateText

@@ -6,7 +6,7 @@
 #include <QString>
 
 /// How predicates look at texts. Any thread.
-namespace PredicateText {
+namespace zr::PredicateText {
 
 /// The text as one that is compared unit by unit under the options: case folded, diacritics taken away.
 QString folded(const QString &text, NSComparisonPredicateOptions options);
@@ -19,4 +19,4 @@ bool isLike(QStringView text, QStringView pattern);
 /// one. A search that is given up (see NSRegularExpression) doesn't match.
 bool matches(const QString &text, const QString &pattern, NSComparisonPredicateOptions options);
 
-} // namespace PredicateText
+} // namespace zr::PredicateText

@@ -5,6 +5,7 @@
 #include "platform/predicates/NSCompoundPredicate.h"
 #include "platform/predicates/PredicateFunctions.h"
 #include "platform/predicates/PredicateLexer.h"
+#include "platform/predicates/PredicateOperators.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
@@ -27,28 +28,13 @@ namespace {
 QString quoted(const QString &text) {
     QString result = QStringLiteral("\"");
     for (const QChar c : text) {
-        switch (c.unicode()) {
-        case u'"':
-            result += QStringLiteral("\\\"");
-            break;
-        case u'\\':
-            result += QStringLiteral("\\\\");
-            break;
-        case u'\n':
-            result += QStringLiteral("\\n");
-            break;
-        case u'\r':
-            result += QStringLiteral("\\r");
-            break;
-        case u'\t':
-            result += QStringLiteral("\\t");
-            break;
-        default:
-            if (c.unicode() < 0x20 || c.isSurrogate())
-                result += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
-            else
-                result += c;
-        }
+        const qsizetype escape = QStringLiteral("\"\\\n\r\t").indexOf(c);
+        if (escape >= 0)
+            result += QStringLiteral("\\") + QStringLiteral("\"\\nrt").at(escape);
+        else if (c.unicode() < 0x20 || c.isSurrogate())
+            result += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            result += c;
     }
     return result + u'"';
 }
@@ -232,35 +218,9 @@ QString expressionText(const NSExpression &expression, int least) {
 // ---- Predicates
 
 QString operatorText(NSPredicateOperatorType type) {
-    switch (type) {
-    case NSLessThanPredicateOperatorType:
-        return QStringLiteral("<");
-    case NSLessThanOrEqualToPredicateOperatorType:
-        return QStringLiteral("<=");
-    case NSGreaterThanPredicateOperatorType:
-        return QStringLiteral(">");
-    case NSGreaterThanOrEqualToPredicateOperatorType:
-        return QStringLiteral(">=");
-    case NSEqualToPredicateOperatorType:
-        return QStringLiteral("==");
-    case NSNotEqualToPredicateOperatorType:
-        return QStringLiteral("!=");
-    case NSMatchesPredicateOperatorType:
-        return QStringLiteral("MATCHES");
-    case NSLikePredicateOperatorType:
-        return QStringLiteral("LIKE");
-    case NSBeginsWithPredicateOperatorType:
-        return QStringLiteral("BEGINSWITH");
-    case NSEndsWithPredicateOperatorType:
-        return QStringLiteral("ENDSWITH");
-    case NSInPredicateOperatorType:
-        return QStringLiteral("IN");
-    case NSContainsPredicateOperatorType:
-        return QStringLiteral("CONTAINS");
-    case NSBetweenPredicateOperatorType:
-        return QStringLiteral("BETWEEN");
-    }
-    return {};
+    return std::find_if(PredicateOperators.begin(), PredicateOperators.end(),
+                        [&](const PredicateOperator &each) { return each.type == type; })
+        ->text;
 }
 
 QString optionText(NSComparisonPredicateOptions options) {
@@ -317,7 +277,7 @@ QString compoundText(const NSCompoundPredicate &compound) {
 
 } // namespace
 
-namespace PredicateWriter {
+namespace zr::PredicateWriter {
 
 QString text(const NSPredicate &predicate) {
     if (const auto comparison = NSComparisonPredicate::from(predicate))
@@ -333,4 +293,4 @@ QString text(const NSExpression &expression) {
     return expression.isNil() ? QStringLiteral("nil") : expressionText(expression, 0);
 }
 
-} // namespace PredicateWriter
+} // namespace zr::PredicateWriter

@@ -7,9 +7,9 @@
 
 /// Writes predicates and expressions in the format language, with no more parentheses than reading them back
 /// needs.
-namespace PredicateWriter {
+namespace zr::PredicateWriter {
 
 QString text(const NSPredicate &predicate);
 QString text(const NSExpression &expression);
 
-} // namespace PredicateWriter
+} // namespace zr::PredicateWriter

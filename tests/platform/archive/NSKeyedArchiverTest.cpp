@@ -21,6 +21,8 @@
 #include <limits>
 #include <thread>
 
+using namespace zr;
+
 namespace {
 
 QVariant roundTrip(const QVariant &value) {

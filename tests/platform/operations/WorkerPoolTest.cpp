@@ -63,7 +63,7 @@ TEST(WorkerPool, ThreadsThatSayTheyWaitAreMadeUpFor) {
 TEST(WorkerPool, ThreadsAreUsedAgain) {
     std::mutex mutex;
     std::set<std::thread::id> threads;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         Gate done;
         WorkerPool::run([&] {
             {
@@ -74,7 +74,8 @@ TEST(WorkerPool, ThreadsAreUsedAgain) {
         });
         ASSERT_TRUE(done.pass());
     }
-    EXPECT_LT(threads.size(), 150U);
+    // They take turns, those that other work has left behind too.
+    EXPECT_LE(threads.size(), 4U * WorkerPool::mostThreads);
 }
 
 } // namespace
