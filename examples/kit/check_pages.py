@@ -13,7 +13,8 @@ top = pathlib.Path(sys.argv[1])
 lines = strangers = 0
 for page in sorted((top / "docs/kit").glob("*.md")):
     program = top / "examples/kit" / (page.stem + ".cpp")
-    code = re.sub(r"\s+", "", program.read_text()) if program.exists() else ""
+    sources = [program.with_name(page.stem + end) for end in (".cpp", ".h", "Service.cpp")]
+    code = re.sub(r"\s+", "", "".join(source.read_text() for source in sources if source.exists()))
     for block in re.findall(r"```cpp\n(.*?)```", page.read_text(), re.S):
         for line in filter(None, map(str.strip, block.splitlines())):
             lines += 1

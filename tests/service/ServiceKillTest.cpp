@@ -26,6 +26,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
 
 /// A bitmap of noise, which no compression makes smaller: some 12 MB, more than a socket holds.

@@ -3,6 +3,7 @@
 #include "service/ZRXPCWorker.h"
 #include "ZRKit/Service/ZRXPC.h"
 #include "platform/archive/NSKeyedArchiver.h"
+#include "platform/base/NSURLErrorCode.h"
 #include "platform/pdf/PDFDocument.h"
 #include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCServiceMonitor.h"
@@ -111,15 +112,32 @@ TEST_F(Service, StringsBytesAndURLsAreDocuments) {
 }
 
 TEST_F(Service, WhatCannotBeConvertedIsOneErrorAndTheNextTaskWorks) {
-    const NSError expected(QStringLiteral("com.velmora.error"), 101,
-                           {{NSLocalizedDescriptionKey, QStringLiteral("HTML to PDF converter did fail")}});
-    EXPECT_EQ(failure(QVariantMap()), expected);
-    EXPECT_EQ(failure(QVariantMap{{QStringLiteral("data"), NSNull()}}), expected);
-    EXPECT_EQ(failure(QVariantMap{{QStringLiteral("data"), QByteArray("")}}), expected);
-    EXPECT_EQ(failure(QVariantMap{{QStringLiteral("data"), QUrl(QStringLiteral("file:///no/such/file"))}}),
-              expected);
-    EXPECT_EQ(failure(QVariant()), expected);
+    const QString data = QStringLiteral("data");
+    for (const QVariant &task :
+         {QVariant(), QVariant(QVariantMap()), QVariant(QVariantMap{{data, NSNull()}}),
+          QVariant(QVariantMap{{data, QByteArray("")}}),
+          QVariant(QVariantMap{{data, QUrl(QStringLiteral("file:///no/such/file"))}})}) {
+        const NSError error = failure(task);
+        EXPECT_EQ(error.domain(), QStringLiteral("com.velmora.error"));
+        EXPECT_EQ(error.code(), 101);
+        EXPECT_EQ(error.localizedDescription(), QStringLiteral("HTML to PDF converter did fail"));
+    }
     EXPECT_EQ(PDFDocument(convert({{QStringLiteral("data"), html}})).pageCount(), 1);
+}
+
+TEST_F(Service, TheReplyTellsWhyTheDocumentCouldNotBeLoaded) {
+    const auto cause = [&](const QVariant &data) {
+        const NSError error = failure(QVariantMap{{QStringLiteral("data"), data}});
+        return error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();
+    };
+    const NSError missing = cause(QUrl(QStringLiteral("file:///no/such/file")));
+    EXPECT_EQ(missing.domain(), NSURLErrorDomain);
+    EXPECT_EQ(missing.code(), NSURLErrorFileDoesNotExist);
+    EXPECT_FALSE(missing.localizedDescription().isEmpty());
+    const NSError unknown = cause(QUrl(QStringLiteral("http://unknown.invalid/")));
+    EXPECT_EQ(unknown.domain(), NSURLErrorDomain);
+    EXPECT_EQ(unknown.code(), NSURLErrorCannotFindHost);
+    EXPECT_EQ(cause(QByteArray("")).code(), NSURLErrorZeroByteResource);
 }
 
 TEST_F(Service, ABootProbeNeedsNoBrowser) {

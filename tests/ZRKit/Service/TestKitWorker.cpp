@@ -35,7 +35,9 @@ void TestKitWorker::work() {
     } else if (what == u"throw") {
         throw 7;
     } else if (what == u"error") {
-        doneWithErrorMessage(reason);
+        doneWithErrorMessage(reason, (*this)[QStringLiteral("cause")].value<NSError>());
+    } else if (what == u"unarchivableCause") {
+        doneWithErrorMessage(reason, NSError(QStringLiteral("d"), 1, {{QStringLiteral("k"), QPoint(1, 2)}}));
     } else if (what == u"twice") {
         doneWithResult(QStringLiteral("first"));
         doneWithResult(QStringLiteral("second"));

@@ -10,7 +10,8 @@
 /// | "echo"          | replies with the task itself                                  |
 /// | "raise"         | throws NSException with "reason"                              |
 /// | "throw"         | throws something that is no exception class                   |
-/// | "error"         | replies with an error of the message "reason"                 |
+/// | "error"         | replies with an error of the message "reason", led to by "cause" |
+/// | "unarchivableCause" | the same, led to by what no archive holds                 |
 /// | "nothing"       | returns without a reply                                       |
 /// | "twice"         | replies twice                                                 |
 /// | "unarchivable"  | replies with what no archive holds                            |

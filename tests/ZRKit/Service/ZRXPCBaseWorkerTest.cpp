@@ -187,6 +187,26 @@ TEST(ZRXPCBaseWorker, ErrorsCarryDomainCodeAndMessage) {
     EXPECT_EQ(log.count(QStringLiteral("<== ")), 1);
 }
 
+TEST(ZRXPCBaseWorker, TheCauseIsInTheErrorsUserInfoAndMessageAndCodeStayAsTheyAre) {
+    const LogCapture log;
+    const NSError cause(QStringLiteral("NSURLErrorDomain"), -1004,
+                        {{NSLocalizedDescriptionKey, QStringLiteral("refused")}});
+    const auto answers = perform(doing("error", {{QStringLiteral("reason"), QStringLiteral("did fail")},
+                                                 {QStringLiteral("cause"), QVariant::fromValue(cause)}}));
+    ASSERT_EQ(answers.size(), 1u);
+    EXPECT_EQ(answers[0].error, NSError(QStringLiteral("com.velmora.error"), 101,
+                                        {{NSLocalizedDescriptionKey, QStringLiteral("did fail")},
+                                         {NSUnderlyingErrorKey, QVariant::fromValue(cause)}}));
+    EXPECT_EQ(log.count(QStringLiteral("!!! XPC Error: did fail")), 1);
+}
+
+TEST(ZRXPCBaseWorker, ACauseThatCannotBeArchivedDoesNotCostTheReply) {
+    const LogCapture log;
+    expectError(perform(doing("unarchivableCause", {{QStringLiteral("reason"), QStringLiteral("did fail")}})),
+                QStringLiteral("did fail"));
+    EXPECT_EQ(log.count(QStringLiteral("zxDataSerialize: ")), 1);
+}
+
 TEST(ZRXPCBaseWorker, AnErrorWithoutAMessageHasNoUserInfo) {
     const LogCapture log;
     for (const QVariantMap &more :

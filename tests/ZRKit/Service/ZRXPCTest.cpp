@@ -113,6 +113,30 @@ protected:
 
 } // namespace
 
+TEST_F(Client, GetsTheCauseOfAnErrorOverTheWire) {
+    const NSError cause(QStringLiteral("NSURLErrorDomain"), -1004,
+                        {{NSLocalizedDescriptionKey, QStringLiteral("refused")},
+                         {NSUnderlyingErrorKey, QVariant::fromValue(NSError(QStringLiteral("deeper"), 7))}});
+    client.performXPCSynchronousWithObject(
+        doing("error", {{QStringLiteral("reason"), QStringLiteral("did fail")},
+                        {QStringLiteral("cause"), QVariant::fromValue(cause)}}),
+        [&](const QVariant &result, const NSError &error) {
+            EXPECT_FALSE(result.isValid());
+            EXPECT_EQ(error.code(), 101);
+            EXPECT_EQ(error.localizedDescription(), QStringLiteral("did fail"));
+            EXPECT_EQ(error.userInfo().value(NSUnderlyingErrorKey).value<NSError>(), cause);
+        });
+}
+
+TEST_F(Client, LeavesTheHostsBrokenPipeSignalAlone) {
+    struct sigaction before {};
+    struct sigaction after {};
+    ASSERT_EQ(::sigaction(SIGPIPE, nullptr, &before), 0);
+    client.performXPCWithObject(doing("pid"));
+    ASSERT_EQ(::sigaction(SIGPIPE, nullptr, &after), 0);
+    EXPECT_EQ(after.sa_handler, before.sa_handler);
+}
+
 TEST_F(Client, GivesTheResultOfATask) {
     const QVariantMap task = doing("echo", {{QStringLiteral("data"), QByteArray(3000000, 'p')}});
     EXPECT_EQ(client.performXPCWithObject(task), QVariant(task));

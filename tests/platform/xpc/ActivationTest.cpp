@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "platform/base/WriteAll.h"
 #include "platform/xpc/NSXPCServiceMonitor.h"
 #include "platform/xpc/XPCActivator.h"
+#include "platform/xpc/XPCCall.h"
 #include "platform/xpc/XPCSocket.h"
 #include "tests/platform/xpc/Support.h"
 #include "tests/support/LogCapture.h"
@@ -11,6 +13,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <random>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -422,6 +425,27 @@ TEST_F(Activation, HalfOpenFramesDoNotKeepATerminatedService) {
     ASSERT_EQ(client.pid(), unit);
     ::kill(unit, SIGTERM);
     EXPECT_EQ(waitStatus(unit), 0);
+    QFile::remove(path);
+}
+
+TEST_F(Activation, AClientThatTakesNothingOfItsReplyDoesNotKeepATerminatedService) {
+    const QString name = freshName();
+    const QString path = runtime.path() + QLatin1Char('/') + name + QStringLiteral(".sock");
+    const zr::FileDescriptor socket = listenAt(path);
+    const pid_t unit = startLikeSystemd(serviceProgram(), socket);
+    const zr::FileDescriptor client = XPCConnect(QFile::encodeName(path));
+    XPCCall call;
+    call.selector = QStringLiteral("echo:reply:");
+    call.values = {QByteArray(8 << 20, 'r')};
+    const XPCFrame frame = call.frame(XPCFrame::Kind::Message, 1);
+    ASSERT_FALSE(writeAll(client.get(), frame.prologue() + frame.archive + frame.segments[0]));
+    // The service has begun to reply, with more than the socket holds.
+    pollfd reply{client.get(), POLLIN, 0};
+    ASSERT_EQ(::poll(&reply, 1, int(std::chrono::milliseconds(deadline).count())), 1);
+    const auto start = std::chrono::steady_clock::now();
+    ::kill(unit, SIGTERM);
+    EXPECT_EQ(waitStatus(unit), 0);
+    EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
     QFile::remove(path);
 }
 

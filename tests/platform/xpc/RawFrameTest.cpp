@@ -7,6 +7,7 @@
 #include "tests/platform/xpc/TestWorker.h"
 #include "tests/support/LogCapture.h"
 
+#include <QFile>
 #include <QtEndian>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -176,6 +177,15 @@ TEST_F(RawFrames, UnknownSelectorsAndOtherArgumentsAreRefusedAndTheConnectionGoe
     const QByteArray good = onTheWire(message("echo:reply:", {QByteArray("still")}, 6));
     ASSERT_EQ(::write(socket.get(), good.constData(), std::size_t(good.size())), good.size());
     EXPECT_EQ(answer(socket).kind, XPCFrame::Kind::Reply);
+}
+
+TEST_F(RawFrames, APeerThatShutsOnlyItsSendingSideCountsAsGone) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("gone"));
+    const zr::FileDescriptor socket = sendRaw(onTheWire(message("waitForHangup:", {path}, 0)));
+    ASSERT_EQ(::shutdown(socket.get(), SHUT_WR), 0);
+    EXPECT_TRUE(eventually([&] { return QFile::exists(path); }));
+    EXPECT_TRUE(isClosed(socket));
 }
 
 TEST_F(RawFrames, PeersThatLeaveAtAnyByteLeaveNothing) {

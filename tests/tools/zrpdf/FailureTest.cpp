@@ -64,6 +64,27 @@ TEST_F(ZrpdfFailure, DocumentsThatCannotBeConvertedAreOneLineAndCodeOne) {
     EXPECT_EQ(names(), QStringList{QStringLiteral("noise.bin")});
 }
 
+TEST_F(ZrpdfFailure, EachFailureTellsItsOwnCauseHoweverManyInstancesWork) {
+    put("a.html", html(100));
+    const QByteArray closed = "http://127.0.0.1:1/";
+    const QByteArray unknown = "http://unknown.invalid/";
+    const Result one = run({"-q", closed, unknown});
+    const Result two = run({"-q", "-j2", closed, unknown, closed + "b", "a.html", unknown + "c"});
+    for (const Result &result : {one, two}) {
+        EXPECT_EQ(result.code, 1);
+        for (const QByteArray &line : result.error.trimmed().split('\n')) {
+            const bool isClosed = line.startsWith("zrpdf: " + closed);
+            const bool isUnknown = line.startsWith("zrpdf: " + unknown);
+            EXPECT_TRUE(isClosed || isUnknown) << line.constData();
+            EXPECT_TRUE(line.contains(": HTML to PDF converter did fail: net::ERR_")) << line.constData();
+            EXPECT_EQ(line.contains("PORT"), isClosed) << line.constData();
+            EXPECT_EQ(line.contains("NAME"), isUnknown) << line.constData();
+        }
+    }
+    EXPECT_EQ(one.error.count('\n'), 2);
+    EXPECT_EQ(two.error.count('\n'), 4);
+}
+
 TEST_F(ZrpdfFailure, OutputsThatCannotBeWrittenAreOneLineAndCodeFour) {
     put("a.html", html(100));
     QDir(QString::fromUtf8(path(""))).mkdir(QStringLiteral("folder"));

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "platform/pdf/PDFDocument.h"
 #include "tests/tools/zrpdf/LoopbackServer.h"
 #include "tests/tools/zrpdf/ZrpdfTest.h"
 
@@ -142,6 +143,64 @@ TEST_F(ZrpdfUnit, ATimeoutGivesTheDocumentUpAndLeavesTheServiceAlone) {
     put("page.html", html(1300));
     EXPECT_EQ(run({"-q", "page.html"}).code, 0);
     unit.kill(SIGKILL);
+}
+
+/// A socket at which systemd's own tool listens, as the unit does; it becomes the service when the first client comes.
+class ZrpdfSocketActivation : public ZrpdfTest {
+protected:
+    ZrpdfSocketActivation() : unit(activator()) {}
+    void SetUp() override {
+        ASSERT_TRUE(unit.readUntil([&] { return unit.standardError().contains("Listening on "); }))
+            << unit.standardError().constData();
+    }
+    void TearDown() override {
+        unit.kill(SIGTERM);
+        EXPECT_EQ(unit.wait(), 0);
+        EXPECT_EQ(unit.standardError().count("Started Worker"), 1) << unit.standardError().constData();
+        ::unlink(name.constData());
+        ZrpdfTest::TearDown();
+    }
+    Child::Setup activator() const {
+        Child::Setup wanted = setup({});
+        wanted.command = {"/usr/bin/systemd-socket-activate",
+                          "-E",
+                          "TMPDIR",
+                          "-l",
+                          name,
+                          ZR_BINARY_DIR "/libexec/zrkit/com.velmora.zrpdf"};
+        return wanted;
+    }
+    const QByteArray name = runtimeFolder() + "/com.velmora.zrpdf.sock";
+    Child unit;
+};
+
+TEST_F(ZrpdfSocketActivation, TheFirstDocumentStartsTheServiceWhichConvertsAllThatFollow) {
+    put("page.html", html(1300));
+    for (const char *const output : {"x.pdf", "y.pdf", "z.pdf"}) {
+        const Result result = run({"-q", "page.html", "-o", output});
+        EXPECT_EQ(result.code, 0) << result.error.constData();
+        EXPECT_NEAR(pageHeight(output), 1300, 0.01);
+    }
+    EXPECT_TRUE(unit.readUntil([&] { return unit.standardError().count("<== XPC finished") >= 3; }));
+}
+
+TEST_F(ZrpdfSocketActivation, AClientInPythonThatKnowsNothingButTheWireFormatConverts) {
+    put("page.html", html(1300));
+    put("empty.html", "");
+    Child::Setup wanted = setup({});
+    wanted.command = {"/usr/bin/python3", ZR_SOURCE_DIR "/examples/python_client.py", "page.html", "x.pdf"};
+    Child child(wanted);
+    EXPECT_EQ(child.wait(), 0) << child.standardError().constData();
+    EXPECT_NEAR(pageHeight("x.pdf"), 1300, 0.01);
+    EXPECT_EQ(PDFDocument(read("x.pdf")).documentAttributes().value(PDFDocumentTitleAttribute),
+              QStringLiteral("From Python"));
+
+    wanted.command[2] = "empty.html";
+    Child failing(wanted);
+    EXPECT_EQ(failing.wait(), 1);
+    for (const char *const part :
+         {"101", "com.velmora.error", "HTML to PDF converter did fail", "NSUnderlyingError"})
+        EXPECT_TRUE(failing.standardError().contains(part)) << failing.standardError().constData();
 }
 
 /// Runs a copy of the program that has this in the place where its service is looked for first.

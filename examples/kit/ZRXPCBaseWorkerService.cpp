@@ -1,0 +1,6 @@
+// SPDX-License-Identifier: MIT
+#include "examples/kit/ZRXPCBaseWorker.h"
+
+int main() {
+    Upper::setupAsListener();
+}
