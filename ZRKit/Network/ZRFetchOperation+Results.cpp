@@ -30,11 +30,12 @@ QString threeDigits(qint64 statusCode) {
 } // namespace
 
 QByteArray ZRFetchOperation::dataOK() const {
-    return OK() ? m_data : QByteArray();
+    return OK() ? data() : QByteArray();
 }
 
 QString ZRFetchOperation::string() const {
-    return m_data.isNull() ? QStringLiteral("") : ZRKit::toString(m_data);
+    const QByteArray body = data();
+    return body.isNull() ? QStringLiteral("") : ZRKit::toString(body);
 }
 
 QString ZRFetchOperation::stringOK() const {
@@ -43,7 +44,8 @@ QString ZRFetchOperation::stringOK() const {
 
 QVariant ZRFetchOperation::json() const {
     try {
-        return m_data.isEmpty() ? QVariant() : ZRKit::fromJSONData(m_data);
+        const QByteArray body = data();
+        return body.isEmpty() ? QVariant() : ZRKit::fromJSONData(body);
     } catch (...) {
         return {};
     }
@@ -54,10 +56,11 @@ QVariant ZRFetchOperation::jsonOK() const {
 }
 
 QVariant ZRFetchOperation::xml() const {
-    if (m_data.isEmpty())
+    const QByteArray body = data();
+    if (body.isEmpty())
         return {};
     try {
-        const std::optional<QVariantMap> root = ZRXML().parseData(m_data);
+        const std::optional<QVariantMap> root = ZRXML().parseData(body);
         return root ? QVariant(*root) : QVariant();
     } catch (...) {
         return {};
@@ -69,11 +72,11 @@ QVariant ZRFetchOperation::xmlOK() const {
 }
 
 QString ZRFetchOperation::localizedErrorString() const {
-    if (m_statusCode != 0 && m_statusCode != 200)
-        return capitalized(NSHTTPURLResponse::localizedStringForStatusCode(m_statusCode));
-    if (!m_error.isNil())
-        return m_error.localizedDescription();
-    if (!m_data.isEmpty())
+    if (const qint64 status = m_statusCode; status != 0 && status != 200)
+        return capitalized(NSHTTPURLResponse::localizedStringForStatusCode(status));
+    if (const NSError failure = error(); !failure.isNil())
+        return failure.localizedDescription();
+    if (!data().isEmpty())
         return QStringLiteral("");
     return QCoreApplication::translate(
         "", "No valid response from server, check your internet connection or retry later.");
@@ -81,32 +84,35 @@ QString ZRFetchOperation::localizedErrorString() const {
 
 QString ZRFetchOperation::log() const {
     const QString status = threeDigits(m_statusCode);
+    const QVariant place = url();
     try {
+        const NSError failure = error();
         const QString prefix =
-            m_error.isNil() ? QStringLiteral("") : NSFormat("(ERROR %@) ", {m_error.localizedDescription()});
+            failure.isNil() ? QStringLiteral("") : NSFormat("(ERROR %@) ", {failure.localizedDescription()});
         QString body;
         try {
             body = string();
         } catch (...) {
-            body = NSFormat("%@ DATA:%@", {"", QVariant(m_data)});
+            body = NSFormat("%@ DATA:%@", {"", QVariant(data())});
         }
-        return NSFormat("%@ %@ %@ %@", {status, QVariant(m_url), prefix, body});
+        return NSFormat("%@ %@ %@ %@", {status, place, prefix, body});
     } catch (...) {
-        return NSFormat("%@ %@", {status, QVariant(m_url)});
+        return NSFormat("%@ %@", {status, place});
     }
 }
 
 QString ZRFetchOperation::logRequest(const QVariant &) const {
     try {
-        const QVariantMap fields = m_request ? m_request->allHTTPHeaderFields() : QVariantMap();
+        const auto sent = request();
+        const QVariantMap fields = sent ? sent->allHTTPHeaderFields() : QVariantMap();
         const QVariantList texts = ZRKit::zrFlatten(fields, [](const QString &name, const QVariant &value) {
             return NSFormat("%@: %@", {name, value});
         });
         QString lines = QStringLiteral("");
         for (const QVariant &line : texts)
             lines.append((lines.isEmpty() ? QString() : QStringLiteral("\n")) + line.toString());
-        const QString method = m_request ? m_request->HTTPMethod() : QString();
-        return NSFormat("%@ %@\n%@", {method, QVariant(m_url), lines});
+        const QString method = sent ? sent->HTTPMethod() : QString();
+        return NSFormat("%@ %@\n%@", {method, QVariant(url()), lines});
     } catch (...) {
         return QStringLiteral("");
     }

@@ -5,6 +5,7 @@
 #include "ZRKit/Values/NSString+ZRKit.h"
 #include "ZRKit/Values/ZRMacros.h"
 #include "platform/base/NSException.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/files/NSFileHandle.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/net/NSHTTPCookie.h"
@@ -16,6 +17,8 @@
 #include <algorithm>
 #include <utility>
 
+using namespace zr;
+
 namespace {
 
 const QString errorDomain = QStringLiteral("com.velmora.error");
@@ -23,41 +26,7 @@ const QString errorDomain = QStringLiteral("com.velmora.error");
 /// More is not taken at the word of a server alone.
 constexpr qint64 mostReserved = 64 << 20;
 
-/// Memory of bodies that nobody kept, for the next ones: taken from the system anew, each page would cost as
-/// much as filling it. A few megabytes at most, of the network thread.
-class SpareBuffers {
-public:
-    /// An empty buffer of that capacity, or up to twice as much: whoever keeps it keeps all of it.
-    QByteArray take(qsizetype capacity) {
-        const auto at = std::find_if(m_buffers.begin(), m_buffers.end(), [&](const QByteArray &buffer) {
-            return buffer.capacity() >= capacity && buffer.capacity() / 2 <= capacity;
-        });
-        QByteArray buffer("");
-        if (at == m_buffers.end()) {
-            buffer.reserve(capacity);
-        } else {
-            buffer.swap(*at);
-            m_buffers.erase(at);
-        }
-        return buffer;
-    }
-    void giveBack(QByteArray &&buffer) {
-        if (m_buffers.size() < most && buffer.capacity() >= smallest && buffer.capacity() <= largest &&
-            buffer.isDetached()) {
-            buffer.resize(0);
-            m_buffers.push_back(std::move(buffer));
-        }
-    }
-
-private:
-    static constexpr std::size_t most = 6;
-    static constexpr qsizetype smallest = 64 << 10;
-    static constexpr qsizetype largest = 2 << 20;
-    std::vector<QByteArray> m_buffers;
-};
-thread_local SpareBuffers spareBuffers;
-
-/// Writes the assertion line where the condition doesn't hold.
+/// Writes the assertion line unless the condition holds.
 void check(bool holds, const char *function, const char *condition, int line,
            const char *message = "Assertion") {
     if (!holds)
@@ -84,15 +53,14 @@ bool isPasswordMethod(const QString &method) {
 std::atomic<NSOperationQueue *> ZRFetchOperation::sGlobalOperationQueue{nullptr};
 
 void ZRFetchOperation::initialize() {
-    // Never destroyed: its operations may outlive main().
-    static const bool made = [] {
+    static std::once_flag made;
+    std::call_once(made, [] {
+        // Never destroyed: its operations may outlive main().
         auto *queue = new NSOperationQueue;
         queue->setName(QStringLiteral("com.velmora.zrkit.fetchoperations"));
         queue->setMaxConcurrentOperationCount(6);
         sGlobalOperationQueue = queue;
-        return true;
-    }();
-    static_cast<void>(made);
+    });
 }
 
 ZRFetchOperation::ZRFetchOperation(const QVariant &urlOrRequest, Block block) {
@@ -137,10 +105,9 @@ void ZRFetchOperation::setURLOrRequest(const QVariant &urlOrRequest) {
                                     ? urlOrRequest.value<Request>()
                                     : urlOrRequest.value<std::shared_ptr<NSMutableURLRequest>>();
         if (request) {
-            m_request = std::dynamic_pointer_cast<NSMutableURLRequest>(request);
-            if (!m_request)
-                m_request = request->mutableCopy();
-            m_url = request->URL();
+            const auto shared = std::dynamic_pointer_cast<NSMutableURLRequest>(request);
+            setRequest(shared ? shared : request->mutableCopy());
+            setUrl(request->URL());
         }
     } else if (type == QMetaType::fromType<QUrl>()) {
         url = urlOrRequest.toUrl();
@@ -148,12 +115,12 @@ void ZRFetchOperation::setURLOrRequest(const QVariant &urlOrRequest) {
         url = QUrl(urlOrRequest.toString(), QUrl::StrictMode);
     }
     if (url) {
-        m_url = url->isValid() ? *url : QUrl();
-        m_request =
-            std::make_shared<NSMutableURLRequest>(m_url, NSURLRequestReloadIgnoringLocalCacheData, 60);
+        setUrl(url->isValid() ? *url : QUrl());
+        setRequest(
+            std::make_shared<NSMutableURLRequest>(this->url(), NSURLRequestReloadIgnoringLocalCacheData, 60));
     }
-    check(!m_url.isEmpty(), function, "(_url)", 585);
-    check(m_request != nullptr, function, "(_request)", 586);
+    check(!this->url().isEmpty(), function, "(_url)", 585);
+    check(this->request() != nullptr, function, "(_request)", 586);
 }
 
 void ZRFetchOperation::setURLOrRequest(const Request &request) {
@@ -189,13 +156,13 @@ ZRFetchOperation::Operation ZRFetchOperation::copyFetch() const {
     auto copy = std::make_shared<ZRFetchOperation>();
     copy->setCookieStorage(cookieStorage());
     copy->m_cookiesAllowed = m_cookiesAllowed;
-    copy->m_completeBlock = m_completeBlock;
+    copy->m_completeBlock = completeBlock();
     copy->m_forcedRedirect = m_forcedRedirect;
     copy->m_verifiesServerTrust = m_verifiesServerTrust;
     copy->m_username = m_username;
     copy->m_password = m_password;
     copy->m_fetchCount = m_fetchCount + 1;
-    copy->setURLOrRequest(Request(m_request));
+    copy->setURLOrRequest(Request(request()));
     return copy;
 }
 
@@ -216,40 +183,30 @@ NSOperationQueue *ZRFetchOperation::sharedOperationQueue() {
 
 TransferLoop &ZRFetchOperation::networkRequestThread() {
     // Never destroyed: it runs as long as the process.
-    static auto *thread = new TransferLoop(QStringLiteral("ZRFetchOperation"));
+    static NeverDestroyed<TransferLoop> thread(QStringLiteral("ZRFetchOperation"));
     return *thread;
 }
 
 QString ZRFetchOperation::incompleteDownloadDirectoryPath() const {
-    static const QString path = [] {
-        // nil without a temporary folder, as the joined path is nil then.
-        // nil without a temporary folder, as the joined path is nil then.
-        return ZRKit::zrMakeDirs(
-            NSFileManager::defaultManager(),
-            ZRKit::joinPath(NSTemporaryDirectory(), QStringLiteral("ZRDownloadsIncomplete")));
-    }();
-    return path;
+    static NeverDestroyed<const QString> path([] {
+        const QString folder = NSTemporaryDirectory();
+        return folder.isNull()
+                   ? QString()
+                   : ZRKit::zrMakeDirs(NSFileManager::defaultManager(),
+                                       QDir(folder).filePath(QStringLiteral("ZRDownloadsIncomplete")));
+    }());
+    return *path;
 }
 
 QString ZRFetchOperation::description() const {
     const auto word = [](bool flag) { return flag ? "YES" : "NO"; };
     return NSFormat("<%@: %@, executing: %@, cancelled: %@ request: %@>",
                     {metaObject()->className(), QStringLiteral("0x%1").arg(quintptr(this), 0, 16),
-                     word(isExecuting()), word(isCancelled()), QVariant(m_url)});
-}
-
-std::shared_ptr<QObject> ZRFetchOperation::cookieStorage() const {
-    const std::lock_guard lock(m_cookieStorageMutex);
-    return m_cookieStorage;
-}
-
-void ZRFetchOperation::setCookieStorage(const std::shared_ptr<QObject> &storage) {
-    const std::lock_guard lock(m_cookieStorageMutex);
-    m_cookieStorage = storage;
+                     word(isExecuting()), word(isCancelled()), QVariant(url())});
 }
 
 double ZRFetchOperation::progress() const {
-    return std::max(std::min(m_progress, 1.0), 0.0);
+    return std::max(std::min(m_progress.load(), 1.0), 0.0);
 }
 
 void ZRFetchOperation::performOnNetworkThread(void (ZRFetchOperation::*step)()) {
@@ -284,28 +241,30 @@ void ZRFetchOperation::startFetching() {
     if (m_finished)
         return; // cancelled on the way here
     m_statusCode = 0;
-    m_data = QByteArray();
-    if (!m_request) {
+    put(m_data, QByteArray());
+    const std::shared_ptr<NSMutableURLRequest> request = this->request();
+    if (!request) {
         lock.unlock();
         finished();
         return;
     }
-    check(!m_url.isEmpty(), function, "(_url)", 230);
-    check(bool(m_completeBlock), function, "(_completeBlock)", 231);
-    const auto setDefault = [this](const QString &field, const QString &value) {
-        if (m_request->valueForHTTPHeaderField(field).isNull())
-            m_request->setValue(value, field);
+    check(!url().isEmpty(), function, "(_url)", 230);
+    check(bool(completeBlock()), function, "(_completeBlock)", 231);
+    const auto setDefault = [&](const QString &field, const QString &value) {
+        if (request->valueForHTTPHeaderField(field).isNull())
+            request->setValue(value, field);
     };
-    if (const qsizetype length = m_request->HTTPBody().size(); length > 0)
-        m_request->setValue(QString::number(length), QStringLiteral("Content-Length"));
+    if (const qsizetype length = request->HTTPBody().size(); length > 0)
+        request->setValue(QString::number(length), QStringLiteral("Content-Length"));
     setDefault(QStringLiteral("Accept-Encoding"), QStringLiteral("gzip,deflate"));
     setDefault(QStringLiteral("Cache-Control"), QStringLiteral("max-age=0"));
-    addCookiesToRequest(m_request);
-    m_connection = connectionWithRequest(m_request);
-    check(m_connection != nullptr, function, "(_connection)", 294);
-    if (m_connection) {
-        m_connection->scheduleInRunLoop(networkRequestThread());
-        m_connection->start();
+    addCookiesToRequest(request);
+    const std::shared_ptr<NSURLConnection> connection = connectionWithRequest(request);
+    put(m_connection, connection);
+    check(connection != nullptr, function, "(_connection)", 294);
+    if (connection) {
+        connection->scheduleInRunLoop(networkRequestThread());
+        connection->start();
     }
 }
 
@@ -362,7 +321,7 @@ void ZRFetchOperation::handleCookiesForResponse(const std::shared_ptr<NSHTTPURLR
         NSObjectRuntime::perform(receiver, selector, {QVariant(list)});
 }
 
-/// To be called with a copy: the block may set another one in its place.
+/// Called with a copy: the block may set another one in its place.
 void ZRFetchOperation::callBlock(const Block &block, const char *name) {
     try {
         block(self());
@@ -377,66 +336,73 @@ void ZRFetchOperation::connectionDidReceiveResponse(const Connection &,
     if (m_cancelled)
         return;
     const qint64 expected = response ? response->expectedContentLength() : 0;
-    m_data = QByteArray("");
-    if (expected > 0 && !m_downloadFileHandle)
-        m_data = spareBuffers.take(qsizetype(std::min(expected, mostReserved)));
-    check(!m_data.isNull(), function, "(_data)", 378);
+    QByteArray buffer("");
+    if (expected > 0 && !downloadFileHandle())
+        buffer.reserve(qsizetype(std::min(expected, mostReserved)));
+    check(!buffer.isNull(), function, "(_data)", 378);
+    put(m_data, std::move(buffer));
     m_statusCode = 0;
     const auto http = std::dynamic_pointer_cast<NSHTTPURLResponse>(response);
     check(http != nullptr, function, "([response isKindOfClass:[NSHTTPURLResponse class]])", 382);
     if (http) {
         m_statusCode = http->statusCode();
-        m_headers = http->allHeaderFields();
+        put(m_headers, std::optional(http->allHeaderFields()));
         handleCookiesForResponse(http);
     }
-    if (m_progressBlock) {
+    if (const Block block = progressBlock()) {
         m_expectedBytes = expected;
         m_receivedBytes = 0;
-        callBlock(Block(m_progressBlock), "progress block");
+        callBlock(block, "progress block");
     }
 }
 
 void ZRFetchOperation::connectionDidReceiveData(const Connection &, QByteArrayView data) {
     if (m_cancelled)
         return;
-    check(!m_data.isNull(), "-[ZRFetchOperation connection:didReceiveData:]", "(_data)", 405);
-    if (m_progressBlock && m_expectedBytes != 0) {
+    const bool hasBuffer = !this->data().isNull();
+    check(hasBuffer, "-[ZRFetchOperation connection:didReceiveData:]", "(_data)", 405);
+    if (const Block block = progressBlock(); block && m_expectedBytes != 0) {
         m_receivedBytes += data.size();
         m_progress = double(m_receivedBytes) / double(m_expectedBytes);
-        callBlock(Block(m_progressBlock), "progress block");
+        callBlock(block, "progress block");
     }
-    if (m_downloadFileHandle)
-        writeToFile(data);
-    else if (!m_data.isNull())
+    if (const auto handle = downloadFileHandle()) {
+        writeToFile(*handle, data);
+    } else if (hasBuffer) {
+        const std::lock_guard lock(m_fieldsMutex);
         m_data.append(data.data(), data.size());
+    }
 }
 
-void ZRFetchOperation::writeToFile(QByteArrayView data) {
+void ZRFetchOperation::writeToFile(NSFileHandle &handle, QByteArrayView data) {
     try {
-        m_downloadFileHandle->writeData(data);
+        handle.writeData(data);
     } catch (const NSException &exception) {
         // What can't be kept need not be fetched.
-        if (m_connection)
-            m_connection->cancel();
-        m_error = NSError(NSCocoaErrorDomain, 512, {{NSLocalizedDescriptionKey, exception.reason()}});
+        if (const auto current = connection())
+            current->cancel();
+        put(m_error, NSError(NSCocoaErrorDomain, 512, {{NSLocalizedDescriptionKey, exception.reason()}}));
         performOnNetworkThread(&ZRFetchOperation::finished);
     }
 }
 
 std::shared_ptr<NSURLRequest>
-ZRFetchOperation::connectionWillSendRequest(const Connection &, const Request &request,
+ZRFetchOperation::connectionWillSendRequest(const Connection &, const Request &proposed,
                                             const std::shared_ptr<NSURLResponse> &redirectResponse) {
-    if (!redirectResponse || !m_request)
-        return request;
-    const auto copy = m_request->mutableCopy();
-    m_url = request->URL();
-    copy->setURL(m_url);
-    m_request = copy;
+    const std::shared_ptr<NSMutableURLRequest> current = request();
+    if (!redirectResponse || !current)
+        return proposed;
+    if (const auto http = std::dynamic_pointer_cast<NSHTTPURLResponse>(redirectResponse))
+        handleCookiesForResponse(http);
+    const auto copy = current->mutableCopy();
+    setUrl(proposed->URL());
+    copy->setURL(proposed->URL());
+    setRequest(copy);
     return copy;
 }
 
 void ZRFetchOperation::connectionDidFinishLoading(const Connection &) {
-    check(m_error.isNil(), "-[ZRFetchOperation connectionDidFinishLoading:]", "(!_error)", 425);
+    check(error().isNil(), "-[ZRFetchOperation connectionDidFinishLoading:]", "(!_error)", 425);
     const bool isRedirect =
         m_statusCode == 301 || m_statusCode == 302 || m_statusCode == 303 || m_statusCode == 307;
     if (m_forcedRedirect && isRedirect)
@@ -445,9 +411,9 @@ void ZRFetchOperation::connectionDidFinishLoading(const Connection &) {
         finished();
 }
 
-void ZRFetchOperation::connectionDidFailWithError(const Connection &, const NSError &error) {
-    m_error = error;
-    check(!m_error.isNil(), "-[ZRFetchOperation connection:didFailWithError:]", "(_error)", 447);
+void ZRFetchOperation::connectionDidFailWithError(const Connection &, const NSError &failure) {
+    put(m_error, failure);
+    check(!failure.isNil(), "-[ZRFetchOperation connection:didFailWithError:]", "(_error)", 447);
     finished();
 }
 
@@ -462,6 +428,9 @@ bool ZRFetchOperation::connectionCanAuthenticateAgainstProtectionSpace(const Con
 void ZRFetchOperation::connectionDidReceiveAuthenticationChallenge(
     const Connection &, const NSURLAuthenticationChallenge &challenge) {
     NSURLAuthenticationChallengeSender &sender = *challenge.sender();
+    // A response that is answered arrives nowhere else.
+    if (const auto refusal = std::dynamic_pointer_cast<NSHTTPURLResponse>(challenge.failureResponse()))
+        handleCookiesForResponse(refusal);
     const QString method = challenge.protectionSpace().authenticationMethod();
     if (method == NSURLAuthenticationMethodServerTrust) {
         sender.useCredential(NSURLCredential::credentialForTrust(challenge.protectionSpace().serverTrust()),
@@ -469,43 +438,41 @@ void ZRFetchOperation::connectionDidReceiveAuthenticationChallenge(
         sender.continueWithoutCredentialForAuthenticationChallenge(challenge);
     } else if (!isPasswordMethod(method)) {
         sender.cancelAuthenticationChallenge(challenge);
-        m_error = errorWithText(2, "Unsupported authentication method error!", m_username);
+        put(m_error, errorWithText(2, "Unsupported authentication method error!", m_username));
     } else if (challenge.previousFailureCount() == 0) {
         sender.useCredential(NSURLCredential(m_username, m_password, NSURLCredentialPersistenceNone),
                              challenge);
     } else {
         sender.cancelAuthenticationChallenge(challenge);
-        m_error = errorWithText(1, "Credentials for user '%@' were not valid!", m_username);
+        put(m_error, errorWithText(1, "Credentials for user '%@' were not valid!", m_username));
     }
 }
 
 void ZRFetchOperation::cancelConnection() {
     const std::lock_guard lock(m_lock);
     announce(NSOperationIsCancelledKey, m_cancelled, true);
-    if (m_connection)
-        m_connection->cancel();
+    if (const auto current = connection())
+        current->cancel();
     finished();
 }
 
 void ZRFetchOperation::finished() {
-    if (m_downloadFileHandle) {
-        m_downloadFileHandle->closeFile();
-        m_downloadFileHandle.reset();
-    }
+    if (const auto handle = put(m_downloadFileHandle, {}))
+        handle->closeFile();
     // A cancellation on the network thread and a start on another may both come here.
     if (!m_executing || m_isFinishing.exchange(true))
         return;
     const Operation operation = self();
     announce(NSOperationIsExecutingKey, m_executing, false);
     announce(NSOperationIsFinishedKey, m_finished, true);
-    if (!m_cancelled && m_completeBlock)
-        callBlock(Block(m_completeBlock), "completion block");
-    m_connection.reset();
-    spareBuffers.giveBack(std::exchange(m_data, QByteArray()));
-    m_request.reset();
-    m_url = QUrl();
-    m_error = NSError();
-    m_completeBlock = nullptr;
+    if (const Block block = completeBlock(); block && !m_cancelled)
+        callBlock(block, "completion block");
+    put(m_connection, {});
+    put(m_data, {});
+    put(m_request, {});
+    put(m_url, {});
+    put(m_error, {});
+    put(m_completeBlock, {});
 }
 
 #include "moc_ZRFetchOperation.cpp"

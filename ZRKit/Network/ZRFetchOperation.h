@@ -15,9 +15,10 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <type_traits>
+#include <utility>
 
 class NSFileHandle;
-class TransferLoop;
 
 /// Fetches one request over HTTP or HTTPS (file and data URLs too) and hands itself to a block when the
 /// response is complete.
@@ -33,14 +34,16 @@ class TransferLoop;
 /// once, and one network thread, which runs every completion and progress block: a block that takes long
 /// holds up all of them. Results are read inside the completion block; afterwards data, request, url, error
 /// and connection are nil again, while the status, the header fields and the user info stay. fetch(),
-/// cancel() and the flags may be used from any thread, everything else as the blocks' moments allow.
+/// cancel(), description() and everything that reads may be called from any thread, at any time; what is set
+/// before fetch() is set on one thread, and the request, which is shared, is read and changed before fetch()
+/// or inside the blocks.
 ///
-/// **Servers are not verified by default:** as it stands, whatever certificate an HTTPS server shows is
-/// accepted, so that anybody on the way can read and change what is fetched. setVerifiesServerTrust(true)
-/// makes the fetch check certificates and host names and fail where they don't hold.
+/// **Servers are not verified by default:** whatever certificate an HTTPS server shows is accepted, so that
+/// anybody on the way can read and change what is fetched. setVerifiesServerTrust(true) makes the fetch check
+/// certificates and host names and fail if they don't hold.
 ///
 /// Redirects (301, 302, 303, 307) keep the method, the header fields, cookies included, and the body, to
-/// whatever host they lead.
+/// whatever host they lead. A proxy is set for the whole process, with NSURLConnection::setProxyURL().
 class ZRFetchOperation : public NSOperation, public NSURLConnectionDelegate {
     Q_OBJECT
     Q_PROPERTY(double progress READ progress)
@@ -74,17 +77,23 @@ public:
     /// setURLOrRequest(). The block is called once, on the network thread, unless the fetch is cancelled.
     explicit ZRFetchOperation(const QVariant &urlOrRequest, Block block = nullptr);
     explicit ZRFetchOperation(const Request &request, Block block = nullptr);
+    explicit ZRFetchOperation(const char16_t *url, Block block = nullptr)
+        : ZRFetchOperation(QVariant(QString::fromUtf16(url)), std::move(block)) {}
     ZRFetchOperation();
     ~ZRFetchOperation() override;
 
     /// Makes an operation, starts it and gives it.
     static Operation fetch(const QVariant &urlOrRequest, Block block);
     static Operation fetch(const Request &request, Block block);
+    static Operation fetch(const char16_t *url, Block block) {
+        return fetch(QVariant(QString::fromUtf16(url)), std::move(block));
+    }
 
     /// A request is taken as it is, and shared where it can be changed. For a URL, or a string that is one, a
     /// GET that passes by local caches, with a time-out of 60 seconds. Anything else is logged.
     void setURLOrRequest(const QVariant &urlOrRequest);
     void setURLOrRequest(const Request &request);
+    void setURLOrRequest(const char16_t *url) { setURLOrRequest(QVariant(QString::fromUtf16(url))); }
 
     /// Adds the operation to the queue and gives it; nil, with a line in the log, once it is executing or
     /// finished.
@@ -100,9 +109,9 @@ public:
     /// The queue of all fetches.
     static NSOperationQueue *sharedOperationQueue();
     /// The thread of all connections and blocks.
-    static TransferLoop &networkRequestThread();
+    static zr::TransferLoop &networkRequestThread();
     /// A folder of this process's user for files that are being downloaded, made on the first call; nil if
-    /// there is no temporary folder.
+    /// there is no folder for temporary files.
     QString incompleteDownloadDirectoryPath() const;
 
     void start() override;
@@ -123,11 +132,12 @@ public:
     /// Use the shared cookie store if there is no store of the fetch's own; false by default.
     bool cookiesAllowed() const { return m_cookiesAllowed; }
     void setCookiesAllowed(bool allowed) { m_cookiesAllowed = allowed; }
-    /// A store of the fetch's own: any object with `QVariantList cookiesForURL(QUrl)` and
-    /// `void setCookies(QVariantList)` among its invokable methods; a cookie is an NSHTTPCookie. An
-    /// NSHTTPCookieStorage is one. Any thread may set it.
-    std::shared_ptr<QObject> cookieStorage() const;
-    void setCookieStorage(const std::shared_ptr<QObject> &storage);
+    /// A store of the fetch's own: any object with `QVariantList cookiesForURL(QUrl)` and `void
+    /// setCookies(QVariantList)` among its invokable methods; a cookie is an NSHTTPCookie. An
+    /// NSHTTPCookieStorage is one. It gets the cookies of every response, those that are redirects or ask for
+    /// a password included. Any thread may set it.
+    std::shared_ptr<QObject> cookieStorage() const { return get(m_cookieStorage); }
+    void setCookieStorage(const std::shared_ptr<QObject> &storage) { put(m_cookieStorage, storage); }
     /// Both are needed to answer a server that asks for Basic or Digest authentication.
     QString username() const { return m_username; }
     void setUsername(const QString &username) { m_username = username; }
@@ -136,19 +146,21 @@ public:
     /// Whether certificates and host names are verified, against the system's certificates; false by default.
     bool verifiesServerTrust() const { return m_verifiesServerTrust; }
     void setVerifiesServerTrust(bool verifies) { m_verifiesServerTrust = verifies; }
-    Block completeBlock() const { return m_completeBlock; }
-    void setCompleteBlock(Block block) { m_completeBlock = std::move(block); }
+    Block completeBlock() const { return get(m_completeBlock); }
+    void setCompleteBlock(Block block) { put(m_completeBlock, std::move(block)); }
     /// Called when a response begins and for each piece of its body unless that was announced as empty.
-    Block progressBlock() const { return m_progressBlock; }
-    void setProgressBlock(Block block) { m_progressBlock = std::move(block); }
-    /// Where the body goes instead of into data; closed before the completion block is called.
-    std::shared_ptr<NSFileHandle> downloadFileHandle() const { return m_downloadFileHandle; }
-    void setDownloadFileHandle(const std::shared_ptr<NSFileHandle> &handle) { m_downloadFileHandle = handle; }
-    /// Where method, header fields and body are set. nil before a URL is, and once the fetch is over.
-    std::shared_ptr<NSMutableURLRequest> request() const { return m_request; }
-    void setRequest(const std::shared_ptr<NSMutableURLRequest> &request) { m_request = request; }
-    QUrl url() const { return m_url; }
-    void setUrl(const QUrl &url) { m_url = url; }
+    Block progressBlock() const { return get(m_progressBlock); }
+    void setProgressBlock(Block block) { put(m_progressBlock, std::move(block)); }
+    /// Takes the body in place of data; closed before the completion block is called.
+    std::shared_ptr<NSFileHandle> downloadFileHandle() const { return get(m_downloadFileHandle); }
+    void setDownloadFileHandle(const std::shared_ptr<NSFileHandle> &handle) {
+        put(m_downloadFileHandle, handle);
+    }
+    /// Holds method, header fields and body. nil before a URL is set, and once the fetch is over.
+    std::shared_ptr<NSMutableURLRequest> request() const { return get(m_request); }
+    void setRequest(const std::shared_ptr<NSMutableURLRequest> &request) { put(m_request, request); }
+    QUrl url() const { return get(m_url); }
+    void setUrl(const QUrl &url) { put(m_url, url); }
     /// How many times the fetch has been repeated. Any thread.
     quint64 fetchCount() const { return m_fetchCount; }
     void setFetchCount(quint64 count) { m_fetchCount = count; }
@@ -157,18 +169,19 @@ public:
 
     // What the fetch gives.
 
-    /// The received part of the body, from 0 to 1; 0 where the length isn't known. Packed bodies count
-    /// unpacked against their packed length, so they may reach 1 early.
+    /// The received part of the body, from 0 to 1; 0 if the length isn't known. Packed bodies count unpacked
+    /// against their packed length, so they may reach 1 early.
     double progress() const;
     qint64 expectedBytes() const { return m_expectedBytes; }
     qint64 receivedBytes() const { return m_receivedBytes; }
-    /// The last response's header fields; nil before one.
-    std::optional<QVariantMap> headers() const { return m_headers; }
-    /// nil where nothing failed.
-    NSError error() const { return m_error; }
-    std::shared_ptr<NSURLConnection> connection() const { return m_connection; }
+    /// The last response's header fields; nil before one. Constant, so that the iterators of two calls belong
+    /// together.
+    const std::optional<QVariantMap> headers() const { return get(m_headers); }
+    /// nil if nothing failed.
+    NSError error() const { return get(m_error); }
+    std::shared_ptr<NSURLConnection> connection() const { return get(m_connection); }
     /// nil before a response.
-    QByteArray data() const { return m_data; }
+    QByteArray data() const { return get(m_data); }
     /// The last HTTP response's; 0 before one, and for file and data URLs.
     qint64 statusCode() const { return m_statusCode; }
 
@@ -176,16 +189,16 @@ public:
     bool OK() const { return m_statusCode == 200; }
     /// The following with OK are nil unless OK().
     QByteArray dataOK() const;
-    /// The body as UTF-8; empty where there is none, nil where it isn't UTF-8.
+    /// The body as UTF-8; empty if there is none, nil if it isn't UTF-8.
     QString string() const;
     QString stringOK() const;
-    /// The body read as a JSON array or object; nil where it isn't one.
+    /// The body read as a JSON array or object; nil if it isn't one.
     QVariant json() const;
     QVariant jsonOK() const;
-    /// The body read as XML, as ZRXML makes a tree of it; nil where it can't be.
+    /// The body read as XML, as ZRXML makes a tree of it; nil if it can't be.
     QVariant xml() const;
     QVariant xmlOK() const;
-    /// A text for the user; empty where all went well.
+    /// A text for the user; empty if all went well.
     QString localizedErrorString() const;
     /// One line for logs: status, URL, error and body.
     QString log() const;
@@ -229,20 +242,39 @@ private:
     Operation self() const;
     void performOnNetworkThread(void (ZRFetchOperation::*step)());
     void callBlock(const Block &block, const char *name);
-    void writeToFile(QByteArrayView data);
+    void writeToFile(NSFileHandle &handle, QByteArrayView data);
     void announce(const QString &key, std::atomic<bool> &flag, bool value);
+    template <typename Field>
+    Field get(const Field &field) const {
+        const std::lock_guard lock(m_fieldsMutex);
+        return field;
+    }
+    /// Gives what was there: to let go of it may run code of others, which must not happen under the lock.
+    template <typename Field>
+    Field put(Field &field, std::type_identity_t<Field> value) {
+        const std::lock_guard lock(m_fieldsMutex);
+        std::swap(field, value);
+        return value;
+    }
 
     std::atomic<bool> m_executing{false};
     std::atomic<bool> m_finished{false};
     std::atomic<bool> m_cancelled{false};
     std::atomic<bool> m_isFinishing{false};
     NSRecursiveLock m_lock;
-    qint64 m_expectedBytes = 0;
-    qint64 m_receivedBytes = 0;
-    double m_progress = 0;
+    std::atomic<qint64> m_expectedBytes{0};
+    std::atomic<qint64> m_receivedBytes{0};
+    std::atomic<double> m_progress{0};
+    std::atomic<qint64> m_statusCode{0};
     bool m_forcedRedirect = true;
     bool m_cookiesAllowed = false;
     bool m_verifiesServerTrust = false;
+    QString m_username;
+    QString m_password;
+    QVariant m_userInfo;
+    std::atomic<quint64> m_fetchCount{0};
+    /// Guards what follows, which any thread may read while the network thread changes it.
+    mutable std::mutex m_fieldsMutex;
     Block m_completeBlock;
     Block m_progressBlock;
     std::shared_ptr<NSFileHandle> m_downloadFileHandle;
@@ -251,12 +283,6 @@ private:
     std::optional<QVariantMap> m_headers;
     NSError m_error;
     std::shared_ptr<NSURLConnection> m_connection;
-    mutable std::mutex m_cookieStorageMutex;
     std::shared_ptr<QObject> m_cookieStorage;
-    QString m_username;
-    QString m_password;
     QByteArray m_data;
-    qint64 m_statusCode = 0;
-    std::atomic<quint64> m_fetchCount{0};
-    QVariant m_userInfo;
 };

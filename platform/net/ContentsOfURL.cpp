@@ -1,60 +1,88 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/ContentsOfURL.h"
 
-#include "platform/base/BlockedPipeSignal.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/files/FileContents.h"
-#include "platform/net/CurlGlobal.h"
+#include "platform/files/NSPathUtilities.h"
+#include "platform/net/NSURLConnection.h"
+#include "platform/net/TransferLoop.h"
 #include "platform/text/WebDataURL.h"
 
-#include <curl/curl.h>
-#include <memory>
+#include <future>
+
+using namespace zr;
 
 namespace {
 
-constexpr long mostRedirects = 20;
-constexpr long patienceInSeconds = 60;
+constexpr int mostRedirects = 20;
 constexpr qsizetype mostBytes = qsizetype(1) << 30;
 
-size_t append(const char *bytes, size_t, size_t count, void *body) {
-    auto &data = *static_cast<QByteArray *>(body);
-    // Anything but the count ends the transfer.
-    if (qsizetype(count) > mostBytes - data.size())
-        return 0;
-    data.append(bytes, qsizetype(count));
-    return count;
+/// A body, nil on failure; or where to look for it instead.
+struct Answer {
+    QByteArray body;
+    QUrl location;
+};
+
+bool isHTTP(const QUrl &url) {
+    return url.scheme() == u"http" || url.scheme() == u"https";
 }
 
+class Reader : public NSURLConnectionDelegate {
+public:
+    std::future<Answer> answer() { return m_promise.get_future(); }
+
+    void connectionDidReceiveResponse(const Connection &connection,
+                                      const std::shared_ptr<NSURLResponse> &response) override {
+        const auto http = std::dynamic_pointer_cast<NSHTTPURLResponse>(response);
+        const QString location = http->valueForHTTPHeaderField(QStringLiteral("Location"));
+        if (http->statusCode() == 308 && !location.isEmpty())
+            end(connection, {{}, http->URL().resolved(QUrl(location))});
+        else if (http->statusCode() >= 400)
+            end(connection, {});
+    }
+    void connectionDidReceiveData(const Connection &connection, QByteArrayView data) override {
+        if (data.size() > mostBytes - m_body.size())
+            end(connection, {});
+        else
+            m_body.append(data.data(), data.size());
+    }
+    void connectionDidFinishLoading(const Connection &) override { m_promise.set_value({m_body, {}}); }
+    void connectionDidFailWithError(const Connection &, const NSError &) override { m_promise.set_value({}); }
+
+private:
+    void end(const Connection &connection, const Answer &answer) {
+        m_promise.set_value(answer);
+        connection->cancel();
+    }
+    std::promise<Answer> m_promise;
+    QByteArray m_body = "";
+};
+
 QByteArray contentsByHTTP(const QUrl &url) {
-    const BlockedPipeSignal blocked;
-    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> transfer(
-        initialiseCurl() ? curl_easy_init() : nullptr, curl_easy_cleanup);
-    if (!transfer)
-        return {};
-    QByteArray body("");
-    const auto set = [&](CURLoption option, auto value) {
-        return curl_easy_setopt(transfer.get(), option, value) == CURLE_OK;
-    };
-    const QByteArray address = url.toEncoded(QUrl::RemoveFragment);
-    const bool isSet = set(CURLOPT_URL, address.constData()) && set(CURLOPT_PROTOCOLS_STR, "http,https") &&
-                       set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https") && set(CURLOPT_FOLLOWLOCATION, 1L) &&
-                       set(CURLOPT_MAXREDIRS, mostRedirects) && set(CURLOPT_FAILONERROR, 1L) &&
-                       set(CURLOPT_ACCEPT_ENCODING, "") && set(CURLOPT_NOSIGNAL, 1L) &&
-                       set(CURLOPT_CONNECTTIMEOUT, patienceInSeconds) && set(CURLOPT_LOW_SPEED_LIMIT, 1L) &&
-                       set(CURLOPT_LOW_SPEED_TIME, patienceInSeconds) && set(CURLOPT_WRITEFUNCTION, append) &&
-                       set(CURLOPT_WRITEDATA, &body);
-    return isSet && curl_easy_perform(transfer.get()) == CURLE_OK ? body : QByteArray();
+    // Of its own: fetches and their blocks must not hold it up, nor it them.
+    static NeverDestroyed<TransferLoop> loop(QStringLiteral("NSDataWithContentsOfURL"));
+    Answer answer{{}, url};
+    for (int hop = 0; hop <= mostRedirects && isHTTP(answer.location); ++hop) {
+        const auto request = std::make_shared<NSMutableURLRequest>(answer.location);
+        request->setHTTPShouldHandleCookies(false);
+        request->setValue(QStringLiteral("*/*"), QStringLiteral("Accept"));
+        request->setValue(QStringLiteral("gzip, deflate, br, zstd"), QStringLiteral("Accept-Encoding"));
+        const auto reader = std::make_shared<Reader>();
+        auto result = reader->answer();
+        const auto connection = std::make_shared<NSURLConnection>(request, reader);
+        connection->scheduleInRunLoop(*loop);
+        connection->start();
+        answer = result.get();
+    }
+    return answer.body;
 }
 
 } // namespace
 
 QByteArray NSDataWithContentsOfURL(const QUrl &url) {
-    const QString scheme = url.scheme();
-    if (scheme == QStringLiteral("http") || scheme == QStringLiteral("https"))
+    if (isHTTP(url))
         return contentsByHTTP(url);
-    if (scheme == QStringLiteral("data"))
+    if (url.scheme() == u"data")
         return WebDataURL(url.toEncoded(QUrl::RemoveFragment)).body();
-    const QString host = url.host();
-    if (scheme == QStringLiteral("file") && (host.isEmpty() || host == QStringLiteral("localhost")))
-        return NSDataWithContentsOfFile(url.path(QUrl::FullyDecoded));
-    return {};
+    return NSDataWithContentsOfFile(NSPathOfFileURL(url));
 }

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/HTTPHeaderFields.h"
 
+#include "platform/base/ASCII.h"
+
 #include <QStringDecoder>
 #include <QStringTokenizer>
 #include <algorithm>
 
-namespace HTTPHeaderFields {
+namespace zr::HTTPHeaderFields {
 
 namespace {
 
 bool isTokenUnit(char16_t unit) {
-    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
-           (unit >= u'0' && unit <= u'9') ||
+    return isASCIILetter(unit) || isASCIIDigit(unit) ||
            (unit != 0 && unit < 128 && QStringView(u"!#$%&'*+-.^_`|~").contains(QChar(unit)));
 }
 
@@ -65,51 +66,18 @@ private:
 
 } // namespace
 
-bool Head::begin(QByteArrayView line) {
-    if (!line.startsWith("HTTP/"))
-        return false;
-    *this = {};
-    if (const qsizetype blank = line.indexOf(' '); blank >= 0) {
-        const QByteArrayView code = line.sliced(blank).trimmed();
-        statusCode = code.first(std::min<qsizetype>(3, code.size())).toInt();
-    }
-    return true;
-}
-
-void Head::add(QByteArrayView line) {
-    const qsizetype colon = line.indexOf(':');
-    if (colon <= 0)
-        return;
-    const QString name = canonicalName(line.first(colon).trimmed());
-    if (name.isEmpty())
-        return;
-    const QString content = text(line.sliced(colon + 1).trimmed());
-    if (name == u"Set-Cookie")
-        cookies.append(content);
-    const auto at = fields.find(name);
-    if (at == fields.end())
-        fields.insert(name, content);
-    else
-        at.value() = QString(at.value().toString() + QStringLiteral(", ") + content);
-}
-
 QString canonicalName(QByteArrayView name) {
-    QString result = QString::fromLatin1(name);
+    QString result = QString::fromLatin1(name).toLower();
     bool isFirst = true;
     for (QChar &c : result) {
-        const char16_t unit = c.unicode();
-        if (unit >= 128)
-            c = isFirst ? c.toUpper() : c.toLower();
-        else if (isFirst ? unit >= u'a' && unit <= u'z' : unit >= u'A' && unit <= u'Z')
-            c = QChar(char16_t(unit ^ 0x20));
-        isFirst = unit == u'-';
+        if (isFirst)
+            c = c.toUpper();
+        isFirst = c == u'-';
     }
     return result;
 }
 
 QString text(QByteArrayView bytes) {
-    if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 128; }))
-        return QString::fromLatin1(bytes);
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString decoded = utf8(bytes);
     return utf8.hasError() ? QString::fromLatin1(bytes) : decoded;
@@ -160,7 +128,7 @@ qint64 bodyLength(const QVariantMap &fields) {
     for (const QStringView each : qTokenize(lengths, u',')) {
         const QStringView digits = each.trimmed();
         bool isNumber = !digits.isEmpty() && std::all_of(digits.begin(), digits.end(),
-                                                         [](QChar c) { return c >= u'0' && c <= u'9'; });
+                                                         [](QChar c) { return isASCIIDigit(c.unicode()); });
         const qint64 number = isNumber ? digits.toLongLong(&isNumber) : -1;
         if (!isNumber || (length >= 0 && number != length))
             return -1;
@@ -208,4 +176,4 @@ bool isToken(const QString &name) {
            std::all_of(name.begin(), name.end(), [](QChar c) { return isTokenUnit(c.unicode()); });
 }
 
-} // namespace HTTPHeaderFields
+} // namespace zr::HTTPHeaderFields

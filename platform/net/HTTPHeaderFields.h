@@ -8,48 +8,37 @@
 #include <QVariantMap>
 
 /// HTTP header fields as servers write them (RFC 9110), read leniently. Plain functions; any thread.
-namespace HTTPHeaderFields {
-
-/// The head of one response, line by line.
-struct Head {
-    qint64 statusCode = 0;
-    /// As NSHTTPURLResponse gives them.
-    QVariantMap fields;
-    /// Each Set-Cookie line by itself: joined, their commas would be ambiguous.
-    QList<QString> cookies;
-
-    /// Takes a status line and drops what there was; false if it isn't one.
-    bool begin(QByteArrayView line);
-    /// Takes a field's line, with or without its end; lines without a name are skipped.
-    void add(QByteArrayView line);
-};
+namespace zr::HTTPHeaderFields {
 
 /// Each word's first letter as a capital, the others small: "content-TYPE" is "Content-Type".
 QString canonicalName(QByteArrayView name);
-/// UTF-8 where the bytes are, else ISO 8859-1.
+/// Reads the bytes as UTF-8, or as ISO 8859-1 if they aren't UTF-8.
 QString text(QByteArrayView bytes);
 
 /// Whether two names are the same field's: case doesn't count.
 bool isSameName(const QString &a, const QString &b);
-/// nil where the field isn't there. Case doesn't count in names.
+/// nil if the field isn't there. Case doesn't count in names.
 QString value(const QVariantMap &fields, const QString &name);
-/// The content type without its parameters in small letters, and its charset parameter; nil where absent.
+/// The content type without its parameters in small letters, and its charset parameter; nil if absent.
 QString mediaType(const QVariantMap &fields);
 QString characterSet(const QVariantMap &fields);
-/// The announced length; -1 where there is none, it is no number, or it is overruled by a transfer encoding.
+/// The announced length; -1 if there is none, it is no number, or a transfer encoding overrules it.
 qint64 bodyLength(const QVariantMap &fields);
 
 /// One way to authenticate that a server offers (RFC 9110, section 11).
 struct Challenge {
     QString scheme;         ///< in small letters
     QVariantMap parameters; ///< names in small letters
+    QString parameter(const char *name) const {
+        return parameters.value(QString::fromLatin1(name)).toString();
+    }
 };
 /// What WWW-Authenticate fields hold, in their order.
 QList<Challenge> challenges(const QString &authenticate);
 
 /// A text that can stand as a field's value in a request: without the bytes that would end it.
 QByteArray safeValue(const QString &value);
-/// Whether it is a name that a request may use (a token).
+/// Whether a request may use it as a name: whether it is a token.
 bool isToken(const QString &name);
 
-} // namespace HTTPHeaderFields
+} // namespace zr::HTTPHeaderFields

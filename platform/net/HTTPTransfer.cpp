@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/HTTPTransfer.h"
 
-#include "platform/net/HTTPAuthorization.h"
 #include "platform/net/NSHTTPCookieStorage.h"
 
-#include <QRandomGenerator>
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
+namespace zr {
+
 namespace {
 
 constexpr int mostRedirects = 20;
-constexpr int mostStaleAnswers = 3;
-/// Of all header lines of a response.
-constexpr qsizetype longestHead = 1 << 20;
+constexpr int mostRenewals = 3;
 /// A longer body that nobody wants is not worth keeping its connection for.
 constexpr qsizetype mostDropped = qsizetype(256) * 1024;
 /// More would neither fit the cache nor be kept by malloc for the next transfer.
@@ -48,29 +46,84 @@ private:
     NSURLCredential m_credential;
 };
 
+NSURLErrorCode codeOfCurl(CURLcode code) {
+    switch (code) {
+    case CURLE_URL_MALFORMAT:
+        return NSURLErrorBadURL;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+        return NSURLErrorUnsupportedURL;
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_RESOLVE_PROXY:
+        return NSURLErrorCannotFindHost;
+    case CURLE_COULDNT_CONNECT:
+        return NSURLErrorCannotConnectToHost;
+    case CURLE_OPERATION_TIMEDOUT:
+        return NSURLErrorTimedOut;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+        return NSURLErrorNetworkConnectionLost;
+    case CURLE_WEIRD_SERVER_REPLY:
+        return NSURLErrorBadServerResponse;
+    case CURLE_BAD_CONTENT_ENCODING:
+        return NSURLErrorCannotDecodeContentData;
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SSL_CIPHER:
+    case CURLE_SSL_ENGINE_NOTFOUND:
+    case CURLE_SSL_SHUTDOWN_FAILED:
+    case CURLE_USE_SSL_FAILED:
+        return NSURLErrorSecureConnectionFailed;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_CACERT_BADFILE:
+        return NSURLErrorServerCertificateUntrusted;
+    default:
+        return NSURLErrorUnknown;
+    }
+}
+
 bool isRedirect(qint64 status) {
     return status == 301 || status == 302 || status == 303 || status == 307;
+}
+
+/// Whether libcurl can answer a Digest challenge. Of "auth-int" it covers empty bodies only, and SHA-512-256
+/// it takes for SHA-256.
+bool canDigest(const HTTPHeaderFields::Challenge &challenge, bool withBody) {
+    QString algorithm = challenge.parameter("algorithm").toLower();
+    if (algorithm.endsWith(u"-sess"))
+        algorithm.chop(5);
+    const QString protection = challenge.parameter("qop").toLower();
+    bool isKnown = protection.isEmpty();
+    for (const QString &each : protection.split(u','))
+        isKnown |= each.trimmed() == u"auth" || (each.trimmed() == u"auth-int" && !withBody);
+    return isKnown && !challenge.parameter("nonce").isEmpty() &&
+           (algorithm.isEmpty() || algorithm == u"md5" || algorithm == u"sha-256");
 }
 
 /// The strongest challenge that there is a name for, and that name; what can be answered goes first.
 struct Offer {
     QString method;
-    const HTTPHeaderFields::Challenge *challenge = nullptr;
+    HTTPHeaderFields::Challenge challenge;
 };
 
-Offer bestOffer(const QList<HTTPHeaderFields::Challenge> &offered) {
+std::optional<Offer> bestOffer(const QList<HTTPHeaderFields::Challenge> &offered, bool withBody) {
     const std::pair<QString, QString> known[] = {
         {QStringLiteral("digest"), NSURLAuthenticationMethodHTTPDigest},
         {QStringLiteral("basic"), NSURLAuthenticationMethodHTTPBasic},
         {QStringLiteral("negotiate"), NSURLAuthenticationMethodNegotiate},
         {QStringLiteral("ntlm"), NSURLAuthenticationMethodNTLM},
     };
-    for (const auto &[scheme, method] : known)
-        for (const HTTPHeaderFields::Challenge &challenge : offered)
-            if (challenge.scheme == scheme &&
-                (scheme != u"digest" || HTTPAuthorization::canDigest(challenge)))
-                return {method, &challenge};
-    return {};
+    for (const auto &[scheme, method] : known) {
+        // libcurl, too, goes by the first of each scheme.
+        const auto at = std::find_if(offered.begin(), offered.end(),
+                                     [&](const auto &challenge) { return challenge.scheme == scheme; });
+        if (at != offered.end() && (scheme != u"digest" || canDigest(*at, withBody)))
+            return Offer{method, *at};
+    }
+    return std::nullopt;
 }
 
 bool isForTransport(const QString &field) {
@@ -89,87 +142,83 @@ bool isSameServer(const QUrl &a, const QUrl &b) {
 } // namespace
 
 HTTPTransfer::~HTTPTransfer() {
-    HTTPTransfer::stop();
-}
-
-void HTTPTransfer::stop() {
-    m_stopped = true;
-    m_loop.clearTimer(this);
-    if (CURL *handle = std::exchange(m_handle, nullptr)) {
-        m_loop.remove(handle);
-        m_loop.giveHandleBack(handle);
-    }
-    curl_slist_free_all(std::exchange(m_lines, nullptr));
+    m_loop.remove(m_handle.get());
 }
 
 void HTTPTransfer::start(const std::shared_ptr<NSURLRequest> &request) {
     m_url = request->URL();
-    m_request = willSendRequest(request, nullptr);
+    m_request = tell(&NSURLConnectionDelegate::connectionWillSendRequest, request, nullptr);
+    if (isOver())
+        return;
     if (m_request)
         send();
     else
-        fail(NSURLErrorCancelled);
+        failWith(NSURLErrorCancelled);
 }
 
-void HTTPTransfer::fail(NSURLErrorCode code, const QString &reason) {
-    stop();
-    didFail(NSURLErrorWithCode(code, m_url, reason));
+void HTTPTransfer::failWith(NSURLErrorCode code, const QString &reason) {
+    fail(NSURLErrorWithCode(code, m_url, reason));
+}
+
+HTTPTransfer::Outcome HTTPTransfer::failing(NSURLErrorCode code) {
+    m_attempt.failure = code;
+    return Outcome::Fail;
 }
 
 void HTTPTransfer::send() {
     m_url = m_request->URL();
-    const QString scheme = m_url.scheme();
-    if (scheme != u"http" && scheme != u"https") {
-        fail(m_redirects > 0 ? NSURLErrorRedirectToNonExistentLocation : NSURLErrorUnsupportedURL);
+    const bool isHTTP = m_url.scheme() == u"http" || m_url.scheme() == u"https";
+    if (!isHTTP || m_url.host().isEmpty()) {
+        failWith(m_redirects > 0 ? NSURLErrorRedirectToNonExistentLocation
+                 : isHTTP        ? NSURLErrorBadURL
+                                 : NSURLErrorUnsupportedURL);
         return;
     }
-    if (m_url.host().isEmpty()) {
-        fail(NSURLErrorBadURL);
-        return;
-    }
-    m_head = {};
-    m_headSize = 0;
-    m_headIsComplete = false;
-    m_outcome = Outcome::Deliver;
-    m_dropped = 0;
-    m_uploaded = 0;
+    m_attempt = {};
     m_errorText[0] = 0;
-    if (!configure()) {
-        fail(NSURLErrorUnknown);
+    if (!m_handle)
+        m_handle.reset(curl_easy_init());
+    if (!m_handle) {
+        failWith(NSURLErrorUnknown);
         return;
     }
+    configure();
     m_lastSign = TransferLoop::Clock::now();
-    armTimer();
-    m_loop.add(m_handle, this);
+    setDeadline();
+    m_loop.add(m_handle.get(), this);
 }
 
-bool HTTPTransfer::configure() {
-    if (!m_handle)
-        m_handle = m_loop.takeHandle();
-    if (!m_handle)
-        return false;
-    m_address = m_url.toEncoded(QUrl::RemoveFragment | QUrl::RemoveUserInfo);
-    set(CURLOPT_URL, m_address.constData());
+void HTTPTransfer::configure() {
+    set(CURLOPT_URL, m_url.toEncoded(QUrl::RemoveFragment | QUrl::RemoveUserInfo).constData());
     set(CURLOPT_PROTOCOLS_STR, "http,https");
+    // Without the first, libcurl would ask the environment for a proxy, without the second, for exceptions.
+    set(CURLOPT_PROXY, NSURLConnection::proxyURL().toEncoded().constData());
+    set(CURLOPT_NOPROXY, "");
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     set(CURLOPT_NOSIGNAL, 1L);
+    // Whoever ends a transfer must not wait for its name to be looked up.
+    set(CURLOPT_QUICK_EXIT, 1L);
     set(CURLOPT_BUFFERSIZE, bufferSize);
     set(CURLOPT_ERRORBUFFER, m_errorText.data());
-    set(CURLOPT_HEADERFUNCTION, headerFunction);
+    set(CURLOPT_HEADERFUNCTION, callback<&HTTPTransfer::takeHeaderLine>);
     set(CURLOPT_HEADERDATA, this);
-    set(CURLOPT_WRITEFUNCTION, bodyFunction);
+    set(CURLOPT_WRITEFUNCTION, callback<&HTTPTransfer::takeBody>);
     set(CURLOPT_WRITEDATA, this);
     // What is sent is the request's own field; this makes libcurl unpack.
-    set(CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
+    set(CURLOPT_ACCEPT_ENCODING, "br, zstd");
+    set(CURLOPT_HTTP_CONTENT_DECODING, 1L);
     setHeaderFields(setBody());
+    setCredential();
     setSecurity();
-    return true;
 }
 
 void HTTPTransfer::setHeaderFields(bool withBody) {
-    curl_slist_free_all(std::exchange(m_lines, nullptr));
+    m_lines.reset();
     const auto append = [this](const QByteArray &line) {
-        if (curl_slist *lines = curl_slist_append(m_lines, line.constData()))
-            m_lines = lines;
+        if (curl_slist *lines = curl_slist_append(m_lines.get(), line.constData())) {
+            static_cast<void>(m_lines.release());
+            m_lines.reset(lines);
+        }
     };
     // libcurl would add these by itself.
     const auto suppress = [&](const char *name) {
@@ -177,6 +226,7 @@ void HTTPTransfer::setHeaderFields(bool withBody) {
             append(QByteArray(name) + ':');
     };
     suppress("Accept");
+    suppress("Accept-Encoding");
     if (withBody) {
         suppress("Content-Type");
         suppress("Expect");
@@ -184,58 +234,59 @@ void HTTPTransfer::setHeaderFields(bool withBody) {
     const QVariantMap fields = m_request->allHTTPHeaderFields();
     for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
         if (!HTTPHeaderFields::isToken(it.key()) || isForTransport(it.key()) ||
-            (!m_authorization.isEmpty() &&
+            (m_credential.hasPassword() &&
              HTTPHeaderFields::isSameName(it.key(), QStringLiteral("Authorization"))))
             continue;
         const QByteArray value = HTTPHeaderFields::safeValue(it.value().toString());
         append(it.key().toLatin1() + (value.isEmpty() ? QByteArray(";") : ": " + value));
     }
-    if (!m_authorization.isEmpty())
-        append("Authorization: " + HTTPHeaderFields::safeValue(QString::fromUtf8(m_authorization)));
     if (m_request->HTTPShouldHandleCookies() &&
         m_request->valueForHTTPHeaderField(QStringLiteral("Cookie")).isNull()) {
-        const QVariantList found = NSHTTPCookieStorage::sharedHTTPCookieStorage().cookiesForURL(m_url);
-        QList<NSHTTPCookie> cookies;
-        for (const QVariant &cookie : found)
-            cookies.append(cookie.value<NSHTTPCookie>());
-        const QVariantMap field = NSHTTPCookie::requestHeaderFieldsWithCookies(cookies);
+        const QVariantMap field = NSHTTPCookie::requestHeaderFieldsWithCookies(
+            NSHTTPCookieStorage::sharedHTTPCookieStorage().matchingCookies(m_url));
         if (!field.isEmpty())
             append("Cookie: " + HTTPHeaderFields::safeValue(field.first().toString()));
     }
-    set(CURLOPT_HTTPHEADER, m_lines);
+    set(CURLOPT_HTTPHEADER, m_lines.get());
 }
 
-/// True where a body is sent, be it an empty one.
+/// True if a body is sent, be it an empty one.
 bool HTTPTransfer::setBody() {
-    const QString method = m_request->HTTPMethod();
-    m_method = HTTPHeaderFields::isToken(method) ? method.toLatin1() : QByteArray("GET");
+    const QString given = m_request->HTTPMethod();
+    const QByteArray method = HTTPHeaderFields::isToken(given) ? given.toLatin1() : QByteArray("GET");
     m_body = m_request->HTTPBody();
-    const bool wantsLength = m_method == "POST" || m_method == "PUT" || m_method == "PATCH";
-    set(CURLOPT_CUSTOMREQUEST, nullptr);
-    if (m_method == "HEAD") {
-        set(CURLOPT_NOBODY, 1L);
-        return false;
-    }
-    set(CURLOPT_NOBODY, 0L);
-    const bool withBody = wantsLength || !m_body.isEmpty();
+    const bool isHead = method == "HEAD";
+    const bool withBody =
+        !isHead && (method == "POST" || method == "PUT" || method == "PATCH" || !m_body.isEmpty());
+    set(CURLOPT_NOBODY, long(isHead));
     if (withBody) {
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_body.size()));
         set(CURLOPT_POSTFIELDS, m_body.isEmpty() ? "" : m_body.constData());
-    } else {
+    } else if (!isHead) {
         set(CURLOPT_HTTPGET, 1L);
     }
-    if (withBody || m_method != "GET")
-        set(CURLOPT_CUSTOMREQUEST, m_method.constData());
+    set(CURLOPT_CUSTOMREQUEST, method.constData());
     return withBody;
+}
+
+/// Nothing is sent before there is a credential. Even then libcurl has a user name, an empty one: without any it
+/// would take the next challenge for a duplicate of the first, and ignore its nonce.
+void HTTPTransfer::setCredential() {
+    const bool isGiven = m_credential.hasPassword();
+    set(CURLOPT_HTTPAUTH, !isGiven ? CURLAUTH_NONE : m_isDigest ? CURLAUTH_DIGEST : CURLAUTH_BASIC);
+    set(CURLOPT_USERNAME, m_credential.user().toUtf8().constData());
+    set(CURLOPT_PASSWORD, m_credential.password().toUtf8().constData());
 }
 
 void HTTPTransfer::setSecurity() {
     m_host = m_url.host(QUrl::FullyEncoded);
     if (m_url.scheme() != u"https")
         return;
-    const bool delegateJudges = canAuthenticate(NSURLProtectionSpace(
-        m_host, portOf(m_url), m_url.scheme(), QString(), NSURLAuthenticationMethodServerTrust));
+    const bool delegateJudges =
+        tell(&NSURLConnectionDelegate::connectionCanAuthenticateAgainstProtectionSpace,
+             NSURLProtectionSpace(m_host, portOf(m_url), m_url.scheme(), QString(),
+                                  NSURLAuthenticationMethodServerTrust));
     set(CURLOPT_SSL_VERIFYPEER, delegateJudges ? 0L : 1L);
     set(CURLOPT_SSL_VERIFYHOST, delegateJudges ? 0L : 2L);
     m_judge = [this](const NSServerTrust &trust) { return judgeServer(trust); };
@@ -255,83 +306,71 @@ CURLcode HTTPTransfer::contextFunction(CURL *, void *context, void *transfer) {
 
 ServerTrust::Decision HTTPTransfer::judgeServer(const NSServerTrust &trust) {
     Answer answer;
-    if (!m_stopped)
-        didReceiveChallenge(NSURLAuthenticationChallenge(
-            NSURLProtectionSpace(m_host, portOf(m_url), m_url.scheme(), QString(),
-                                 NSURLAuthenticationMethodServerTrust, trust),
-            0, nullptr, &answer));
+    tell(&NSURLConnectionDelegate::connectionDidReceiveAuthenticationChallenge,
+         NSURLAuthenticationChallenge(NSURLProtectionSpace(m_host, portOf(m_url), m_url.scheme(), QString(),
+                                                           NSURLAuthenticationMethodServerTrust, trust),
+                                      0, nullptr, &answer));
     if (answer.kind() == Answer::Kind::Credential && answer.credential().isTrust())
         return ServerTrust::Decision::Accept;
-    m_trustCancelled = answer.kind() == Answer::Kind::Cancel;
-    return m_trustCancelled ? ServerTrust::Decision::Refuse : ServerTrust::Decision::Evaluate;
+    m_attempt.trustCancelled = answer.kind() == Answer::Kind::Cancel;
+    return m_attempt.trustCancelled ? ServerTrust::Decision::Refuse : ServerTrust::Decision::Evaluate;
 }
 
-size_t HTTPTransfer::headerFunction(const char *bytes, size_t size, size_t count, void *transfer) {
-    return static_cast<HTTPTransfer *>(transfer)->takeHeaderLine({bytes, qsizetype(size * count)});
-}
-
-size_t HTTPTransfer::bodyFunction(const char *bytes, size_t size, size_t count, void *transfer) {
-    return static_cast<HTTPTransfer *>(transfer)->takeBody({bytes, qsizetype(size * count)});
-}
-
-size_t HTTPTransfer::takeHeaderLine(QByteArrayView line) {
-    const auto taken = size_t(line.size());
-    if (m_stopped)
-        return CURL_WRITEFUNC_ERROR;
+bool HTTPTransfer::takeHeaderLine(QByteArrayView line) {
     m_lastSign = TransferLoop::Clock::now();
-    m_headSize += line.size();
-    if (m_headSize > longestHead) {
-        m_failure = NSURLErrorBadServerResponse;
-        m_outcome = Outcome::Fail;
-        return CURL_WRITEFUNC_ERROR;
-    }
-    if (m_head.begin(line)) {
-        m_headIsComplete = false;
-    } else if (m_headIsComplete) {
-        return taken; // a trailer
-    } else if (line != "\r\n" && line != "\n") {
-        m_head.add(line);
-    } else if (m_head.statusCode >= 200 || m_head.statusCode == 101) {
-        m_headIsComplete = true;
-        if (!headIsComplete())
-            return CURL_WRITEFUNC_ERROR;
-    }
-    return taken;
+    long status = 0;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    // Interim responses come before the head, trailers behind the body.
+    const bool isEnd = (line == "\r\n" || line == "\n") && (status >= 200 || status == 101);
+    return !isOver() && (!isEnd || m_attempt.headIsComplete || headIsComplete(status));
 }
 
-/// False where the transfer is to end here.
-bool HTTPTransfer::headIsComplete() {
-    const auto response = std::make_shared<NSHTTPURLResponse>(m_url, m_head.statusCode, m_head.fields);
-    if (m_request->HTTPShouldHandleCookies())
-        for (const QString &line : std::as_const(m_head.cookies))
+/// The head's fields; their cookies go to the shared store if the request says so.
+QVariantMap HTTPTransfer::takeFields() {
+    QVariantMap fields;
+    curl_header *header = nullptr;
+    while ((header = curl_easy_nextheader(m_handle.get(), CURLH_HEADER, -1, header))) {
+        const QString name = HTTPHeaderFields::canonicalName(QByteArrayView(header->name).trimmed());
+        const QString content = HTTPHeaderFields::text(QByteArrayView(header->value).trimmed());
+        if (name == u"Set-Cookie" && m_request->HTTPShouldHandleCookies())
             NSHTTPCookieStorage::sharedHTTPCookieStorage().setCookie(
-                NSHTTPCookie::cookieWithHeaderLine(line, m_url));
-    m_outcome = decide(response);
-    if (m_outcome == Outcome::Deliver) {
-        m_delivered = true;
-        didReceiveResponse(response);
+                NSHTTPCookie::cookieWithHeaderLine(content, m_url));
+        if (name.isEmpty())
+            continue;
+        const QVariant before = fields.value(name);
+        fields.insert(name, before.isValid() ? before.toString() + QStringLiteral(", ") + content : content);
     }
-    return !m_stopped && m_outcome != Outcome::Fail;
+    return fields;
+}
+
+/// False if the transfer is to end here.
+bool HTTPTransfer::headIsComplete(qint64 status) {
+    const auto response = std::make_shared<NSHTTPURLResponse>(m_url, status, takeFields());
+    m_attempt.outcome = decide(response);
+    if (isOver())
+        return false;
+    m_attempt.headIsComplete = m_attempt.outcome != Outcome::Renew;
+    if (m_attempt.outcome == Outcome::Deliver) {
+        prepareUnpacking(response->allHeaderFields());
+        tell(&NSURLConnectionDelegate::connectionDidReceiveResponse, response);
+    }
+    return !isOver() && m_attempt.outcome != Outcome::Fail;
 }
 
 HTTPTransfer::Outcome HTTPTransfer::decide(const std::shared_ptr<NSHTTPURLResponse> &response) {
     if (const auto outcome = redirect(response))
         return *outcome;
-    if (const auto outcome = challenge(response))
-        return *outcome;
-    return Outcome::Deliver;
+    return challenge(response).value_or(Outcome::Deliver);
 }
 
 std::optional<HTTPTransfer::Outcome>
 HTTPTransfer::redirect(const std::shared_ptr<NSHTTPURLResponse> &response) {
-    if (!isRedirect(response->statusCode()))
-        return std::nullopt;
     const QString location = response->valueForHTTPHeaderField(QStringLiteral("Location"));
-    if (location.isEmpty())
+    if (!isRedirect(response->statusCode()) || location.isNull())
         return std::nullopt;
     QUrl target = m_url.resolved(QUrl(location, QUrl::TolerantMode));
-    if (!target.isValid())
-        return std::nullopt;
+    if (location.isEmpty() || !target.isValid())
+        return failing(NSURLErrorRedirectToNonExistentLocation);
     if (!target.hasFragment() && m_url.hasFragment())
         target.setFragment(m_url.fragment(QUrl::FullyEncoded));
     const auto proposed = m_request->mutableCopy();
@@ -347,149 +386,149 @@ HTTPTransfer::redirect(const std::shared_ptr<NSHTTPURLResponse> &response) {
     }
     if (!isSameServer(m_url, target))
         proposed->setValue(QString(), QStringLiteral("Authorization"));
-    const std::shared_ptr<NSURLRequest> next = willSendRequest(proposed, response);
-    if (m_stopped || !next)
+    m_next = tell(&NSURLConnectionDelegate::connectionWillSendRequest, proposed, response);
+    if (!m_next)
         return std::nullopt;
-    if (++m_redirects > mostRedirects) {
-        m_failure = NSURLErrorHTTPTooManyRedirects;
-        return Outcome::Fail;
-    }
-    m_next = next;
-    return Outcome::Redirect;
+    return ++m_redirects > mostRedirects ? failing(NSURLErrorHTTPTooManyRedirects) : Outcome::Redirect;
 }
 
 std::optional<HTTPTransfer::Outcome>
 HTTPTransfer::challenge(const std::shared_ptr<NSHTTPURLResponse> &response) {
     if (response->statusCode() != 401)
         return std::nullopt;
-    const auto offered =
-        HTTPHeaderFields::challenges(response->valueForHTTPHeaderField(QStringLiteral("WWW-Authenticate")));
-    const Offer offer = bestOffer(offered);
-    if (!offer.challenge)
+    const auto offer = bestOffer(
+        HTTPHeaderFields::challenges(response->valueForHTTPHeaderField(QStringLiteral("WWW-Authenticate"))),
+        !m_body.isEmpty());
+    if (!offer)
         return std::nullopt;
-    const auto parameter = [&](const char *name) {
-        return offer.challenge->parameters.value(QString::fromLatin1(name)).toString();
-    };
     // The credential was good, but the server wants a newer nonce used.
-    if (!m_credential.isNil() && parameter("stale").compare(u"true", Qt::CaseInsensitive) == 0 &&
-        m_staleAnswers < mostStaleAnswers) {
-        ++m_staleAnswers;
-        m_authorization = answerTo(*offer.challenge);
-        return Outcome::Retry;
-    }
-    const NSURLProtectionSpace space(m_host, portOf(m_url), m_url.scheme(), parameter("realm"), offer.method);
-    NSURLCredential credential;
-    if (canAuthenticate(space)) {
+    if (m_credential.hasPassword() && m_isDigest && offer->method == NSURLAuthenticationMethodHTTPDigest &&
+        offer->challenge.parameter("stale").compare(u"true", Qt::CaseInsensitive) == 0)
+        return ++m_renewals > mostRenewals ? failing(NSURLErrorUserCancelledAuthentication) : Outcome::Renew;
+    const NSURLProtectionSpace space(m_host, portOf(m_url), m_url.scheme(),
+                                     offer->challenge.parameter("realm"), offer->method);
+    m_credential = {};
+    if (tell(&NSURLConnectionDelegate::connectionCanAuthenticateAgainstProtectionSpace, space)) {
         Answer answer;
-        didReceiveChallenge(NSURLAuthenticationChallenge(space, m_credentialsSent, response, &answer));
+        tell(&NSURLConnectionDelegate::connectionDidReceiveAuthenticationChallenge,
+             NSURLAuthenticationChallenge(space, m_credentialsSent, response, &answer));
         if (answer.kind() == Answer::Kind::Cancel)
             return Outcome::Drop;
-        credential = answer.credential();
+        m_credential = answer.credential();
     } else if (m_credentialsSent == 0 && !m_url.userName().isEmpty()) {
-        credential = NSURLCredential(m_url.userName(QUrl::FullyDecoded), m_url.password(QUrl::FullyDecoded));
+        m_credential =
+            NSURLCredential(m_url.userName(QUrl::FullyDecoded), m_url.password(QUrl::FullyDecoded));
     }
-    if (!credential.hasPassword())
-        return std::nullopt;
-    m_credential = credential;
-    m_authorization = answerTo(*offer.challenge);
-    if (m_authorization.isNull())
+    m_isDigest = offer->method == NSURLAuthenticationMethodHTTPDigest;
+    const bool canAnswer = m_isDigest || offer->method == NSURLAuthenticationMethodHTTPBasic;
+    if (!m_credential.hasPassword() || !canAnswer)
         return std::nullopt;
     ++m_credentialsSent;
     return Outcome::Retry;
 }
 
-QByteArray HTTPTransfer::answerTo(const HTTPHeaderFields::Challenge &challenge) const {
-    const QString user = m_credential.user();
-    const QString password = m_credential.password();
-    if (challenge.scheme == u"basic")
-        return HTTPAuthorization::basic(user, password);
-    QByteArray target = m_url.toEncoded(QUrl::RemoveScheme | QUrl::RemoveAuthority | QUrl::RemoveFragment);
-    if (!target.startsWith('/'))
-        target.prepend('/');
-    const QByteArray clientNonce = QByteArray::number(QRandomGenerator::system()->generate64(), 16) +
-                                   QByteArray::number(QRandomGenerator::system()->generate64(), 16);
-    return HTTPAuthorization::digest(challenge, user, password, {m_method, target, m_body}, clientNonce);
+/// gzip and deflate are for zlib, other codings that libcurl knows, and lists, for libcurl; with any other
+/// the body stays as it came.
+void HTTPTransfer::prepareUnpacking(const QVariantMap &fields) {
+    static constexpr std::array<QStringView, 6> known = {u"gzip", u"x-gzip", u"deflate",
+                                                         u"br",   u"zstd",   u"identity"};
+    const QString field = HTTPHeaderFields::value(fields, QStringLiteral("Content-Encoding")).toLower();
+    const QList<QStringView> codings = QStringView(field).split(u',');
+    const auto isKnown = [](QStringView coding) {
+        return std::find(known.begin(), known.end(), coding.trimmed()) != known.end();
+    };
+    const auto *only = std::find(known.begin(), known.begin() + 3, QStringView(field).trimmed());
+    const bool isForZlib = only != known.begin() + 3;
+    if (isForZlib)
+        m_attempt.unpacker = std::make_unique<BodyUnpacker>(
+            *only == u"deflate" ? BodyUnpacker::Coding::Deflate : BodyUnpacker::Coding::Gzip);
+    if (isForZlib || !std::all_of(codings.begin(), codings.end(), isKnown))
+        set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
 }
 
-size_t HTTPTransfer::takeBody(QByteArrayView bytes) {
-    if (m_stopped)
-        return CURL_WRITEFUNC_ERROR;
+bool HTTPTransfer::takeBody(QByteArrayView bytes) {
     m_lastSign = TransferLoop::Clock::now();
-    if (m_outcome == Outcome::Deliver) {
-        didReceiveData(bytes);
-    } else {
-        m_dropped += bytes.size();
-        if (m_dropped > mostDropped)
-            return CURL_WRITEFUNC_ERROR;
+    if (isOver())
+        return false;
+    const auto deliver = [this](QByteArrayView piece) {
+        tell(&NSURLConnectionDelegate::connectionDidReceiveData, piece);
+        return !isOver();
+    };
+    if (m_attempt.outcome != Outcome::Deliver) {
+        m_attempt.dropped += bytes.size();
+        return m_attempt.dropped <= mostDropped;
     }
-    return m_stopped ? size_t(CURL_WRITEFUNC_ERROR) : size_t(bytes.size());
+    if (!m_attempt.unpacker)
+        return deliver(bytes);
+    if (m_attempt.unpacker->take(bytes, deliver))
+        return !isOver();
+    m_attempt.outcome = failing(NSURLErrorCannotDecodeContentData);
+    return false;
 }
 
 void HTTPTransfer::handleDidFinish(CURLcode code) {
-    m_loop.clearTimer(this);
-    if (m_stopped)
+    if (isOver())
         return;
-    switch (m_headIsComplete || m_outcome == Outcome::Fail ? m_outcome : Outcome::Deliver) {
+    switch (m_attempt.outcome) {
     case Outcome::Redirect:
         m_request = std::exchange(m_next, nullptr);
         // The new place asks for itself.
         m_credential = {};
-        m_authorization.clear();
         m_credentialsSent = 0;
-        // So do libcurl's counters of this handle.
-        curl_easy_reset(m_handle);
+        m_handle.reset();
         send();
         return;
     case Outcome::Retry:
         send();
         return;
     case Outcome::Drop:
-        stop();
-        didFinishLoading();
+        finish();
         return;
     case Outcome::Fail:
-        fail(m_failure);
+        failWith(m_attempt.failure);
         return;
+    case Outcome::Renew:
     case Outcome::Deliver:
-        break;
+        responseDidEnd(code);
     }
-    if (m_stopped)
-        return;
+}
+
+void HTTPTransfer::responseDidEnd(CURLcode code) {
     const QString reason = QString::fromUtf8(m_errorText.data());
-    if (m_trustCancelled)
-        fail(NSURLErrorUserCancelledAuthentication, reason);
-    else if ((code == CURLE_OK && !m_delivered) || code == CURLE_UNSUPPORTED_PROTOCOL ||
+    if (m_attempt.trustCancelled)
+        failWith(NSURLErrorUserCancelledAuthentication, reason);
+    else if ((code == CURLE_OK && !m_attempt.headIsComplete) || code == CURLE_UNSUPPORTED_PROTOCOL ||
              code == CURLE_OUT_OF_MEMORY || (code == CURLE_RECV_ERROR && reason.startsWith(u"Too large")))
         // No answer, an answer that is no HTTP, and header lines beyond what libcurl takes.
-        fail(NSURLErrorBadServerResponse, reason);
+        failWith(NSURLErrorBadServerResponse, reason);
     else if (code != CURLE_OK)
-        fail(NSURLErrorCodeOfCurl(code),
-             reason.isEmpty() ? QString::fromUtf8(curl_easy_strerror(code)) : reason);
-    else {
-        stop();
-        didFinishLoading();
-    }
+        failWith(codeOfCurl(code), reason.isEmpty() ? QString::fromUtf8(curl_easy_strerror(code)) : reason);
+    else if (m_attempt.unpacker && !m_attempt.unpacker->isComplete())
+        failWith(NSURLErrorCannotDecodeContentData, QStringLiteral("The packed body is cut short."));
+    else
+        finish();
 }
 
-void HTTPTransfer::armTimer() {
+void HTTPTransfer::setDeadline() {
     const double seconds = m_request->timeoutInterval();
-    if (!(seconds > 0))
-        return;
     constexpr double longest = 100.0 * 366 * 24 * 3600;
-    m_loop.setTimer(this, m_lastSign + std::chrono::duration_cast<TransferLoop::Clock::duration>(
-                                           std::chrono::duration<double>(std::min(seconds, longest))));
+    m_deadline = TransferLoop::Clock::time_point::max();
+    if (seconds > 0)
+        m_deadline = m_lastSign + std::chrono::duration_cast<TransferLoop::Clock::duration>(
+                                      std::chrono::duration<double>(std::min(seconds, longest)));
 }
 
-void HTTPTransfer::timerDidFire() {
+void HTTPTransfer::deadlineDidPass() {
     // That the server takes what is sent is a sign of it too.
     curl_off_t uploaded = 0;
-    curl_easy_getinfo(m_handle, CURLINFO_SIZE_UPLOAD_T, &uploaded);
-    const auto now = TransferLoop::Clock::now();
-    if (std::exchange(m_uploaded, uploaded) != uploaded)
-        m_lastSign = now;
-    const std::chrono::duration<double> quiet = now - m_lastSign;
-    if (quiet.count() >= m_request->timeoutInterval())
-        fail(NSURLErrorTimedOut);
-    else
-        armTimer();
+    curl_easy_getinfo(m_handle.get(), CURLINFO_SIZE_UPLOAD_T, &uploaded);
+    if (std::exchange(m_attempt.uploaded, uploaded) != uploaded)
+        m_lastSign = TransferLoop::Clock::now();
+    setDeadline();
+    if (m_deadline > TransferLoop::Clock::now())
+        return;
+    m_loop.remove(m_handle.get());
+    failWith(NSURLErrorTimedOut);
 }
+
+} // namespace zr

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/net/BodyUnpacker.h"
 #include "platform/net/HTTPHeaderFields.h"
 #include "platform/net/ServerTrust.h"
 #include "platform/net/TransferLoop.h"
@@ -10,82 +11,96 @@
 #include <memory>
 #include <optional>
 
+namespace zr {
+
 /// Carries http and https by libcurl. Redirects and challenges are the delegate's to decide, so each hop and
-/// each attempt is a transfer of its own on the same handle.
+/// each attempt is a transfer of its own; libcurl answers a challenge with the credential that the delegate
+/// gave for it.
 class HTTPTransfer : public URLTransfer, private TransferLoop::Transfer {
 public:
     using URLTransfer::URLTransfer;
     ~HTTPTransfer() override;
-
     void start(const std::shared_ptr<NSURLRequest> &request) override;
-    void stop() override;
 
 private:
     /// What becomes of the response whose head has arrived.
     enum class Outcome {
         Deliver,  ///< it is the response
         Redirect, ///< m_next is sent
-        Retry,    ///< the same request is sent with m_authorization
+        Retry,    ///< the same request is sent with m_credential
+        Renew,    ///< libcurl sends it again with the server's new nonce, in the same transfer
         Drop,     ///< the delegate cancelled the challenge
-        Fail,     ///< with m_failure
+        Fail,     ///< with the attempt's failure
+    };
+    /// One request and its response.
+    struct Attempt {
+        bool headIsComplete = false;
+        Outcome outcome = Outcome::Deliver;
+        NSURLErrorCode failure = NSURLErrorUnknown;
+        std::unique_ptr<BodyUnpacker> unpacker;
+        qsizetype dropped = 0;
+        curl_off_t uploaded = 0;
+        bool trustCancelled = false;
+    };
+    template <auto release>
+    struct Release {
+        template <typename T>
+        void operator()(T *object) const {
+            release(object);
+        }
     };
 
     void send();
-    bool configure();
+    void configure();
     bool setBody();
     void setHeaderFields(bool withBody);
     void setSecurity();
-    bool headIsComplete();
+    void setCredential();
+    QVariantMap takeFields();
+    bool headIsComplete(qint64 status);
     Outcome decide(const std::shared_ptr<NSHTTPURLResponse> &response);
     std::optional<Outcome> redirect(const std::shared_ptr<NSHTTPURLResponse> &response);
-    QByteArray answerTo(const HTTPHeaderFields::Challenge &challenge) const;
     std::optional<Outcome> challenge(const std::shared_ptr<NSHTTPURLResponse> &response);
+    void prepareUnpacking(const QVariantMap &fields);
     ServerTrust::Decision judgeServer(const NSServerTrust &trust);
-    void fail(NSURLErrorCode code, const QString &reason = {});
+    Outcome failing(NSURLErrorCode code);
+    void failWith(NSURLErrorCode code, const QString &reason = {});
+    void responseDidEnd(CURLcode code);
     void handleDidFinish(CURLcode code) override;
-    void timerDidFire() override;
-    void armTimer();
+    void deadlineDidPass() override;
+    void setDeadline();
 
-    size_t takeHeaderLine(QByteArrayView line);
-    size_t takeBody(QByteArrayView bytes);
-    static size_t headerFunction(const char *bytes, size_t size, size_t count, void *transfer);
-    static size_t bodyFunction(const char *bytes, size_t size, size_t count, void *transfer);
+    bool takeHeaderLine(QByteArrayView line);
+    bool takeBody(QByteArrayView bytes);
+    template <auto take>
+    static size_t callback(const char *bytes, size_t size, size_t count, void *transfer) {
+        const bool goesOn = (static_cast<HTTPTransfer *>(transfer)->*take)({bytes, qsizetype(size * count)});
+        return goesOn ? size * count : size_t(CURL_WRITEFUNC_ERROR);
+    }
     static CURLcode contextFunction(CURL *, void *context, void *transfer);
 
     template <typename Value>
     void set(CURLoption option, Value value) {
-        curl_easy_setopt(m_handle, option, value);
+        curl_easy_setopt(m_handle.get(), option, value);
     }
 
     std::shared_ptr<NSURLRequest> m_request;
     std::shared_ptr<NSURLRequest> m_next;
     QUrl m_url;
-    QByteArray m_address;
-    QByteArray m_method;
     QByteArray m_body;
     QString m_host;
-    CURL *m_handle = nullptr;
-    curl_slist *m_lines = nullptr;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     ServerTrust::Judge m_judge;
-
-    HTTPHeaderFields::Head m_head;
-    qsizetype m_headSize = 0;
-    bool m_headIsComplete = false;
-    Outcome m_outcome = Outcome::Deliver;
-    bool m_delivered = false;
-    qsizetype m_dropped = 0;
-    NSURLErrorCode m_failure = NSURLErrorUnknown;
-    bool m_trustCancelled = false;
+    std::unique_ptr<CURL, Release<curl_easy_cleanup>> m_handle;
+    std::unique_ptr<curl_slist, Release<curl_slist_free_all>> m_lines;
+    Attempt m_attempt;
 
     NSURLCredential m_credential;
-    /// The field that answers the server's last challenge.
-    QByteArray m_authorization;
+    bool m_isDigest = false;
     int m_credentialsSent = 0;
-    int m_staleAnswers = 0;
+    int m_renewals = 0;
     int m_redirects = 0;
-    bool m_stopped = false;
-
     TransferLoop::Clock::time_point m_lastSign;
-    curl_off_t m_uploaded = 0;
 };
+
+} // namespace zr

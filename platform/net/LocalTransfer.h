@@ -1,25 +1,28 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/FileDescriptor.h"
 #include "platform/net/URLTransfer.h"
 
 #include <QByteArray>
+
+namespace zr {
 
 /// Carries file and data URLs. Files are read piece by piece, so that other transfers go on meanwhile.
 class LocalTransfer : public URLTransfer {
 public:
     using URLTransfer::URLTransfer;
-    ~LocalTransfer() override;
-
     void start(const std::shared_ptr<NSURLRequest> &request) override;
-    void stop() override;
 
 private:
-    void load(const QUrl &url);
-    void openFile(const QUrl &url);
+    void openFile();
     void readPiece();
+    void loadData();
+    void failWith(NSURLErrorCode code, int error = 0);
 
     QUrl m_url;
-    int m_file = -1;
+    FileDescriptor m_file;
     QByteArray m_buffer;
 };
+
+} // namespace zr

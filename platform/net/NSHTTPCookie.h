@@ -20,7 +20,7 @@ public:
 
     QString name() const { return m_name; }
     QString value() const { return m_value; }
-    /// With a dot in front where hosts below it get the cookie too.
+    /// With a dot in front if hosts below it get the cookie too.
     QString domain() const { return m_domain; }
     QString path() const { return m_path; }
     /// In UTC; nil for a cookie of the session.
@@ -33,16 +33,17 @@ public:
     void setExpiresDate(const QDateTime &date) { m_expires = date; }
     void setSecure(bool secure) { m_secure = secure; }
 
-    /// Whether a request for the URL carries the cookie, its date left aside.
+    /// Whether a request for the URL carries the cookie, whatever its date.
     bool matches(const QUrl &url) const;
 
-    /// The cookies of a response's "Set-Cookie" field, in their order; those that the URL's host may not set
-    /// are left out. Several cookies in one field are told apart by their commas.
+    /// The cookies of a response's "Set-Cookie" field, in their order, without those that the URL's host may
+    /// not set: for other hosts, or for a whole public suffix such as "co.uk". Several in one field are told
+    /// apart by their commas.
     static QList<NSHTTPCookie> cookiesWithResponseHeaderFields(const QVariantMap &headerFields,
                                                                const QUrl &url);
-    /// The cookie of one "Set-Cookie" line; nil where it holds none, or none that the URL's host may set.
+    /// The cookie of one "Set-Cookie" line; nil if it holds none, or none that the URL's host may set.
     static NSHTTPCookie cookieWithHeaderLine(const QString &line, const QUrl &url);
-    /// {"Cookie": "a=1; b=2"}, in the order of the list; without "Cookie" for an empty list.
+    /// {"Cookie": "a=1; b=2"}, in the order of the list; empty for an empty list.
     static QVariantMap requestHeaderFieldsWithCookies(const QList<NSHTTPCookie> &cookies);
 
     friend bool operator==(const NSHTTPCookie &, const NSHTTPCookie &) = default;

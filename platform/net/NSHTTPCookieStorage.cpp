@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/NSHTTPCookieStorage.h"
 
+#include "platform/base/NeverDestroyed.h"
+
 #include <algorithm>
 
 namespace {
@@ -16,8 +18,7 @@ bool isExpired(const NSHTTPCookie &cookie, const QDateTime &now) {
 } // namespace
 
 NSHTTPCookieStorage &NSHTTPCookieStorage::sharedHTTPCookieStorage() {
-    // Never destroyed: threads that outlive main() may still use it.
-    static auto *storage = new NSHTTPCookieStorage;
+    static zr::NeverDestroyed<NSHTTPCookieStorage> storage;
     return *storage;
 }
 
@@ -70,13 +71,18 @@ void NSHTTPCookieStorage::removeAllCookies() {
     m_cookies.clear();
 }
 
-QVariantList NSHTTPCookieStorage::cookiesForURL(const QUrl &url) const {
+QList<NSHTTPCookie> NSHTTPCookieStorage::matchingCookies(const QUrl &url) const {
     QList<NSHTTPCookie> found = cookies();
     found.removeIf([&](const NSHTTPCookie &cookie) { return !cookie.matches(url); });
     std::stable_sort(found.begin(), found.end(), [](const NSHTTPCookie &a, const NSHTTPCookie &b) {
         return a.path().size() > b.path().size();
     });
+    return found;
+}
+
+QVariantList NSHTTPCookieStorage::cookiesForURL(const QUrl &url) const {
     QVariantList values;
+    const QList<NSHTTPCookie> found = matchingCookies(url);
     for (const NSHTTPCookie &cookie : found)
         values.append(QVariant::fromValue(cookie));
     return values;

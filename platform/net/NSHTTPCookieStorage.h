@@ -21,14 +21,15 @@ public:
 
     /// All that have not expired, in the order of their making.
     QList<NSHTTPCookie> cookies() const;
-    /// Keeps a cookie in the place of one with the same name, domain and path; one that has expired only
-    /// takes that away.
+    /// Keeps a cookie in place of one with the same name, domain and path; one that has expired only takes
+    /// that away.
     void setCookie(const NSHTTPCookie &cookie);
     void deleteCookie(const NSHTTPCookie &cookie);
     void removeAllCookies();
 
-    /// Those that a request for the URL carries (each an NSHTTPCookie): longer paths first, else as they were
-    /// made.
+    /// Those that a request for the URL carries: longer paths first, else as they were made.
+    QList<NSHTTPCookie> matchingCookies(const QUrl &url) const;
+    /// The same, each an NSHTTPCookie.
     Q_INVOKABLE QVariantList cookiesForURL(const QUrl &url) const;
     /// setCookie() for each.
     Q_INVOKABLE void setCookies(const QVariantList &cookies);

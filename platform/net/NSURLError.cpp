@@ -2,7 +2,6 @@
 #include "platform/net/NSURLError.h"
 
 #include <QCoreApplication>
-#include <curl/curl.h>
 
 namespace {
 
@@ -62,43 +61,4 @@ NSError NSURLErrorWithCode(NSURLErrorCode code, const QUrl &url, const QString &
     if (!reason.isEmpty())
         userInfo.insert(NSLocalizedFailureReasonErrorKey, reason);
     return NSError(NSURLErrorDomain, code, userInfo);
-}
-
-NSURLErrorCode NSURLErrorCodeOfCurl(int code) {
-    switch (code) {
-    case CURLE_URL_MALFORMAT:
-        return NSURLErrorBadURL;
-    case CURLE_UNSUPPORTED_PROTOCOL:
-        return NSURLErrorUnsupportedURL;
-    case CURLE_COULDNT_RESOLVE_HOST:
-    case CURLE_COULDNT_RESOLVE_PROXY:
-        return NSURLErrorCannotFindHost;
-    case CURLE_COULDNT_CONNECT:
-        return NSURLErrorCannotConnectToHost;
-    case CURLE_OPERATION_TIMEDOUT:
-        return NSURLErrorTimedOut;
-    case CURLE_GOT_NOTHING:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_SEND_ERROR:
-    case CURLE_RECV_ERROR:
-    case CURLE_HTTP2:
-    case CURLE_HTTP2_STREAM:
-        return NSURLErrorNetworkConnectionLost;
-    case CURLE_WEIRD_SERVER_REPLY:
-        return NSURLErrorBadServerResponse;
-    case CURLE_BAD_CONTENT_ENCODING:
-        return NSURLErrorCannotDecodeContentData;
-    case CURLE_SSL_CONNECT_ERROR:
-    case CURLE_SSL_CIPHER:
-    case CURLE_SSL_ENGINE_NOTFOUND:
-    case CURLE_SSL_SHUTDOWN_FAILED:
-    case CURLE_USE_SSL_FAILED:
-        return NSURLErrorSecureConnectionFailed;
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_ISSUER_ERROR:
-    case CURLE_SSL_CACERT_BADFILE:
-        return NSURLErrorServerCertificateUntrusted;
-    default:
-        return NSURLErrorUnknown;
-    }
 }

@@ -10,8 +10,6 @@
 /// The user-info key of what exactly went wrong, for logs.
 inline const QString NSLocalizedFailureReasonErrorKey = QStringLiteral("NSLocalizedFailureReason");
 
-/// An error of loading a URL, with a message for people.
+/// An error of loading a URL, with a message for people. Any thread.
 /// \param reason  what exactly went wrong; may be nil
 NSError NSURLErrorWithCode(NSURLErrorCode code, const QUrl &url, const QString &reason = {});
-/// The code that stands for one of libcurl's.
-NSURLErrorCode NSURLErrorCodeOfCurl(int code);

@@ -3,6 +3,8 @@
 
 #include "platform/net/HTTPHeaderFields.h"
 
+using namespace zr;
+
 namespace {
 
 template <typename Fields>

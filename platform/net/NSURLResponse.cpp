@@ -8,6 +8,8 @@
 #include <array>
 #include <utility>
 
+using namespace zr;
+
 namespace {
 
 /// The registered statuses (RFC 9110, RFC 6585, RFC 7725 and others).

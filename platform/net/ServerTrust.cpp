@@ -5,7 +5,7 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
-namespace ServerTrust {
+namespace zr::ServerTrust {
 
 namespace {
 
@@ -84,4 +84,4 @@ void install(void *context, const Judge *judge, const QString *host) {
     SSL_CTX_set_cert_verify_callback(ssl, verify, question);
 }
 
-} // namespace ServerTrust
+} // namespace zr::ServerTrust

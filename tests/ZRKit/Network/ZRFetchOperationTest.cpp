@@ -86,6 +86,20 @@ TEST(FetchSetUp, AURLAndAStringGiveARequestThatPassesByCaches) {
     }
 }
 
+TEST(FetchSetUp, ALiteralIsAString) {
+    const auto operation = std::make_shared<ZRFetchOperation>(u"http://host/a");
+    EXPECT_EQ(operation->url(), QUrl(QStringLiteral("http://host/a")));
+    operation->setURLOrRequest(u"http://host/b");
+    EXPECT_EQ(operation->url(), QUrl(QStringLiteral("http://host/b")));
+    Gate gate;
+    ZRFetchOperation::fetch(u"data:,text", [&](const auto &done) {
+        EXPECT_EQ(done->string(), QStringLiteral("text"));
+        gate.open();
+    });
+    ASSERT_TRUE(gate.pass());
+    waitForNetworkThread();
+}
+
 TEST(FetchSetUp, ARequestIsTakenAsItIs) {
     const QUrl url(QStringLiteral("http://host/"));
     const auto request = std::make_shared<NSMutableURLRequest>(url);
@@ -350,6 +364,15 @@ TEST(FetchSteps, AResponseIsReadIntoTheFields) {
     EXPECT_TRUE(operation->data().isEmpty());
 }
 
+TEST(FetchSteps, IteratorsOfTwoCallsAreOfTheSameFields) {
+    const auto operation = make(QStringLiteral("http://host/"));
+    operation->connectionDidReceiveResponse(nullptr, response(200, fields("Content-Length", "4")));
+    QStringList names;
+    for (auto it = operation->headers()->begin(); it != operation->headers()->end(); ++it)
+        names.append(it.key());
+    EXPECT_EQ(names, QStringList(QStringLiteral("Content-Length")));
+}
+
 TEST(FetchSteps, WithoutAProgressBlockNothingIsCounted) {
     const auto operation = make(QStringLiteral("http://host/"));
     operation->connectionDidReceiveResponse(nullptr, response(200, fields("Content-Length", "4")));
@@ -551,7 +574,7 @@ TEST(FetchLife, FlagsAreAnnouncedBeforeTheBlockRuns) {
 
 TEST(FetchLife, BlocksRunOnTheNetworkThread) {
     ScriptedServer server([](int, const QByteArray &) { return ScriptedServer::Answer{ok("body")}; });
-    const TransferLoop &thread = ZRFetchOperation::networkRequestThread();
+    const auto &thread = ZRFetchOperation::networkRequestThread();
     EXPECT_FALSE(thread.isCurrentThread());
     const LogCapture unused;
     for (const QVariant &url : {QVariant(server.url()), QVariant(QStringLiteral("data:,x")),

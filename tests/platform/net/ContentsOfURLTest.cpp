@@ -32,6 +32,9 @@ HTTPServer::Response answer(const HTTPServer::Request &request) {
     } else if (request.path == "/to-file") {
         response.status = 302;
         response.headers = {"Location: file:///etc/hostname"};
+    } else if (request.path.startsWith("/permanent/")) {
+        response.status = 308;
+        response.headers = {"Location: " + request.path.mid(11)};
     } else if (request.path == "/packed") {
         // Qt puts four bytes of its own before the zlib stream.
         response.body = qCompress(QByteArray(100'000, 'z')).mid(4);
@@ -85,8 +88,15 @@ TEST_F(ContentsOfURL, RedirectsAreFollowedUpTo20) {
     EXPECT_TRUE(contents("/hop/20").isNull());
 }
 
+TEST_F(ContentsOfURL, PermanentOnesAreFollowedToo) {
+    EXPECT_EQ(contents("/permanent//page"), "page \xc3\xa9");
+    EXPECT_EQ(contents("/permanent//permanent//page"), "page \xc3\xa9");
+}
+
 TEST_F(ContentsOfURL, NoRedirectLeavesTheWeb) {
     EXPECT_TRUE(contents("/to-file").isNull());
+    EXPECT_TRUE(contents("/permanent/file:///etc/hostname").isNull());
+    EXPECT_TRUE(contents("/permanent/data:,x").isNull());
 }
 
 TEST_F(ContentsOfURL, ConnectionsThatBreakAreFailures) {
