@@ -2,7 +2,6 @@
 #include "ZRKit/Network/ZRFetchOperation.h"
 
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
-#include "ZRKit/Values/NSString+ZRKit.h"
 #include "ZRKit/Values/ZRMacros.h"
 #include "platform/base/NSException.h"
 #include "platform/base/NeverDestroyed.h"
@@ -14,6 +13,7 @@
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <algorithm>
 #include <utility>
 
