@@ -11,9 +11,9 @@
 ///     auto delayed = std::make_shared<ZRDelayed>();
 ///     delayed->performAfter(0.3, [] { search(); });
 ///
-/// It is made with std::make_shared, and kept alive while a block waits. The block runs on the run loop of
-/// the thread that asked, which must run it. Everything happens under the object's own lock (NSObjectLock),
-/// which the block holds while it runs; any thread may ask, from inside the block too.
+/// Make it with std::make_shared; it is kept alive while a block waits. The block runs on the run loop of the thread
+/// that asked, which must run that loop. Everything happens under the object's own lock (NSObjectLock), also the block
+/// itself; any thread may ask, from inside the block too.
 class ZRDelayed : public QObject, public std::enable_shared_from_this<ZRDelayed> {
     Q_OBJECT
 

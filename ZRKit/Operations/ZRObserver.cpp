@@ -104,13 +104,6 @@ void ZRObserver::observeValueForKeyPath(const QString &keyPath, QObject *object,
     const auto at = m_actions->constFind(keyPath);
     if (at == m_actions->constEnd() || at->typeId() != QMetaType::QVariantList)
         return;
-    if (const auto &live = held<QVariantList>(*at); live.size() == 1) {
-        if (const Info *only = infoOf(live.first()); only && !(*only)->isOnce()) {
-            const Info info = *only; // those told may remove it
-            tell(*info, keyPath, object, change, context);
-            return;
-        }
-    }
     // A snapshot: those told may add and remove.
     const QVariantList entries = held<QVariantList>(*at);
     for (const QVariant &entry : entries) {
@@ -126,7 +119,7 @@ void ZRObserver::observeValueForKeyPath(const QString &keyPath, QObject *object,
         if (info->isOnce())
             endOnce(keyPath, *info, changed);
         if (!changed)
-            return; // there is nothing any more to tell of
+            return; // nothing is left to tell of
     }
 }
 

@@ -71,16 +71,16 @@ Q_DECLARE_METATYPE(std::shared_ptr<ZRObserverInfo>)
 ///     });
 ///
 /// Observations are kept by key path, not by object, and that shows:
-/// - only the first one of a key path registers, for its object with its options; further ones of that key
-///   path, for another object too, are told when that one changes;
+/// - only the first one of a key path registers, for its object with its options; further ones of that key path, even
+///   for another object, are told when the first one's object changes;
 /// - every observation of a key path is told, whichever object changed;
-/// - a "once" observation that was told takes the registration of the key path on the changed object with it,
-///   so that further ones of that key path aren't told any more; a second "once" observation of the same
-///   object finds none to take back, and raises.
+/// - a "once" observation that was told takes back the registration of the key path on the changed object, so that
+///   further ones of that key path aren't told any more; a second "once" observation of the same object finds no
+///   registration to take back, and raises.
 ///
-/// What blocks and targets throw goes to whoever made the change, and the rest isn't told. Notifications come
-/// on the thread that makes the change; observations are added and removed by one thread at a time, while no
-/// other one changes the objects. The observer may be destroyed by a block.
+/// What blocks and targets raise goes to whoever made the change, and the rest isn't told. Notifications come on the
+/// thread that makes the change; add and remove observations on one thread at a time, while no other thread changes the
+/// objects. A block may destroy the observer.
 class ZRObserver : public QObject, public NSKeyValueObserver {
     Q_OBJECT
     Q_PROPERTY(QVariant actions READ actionsOrNil WRITE setActionsOrNil)
@@ -92,7 +92,7 @@ public:
                                                                NSKeyValueObservingOptionOld};
 
     ZRObserver();
-    /// Takes back every registration; where one isn't there any more, that is logged.
+    /// Takes back every registration; logs those that aren't there any more.
     ~ZRObserver() override;
 
     /// Tells the block of changes; a nil block is told nothing. Of a nil object nothing is ever told.
@@ -110,7 +110,7 @@ public:
                                 void *context) override;
 
     /// Takes back the registration of each observation, then sets the actions to nil. From then on nothing
-    /// is told any more, and nothing stored. Throws NSException (NSRangeException), leaving the rest as it
+    /// is told any more, and nothing stored. Raises NSRangeException, leaving the rest as it
     /// is, at the first observation whose object has no registration: a second one of a key path, or one
     /// that a "once" observation has ended.
     void removeAllObservers();

@@ -10,7 +10,8 @@
 #include <memory>
 #include <mutex>
 
-/// An operation that runs a block once. What the block throws is dropped.
+/// An operation that runs a block once. What the block raises is dropped. Any thread may use it, except for its
+/// user info and delegate.
 class ZROperation : public NSOperation {
     Q_OBJECT
     Q_PROPERTY(QVariant userInfo READ userInfo WRITE setUserInfo)
@@ -26,8 +27,7 @@ public:
 
     void main() override;
 
-    /// Free for the owner, as is the delegate; neither is read here, nor guarded: use them from one thread at
-    /// a time.
+    /// For the owner's use, like the delegate. Neither is read here, nor guarded: one thread at a time.
     QVariant userInfo() const { return m_userInfo; }
     void setUserInfo(const QVariant &userInfo) { m_userInfo = userInfo; }
 
@@ -44,9 +44,13 @@ private:
 /// The base of asynchronous operations: work on a thread of its own, finished when completeOperation() is
 /// called.
 ///
-/// Subclasses override concurrentMain(), others give a work block. Either must see to it that
-/// completeOperation() is called in the end, from any thread; until then the operation stays executing, also
-/// if the work threw (which is dropped silently) or if the operation was cancelled after its start.
+/// Subclasses override concurrentMain(), others give a work block. Either must see to it that completeOperation() is
+/// called in the end, from any thread; until then the operation stays executing, even if the work threw (which is
+/// dropped silently) or the operation was cancelled after its start.
+///
+/// Observers that raise change nothing of that: all steps are taken, and the first exception is raised by start() (a
+/// queue logs it) or completeOperation() in the end. If the system grants no thread, the operation is completed and
+/// start() raises std::system_error. Any thread may call its functions.
 class ZROperationConcurrent : public ZROperation {
     Q_OBJECT
 
@@ -55,9 +59,8 @@ public:
 
     ZROperationConcurrent() = default;
     /// \param block         the work; nil leaves it to concurrentMain()
-    /// \param onCompletion  called once when the operation completes; may be nil. A cancelled operation that
-    /// never
-    ///                      started doesn't call it.
+    /// \param onCompletion  called once when the operation completes; may be nil. An operation that is cancelled
+    ///                      before its start doesn't call it.
     explicit ZROperationConcurrent(ConcurrentBlock block, ConcurrentBlock onCompletion = nullptr)
         : m_blockConcurrentOperation(std::move(block)),
           m_completionBlockConcurrentOperation(std::move(onCompletion)) {}
@@ -72,7 +75,7 @@ public:
     /// operation.
     virtual void concurrentMain();
 
-    /// Ends the operation: announces its flags, then calls the completion block if that wasn't called yet.
+    /// Ends the operation: announces its flags, then calls the completion block unless it was called before.
     virtual void completeOperation();
 
 private:
@@ -85,7 +88,7 @@ private:
     ConcurrentBlock m_completionBlockConcurrentOperation;
 };
 
-/// An operation queue, under the kit's name.
+/// An operation queue, under the kit's name. Any thread.
 class ZROperationQueue : public NSOperationQueue {
     Q_OBJECT
 

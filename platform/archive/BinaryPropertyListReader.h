@@ -11,7 +11,7 @@ namespace zr {
 ///
 /// The format: an eight-byte header, objects (a marker byte each, kind above, size below), a table of the
 /// objects' offsets, and a 32-byte trailer. Nothing in it is trusted: a view that object() hands out lies
-/// within the object area, references lie within the table, and objects may not overlap. Every fault throws
+/// within the object area, references lie within the table, and objects may not overlap. Every fault raises
 /// NSPropertyListReadCorruptError. Keeps a reference to the bytes; one thread.
 class BinaryPropertyListReader {
 public:

@@ -10,9 +10,9 @@ namespace zr {
 
 /// Bounds on what one untrusted document may grow into and cost while it is decoded.
 ///
-/// Containers that several others share are decoded once, so memory follows the document's size; but whoever
-/// walks the result meets them once per place. So values are counted per place, and a document that
-/// multiplies itself by sharing is refused.
+/// A container that several others share is decoded once, so memory follows the document's size. But code that goes
+/// through the result meets it in each place. So values are counted for each place, and a document that multiplies
+/// itself by sharing is refused.
 class DecodingBudget {
 public:
     /// Containers within containers.
@@ -22,12 +22,12 @@ public:
 
     explicit DecodingBudget(qsizetype documentSize);
 
-    /// Throws once more than MaxValues were added.
+    /// Raises once more than MaxValues were added.
     void addValues(quint64 count);
-    /// Bytes that are compared, hashed or converted beyond the first reading; throws where they are out of
-    /// proportion to the document.
+    /// Bytes that are compared, hashed or converted after the first reading; raises if they are out of proportion to
+    /// the document.
     void addWork(quint64 bytes);
-    /// Throws past MaxDepth.
+    /// Raises past MaxDepth.
     static void checkDepth(int depth);
 
 private:
@@ -35,13 +35,13 @@ private:
     quint64 m_work;
 };
 
-/// What is known of a value beside the value: how large and how deep it is when walked.
+/// How large and how deep a decoded value is, shared parts counted in each place.
 struct DecodedSize {
     quint64 bytes = 0;
     quint32 values = 1;
     quint32 height = 0;
 
-    /// Counts an element of a container. Throws past DecodingBudget::MaxValues or MaxDepth: a part that was
+    /// Counts an element of a container. Raises past DecodingBudget::MaxValues or MaxDepth: a part that was
     /// decoded elsewhere before brings its own height along.
     void addElement(const DecodedSize &element);
     /// Counts what a value is made from and is no level of its own.

@@ -6,7 +6,7 @@
 /// Dates as the format counts them: seconds since 2001-01-01 00:00:00 UTC.
 namespace zr::PropertyListDate {
 
-/// The UTC date, to the millisecond; throws NSPropertyListReadCorruptError for not-a-number and for dates
+/// The UTC date, to the millisecond; raises NSPropertyListReadCorruptError for not-a-number and for dates
 /// more than 10^15 milliseconds from 1970 (the years -29719 to 33658).
 QDateTime fromSeconds(double seconds);
 

@@ -10,7 +10,7 @@
 namespace zr {
 
 /// Reads one XML property list. A dictionary that holds nothing but an integer under "CF$UID" is a reference,
-/// as keyed archives in XML have them. Every fault throws NSPropertyListReadCorruptError. One thread.
+/// as keyed archives in XML have them. Every fault raises NSPropertyListReadCorruptError. One thread.
 class XMLPropertyListReader {
 public:
     explicit XMLPropertyListReader(const QByteArray &data);

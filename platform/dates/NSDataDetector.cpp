@@ -321,7 +321,7 @@ private:
         const auto named = month(p);
         if (!named)
             return std::nullopt;
-        // Verbs, where they don't start with a capital.
+        // Verbs, unless they start with a capital.
         if (const Word name = word(p); !name.capital && name.isOneOf(u"may", u"march", u"mar"))
             return std::nullopt;
         qsizetype start = spaces(named->second);
@@ -781,7 +781,7 @@ private:
         return found;
     }
 
-    // A wall-clock time in the zone; nil where there is none such.
+    // A wall-clock time in the zone; nil if clocks never show it.
     QDateTime moment(const QDate &date, qint64 milliseconds) const {
         const qint64 day = qint64(24) * MillisecondsOfHour;
         const QDate on = date.addDays(milliseconds / day);

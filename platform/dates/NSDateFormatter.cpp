@@ -97,7 +97,7 @@ struct NSDateFormatter::Private {
         }
         zoneOfFormat = zone;
         const icu::LocalUCalendarPointer calendar(ucal_clone(udat_getCalendar(format.get()), &status));
-        // Other calendars than the Gregorian one refuse.
+        // Calendars other than the Gregorian one refuse this.
         ucal_setGregorianChange(calendar.getAlias(), EarliestChange, &status);
         udat_setCalendar(format.get(), calendar.getAlias());
         status = U_ZERO_ERROR;
@@ -210,7 +210,7 @@ QDateTime NSDateFormatter::dateFromString(const QString &text) const {
     const QString zone = d->timeZone.isNull() ? namedSystemZone() : d->timeZone;
     if (!zone.isNull())
         return d->read(text, zone);
-    // A first reading tells what clocks show, and so which distance from GMT counts.
+    // A first reading tells what clocks show, and so which distance from GMT applies.
     const QDateTime shown = d->read(text, QStringLiteral("GMT"));
     if (!shown.isValid())
         return {};

@@ -5,7 +5,7 @@
 #include <QString>
 #include <memory>
 
-/// How long a text a formatter makes where it is given a style instead of a pattern.
+/// How long the text is, if a formatter has a style instead of a pattern.
 enum NSDateFormatterStyle {
     NSDateFormatterNoStyle = 0,
     NSDateFormatterShortStyle = 1,  ///< 1/31/24
@@ -29,14 +29,14 @@ public:
     NSDateFormatter(NSDateFormatter &&) noexcept;
     NSDateFormatter &operator=(NSDateFormatter &&) noexcept;
 
-    /// An ICU locale identifier such as "en_US_POSIX"; null for the system's.
+    /// An ICU locale identifier such as "en_US_POSIX"; nil for the system's.
     QString locale() const;
     void setLocale(const QString &identifier);
-    /// An IANA time-zone identifier or "GMT"; null for the system's at the moment of use, in whatever form TZ has
+    /// An IANA time-zone identifier or "GMT"; nil for the system's at the moment of use, in whatever form TZ has
     /// it. A zone that has no name is written as its distance from GMT.
     QString timeZone() const;
     void setTimeZone(const QString &identifier);
-    /// The pattern; null where the styles count. Setting one ends the styles, and the other way about.
+    /// The pattern; nil while styles count. Setting a pattern ends the styles, and setting a style the pattern.
     QString dateFormat() const;
     void setDateFormat(const QString &pattern);
     NSDateFormatterStyle dateStyle() const;

@@ -126,7 +126,7 @@ public:
     }
 
     void remove(const Registration *registration, std::size_t level) {
-        std::shared_ptr<const Links> before; // let go after the lock: values of others may end with it
+        std::shared_ptr<const Links> before; // released after the lock: values of others may end with it
         const std::lock_guard lock(m_mutex);
         before = m_links;
         if (!m_links)
@@ -274,7 +274,7 @@ void link(const std::shared_ptr<Registration> &registration, std::size_t level) 
     {
         const std::lock_guard lock(registration->mutex);
         if (registration->chain.size() < level)
-            return; // taken back, or an object before it has died
+            return; // taken back, or an object further up has died
         chain.assign(registration->chain.begin(), registration->chain.begin() + qsizetype(level));
     }
     // Values are read without the lock: that runs code of the objects.

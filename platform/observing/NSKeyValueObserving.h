@@ -23,11 +23,11 @@ inline const QString NSKeyValueChangeKindKey = QStringLiteral("kind");
 inline const QString NSKeyValueChangeNewKey = QStringLiteral("new");
 inline const QString NSKeyValueChangeOldKey = QStringLiteral("old");
 inline const QString NSKeyValueChangeNotificationIsPriorKey = QStringLiteral("notificationIsPrior");
-/// The kind of change where a value was set: the only kind so far.
+/// A change that set a value: the only kind so far.
 inline constexpr int NSKeyValueChangeSetting = 1;
 
-/// Whoever is told of changes. What it is still registered for when it dies is dropped; if other threads may
-/// make changes then, it must be removed before.
+/// An object that is told of changes. When it dies, its remaining registrations are dropped; if other threads may make
+/// changes at that time, remove it first.
 class NSKeyValueObserver {
 public:
     NSKeyValueObserver();
@@ -36,7 +36,7 @@ public:
     NSKeyValueObserver &operator=(const NSKeyValueObserver &) = delete;
 
     /// Called on the thread that made the change.
-    /// \param object  the one that the observer was added to, also where a later key of the path changed
+    /// \param object  the one that the observer was added to, also if a later key of the path changed
     virtual void observeValueForKeyPath(const QString &keyPath, QObject *object, const QVariantMap &change,
                                         void *context) = 0;
 
@@ -48,12 +48,13 @@ private:
 
 /// Change notifications by key path on any QObject.
 ///
-/// A change is announced in one of two ways. The changing side brackets it with willChangeValueForKey() and
-/// didChangeValueForKey(), on one thread; brackets may nest. Or the key is a property (or is<Key>, as in
-/// key-value coding) with a NOTIFY signal, and the signal announces it; inside a bracket of that key the
-/// signal counts as part of it. A signal comes when the change has happened: the old value is then the one
-/// that was read when observers last heard of the key, prior calls come after the change too, and what
-/// observers throw is logged, because nothing can be thrown through a signal.
+/// A change is announced in one of two ways:
+/// - The changing side calls willChangeValueForKey() before and didChangeValueForKey() after it, on one thread; such
+///   pairs may nest.
+/// - The key is a property (or is<Key>, as in key-value coding) with a NOTIFY signal, and the signal announces the
+///   change; between the two calls for that key the signal counts as part of them. A signal comes after the change: the
+///   old value is then the one that observers last heard of, prior calls come after the change too, and what observers
+///   raise is logged, because exceptions can't pass through a signal.
 ///
 /// A key path is keys joined by points. Its observer hears of changes of every key on it, as far as objects
 /// lead; with other values on the way (dictionaries, arrays and their operators) up to those. Objects on one
@@ -66,13 +67,13 @@ private:
 namespace NSKeyValueObserving {
 
 /// Adds an observer; adding it twice makes it be called twice. Neither side is kept alive.
-/// Throws NSException (NSInvalidArgumentException) without an object or observer.
+/// Raises NSInvalidArgumentException without an object or observer.
 void addObserver(QObject *object, NSKeyValueObserver *observer, const QString &keyPath,
                  NSKeyValueObservingOptions options = {}, void *context = nullptr);
 
 /// Takes back the latest addObserver() with these arguments, whatever its context. Once it returns, the
 /// observer isn't being called by another thread and won't be called again: don't hold a lock that the
-/// observer takes. Throws NSException (NSRangeException) when there is no such observer. The object is only
+/// observer takes. Raises NSRangeException when there is no such observer. The object is only
 /// looked up: it may be gone.
 void removeObserver(const QObject *object, NSKeyValueObserver *observer, const QString &keyPath);
 /// The same, for the latest one added with this context.
@@ -81,8 +82,8 @@ void removeObserver(const QObject *object, NSKeyValueObserver *observer, const Q
 
 /// Announces that the key's value is about to change.
 void willChangeValueForKey(QObject *object, const QString &key);
-/// Announces that the key's value has changed. Every observer is called, even if one throws; the first
-/// exception is then thrown on. (A class with a member of this name wants to be told through that.)
+/// Announces that the key's value has changed. Every observer is called, even if one raises; the first
+/// exception is then raised again. (For a class with a member of this name, call that.)
 void didChangeValueForKey(QObject *object, const QString &key);
 
 } // namespace NSKeyValueObserving

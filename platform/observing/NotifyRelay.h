@@ -14,7 +14,7 @@ class NotifyRelay : public QObject {
 public:
     using Function = void (*)(void *context);
 
-    /// The function must not throw; it may destroy the relay.
+    /// The function must not raise; it may destroy the relay.
     NotifyRelay(Function function, void *context);
 
     void connectTo(const QObject *object, const QMetaProperty &property);

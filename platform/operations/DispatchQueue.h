@@ -11,9 +11,8 @@ namespace zr {
 
 /// The queue of blocks that run on the main thread, one after the other, in the order of their arrival.
 ///
-/// The main thread's event loop runs them, whoever runs that loop: QCoreApplication::exec(), NSRunLoop, or
-/// any nested loop. No block starts while another one of the queue is running, even if that one runs the
-/// event loop.
+/// The main thread's event loop runs them, be it QCoreApplication::exec(), an NSRunLoop, or any nested loop. No block
+/// starts while another one of the queue is running, even if that one runs the event loop.
 class DispatchQueue {
 public:
     DispatchQueue(const DispatchQueue &) = delete;
@@ -29,7 +28,7 @@ public:
     /// none. Without an application at the end of the delay the block never runs.
     void asyncAfter(std::chrono::nanoseconds delay, std::function<void()> block);
 
-    /// Adds a block and waits until it has run; what it throws is thrown here. On the main thread itself the
+    /// Adds a block and waits until it has run; what it raises is raised here. On the main thread itself the
     /// block runs at once, as a block of the queue.
     void sync(const std::function<void()> &block);
 

@@ -8,12 +8,12 @@
 
 class QObject;
 
-/// Messages that an object is sent after a delay, by the run loop of the thread that asked for it; they are
-/// lost if that thread doesn't run its run loop or ends.
+/// Messages that are sent to an object after a delay, by the run loop of the thread that asked for them; they are lost
+/// if that thread doesn't run its run loop or ends. Any thread.
 namespace NSDelayedPerforming {
 
 /// Sends the message once, not before the delay (in seconds; negative is none) has passed and the run loop
-/// runs. The target is kept alive until then. What the message throws is logged.
+/// runs. The target is kept alive until then. What the message raises is logged.
 /// \param object  the argument, if the selector takes one
 void performSelector(std::shared_ptr<QObject> target, const NSSelector &selector, const QVariant &object,
                      double afterDelay);

@@ -262,7 +262,7 @@ void NSOperation::didFinish() {
     if (const auto queue = d->lockedQueue())
         queue->operationDidFinish(this);
     {
-        // Only now, so that who waited for the operation finds it gone from its queue.
+        // Only now, so that a waiting thread finds the operation gone from its queue.
         const std::lock_guard lock(d->mutex);
         d->finishSettled = true;
         d->finishedCondition.notify_all();

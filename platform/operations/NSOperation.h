@@ -30,11 +30,11 @@ enum NSOperationQueuePriority {
 
 /// A piece of work with a life cycle: ready, executing, finished; and cancelled at any moment before the end.
 ///
-/// Plain operations override main(). Concurrent ones (isConcurrent() is true) override start(), isExecuting()
-/// and isFinished(), return from start() at once, and announce both flags themselves, between
-/// willChangeValueForKey() and didChangeValueForKey(): waiting threads, dependent operations and the queue go
-/// by the announcement of "isFinished". Operations are made with std::make_shared. All functions may be
-/// called from any thread. Whatever observers throw, an operation goes through all of its states.
+/// Plain operations override main(). Concurrent ones (isConcurrent() is true) override start(), isExecuting() and
+/// isFinished(), return from start() at once, and announce both flags themselves: changeValuesForKeys() does it.
+/// Waiting threads, dependent operations and the queue go by the announcement of "isFinished". Make operations with
+/// std::make_shared. Any thread may call all functions. Whatever observers raise, an operation goes through all of its
+/// states.
 ///
 ///     auto operation = std::make_shared<NSBlockOperation>([] { work(); });
 ///     operation->addDependency(first);
@@ -56,11 +56,11 @@ public:
     ~NSOperation() override;
 
     /// Runs the operation on the calling thread: main(), with the flags announced around it. A finished
-    /// operation does nothing, a cancelled one finishes without main(). What main() throws is thrown on once
-    /// the operation is finished. Throws NSException (NSInvalidArgumentException) if it is executing already
+    /// operation does nothing, a cancelled one finishes without main(). What main() raises is raised again once
+    /// the operation is finished. Raises NSInvalidArgumentException if it is executing already
     /// or not ready.
     virtual void start();
-    /// The work; does nothing here. Long work asks isCancelled() now and then.
+    /// The work; does nothing here. Long work should ask isCancelled() from time to time.
     virtual void main();
     /// Marks the operation as cancelled. If it waits, it no longer waits for its dependencies; its queue
     /// still calls start(), so that it finishes. If it is executing, the work itself must look. If finished,
@@ -75,7 +75,7 @@ public:
     virtual bool isAsynchronous() const { return isConcurrent(); }
 
     /// Makes this operation wait for the other one to finish, whichever queue that is in. No effect once this
-    /// one is executing or finished. Throws NSException (NSInvalidArgumentException) for nil and for the
+    /// one is executing or finished. Raises NSInvalidArgumentException for nil and for the
     /// operation itself.
     void addDependency(const std::shared_ptr<NSOperation> &operation);
     void removeDependency(const std::shared_ptr<NSOperation> &operation);
@@ -97,14 +97,14 @@ public:
     /// Blocks until the operation has finished. Never call it from the operation itself.
     void waitUntilFinished();
 
-    /// Announce a change of one of the operation's keys to observers, and to those who wait for it.
+    /// Announce a change of one of the operation's keys to observers, and to everything that waits for it.
     void willChangeValueForKey(const QString &key);
     void didChangeValueForKey(const QString &key);
 
 protected:
     /// Makes a change of the operation's keys: announces that they will change, in their order, changes them, and
-    /// announces that they did, the last first. All of that happens even if observers or the change throw; the
-    /// first exception is thrown in the end.
+    /// announces that they did, the last first. All of that happens even if observers or the change raise; the
+    /// first exception is raised in the end.
     void changeValuesForKeys(const QStringList &keys, const std::function<void()> &change);
 
 private:

@@ -93,7 +93,7 @@ void NSOperationQueuePrivate::add(std::span<const std::shared_ptr<NSOperation>> 
         const Lock lock(m_mutex);
         for (const auto &operation : operations) {
             if (operation->d->finishAnnounced)
-                continue; // in the meantime, when it wasn't listed yet
+                continue; // meanwhile, before it was listed
             operation->d->number = ++m_lastNumber;
             m_items[m_lastNumber] = {operation, Stage::Waiting, operation->d->priority};
             added.push_back(operation.get());
@@ -158,7 +158,7 @@ void NSOperationQueuePrivate::move(Item &item, Stage stage, int priority) {
 }
 
 void NSOperationQueuePrivate::operationDidFinish(NSOperation *operation) {
-    // Let go after the lock is.
+    // Released after the lock.
     std::shared_ptr<NSOperation> gone;
     std::shared_ptr<NSOperationQueuePrivate> self;
     Lock lock(m_mutex);
@@ -172,7 +172,7 @@ void NSOperationQueuePrivate::operationDidFinish(NSOperation *operation) {
         m_empty.notify_all();
         self.swap(m_self);
     }
-    // What runs here gives its place away when all of it is over.
+    // An operation that runs here frees its place when start() has returned.
     if (operation != runningHere)
         sendRunners(lock);
 }
@@ -217,7 +217,7 @@ std::size_t NSOperationQueuePrivate::startable() const {
 }
 
 void NSOperationQueuePrivate::sendRunners(Lock &lock) {
-    // No more than get a thread at once: each one that has got one sends the next.
+    // No more than can have a thread at once; each runner that gets one sends the next.
     const std::size_t wanted =
         std::min<std::size_t>(startable(), m_onMainThread ? 1 : WorkerPool::mostThreads);
     const std::size_t missing = wanted > m_runners ? wanted - m_runners : 0;

@@ -21,7 +21,7 @@ inline constexpr int NSOperationQueueDefaultMaxConcurrentOperationCount = -1;
 /// priority first, and among equals the one that was added first.
 ///
 /// An operation counts as running from its start() until it announces "isFinished"; then the queue lets it
-/// go. A cancelled operation is started too, so that it finishes. What start() throws is logged. All
+/// go. A cancelled operation is started too, so that it finishes. What start() raises is logged. All
 /// functions may be called from any thread.
 ///
 /// A queue may be destroyed at any time: its operations still run to their end. Those that wait in a
@@ -46,7 +46,7 @@ public:
     void setName(const QString &name);
 
     /// How many operations may run at once; none with 0. Running ones aren't affected by a lower limit.
-    /// Throws NSException (NSInvalidArgumentException) for a negative number other than the default.
+    /// Raises NSInvalidArgumentException for a negative number other than the default.
     int maxConcurrentOperationCount() const;
     void setMaxConcurrentOperationCount(int count);
 
@@ -54,10 +54,10 @@ public:
     bool isSuspended() const;
     void setSuspended(bool suspended);
 
-    /// Throws NSException (NSInvalidArgumentException) for nil, and for an operation that is executing, has
+    /// Raises NSInvalidArgumentException for nil, and for an operation that is executing, has
     /// finished or was given to a queue before.
     void addOperation(const std::shared_ptr<NSOperation> &operation);
-    /// Adds all, or none if it throws; may wait until these have finished.
+    /// Adds all, or none if it raises; may wait until these have finished.
     void addOperations(const std::vector<std::shared_ptr<NSOperation>> &operations, bool waitUntilFinished);
     /// Wraps the block in an operation, adds and returns it.
     std::shared_ptr<NSBlockOperation> addOperationWithBlock(std::function<void()> block);

@@ -4,8 +4,8 @@
 #include <QString>
 #include <mutex>
 
-/// A lock that its thread may take again, and gives back as often; with a name for those who debug. Meets
-/// what std::lock_guard asks for.
+/// A lock that its thread may take again, and gives back as often; with a name for debugging. For any thread, and for
+/// std::lock_guard.
 class NSRecursiveLock {
 public:
     void lock() { m_mutex.lock(); }

@@ -33,7 +33,7 @@ NSRunLoop::NSRunLoop() : m_timers(std::make_unique<RunLoopTimers>()) {
 }
 
 NSRunLoop::~NSRunLoop() {
-    // What is let go of here finds no run loop to be withdrawn from.
+    // What is released here must find no run loop to withdraw from.
     threadsRunLoop = nullptr;
     m_timers->clear();
 }
@@ -62,7 +62,7 @@ NSRunLoop *NSRunLoop::existing() {
 }
 
 NSRunLoop::Clock::duration NSRunLoop::duration(double seconds) {
-    // A hundred years stand for ever: the clock's own range ends not much later.
+    // A hundred years stand for ever: the clock's range ends not much later.
     constexpr double longest = 100.0 * 366 * 24 * 3600;
     return std::chrono::duration_cast<Clock::duration>(
         std::chrono::duration<double>(seconds > 0 ? std::min(seconds, longest) : 0));

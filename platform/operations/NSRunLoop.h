@@ -12,8 +12,9 @@ class RunLoopTimers;
 void attachMainRunLoop();
 } // namespace zr
 
-/// The event loop of a thread, run for a while by whoever waits for something that arrives through it.
-/// Timers and delayed messages (NSDelayedPerforming.h) are served by whatever runs the thread's events.
+/// The event loop of a thread, to be run for a while by code that waits for something that arrives through it. Timers
+/// and delayed messages (NSDelayedPerforming.h) are served by whatever runs the thread's events. A run loop is used by
+/// its own thread only.
 ///
 /// It runs on Qt's event dispatcher: timers, sockets, posted events and the main queue are all served, and it
 /// may be run from inside an event handler, to any depth.
@@ -23,14 +24,14 @@ public:
     NSRunLoop(const NSRunLoop &) = delete;
     NSRunLoop &operator=(const NSRunLoop &) = delete;
 
-    /// The main thread's run loop; any thread may ask for it, only the main thread may run it.
+    /// The main thread's run loop: any thread may get it, only the main thread may run it.
     static NSRunLoop &mainRunLoop();
     /// The calling thread's run loop, made on first use; only from then on the thread can have timers and
     /// sockets.
     static NSRunLoop &currentRunLoop();
 
     /// Serves events until the date has passed; with a date that isn't valid or has passed, what is due now.
-    /// Throws NSException (NSInternalInconsistencyException) on another thread than the run loop's own.
+    /// Raises NSInternalInconsistencyException on another thread than the run loop's own.
     void runUntilDate(const QDateTime &date);
     /// The same until so many seconds from now, with the clock's full precision: the thread sleeps in the
     /// system between events and comes back as soon as the time is over, for an interval of 0.0001 too.
@@ -38,7 +39,7 @@ public:
 
     /// Schedules a timer here, until it is invalidated or the thread ends; if its date has passed, it fires
     /// as soon as the loop runs. Nothing happens for nil, for an invalid timer and for one that is scheduled
-    /// already. Throws NSException (NSInternalInconsistencyException) on another thread.
+    /// already. Raises NSInternalInconsistencyException on another thread.
     void addTimer(const std::shared_ptr<NSTimer> &timer);
 
 private:

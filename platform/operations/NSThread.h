@@ -4,14 +4,14 @@
 #include <QString>
 #include <functional>
 
-/// A thread of this process, as seen from itself.
+/// A thread of this process, used by itself; any thread may call the static functions.
 class NSThread {
 public:
     NSThread(const NSThread &) = delete;
     NSThread &operator=(const NSThread &) = delete;
 
     /// Runs the block on a new thread that nobody waits for. An exception that leaves the block ends the
-    /// program. Throws std::system_error where the system grants no thread.
+    /// program. Raises std::system_error if the system grants no thread.
     static void detachNewThread(std::function<void()> block);
 
     /// The calling thread; the reference holds as long as the thread.

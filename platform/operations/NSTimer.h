@@ -13,20 +13,20 @@ namespace zr {
 class RunLoopTimers;
 }
 
-/// A timer that calls its action, once or again and again, on the thread of the run loop that it is added to,
-/// whoever runs that loop. The run loop keeps it alive until it is invalidated.
+/// A timer that calls its action, once or repeatedly, on the thread of the run loop that it is added to. The run loop
+/// keeps it alive until it is invalidated.
 ///
-/// A repeating timer keeps to its original rhythm; firings that it missed are left out. It doesn't fire while
-/// its own action runs. Precision is that of the system's clock, not milliseconds.
+/// A repeating timer keeps its original rhythm; missed firings are left out. It doesn't fire while its own action runs.
+/// Its precision is that of the system's clock, not milliseconds. Any thread may make and invalidate it.
 class NSTimer : public std::enable_shared_from_this<NSTimer> {
     struct Private {};
 
 public:
     using Action = std::function<void(NSTimer &)>;
 
-    /// A timer that isn't scheduled yet: give it to NSRunLoop::addTimer().
+    /// A timer that isn't scheduled yet: add it by NSRunLoop::addTimer().
     /// \param seconds   the interval, which begins now; zero, negative and undefined ones count as 0.0001
-    /// \param action    what is called; nil is nothing. What it throws is logged.
+    /// \param action    what is called; nil is nothing. What it raises is logged.
     /// \param userInfo  anything
     static std::shared_ptr<NSTimer> timerWithTimeInterval(double seconds, Action action,
                                                           const QVariant &userInfo, bool repeats);
@@ -39,7 +39,7 @@ public:
     NSTimer &operator=(const NSTimer &) = delete;
 
     /// Calls the action at once, on the calling thread; a timer that doesn't repeat is invalid afterwards.
-    /// Nothing happens if it is invalid. Throws what the action throws.
+    /// Nothing happens if it is invalid. Raises what the action raises.
     void fire();
     /// Ends the timer for good and lets go of its action and user info. On the run loop's own thread it never
     /// fires again and is given up at once; on another thread a firing may be under way, and the run loop

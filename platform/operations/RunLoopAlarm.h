@@ -18,8 +18,8 @@ class RunLoopAlarm {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// \param wentOff  called by the dispatcher each time; may be nil. Must not throw.
-    /// Throws std::system_error where the system grants no descriptor.
+    /// \param wentOff  called by the dispatcher each time; may be nil. Must not raise.
+    /// Raises std::system_error if the system grants no descriptor.
     explicit RunLoopAlarm(QAbstractEventDispatcher *dispatcher, std::function<void()> wentOff = nullptr);
 
     /// A new application brings a new dispatcher, which knows nothing of the old one's notifiers.

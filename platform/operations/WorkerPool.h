@@ -13,7 +13,7 @@ namespace WorkerPool {
 /// How many threads may run at once, those that wait not counted.
 constexpr int mostThreads = 64;
 
-/// Runs the block, which must not throw; blocks begin in the order of the calls, as far as threads are free.
+/// Runs the block, which must not raise; blocks begin in the order of the calls, as far as threads are free.
 void run(std::function<void()> block);
 
 /// While it lives, the calling thread waits; if it is one of the pool, another one may run instead.

@@ -33,17 +33,17 @@ enum NSComparisonPredicateModifier {
 enum NSComparisonPredicateOption : unsigned {
     NSCaseInsensitivePredicateOption = 1,
     NSDiacriticInsensitivePredicateOption = 2,
-    NSNormalizedPredicateOption = 4, ///< unit by unit, which is what happens without options too
+    NSNormalizedPredicateOption = 4, ///< unit by unit, as without options
 };
 using NSComparisonPredicateOptions = unsigned;
 
-/// A predicate that compares two expressions.
+/// A predicate that compares two expressions; an immutable value, any thread may read it.
 class NSComparisonPredicate : public NSPredicate {
 public:
     NSComparisonPredicate(const NSExpression &left, const NSExpression &right,
                           NSComparisonPredicateModifier modifier, NSPredicateOperatorType type,
                           NSComparisonPredicateOptions options = 0);
-    /// The predicate as what it is; nothing for one of another kind.
+    /// The predicate, if it is a comparison.
     static std::optional<NSComparisonPredicate> from(const NSPredicate &predicate);
 
     NSExpression leftExpression() const;

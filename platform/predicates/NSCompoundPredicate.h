@@ -12,13 +12,13 @@ enum NSCompoundPredicateType {
     NSOrPredicateType,
 };
 
-/// A predicate made of others. AND of none holds, OR of none doesn't.
+/// A predicate made of others; an immutable value, any thread may read it. AND of none holds, OR of none doesn't.
 class NSCompoundPredicate : public NSPredicate {
 public:
     static NSCompoundPredicate andPredicateWithSubpredicates(const QList<NSPredicate> &subpredicates);
     static NSCompoundPredicate orPredicateWithSubpredicates(const QList<NSPredicate> &subpredicates);
     static NSCompoundPredicate notPredicateWithSubpredicate(const NSPredicate &predicate);
-    /// The predicate as what it is; nothing for one of another kind.
+    /// The predicate, if it is a compound.
     static std::optional<NSCompoundPredicate> from(const NSPredicate &predicate);
 
     NSCompoundPredicateType compoundPredicateType() const;

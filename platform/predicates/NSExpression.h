@@ -23,27 +23,38 @@ enum NSExpressionType {
 
 /// One side of a comparison: a tree that gives a value for an object. Predicates are made of these.
 ///
-/// An immutable value that shares its tree; any thread may read it. Every tree is at most MaximumDepth high,
-/// the values in its constants included, and making a higher one raises NSInvalidArgumentException: so
-/// whoever walks over one may recur. A nil expression gives nil. The accessors of another type than the
-/// expression's own give their neutral value.
+/// An immutable value that shares its tree; any thread may read it. Every tree is at most MaximumDepth high, the values
+/// in its constants included; making a higher one raises NSInvalidArgumentException. So a recursion over a tree can't
+/// overflow the stack. A nil expression gives nil. The accessors of another type than the expression's own give their
+/// neutral value.
 ///
-/// | Function (arguments)                              | In text                | Gives |
-/// |---|---|---|
-/// | add:to:, from:subtract:, multiply:by:, divide:by:, modulus:by:, raise:toPower: | a + b, a - b, a * b, a
-/// / b, modulus(a, b), a ** b | integers of integers where they fit (a quotient without its fraction, nil
-/// where the divisor is 0), decimals where one is a decimal, otherwise doubles; nil of nil | | negate: | -a
-/// | the same | | abs: ceiling: floor: trunc: sqrt: ln: log: exp:   | abs(a) …               | numbers; log
-/// is to base 10 | | sum: average: min: max: count:                    | sum(a), sum(a, b) …    | over a
-/// collection's elements, or over the arguments where they are several; without nil and null markers | |
-/// uppercase: lowercase: length:                     | length(a) …            | of strings | |
-/// objectFrom:withIndex:                             | a[0], a["key"]         | an array's element, from the
-/// end for negative indexes, or a dictionary's; nil where there is none. In text a[FIRST], a[LAST] are a[0],
-/// a[-1], and a[SIZE] is count(a) | | castObject:toType:                                | CAST(a, "NSDate")
-/// | the value as another class: NSDate (of seconds since 2001-01-01 UTC), NSDecimalNumber, NSNumber and
-/// NSURL and NSUUID (of text), NSData (of Base64), NSString, NSSet, NSDictionary (of keys and values in
-/// turn), NSNull (of nil); nil of nil | | now                                               | now() | the
-/// present time |
+/// | Function                  | In text                  | Gives                                                     |
+/// |---------------------------|--------------------------|-----------------------------------------------------------|
+/// | add:to:                   | a + b                    | a number, see below                                       |
+/// | from:subtract:            | a - b                    | a number, see below                                       |
+/// | multiply:by:              | a * b                    | a number, see below                                       |
+/// | divide:by:                | a / b                    | a number, see below; nil for an integer or decimal by 0   |
+/// | modulus:by:               | modulus(a, b)            | a number, see below; nil for an integer by 0              |
+/// | raise:toPower:            | a ** b                   | a number, see below                                       |
+/// | negate:                   | -a                       | a number, see below                                       |
+/// | abs:                      | abs(a)                   | a number; nil of nil                                      |
+/// | ceiling: floor: trunc:    | ceiling(a) floor(a) ...  | a number; an integer as it is; nil of nil                 |
+/// | sqrt: ln: log: exp:       | sqrt(a) ln(a) ...        | a double, log: to base 10; nil of nil                     |
+/// | sum: average: min: max:   | sum(a), sum(a, b, c) ... | over a collection's elements, or over several arguments,  |
+/// | count:                    |                          | without nil and null markers                              |
+/// | uppercase: lowercase:     | uppercase(a) ...         | a string; nil of nil                                      |
+/// | length:                   | length(a)                | the UTF-16 units of a string; nil of nil                  |
+/// | objectFrom:withIndex:     | a[0], a[-1], a["key"]    | an array's element, from the end for negative indexes, or |
+/// |                           | a[FIRST], a[LAST]        | a dictionary's; nil if there is none. a[SIZE] is count(a) |
+/// | castObject:toType:        | CAST(a, "NSDate")        | the value as one of another class, see below; nil of nil  |
+/// | now                       | now()                    | the present time                                          |
+///
+/// Arithmetic of integers gives an integer if it fits (of a quotient without the fraction), with a decimal a decimal,
+/// otherwise a double; nil of nil.
+///
+/// Classes that values can be cast to: NSDate (from seconds since 2001-01-01 UTC), NSDecimalNumber, NSNumber, NSURL and
+/// NSUUID (from text), NSData (from Base64), NSString, NSSet and NSDictionary (from an array, keys and values in turn),
+/// NSNull (from nil).
 class NSExpression {
 public:
     static constexpr int MaximumDepth = 128;
@@ -90,8 +101,8 @@ public:
     /// NSUndefinedKeyException as key-value coding does.
     QVariant expressionValueWithObject(const QVariant &object, const QVariantMap &context = {}) const;
 
-    /// The expression with constants (or, where the value holds one, another expression) in the place of the
-    /// variables that are named.
+    /// The expression with constants in place of the variables that are named, or with the expression that the
+    /// value holds.
     NSExpression expressionWithSubstitutionVariables(const QVariantMap &variables) const;
 
     /// The expression in the format language of NSPredicate.

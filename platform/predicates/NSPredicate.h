@@ -20,36 +20,35 @@ enum NSPredicateKind {
 /// The user-info key of the position at which a format can't be read.
 inline const QString NSPredicatePositionKey = QStringLiteral("NSPredicatePosition");
 
-/// A condition on an object: a tree that is made from text or by hand, evaluated on any value, looked into,
-/// and written as text.
+/// A condition on an object: a tree that is made from text or by hand, evaluated on any value, looked into, and written
+/// as text.
 ///
-/// An immutable value that shares its tree; any thread may read it. Its depth is bounded as an expression's
-/// is. A nil predicate holds for nothing.
+/// An immutable value that shares its tree; any thread may read it. Its depth is bounded as an expression's is. A nil
+/// predicate holds for nothing.
 ///
 /// The format language. Words may be in any case; white space separates.
-/// - Conditions: `a = b` or `==`, `!=` or `<>`, `<`, `<=` or `=<`, `>`, `>=` or `=>`, `a BETWEEN {low,
-/// high}`,
-///   `a IN collection` (or in a text), `collection CONTAINS a` (or a text), `BEGINSWITH`, `ENDSWITH`, `LIKE`
-///   (`*` any text, `?` one UTF-16 unit, a backslash makes either plain), `MATCHES` (a regular expression for
-///   all of the text), `TRUEPREDICATE`, `FALSEPREDICATE`. After an operator `[c]` compares texts without
-///   regard to case, `[d]` without regard to diacritics, `[cd]` to both.
-/// - `ANY a = b` (or `SOME`), `ALL`, `NONE` before one: a is a collection, each element is compared. Nothing
-/// holds for
-///   ANY of no elements, everything for ALL.
+/// - Conditions:
+///   - `a = b` or `==`, `!=` or `<>`, `<`, `<=` or `=<`, `>`, `>=` or `=>`, `a BETWEEN {low, high}`
+///   - `a IN collection` or in a text, `collection CONTAINS a` or a text, `BEGINSWITH`, `ENDSWITH`
+///   - `LIKE`: `*` is any text, `?` one UTF-16 unit, a backslash makes either plain
+///   - `MATCHES`: a regular expression for all of the text
+///   - `TRUEPREDICATE`, `FALSEPREDICATE`
+///   - After an operator `[c]` compares texts without regard to case, `[d]` to diacritics, `[cd]` to both.
+/// - `ANY a = b` (or `SOME`), `ALL`, `NONE` before a condition: a is a collection, each element is compared. ANY of no
+///   elements doesn't hold, ALL of them does.
 /// - `NOT` or `!`, `AND` or `&&`, `OR` or `||`, binding in this order, and parentheses.
-/// - Values: `"text"` or `'text'` with the escapes \" \' \\ \n \r \t \b \f \uXXXX, numbers (`0x`, `0o`, `0b`
-/// too),
-///   `TRUE`, `YES`, `FALSE`, `NO`, `nil` or `NULL`, `{a, b}`, `SELF`, `$variable`, key paths with collection
-///   operators
-///   (`lines.@sum.amount`; `#word` for one that begins with a word of the language, `#"any text"` for any),
-///   what NSExpression lists (`+ - * / **`, functions, `a[0]`, CAST), `SUBQUERY(collection, $x, condition)`.
-/// - Arguments, outside quotes: `%@` a value (or an NSExpression), `%K` a key path, `%d %i %u %x %c` with
-/// `l`, `ll`, `h`,
-///   `q`, `z` an integer, `%f %g %e` a double, `%s` a text.
+/// - Values:
+///   - `"text"` or `'text'` with the escapes \" \' \\ \n \r \t \b \f \uXXXX, numbers (`0x`, `0o`, `0b` too)
+///   - `TRUE`, `YES`, `FALSE`, `NO`, `nil` or `NULL`, `{a, b}`, `SELF`, `$variable`
+///   - key paths with collection operators (`lines.@sum.amount`); `#word` for one that begins with a word of the
+///     language, `#"any text"` for any
+///   - what NSExpression lists (`+ - * / **`, functions, `a[0]`, CAST) and `SUBQUERY(collection, $x, condition)`
+/// - Arguments, outside quotes: `%@` a value (or an NSExpression), `%K` a key path, `%d %i %u %x %c` with `l`, `ll`,
+///   `h`, `q`, `z` an integer, `%f %g %e` a double, `%s` a text.
 ///
-/// What holds: values of different kinds are never equal, nil equals nil only, the null marker itself only.
-/// nil and the null marker are neither before nor after anything, nor do they contain, begin with or match
-/// anything. The empty text is contained in, begins and ends no text.
+/// What holds: values of different kinds are never equal; nil equals nil only, the null marker itself only. nil and the
+/// null marker are neither before nor after anything, nor do they contain, begin with or match anything. No text
+/// contains the empty text, or begins or ends with it.
 class NSPredicate {
 public:
     static constexpr int MaximumDepth = NSExpression::MaximumDepth;
@@ -59,9 +58,9 @@ public:
     /// nil.
     NSPredicate() = default;
 
-    /// The predicate of a text, its arguments in the order of the text. Raises NSInvalidArgumentException
-    /// where it can't be read, with the position, in UTF-16 units, in the reason and the user info; also for
-    /// too few or too many arguments, and for arguments that are not what their place takes.
+    /// The predicate of a text, its arguments in the order of the text. Raises NSInvalidArgumentException if it
+    /// can't be read, with the position, in UTF-16 units, in the reason and the user info; also for too few or too
+    /// many arguments, and for arguments of the wrong kind.
     template <typename... Arguments>
     static NSPredicate predicateWithFormat(const QString &format, const Arguments &...arguments) {
         QVariantList list;
@@ -85,11 +84,11 @@ public:
     bool evaluateWithObject(const QVariant &object, const QVariantMap &substitutionVariables = {}) const;
     bool evaluateWithObject(QObject *object, const QVariantMap &substitutionVariables = {}) const;
 
-    /// The predicate with constants in the place of the variables that are named.
+    /// The predicate with constants in place of the variables that are named.
     NSPredicate predicateWithSubstitutionVariables(const QVariantMap &variables) const;
 
-    /// A text from which the same predicate is read, null for nil. Blocks and constants that are objects have
-    /// none: what stands for them can't be read.
+    /// A text from which the same predicate can be read; nil for nil. Blocks and constants that are objects have no
+    /// such text: what stands for them can't be read.
     QString predicateFormat() const;
 
     friend bool operator==(const NSPredicate &a, const NSPredicate &b);

@@ -30,6 +30,6 @@ struct NSPredicate::Node {
     std::variant<bool, Comparison, Compound, Function> content;
     int depth = 1;
 
-    /// One more than the deepest child; raises where that is too deep.
+    /// One more than the deepest child; raises if that is too deep.
     static int above(int deepest);
 };

@@ -25,7 +25,7 @@ std::optional<NSComparisonResult> textOrder(const QString &selector, const QStri
     if (selector == QStringLiteral("caseInsensitiveCompare:"))
         return resultOf(PredicateText::folded(a, NSCaseInsensitivePredicateOption)
                             .compare(PredicateText::folded(b, NSCaseInsensitivePredicateOption)));
-    // The C locale has no order for people.
+    // The C locale's order isn't one for people.
     const QLocale locale;
     QCollator collator(locale.language() == QLocale::C ? QLocale(QLocale::English) : locale);
     if (selector == QStringLiteral("localizedCaseInsensitiveCompare:")) {

@@ -9,25 +9,24 @@
 #include <QVariant>
 #include <functional>
 
-/// One rule of a sort order: the values of which key path are compared how, and in which direction.
+/// One rule of a sort order: which key path's values are compared, how, and in which direction.
 ///
 /// A value; any thread may use it, as far as its objects allow.
 class NSSortDescriptor {
 public:
     using Comparator = std::function<NSComparisonResult(const QVariant &a, const QVariant &b)>;
 
-    /// Compares by "compare:" (NSObjectRuntime::compare()). A null or empty key path compares the objects
-    /// themselves.
+    /// Compares by "compare:" (NSObjectRuntime::compare()). A nil or empty key path compares the objects themselves.
     NSSortDescriptor(const QString &key, bool ascending);
     /// Compares by the named message. Strings know "caseInsensitiveCompare:", "localizedCompare:",
     /// "localizedCaseInsensitiveCompare:" and "localizedStandardCompare:" (as people sort file names: 2
-    /// before 10), objects what they declare with one argument. Null means "compare:".
+    /// before 10), objects what they declare with one argument. nil means "compare:".
     NSSortDescriptor(const QString &key, bool ascending, const QString &selector);
     NSSortDescriptor(const QString &key, bool ascending, const Comparator &comparator);
 
     QString key() const { return m_key; }
     bool ascending() const { return m_ascending; }
-    /// The message's name; null where a comparator was given.
+    /// The message's name; nil if there is a comparator.
     QString selector() const { return m_selector; }
     Comparator comparator() const { return m_comparator; }
 
@@ -51,8 +50,8 @@ private:
     Comparator m_comparator;
 };
 
-/// A sorted copy: by the first descriptor, what that finds the same by the second, and so on; what all find
-/// the same stays in its order. Each key path is read once an element.
+/// A sorted copy: by the first descriptor, what it finds the same by the second, and so on; what all of them find the
+/// same stays in its order. Each key path is read once for each element.
 QVariantList sortedArrayUsingDescriptors(const QVariantList &array,
                                          const QList<NSSortDescriptor> &descriptors);
 

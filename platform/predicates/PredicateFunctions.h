@@ -18,7 +18,7 @@ struct PredicateFunction {
 
     static constexpr int Any = 1000000;
 
-    /// The function with that name; nullptr where there is none.
+    /// The function with that name; nullptr if there is none.
     static const PredicateFunction *named(QStringView name);
     /// The function that is written so, names in any case.
     static const PredicateFunction *written(QStringView text);

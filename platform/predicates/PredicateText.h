@@ -15,8 +15,8 @@ QString folded(const QString &text, NSComparisonPredicateOptions options);
 /// is. Takes the product of both lengths at worst.
 bool isLike(QStringView text, QStringView pattern);
 
-/// Whether the regular expression covers all of the text. Raises NSInvalidArgumentException where it isn't
-/// one. A search that is given up (see NSRegularExpression) doesn't match.
+/// Whether the regular expression covers all of the text. Raises NSInvalidArgumentException for an invalid one. A
+/// search that is given up (see NSRegularExpression) doesn't match.
 bool matches(const QString &text, const QString &pattern, NSComparisonPredicateOptions options);
 
 } // namespace zr::PredicateText
