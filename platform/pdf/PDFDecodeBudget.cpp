@@ -74,8 +74,8 @@ std::string runs(const std::string &data, const Parameters &) {
     return decoded<Pl_RunLength>(data, Pl_RunLength::a_decode);
 }
 
-// LZW (ISO 32000-1, 7.4.4): codes of 9 to 12 bits, the first bit highest. A code stands for a text that has
-// been written already, and for the byte after it.
+// LZW (ISO 32000-1, 7.4.4): codes of 9 to 12 bits, the first bit highest. From 258 on, a code stands for a text
+// that was written earlier and the byte after it.
 std::string lzw(const std::string &data, const Parameters &parameters) {
     constexpr unsigned clear = 256, end = 257, most = 4096;
     struct Text {
@@ -109,7 +109,7 @@ std::string lzw(const std::string &data, const Parameters &parameters) {
         spend(length);
         if (code < clear)
             out.push_back(char(code));
-        // The last byte of a text that is new may only just have been written.
+        // A text that is new overlaps what is being written.
         for (size_t i = 0; code > end && i < length; ++i)
             out.push_back(out[table[code].start + i]);
         previous = {start, length};

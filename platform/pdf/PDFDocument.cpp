@@ -19,8 +19,8 @@ namespace {
 
 using Object = QPDFObjectHandle;
 
-// What qpdf is asked to do with a document; the neutral value if damage keeps it from that. Objects may
-// unfold to some ten times their size.
+// Does something with qpdf; gives the neutral value if damage prevents that. Objects commonly unfold to some ten
+// times their size.
 template <typename Work>
 auto attempt(const QByteArray &data, Work work) -> decltype(work()) {
     const PDFDecodeBudget budget((qint64(32) << 20) + 32 * qint64(data.size()));
@@ -32,7 +32,7 @@ auto attempt(const QByteArray &data, Work work) -> decltype(work()) {
 }
 
 QString text(Object string) {
-    // Language codes stand between two escape characters.
+    // A language code stands between two escape characters.
     static const QRegularExpression languageCode(QStringLiteral("\x1B[^\x1B]{0,15}\x1B"));
     QString text = QString::fromStdString(string.getUTF8Value());
     return text.isNull() ? QStringLiteral("") : text.remove(languageCode);

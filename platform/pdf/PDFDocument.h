@@ -7,6 +7,8 @@
 #include <QVariantMap>
 #include <memory>
 
+class QPDF;
+
 /// Keys of a document's attributes. The values are strings, those of the two dates `QDateTime` in UTC.
 inline const QString PDFDocumentTitleAttribute = QStringLiteral("Title");
 inline const QString PDFDocumentAuthorAttribute = QStringLiteral("Author");
@@ -19,8 +21,8 @@ inline const QString PDFDocumentModificationDateAttribute = QStringLiteral("ModD
 
 /// A PDF document (ISO 32000) whose attributes and page boxes can be read and changed.
 ///
-/// Any bytes may be given: what cannot be read, even after repair, unfolds to more than some 32 times its size
-/// and 32 MB, or needs a password makes a nil document. A document may be used by one thread at a time,
+/// Any bytes may be given. They make a nil document if they cannot be read, even after repair, need a password,
+/// or unfold to more than 32 MB and 32 times their size. A document may be used by one thread at a time,
 /// several documents by as many threads.
 class PDFDocument {
 public:
@@ -35,10 +37,9 @@ public:
 
     /// The attributes that the document has, from its information dictionary; empty for nil.
     QVariantMap documentAttributes() const;
-    /// Makes these the document's attributes: what is absent, nil or the null marker is removed. XMP metadata
-    /// of the whole document, which would tell the old ones, is removed. Unknown keys are ignored, dates are
-    /// kept to the second, and characters that PDF text cannot carry (unpaired surrogates, U+001B) are
-    /// replaced by U+FFFD.
+    /// Makes these the document's attributes: what is absent, nil or the null marker is removed. So is the
+    /// document's XMP metadata, which repeats the old ones. Unknown keys are ignored, dates are kept to the
+    /// second, and characters that PDF text cannot carry (unpaired surrogates, U+001B) become U+FFFD.
     void setDocumentAttributes(const QVariantMap &attributes);
 
     /// The number of pages; 0 for nil.
@@ -58,13 +59,13 @@ public:
         return setPageBox(page, QRectF(QPointF(0, 0), size), magnification);
     }
 
-    /// The document as a whole new file, which holds none of the replaced values; nil if the document is nil or
-    /// cannot be written.
+    /// The document as a new file, which holds none of the replaced values; nil if the document is nil or cannot
+    /// be written.
     QByteArray dataRepresentation() const;
 
 private:
     bool readsLike(const PDFDocument &other) const;
 
     QByteArray m_data;
-    std::shared_ptr<class QPDF> m_pdf;
+    std::shared_ptr<QPDF> m_pdf;
 };

@@ -21,7 +21,7 @@ constexpr double longestSide = 14400;
 /// The largest size and position that is taken for one.
 constexpr double largest = 1e9;
 
-// Not qpdf's own conversion, which goes by the locale of the process.
+// Not by qpdf's own conversion, which follows the locale of the process.
 std::optional<double> number(Object value) {
     if (!value.isInteger() && !value.isReal())
         return std::nullopt;
@@ -94,7 +94,7 @@ public:
         }
         movePatterns();
         moveAnnotations();
-        // Viewports, article beads and private data speak of places that are no more.
+        // Viewports, article beads and private data name places that no longer exist.
         for (const char *key : {"/VP", "/B", "/PieceInfo"})
             m_page.removeKey(key);
         moveReferences();
@@ -185,8 +185,8 @@ private:
         }
     }
 
-    // Whatever can be reached from the catalog and speaks of places on the page: destinations, and the layout
-    // attributes of tagged documents.
+    // Moves what the catalog leads to and names places on the page: destinations, and the layout attributes of
+    // tagged documents.
     void moveReferences() {
         const bool isOnlyPage = m_pdf.getAllPages().size() == 1;
         std::set<QPDFObjGen> seen;
@@ -244,8 +244,8 @@ private:
     const Move m_move;
 };
 
-// Differences that no output file could show are none.
-double rounded(double distance) {
+// Drops a difference that is too small to be written.
+double withoutTraces(double distance) {
     return std::abs(distance) < 1e-6 ? 0 : distance;
 }
 
@@ -272,8 +272,8 @@ bool zr::pdfSetPageBox(QPDF &pdf, Object page, const QRectF &box, double magnifi
     const QRectF before = visibleBox(page);
     Move move;
     move.scale = oldUnit / unit;
-    move.dx = rounded(-(before.left() + box.left() / oldUnit) * move.scale);
-    move.dy = rounded(-(before.bottom() - box.bottom() / oldUnit) * move.scale);
+    move.dx = withoutTraces(-(before.left() + box.left() / oldUnit) * move.scale);
+    move.dy = withoutTraces(-(before.bottom() - box.bottom() / oldUnit) * move.scale);
     if (!move.isNone())
         Mover(pdf, page, move).run();
     const Object sides = Object::newArray(

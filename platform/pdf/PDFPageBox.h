@@ -14,8 +14,8 @@ namespace zr {
 QRectF pdfPageBox(const QPDFObjectHandle &page);
 
 /// Enlarges everything on a page and cuts it to `box`, which is in points from the top left corner of the
-/// enlarged page, y downward. False if the rectangle or the factor are not usable. If damage keeps the page
-/// from being moved, that is an exception, and the page may be half moved.
+/// enlarged page, y downward. False if the rectangle or the factor is not usable. Throws if damage prevents
+/// the move, which may leave the page half moved.
 bool pdfSetPageBox(QPDF &pdf, QPDFObjectHandle page, const QRectF &box, double magnification);
 
 } // namespace zr

@@ -86,7 +86,7 @@ QString infoLine(const QByteArray &pdf, const QString &key) {
 }
 
 bool isSound(const QByteArray &pdf) {
-    // qpdf ends with 0 only where it has neither errors nor warnings.
+    // qpdf ends with 0 only if it has neither errors nor warnings.
     return !output(QStringLiteral("qpdf"), {QStringLiteral("--check"), QStringLiteral("@")}, pdf).isNull() &&
            !output(QStringLiteral("pdfinfo"), {QStringLiteral("@")}, pdf).isNull() &&
            !output(QStringLiteral("mutool"), {QStringLiteral("info"), QStringLiteral("@")}, pdf).isNull();

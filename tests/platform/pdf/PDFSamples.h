@@ -24,16 +24,16 @@ private:
 /// One page with text, a gradient pattern, a link, named and outline destinations, and a title and creator.
 QByteArray sampleDocument(QSizeF paper = QSizeF(600, 1131.12), const QByteArray &rootEntries = {});
 
-/// What a program prints, standard output only; nil where it fails or cannot be started. "@" in the arguments
+/// What a program prints, standard output only; nil if it fails or cannot be started. "@" in the arguments
 /// stands for a file with the data.
 QByteArray output(const QString &program, const QStringList &arguments, const QByteArray &data);
 /// The line of pdfinfo after "key:".
 QString infoLine(const QByteArray &pdf, const QString &key);
-/// True where qpdf, poppler and mutool read the file without complaint.
+/// True if qpdf, poppler and mutool read the file without complaint.
 bool isSound(const QByteArray &pdf);
 /// A page (counted from 1), drawn by mutool, as a PPM picture.
 QByteArray picture(const QByteArray &pdf, int resolution = 72, int page = 1);
-/// The file as qpdf writes it with these options; nil where it can't.
+/// The file as qpdf writes it with these options; nil if it cannot.
 QByteArray rewritten(const QByteArray &pdf, const QStringList &options);
 /// A file of the engine's form with random links, destinations, patterns, forms and attributes.
 QByteArray randomDocument(unsigned seed);
