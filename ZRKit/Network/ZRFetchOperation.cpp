@@ -134,7 +134,7 @@ ZRFetchOperation::Operation ZRFetchOperation::self() const {
 
 ZRFetchOperation::Operation ZRFetchOperation::fetch() {
     constexpr const char *function = "-[ZRFetchOperation fetch]";
-    const bool isNew = !(isExecuting() || isFinished());
+    const bool isNew = !(isExecuting() || m_isFinishing || isFinished());
     check(isNew, function, "(!(self.isExecuting || self.isFinished))", 555);
     if (!isNew) {
         NSLog("Tried to add a fetch request a second time to the queue %@", description());

@@ -3,6 +3,7 @@
 
 #include "platform/base/ASCII.h"
 
+#include <QRegularExpression>
 #include <QStringDecoder>
 #include <QStringTokenizer>
 #include <algorithm>
@@ -11,58 +12,27 @@ namespace zr::HTTPHeaderFields {
 
 namespace {
 
-bool isTokenUnit(char16_t unit) {
-    return isASCIILetter(unit) || isASCIIDigit(unit) ||
-           (unit != 0 && unit < 128 && QStringView(u"!#$%&'*+-.^_`|~").contains(QChar(unit)));
+constexpr const char *token = "[!#$%&'*+.^_`|~0-9A-Za-z-]+";
+constexpr const char *quoted = "\"(?>[^\"\\\\]++|\\\\.)*+\"?";
+
+/// Walks over what matches a pattern.
+QRegularExpressionMatchIterator matches(const QString &pattern, const QString &text) {
+    return QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption).globalMatch(text);
 }
 
-/// Walks over a field's value.
-class Scanner {
-public:
-    explicit Scanner(QStringView text) : m_text(text) {}
-
-    bool atEnd() const { return m_at >= m_text.size(); }
-    void skip(QStringView units) {
-        while (!atEnd() && units.contains(m_text[m_at]))
-            ++m_at;
+/// A quoted string without its quotes, which need not be closed, and backslashes; anything else trimmed.
+QString unquoted(const QString &value) {
+    const QString text = value.trimmed();
+    if (!text.startsWith(u'"'))
+        return text;
+    QString result = QStringLiteral("");
+    for (qsizetype at = 1; at < text.size() && text[at] != u'"'; ++at) {
+        if (text[at] == u'\\' && at + 1 < text.size())
+            ++at;
+        result += text[at];
     }
-    bool take(char16_t unit) {
-        if (atEnd() || m_text[m_at] != QChar(unit))
-            return false;
-        ++m_at;
-        return true;
-    }
-    QString token() {
-        const qsizetype begin = m_at;
-        while (!atEnd() && isTokenUnit(m_text[m_at].unicode()))
-            ++m_at;
-        return m_text.sliced(begin, m_at - begin).toString();
-    }
-    /// A quoted string, without its quotes and backslashes, to the end of the text if it isn't closed; or
-    /// what stands before the next of the units.
-    QString value(QStringView until) {
-        QString result = QStringLiteral("");
-        if (take(u'"')) {
-            while (!atEnd() && !take(u'"')) {
-                if (m_text[m_at] == u'\\' && m_at + 1 < m_text.size())
-                    ++m_at;
-                result += m_text[m_at++];
-            }
-            return result;
-        }
-        const qsizetype begin = m_at;
-        while (!atEnd() && !until.contains(m_text[m_at]))
-            ++m_at;
-        return result.append(m_text.sliced(begin, m_at - begin));
-    }
-    void skipOne() { ++m_at; }
-    qsizetype position() const { return m_at; }
-    void back(qsizetype position) { m_at = position; }
-
-private:
-    const QStringView m_text;
-    qsizetype m_at = 0;
-};
+    return result;
+}
 
 } // namespace
 
@@ -102,19 +72,13 @@ QString mediaType(const QVariantMap &fields) {
 
 QString characterSet(const QVariantMap &fields) {
     const QString type = value(fields, QStringLiteral("Content-Type"));
-    if (!type.contains(u';'))
-        return {};
-    Scanner scanner(type);
-    scanner.value(u";");
-    while (scanner.take(u';')) {
-        scanner.skip(u" \t");
-        const QString name = scanner.token();
-        if (scanner.take(u'=')) {
-            QString content = scanner.value(u";").trimmed();
-            if (name.compare(u"charset", Qt::CaseInsensitive) == 0 && !content.isEmpty())
-                return content;
-        }
-        scanner.value(u";");
+    auto found = matches(
+        QStringLiteral(";\\s*(%1)?(?:=(%2|[^;]*))?").arg(QLatin1String(token), QLatin1String(quoted)), type);
+    while (found.hasNext()) {
+        const QRegularExpressionMatch parameter = found.next();
+        const QString content = unquoted(parameter.captured(2));
+        if (isSameName(parameter.captured(1), QStringLiteral("charset")) && !content.isEmpty())
+            return content;
     }
     return {};
 }
@@ -139,27 +103,16 @@ qint64 bodyLength(const QVariantMap &fields) {
 
 QList<Challenge> challenges(const QString &authenticate) {
     QList<Challenge> found;
-    Scanner scanner(authenticate);
-    while (!scanner.atEnd()) {
-        scanner.skip(u" \t,");
-        const QString word = scanner.token();
-        if (word.isEmpty()) {
-            if (!scanner.atEnd())
-                scanner.skipOne();
-            continue;
-        }
-        const qsizetype afterWord = scanner.position();
-        scanner.skip(u" \t");
-        // "name=value" belongs to the scheme before it; "scheme" begins the next.
-        if (!found.isEmpty() && scanner.take(u'=')) {
-            scanner.skip(u" \t");
-            found.last().parameters.insert(word.toLower(), scanner.value(u", \t"));
-            continue;
-        }
-        scanner.back(afterWord);
-        found.append({word.toLower(), {}});
-        if (scanner.take(u'='))
-            scanner.value(u",");
+    // "name=value" belongs to the scheme before it; a name alone is the next scheme.
+    auto words = matches(
+        QStringLiteral("(%1)(?:\\s*=\\s*(%2|[^,\\s]*))?").arg(QLatin1String(token), QLatin1String(quoted)),
+        authenticate);
+    while (words.hasNext()) {
+        const QRegularExpressionMatch word = words.next();
+        if (!word.hasCaptured(2) || found.isEmpty())
+            found.append({word.captured(1).toLower(), {}});
+        else
+            found.last().parameters.insert(word.captured(1).toLower(), unquoted(word.captured(2)));
     }
     return found;
 }
@@ -172,8 +125,11 @@ QByteArray safeValue(const QString &value) {
 }
 
 bool isToken(const QString &name) {
-    return !name.isEmpty() &&
-           std::all_of(name.begin(), name.end(), [](QChar c) { return isTokenUnit(c.unicode()); });
+    const auto isTokenUnit = [](QChar c) {
+        return isASCIILetter(c.unicode()) || isASCIIDigit(c.unicode()) ||
+               QStringView(u"!#$%&'*+-.^_`|~").contains(c);
+    };
+    return !name.isEmpty() && std::all_of(name.begin(), name.end(), isTokenUnit);
 }
 
 } // namespace zr::HTTPHeaderFields

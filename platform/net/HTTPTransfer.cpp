@@ -47,42 +47,31 @@ private:
 };
 
 NSURLErrorCode codeOfCurl(CURLcode code) {
-    switch (code) {
-    case CURLE_URL_MALFORMAT:
-        return NSURLErrorBadURL;
-    case CURLE_UNSUPPORTED_PROTOCOL:
-        return NSURLErrorUnsupportedURL;
-    case CURLE_COULDNT_RESOLVE_HOST:
-    case CURLE_COULDNT_RESOLVE_PROXY:
-        return NSURLErrorCannotFindHost;
-    case CURLE_COULDNT_CONNECT:
-        return NSURLErrorCannotConnectToHost;
-    case CURLE_OPERATION_TIMEDOUT:
-        return NSURLErrorTimedOut;
-    case CURLE_GOT_NOTHING:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_SEND_ERROR:
-    case CURLE_RECV_ERROR:
-    case CURLE_HTTP2:
-    case CURLE_HTTP2_STREAM:
-        return NSURLErrorNetworkConnectionLost;
-    case CURLE_WEIRD_SERVER_REPLY:
-        return NSURLErrorBadServerResponse;
-    case CURLE_BAD_CONTENT_ENCODING:
-        return NSURLErrorCannotDecodeContentData;
-    case CURLE_SSL_CONNECT_ERROR:
-    case CURLE_SSL_CIPHER:
-    case CURLE_SSL_ENGINE_NOTFOUND:
-    case CURLE_SSL_SHUTDOWN_FAILED:
-    case CURLE_USE_SSL_FAILED:
-        return NSURLErrorSecureConnectionFailed;
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_ISSUER_ERROR:
-    case CURLE_SSL_CACERT_BADFILE:
-        return NSURLErrorServerCertificateUntrusted;
-    default:
-        return NSURLErrorUnknown;
-    }
+    static constexpr std::pair<CURLcode, NSURLErrorCode> codes[] = {
+        {CURLE_URL_MALFORMAT, NSURLErrorBadURL},
+        {CURLE_UNSUPPORTED_PROTOCOL, NSURLErrorBadServerResponse},
+        {CURLE_OUT_OF_MEMORY, NSURLErrorBadServerResponse}, // header lines beyond what libcurl takes
+        {CURLE_COULDNT_RESOLVE_HOST, NSURLErrorCannotFindHost},
+        {CURLE_COULDNT_RESOLVE_PROXY, NSURLErrorCannotFindHost},
+        {CURLE_COULDNT_CONNECT, NSURLErrorCannotConnectToHost},
+        {CURLE_OPERATION_TIMEDOUT, NSURLErrorTimedOut},
+        {CURLE_GOT_NOTHING, NSURLErrorNetworkConnectionLost},
+        {CURLE_PARTIAL_FILE, NSURLErrorNetworkConnectionLost},
+        {CURLE_SEND_ERROR, NSURLErrorNetworkConnectionLost},
+        {CURLE_RECV_ERROR, NSURLErrorNetworkConnectionLost},
+        {CURLE_HTTP2, NSURLErrorNetworkConnectionLost},
+        {CURLE_HTTP2_STREAM, NSURLErrorNetworkConnectionLost},
+        {CURLE_WEIRD_SERVER_REPLY, NSURLErrorBadServerResponse},
+        {CURLE_BAD_CONTENT_ENCODING, NSURLErrorCannotDecodeContentData},
+        {CURLE_SSL_CONNECT_ERROR, NSURLErrorSecureConnectionFailed},
+        {CURLE_SSL_CIPHER, NSURLErrorSecureConnectionFailed},
+        {CURLE_PEER_FAILED_VERIFICATION, NSURLErrorServerCertificateUntrusted},
+        {CURLE_SSL_ISSUER_ERROR, NSURLErrorServerCertificateUntrusted},
+        {CURLE_SSL_CACERT_BADFILE, NSURLErrorServerCertificateUntrusted},
+    };
+    const auto *at = std::find_if(std::begin(codes), std::end(codes),
+                                  [&](const auto &entry) { return entry.first == code; });
+    return at == std::end(codes) ? NSURLErrorUnknown : at->second;
 }
 
 bool isRedirect(qint64 status) {
@@ -280,16 +269,16 @@ void HTTPTransfer::setCredential() {
 }
 
 void HTTPTransfer::setSecurity() {
-    m_host = m_url.host(QUrl::FullyEncoded);
+    m_judge.host = m_url.host(QUrl::FullyEncoded);
     if (m_url.scheme() != u"https")
         return;
     const bool delegateJudges =
         tell(&NSURLConnectionDelegate::connectionCanAuthenticateAgainstProtectionSpace,
-             NSURLProtectionSpace(m_host, portOf(m_url), m_url.scheme(), QString(),
+             NSURLProtectionSpace(m_judge.host, portOf(m_url), m_url.scheme(), QString(),
                                   NSURLAuthenticationMethodServerTrust));
     set(CURLOPT_SSL_VERIFYPEER, delegateJudges ? 0L : 1L);
     set(CURLOPT_SSL_VERIFYHOST, delegateJudges ? 0L : 2L);
-    m_judge = [this](const NSServerTrust &trust) { return judgeServer(trust); };
+    m_judge.decide = [this](const NSServerTrust &trust) { return judgeServer(trust); };
     set(CURLOPT_SSL_CTX_FUNCTION, delegateJudges ? contextFunction : nullptr);
     set(CURLOPT_SSL_CTX_DATA, this);
     // As every program on OpenSSL has it.
@@ -299,16 +288,16 @@ void HTTPTransfer::setSecurity() {
 }
 
 CURLcode HTTPTransfer::contextFunction(CURL *, void *context, void *transfer) {
-    auto &self = *static_cast<HTTPTransfer *>(transfer);
-    ServerTrust::install(context, &self.m_judge, &self.m_host);
+    ServerTrust::install(context, static_cast<HTTPTransfer *>(transfer)->m_judge);
     return CURLE_OK;
 }
 
 ServerTrust::Decision HTTPTransfer::judgeServer(const NSServerTrust &trust) {
     Answer answer;
     tell(&NSURLConnectionDelegate::connectionDidReceiveAuthenticationChallenge,
-         NSURLAuthenticationChallenge(NSURLProtectionSpace(m_host, portOf(m_url), m_url.scheme(), QString(),
-                                                           NSURLAuthenticationMethodServerTrust, trust),
+         NSURLAuthenticationChallenge(NSURLProtectionSpace(m_judge.host, portOf(m_url), m_url.scheme(),
+                                                           QString(), NSURLAuthenticationMethodServerTrust,
+                                                           trust),
                                       0, nullptr, &answer));
     if (answer.kind() == Answer::Kind::Credential && answer.credential().isTrust())
         return ServerTrust::Decision::Accept;
@@ -405,7 +394,7 @@ HTTPTransfer::challenge(const std::shared_ptr<NSHTTPURLResponse> &response) {
     if (m_credential.hasPassword() && m_isDigest && offer->method == NSURLAuthenticationMethodHTTPDigest &&
         offer->challenge.parameter("stale").compare(u"true", Qt::CaseInsensitive) == 0)
         return ++m_renewals > mostRenewals ? failing(NSURLErrorUserCancelledAuthentication) : Outcome::Renew;
-    const NSURLProtectionSpace space(m_host, portOf(m_url), m_url.scheme(),
+    const NSURLProtectionSpace space(m_judge.host, portOf(m_url), m_url.scheme(),
                                      offer->challenge.parameter("realm"), offer->method);
     m_credential = {};
     if (tell(&NSURLConnectionDelegate::connectionCanAuthenticateAgainstProtectionSpace, space)) {
@@ -497,9 +486,8 @@ void HTTPTransfer::responseDidEnd(CURLcode code) {
     const QString reason = QString::fromUtf8(m_errorText.data());
     if (m_attempt.trustCancelled)
         failWith(NSURLErrorUserCancelledAuthentication, reason);
-    else if ((code == CURLE_OK && !m_attempt.headIsComplete) || code == CURLE_UNSUPPORTED_PROTOCOL ||
-             code == CURLE_OUT_OF_MEMORY || (code == CURLE_RECV_ERROR && reason.startsWith(u"Too large")))
-        // No answer, an answer that is no HTTP, and header lines beyond what libcurl takes.
+    else if (code == CURLE_OK ? !m_attempt.headIsComplete : reason.startsWith(u"Too large"))
+        // No answer, or header lines beyond what libcurl takes.
         failWith(NSURLErrorBadServerResponse, reason);
     else if (code != CURLE_OK)
         failWith(codeOfCurl(code), reason.isEmpty() ? QString::fromUtf8(curl_easy_strerror(code)) : reason);

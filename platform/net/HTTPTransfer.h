@@ -88,7 +88,6 @@ private:
     std::shared_ptr<NSURLRequest> m_next;
     QUrl m_url;
     QByteArray m_body;
-    QString m_host;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     ServerTrust::Judge m_judge;
     std::unique_ptr<CURL, Release<curl_easy_cleanup>> m_handle;

@@ -3,8 +3,6 @@
 
 #include "platform/net/HTTPHeaderFields.h"
 
-#include <QHostAddress>
-#include <QNetworkCookie>
 #include <QNetworkCookieJar>
 #include <algorithm>
 
@@ -22,29 +20,11 @@ public:
     using QNetworkCookieJar::validateCookie;
 };
 
-QString hostOf(const QUrl &url) {
-    return url.host(QUrl::FullyEncoded).toLower();
-}
-
-bool isAddress(const QString &host) {
-    return !QHostAddress(host).isNull();
-}
-
-/// RFC 6265, 5.1.3; both in small letters.
-bool domainMatches(const QString &host, const QString &domain) {
-    return host == domain || (host.endsWith(u'.' + domain) && !isAddress(host));
-}
-
-QString pathOf(const QUrl &url) {
-    const QString path = url.path(QUrl::FullyEncoded);
-    return path.startsWith(u'/') ? path : QStringLiteral("/");
-}
-
 /// RFC 6265, 5.1.4.
 QString defaultPath(const QUrl &url) {
-    const QString path = pathOf(url);
+    const QString path = url.path(QUrl::FullyEncoded);
     const qsizetype last = path.lastIndexOf(u'/');
-    return last <= 0 ? QStringLiteral("/") : path.left(last);
+    return last <= 0 || !path.startsWith(u'/') ? QStringLiteral("/") : path.left(last);
 }
 
 /// Max-Age goes before Expires, which Qt has only if it comes last, and may go beyond Qt's 68 years.
@@ -72,52 +52,25 @@ bool beginsCookie(QStringView text) {
 } // namespace
 
 NSHTTPCookie::NSHTTPCookie(const QString &name, const QString &value, const QString &host)
-    : m_name(name), m_value(value), m_domain(host.isNull() ? QStringLiteral("") : host.toLower()),
-      m_path(QStringLiteral("/")) {
-}
-
-bool NSHTTPCookie::matches(const QUrl &url) const {
-    const QString host = hostOf(url);
-    if (isNil() || host.isEmpty())
-        return false;
-    if (m_domain.startsWith(u'.') ? !domainMatches(host, m_domain.sliced(1)) : host != m_domain)
-        return false;
-    if (m_secure && url.scheme() != u"https")
-        return false;
-    const QString path = pathOf(url);
-    return path.startsWith(m_path) &&
-           (path.size() == m_path.size() || m_path.endsWith(u'/') || path.at(m_path.size()) == u'/');
+    : m_cookie(name.toUtf8(), value.toUtf8()) {
+    m_cookie.setDomain(host.toLower());
+    m_cookie.setPath(QStringLiteral("/"));
 }
 
 NSHTTPCookie NSHTTPCookie::cookieWithHeaderLine(const QString &line, const QUrl &url) {
-    const QString host = hostOf(url);
-    const QString pair = line.section(u';', 0, 0);
     const bool hasControls = std::any_of(
         line.begin(), line.end(), [](QChar c) { return (c < u' ' && c != u'\t') || c == QChar(0x7F); });
-    if (hasControls || pair.size() > longestPair || host.isEmpty())
-        return {};
     const QList<QNetworkCookie> parsed = QNetworkCookie::parseCookies(line.toUtf8());
-    if (parsed.size() != 1)
+    if (hasControls || line.section(u';', 0, 0).size() > longestPair || url.host().isEmpty() ||
+        parsed.size() != 1)
         return {};
     QNetworkCookie cookie = parsed.first();
     if (cookie.path().isEmpty())
         cookie.setPath(defaultPath(url));
+    if (const QDateTime maxAge = dateOfMaxAge(line); maxAge.isValid())
+        cookie.setExpirationDate(maxAge);
     cookie.normalize(url);
-    const bool isForHostsBelow = cookie.domain().startsWith(u'.');
-    const QString name = cookie.domain().sliced(isForHostsBelow ? 1 : 0);
-    // Qt gives names of other scripts as people read them.
-    const QByteArray encoded = QUrl::toAce(name);
-    const QString domain = encoded.isEmpty() ? name : QString::fromLatin1(encoded);
-    if (!domainMatches(host, domain) || !Jar().validateCookie(cookie, url))
-        return {};
-    NSHTTPCookie result(QString::fromUtf8(cookie.name()), QString::fromUtf8(cookie.value()),
-                        isForHostsBelow ? u'.' + domain : domain);
-    result.m_path = cookie.path();
-    const QDateTime maxAge = dateOfMaxAge(line);
-    result.m_expires = maxAge.isValid() ? maxAge : cookie.expirationDate().toUTC();
-    result.m_secure = cookie.isSecure();
-    result.m_httpOnly = cookie.isHttpOnly();
-    return result;
+    return Jar().validateCookie(cookie, url) ? NSHTTPCookie(cookie) : NSHTTPCookie();
 }
 
 QList<NSHTTPCookie> NSHTTPCookie::cookiesWithResponseHeaderFields(const QVariantMap &headerFields,
@@ -143,7 +96,7 @@ QVariantMap NSHTTPCookie::requestHeaderFieldsWithCookies(const QList<NSHTTPCooki
     QStringList pairs;
     for (const NSHTTPCookie &cookie : cookies)
         if (!cookie.isNil())
-            pairs.append(cookie.m_name + u'=' + cookie.m_value);
+            pairs.append(cookie.name() + u'=' + cookie.value());
     if (pairs.isEmpty())
         return {};
     return {{QStringLiteral("Cookie"), pairs.join(QStringLiteral("; "))}};

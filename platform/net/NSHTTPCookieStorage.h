@@ -5,8 +5,8 @@
 
 #include <QObject>
 #include <QVariantList>
+#include <memory>
 #include <mutex>
-#include <vector>
 
 /// Keeps cookies in memory, and nowhere else. Any thread.
 ///
@@ -16,6 +16,8 @@ class NSHTTPCookieStorage : public QObject {
     Q_OBJECT
 
 public:
+    NSHTTPCookieStorage();
+    ~NSHTTPCookieStorage() override;
     /// The store that connections use for requests that let them. It lives as long as the process.
     static NSHTTPCookieStorage &sharedHTTPCookieStorage();
 
@@ -35,9 +37,7 @@ public:
     Q_INVOKABLE void setCookies(const QVariantList &cookies);
 
 private:
-    static bool isSame(const NSHTTPCookie &a, const NSHTTPCookie &b);
-    void trim(const QString &domain);
-
+    class Jar;
     mutable std::mutex m_mutex;
-    std::vector<NSHTTPCookie> m_cookies;
+    const std::unique_ptr<Jar> m_jar;
 };

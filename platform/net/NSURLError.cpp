@@ -2,53 +2,38 @@
 #include "platform/net/NSURLError.h"
 
 #include <QCoreApplication>
+#include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace {
 
+constexpr std::pair<NSURLErrorCode, const char *> messages[] = {
+    {NSURLErrorCancelled, "cancelled"},
+    {NSURLErrorBadURL, "bad URL"},
+    {NSURLErrorTimedOut, "The request timed out."},
+    {NSURLErrorUnsupportedURL, "unsupported URL"},
+    {NSURLErrorCannotFindHost, "A server with the specified hostname could not be found."},
+    {NSURLErrorCannotConnectToHost, "Could not connect to the server."},
+    {NSURLErrorNetworkConnectionLost, "The network connection was lost."},
+    {NSURLErrorHTTPTooManyRedirects, "too many HTTP redirects"},
+    {NSURLErrorNotConnectedToInternet, "There is no connection to the Internet."},
+    {NSURLErrorRedirectToNonExistentLocation, "The server redirected to a location that cannot be loaded."},
+    {NSURLErrorBadServerResponse, "There was a bad response from the server."},
+    {NSURLErrorUserCancelledAuthentication, "The authentication was cancelled."},
+    {NSURLErrorZeroByteResource, "The resource is empty."},
+    {NSURLErrorCannotDecodeContentData, "cannot decode content data"},
+    {NSURLErrorFileDoesNotExist, "The requested URL was not found on this computer."},
+    {NSURLErrorFileIsDirectory, "The requested URL is a folder."},
+    {NSURLErrorNoPermissionsToReadFile, "You do not have permission to access the requested resource."},
+    {NSURLErrorSecureConnectionFailed, "A secure connection to the server cannot be made."},
+    {NSURLErrorServerCertificateUntrusted, "The certificate of this server is not trusted."},
+};
+
 const char *message(NSURLErrorCode code) {
-    switch (code) {
-    case NSURLErrorCancelled:
-        return "cancelled";
-    case NSURLErrorBadURL:
-        return "bad URL";
-    case NSURLErrorTimedOut:
-        return "The request timed out.";
-    case NSURLErrorUnsupportedURL:
-        return "unsupported URL";
-    case NSURLErrorCannotFindHost:
-        return "A server with the specified hostname could not be found.";
-    case NSURLErrorCannotConnectToHost:
-        return "Could not connect to the server.";
-    case NSURLErrorNetworkConnectionLost:
-        return "The network connection was lost.";
-    case NSURLErrorHTTPTooManyRedirects:
-        return "too many HTTP redirects";
-    case NSURLErrorNotConnectedToInternet:
-        return "There is no connection to the Internet.";
-    case NSURLErrorRedirectToNonExistentLocation:
-        return "The server redirected to a location that cannot be loaded.";
-    case NSURLErrorBadServerResponse:
-        return "There was a bad response from the server.";
-    case NSURLErrorUserCancelledAuthentication:
-        return "The authentication was cancelled.";
-    case NSURLErrorZeroByteResource:
-        return "The resource is empty.";
-    case NSURLErrorCannotDecodeContentData:
-        return "cannot decode content data";
-    case NSURLErrorFileDoesNotExist:
-        return "The requested URL was not found on this computer.";
-    case NSURLErrorFileIsDirectory:
-        return "The requested URL is a folder.";
-    case NSURLErrorNoPermissionsToReadFile:
-        return "You do not have permission to access the requested resource.";
-    case NSURLErrorSecureConnectionFailed:
-        return "A secure connection to the server cannot be made.";
-    case NSURLErrorServerCertificateUntrusted:
-        return "The certificate of this server is not trusted.";
-    case NSURLErrorUnknown:
-        break;
-    }
-    return "unknown error";
+    const auto *at = std::find_if(std::begin(messages), std::end(messages),
+                                  [&](const auto &entry) { return entry.first == code; });
+    return at == std::end(messages) ? "unknown error" : at->second;
 }
 
 } // namespace

@@ -11,13 +11,15 @@ namespace zr::ServerTrust {
 
 enum class Decision { Accept, Evaluate, Refuse };
 
-/// Called with what the server has shown; must not throw.
-using Judge = std::function<Decision(const NSServerTrust &)>;
+struct Judge {
+    /// Called with what the server has shown; must not throw.
+    std::function<Decision(const NSServerTrust &)> decide;
+    /// What the certificate must be made out to if it is to be evaluated.
+    QString host;
+};
 
-/// Makes connections of the context ask the judge instead of verifying for themselves. The judge must live as
-/// long as handshakes of the context run.
-/// \param context  an SSL_CTX
-/// \param host     what the certificate must be made out to if it is to be evaluated; lives as long
-void install(void *context, const Judge *judge, const QString *host);
+/// Makes connections of the context, an SSL_CTX, ask the judge instead of verifying for themselves. The judge must
+/// live as long as handshakes of the context run.
+void install(void *context, const Judge &judge);
 
 } // namespace zr::ServerTrust

@@ -4,6 +4,7 @@
 #include "platform/observing/NSKeyValueObserving.h"
 #include "platform/operations/NSThread.h"
 #include "tests/ZRKit/Network/FetchTest.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/LoopbackServers.h"
 #include "tests/support/ProcessTree.h"
 
@@ -168,6 +169,68 @@ TEST(FetchCancelling, TenThousandAtRandomMomentsLoseNothingAndEndOnce) {
         operation->waitUntilFinished();
     EXPECT_TRUE(six.isOpen());
     waitForNetworkThread();
+}
+
+TEST(FetchCancelling, RunningOnesMayBeReadAndFetchedByOtherThreads) {
+    constexpr int total = 300;
+    const NginxServer server;
+    const QList<QUrl> urls = {
+        server.url(QStringLiteral("/moved")), server.url(QStringLiteral("/basic/small")),
+        server.url(QStringLiteral("/basic/text.txt")), server.url(QStringLiteral("/large"))};
+    std::mutex mutex;
+    std::deque<Operation> running;
+    std::atomic<bool> ending{false};
+    std::atomic<int> readings{0};
+    const LogCapture log;
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 2; ++i)
+        readers.emplace_back([&] {
+            while (!ending) {
+                std::deque<Operation> operations;
+                {
+                    const std::lock_guard lock(mutex);
+                    operations = running;
+                }
+                for (const Operation &operation : operations) {
+                    // Refused, with its description in the log, since it runs or is over.
+                    if (++readings % 20 == 0)
+                        EXPECT_FALSE(operation->isExecuting() && operation->fetch());
+                    EXPECT_TRUE(operation->description().startsWith(QStringLiteral("<ZRFetchOperation: ")));
+                    EXPECT_GE(operation->progress(), 0);
+                    operation->log();
+                    operation->localizedErrorString();
+                    operation->headers();
+                    operation->connection();
+                    operation->completeBlock();
+                }
+            }
+        });
+    std::mt19937 random(7);
+    for (int i = 0; i < total; ++i) {
+        const auto operation = std::make_shared<ZRFetchOperation>(urls[i % urls.size()]);
+        operation->setUsername(QStringLiteral("user"));
+        operation->setPassword(random() % 4 == 0 ? QStringLiteral("wrong") : QStringLiteral("secret"));
+        operation->setProgressBlock([](const auto &) {});
+        operation->fetchWithBlock([](const auto &) {});
+        // Only those that have begun: one that waits could be fetched twice.
+        ASSERT_TRUE(
+            ProcessTree::waitUntil([&] { return operation->isExecuting() || operation->isFinished(); }));
+        {
+            const std::lock_guard lock(mutex);
+            running.push_back(operation);
+            if (running.size() > 6)
+                running.pop_front();
+        }
+        if (random() % 3 == 0)
+            operation->cancel();
+    }
+    NSOperationQueue *queue = ZRFetchOperation::sharedOperationQueue();
+    queue->waitUntilAllOperationsAreFinished();
+    ending = true;
+    for (std::thread &reader : readers)
+        reader.join();
+    waitForNetworkThread();
+    EXPECT_GT(readings, 0);
 }
 
 } // namespace
