@@ -93,7 +93,6 @@ private:
     bool handleReply(const XPCFrame &frame, const XPCCall &call);
     void finish();
     void hangUp();
-    NSError error(int code, const QString &message) const;
     static void guarded(const char *what, const std::function<void()> &function);
     void failLater(const ErrorHandler &handler, const NSError &error);
 
