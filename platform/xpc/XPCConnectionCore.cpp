@@ -289,14 +289,15 @@ void XPCConnectionCore::run() {
         if (link)
             deliver(link);
 
-        if (m_reconnects)
-            noteLoss();
         std::map<quint64, Waiting> waiting;
         Handler interruption;
         bool isOver = false;
         NSError failure;
         {
             const std::lock_guard lock(m_mutex);
+            // A service that is ending is not to be connected to again, from before anybody hears of the loss.
+            if (m_reconnects && m_process && m_state != State::Invalid)
+                XPCActivator::shared().connectionWasLost(m_name, m_process);
             m_link.reset();
             waiting.swap(m_waiting);
             m_unsent.clear();
@@ -317,18 +318,6 @@ void XPCConnectionCore::run() {
         guarded("the interruption handler", interruption);
     }
     finish();
-}
-
-/// A service that is ending is not to be connected to again, from before anybody hears of the loss.
-void XPCConnectionCore::noteLoss() {
-    pid_t process = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_state != State::Invalid)
-            process = m_process;
-    }
-    if (process)
-        XPCActivator::shared().connectionWasLost(m_name, process);
 }
 
 /// Reads and handles frames until the link ends.

@@ -85,7 +85,6 @@ private:
     bool connect(std::unique_lock<std::mutex> &lock);
     void startThread();
     void run();
-    void noteLoss();
     void deliver(const std::shared_ptr<XPCLink> &link);
     void end();
     bool handle(const std::shared_ptr<XPCLink> &link, const XPCFrame &frame);

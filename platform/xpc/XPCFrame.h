@@ -12,19 +12,8 @@ namespace zr {
 
 /// One unit of the wire between two ends of a connection.
 ///
-/// On the wire, all numbers little-endian:
-///
-///     offset  bytes  meaning
-///          0      4  magic, the letters "ZRXP"
-///          4      1  version, 1
-///          5      1  kind: 1 message, 2 reply, 3 refusal
-///          6      2  number of segments, at most 64
-///          8      8  length of all that follows the header, at most 1 GiB
-///         16      8  exchange: a reply carries its message's number; 0 if no reply is wanted
-///         24      -  the segments' lengths, 8 bytes each; the archive; the segments one after another
-///
-/// The archive is a keyed archive that describes the call. Bodies of data are not put into it: they follow
-/// as segments, are written from where they are and read into where they stay.
+/// Its layout stands in docs/wire-format.md. The archive describes the call. Bodies of data are not put into it: they
+/// follow as segments, are written from where they are and read into where they stay.
 struct XPCFrame {
     enum class Kind : quint8 { Message = 1, Reply = 2, Refusal = 3 };
 
