@@ -41,9 +41,10 @@ EXAMPLE(ZRXPC) {
 
     // A client waits for ever for a service that is gone; a monitor tells of its end.
     std::promise<QString> ended;
-    const NSXPCServiceMonitor monitor(u"com.velmora.zrpdf"_s, [&](const NSXPCServiceMonitor::Exit &exit) {
+    const NSXPCServiceMonitor monitor(u"com.velmora.zrpdf@2"_s, [&](const NSXPCServiceMonitor::Exit &exit) {
         ended.set_value(exit.description());
     });
-    ::kill(monitor.processIdentifier(), SIGTERM);
+    const pid_t process = monitor.processIdentifier();
+    expect(process > 0 && ::kill(process, SIGTERM) == 0);
     expect(ended.get_future().get() == u"exited with code 0");
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/base/ChildProcess.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -79,10 +80,15 @@ ZR_UNINSTRUMENTED int runChild(void *argument) {
 
 std::vector<QByteArray> environmentFor(const ChildProcess::Plan &plan) {
     std::vector<QByteArray> strings;
+    const auto isPlanned = [&plan](const QByteArray &variable) {
+        const QByteArray name = variable.left(variable.indexOf('=') + 1);
+        return std::any_of(plan.environment.begin(), plan.environment.end(),
+                           [&name](const QByteArray &each) { return each.startsWith(name); });
+    };
     for (char **variable = environ; variable && *variable; ++variable) {
-        const std::string_view text(*variable);
-        if (!text.starts_with("LISTEN_") && !text.starts_with("NOTIFY_SOCKET="))
-            strings.emplace_back(*variable);
+        const QByteArray text(*variable);
+        if (!text.startsWith("LISTEN_") && !text.startsWith("NOTIFY_SOCKET=") && !isPlanned(text))
+            strings.push_back(text);
     }
     strings.insert(strings.end(), plan.environment.begin(), plan.environment.end());
     return strings;

@@ -18,8 +18,8 @@ struct ChildProcess {
     struct Plan {
         QByteArray executable; ///< an absolute path
         std::vector<QByteArray> arguments;
-        /// "NAME=value" in addition to this process's environment, of which LISTEN_* and NOTIFY_SOCKET are left out. A
-        /// value of LISTEN_PID is replaced by the child's number.
+        /// "NAME=value", in addition to this process's environment or in place of what it has there. Its LISTEN_* and
+        /// NOTIFY_SOCKET are left out. A value of LISTEN_PID is replaced by the child's number.
         std::vector<QByteArray> environment;
         /// These become the child's descriptors 0, 1, 2 and so on; -1 stands for /dev/null.
         std::vector<int> descriptors;

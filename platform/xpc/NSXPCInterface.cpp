@@ -3,8 +3,8 @@
 
 QStringList NSXPCInterface::selectors() const {
     QStringList names;
-    for (const Method &method : m_methods)
-        names.append(method.selector);
+    std::transform(m_methods.begin(), m_methods.end(), std::back_inserter(names),
+                   [](const Method &each) { return each.selector; });
     return names;
 }
 

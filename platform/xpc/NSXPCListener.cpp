@@ -48,13 +48,14 @@ public:
     }
 
     void invalidate() {
-        std::unique_lock lock(m_mutex);
-        m_invalid = true;
-        m_listener = nullptr;
+        {
+            const std::lock_guard lock(m_mutex);
+            m_invalid = true;
+            m_listener = nullptr;
+        }
         wake();
         // No call of the delegate is under way once this returns, unless it is the delegate that calls.
-        if (m_accepting && m_acceptor != std::this_thread::get_id())
-            m_accepted.wait(lock, [this] { return !m_accepting; });
+        const std::lock_guard delegation(m_delegation);
     }
 
     void setDelegate(const std::shared_ptr<NSXPCListenerDelegate> &delegate) {
@@ -124,6 +125,7 @@ private:
             NSLog(QStringLiteral("NSXPCListener: a connection of another user was closed"));
             return;
         }
+        const std::lock_guard delegation(m_delegation);
         std::shared_ptr<NSXPCListenerDelegate> delegate;
         NSXPCListener *listener = nullptr;
         {
@@ -132,8 +134,6 @@ private:
             listener = m_listener;
             if (!delegate || !listener)
                 return;
-            m_accepting = true;
-            m_acceptor = std::this_thread::get_id();
         }
         auto connection =
             std::make_shared<NSXPCConnection>(XPCLink::make(std::move(socket), XPCLink::End::Accepted));
@@ -159,11 +159,6 @@ private:
             connection->invalidate();
             forget();
         }
-        {
-            const std::lock_guard lock(m_mutex);
-            m_accepting = false;
-        }
-        m_accepted.notify_all();
     }
 
     void forget(const std::shared_ptr<NSXPCConnection> &connection) {
@@ -203,13 +198,11 @@ private:
     FileDescriptor m_termination;
     std::atomic<bool> m_draining = false;
 
+    std::recursive_mutex m_delegation; ///< held while the delegate is called
     mutable std::mutex m_mutex;
-    std::condition_variable m_accepted;
     NSXPCListener *m_listener = nullptr;
     std::weak_ptr<NSXPCListenerDelegate> m_delegate;
     std::set<std::shared_ptr<NSXPCConnection>> m_connections;
-    std::thread::id m_acceptor;
-    bool m_accepting = false;
     bool m_running = false;
     bool m_invalid = false;
 };

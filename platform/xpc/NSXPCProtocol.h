@@ -84,18 +84,12 @@ requires(!std::same_as<T, bool>) struct NSXPCValue<T> {
             return QVariant::fromValue(qulonglong(value));
     }
     static bool from(const QVariant &value, T &into) {
-        switch (value.metaType().id()) {
-        case QMetaType::Int:
-        case QMetaType::LongLong:
-            into = T(value.toLongLong());
-            return std::in_range<T>(value.toLongLong());
-        case QMetaType::UInt:
-        case QMetaType::ULongLong:
-            into = T(value.toULongLong());
-            return std::in_range<T>(value.toULongLong());
-        default:
-            return false;
-        }
+        const int type = value.typeId();
+        const bool isSigned = type == QMetaType::Int || type == QMetaType::LongLong;
+        into = isSigned ? T(value.toLongLong()) : T(value.toULongLong());
+        return isSigned ? std::in_range<T>(value.toLongLong())
+                        : (type == QMetaType::UInt || type == QMetaType::ULongLong) &&
+                              std::in_range<T>(value.toULongLong());
     }
 };
 
@@ -103,18 +97,10 @@ template <std::floating_point T>
 struct NSXPCValue<T> {
     static QVariant to(T value) { return QVariant::fromValue(double(value)); }
     static bool from(const QVariant &value, T &into) {
-        switch (value.metaType().id()) {
-        case QMetaType::Int:
-        case QMetaType::LongLong:
-        case QMetaType::UInt:
-        case QMetaType::ULongLong:
-        case QMetaType::Float:
-        case QMetaType::Double:
-            into = T(value.toDouble());
-            return true;
-        default:
-            return false;
-        }
+        into = T(value.toDouble());
+        const int type = value.typeId();
+        return type == QMetaType::Int || type == QMetaType::LongLong || type == QMetaType::UInt ||
+               type == QMetaType::ULongLong || type == QMetaType::Float || type == QMetaType::Double;
     }
 };
 

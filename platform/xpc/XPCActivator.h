@@ -17,14 +17,8 @@ namespace zr {
 
 /// Finds services by name and starts those that nothing else has started. One a process; any thread.
 ///
-/// A name is looked for in this order:
-/// 1. the socket `<name>.sock` in the user's runtime folder, where a socket unit listens;
-/// 2. the instance of that name which this process has started already, if it lives;
-/// 3. the executable: `XPCServices/<name>` beside this program, then `libexec/zrkit/<name>` under the parent
-///    of this program's folder, then the same folder under the prefix the library was installed to.
-///
-/// "name@instance" is another process of the same executable. A started service lives no longer than this
-/// process; if it ends earlier it is reaped, and the next connection starts it again.
+/// Where a name is looked for stands in NSXPCConnection.h. If a started service ends before this process it is reaped,
+/// and the next connection starts it again.
 class XPCActivator {
 public:
     /// Called once when a started service has ended, on a thread of the machinery.

@@ -13,6 +13,14 @@ using namespace zr;
 
 namespace {
 
+NSError errorOf(int code, const QString &message) {
+    return NSError(NSCocoaErrorDomain, code, {{NSLocalizedDescriptionKey, message}});
+}
+
+NSError interrupted() {
+    return errorOf(NSXPCConnectionInterrupted, QStringLiteral("the connection was interrupted"));
+}
+
 /// A message's one reply. If the block is dropped unused, the sender is told, so that it doesn't wait for
 /// ever.
 class ReplyOnce {
@@ -48,8 +56,7 @@ public:
     void refuse(const QString &why) {
         m_used = true;
         XPCCall call;
-        call.error =
-            NSError(NSCocoaErrorDomain, NSXPCConnectionReplyInvalid, {{NSLocalizedDescriptionKey, why}});
+        call.error = errorOf(NSXPCConnectionReplyInvalid, why);
         m_link->send(call.frame(XPCFrame::Kind::Refusal, m_exchange));
     }
 
@@ -62,7 +69,8 @@ private:
 
 } // namespace
 
-void NSXPCProxy::send(const QString &selector, const QVariantList &values, NSXPCDetail::ReplyTaker reply) const {
+void NSXPCProxy::send(const QString &selector, const QVariantList &values,
+                      NSXPCDetail::ReplyTaker reply) const {
     m_connection->send(selector, values, std::move(reply), m_errorHandler);
 }
 
@@ -70,10 +78,6 @@ XPCConnectionCore::XPCConnectionCore(QString name, Connector connector, bool rec
                                      std::shared_ptr<XPCLink> link)
     : m_name(std::move(name)), m_connector(std::move(connector)), m_reconnects(reconnects),
       m_link(std::move(link)) {
-}
-
-NSError XPCConnectionCore::error(int code, const QString &message) const {
-    return NSError(NSCocoaErrorDomain, code, {{NSLocalizedDescriptionKey, message}});
 }
 
 /// Calls what belongs to others; what they throw ends here, in the log.
@@ -169,14 +173,14 @@ void XPCConnectionCore::startThread() {
     XPCThreadDetach("xpc-connection", [core = shared_from_this()] { core->run(); });
 }
 
-void XPCConnectionCore::send(const QString &selector, const QVariantList &values, NSXPCDetail::ReplyTaker reply,
-                             const ErrorHandler &errorHandler) {
+void XPCConnectionCore::send(const QString &selector, const QVariantList &values,
+                             NSXPCDetail::ReplyTaker reply, const ErrorHandler &errorHandler) {
     XPCCall call;
     call.selector = selector;
     call.values = values;
     XPCFrame frame = call.frame(XPCFrame::Kind::Message, 0);
     if (!frame.fits()) {
-        failLater(errorHandler, error(NSXPCConnectionInvalid, QStringLiteral("the message is too large")));
+        failLater(errorHandler, errorOf(NSXPCConnectionInvalid, QStringLiteral("the message is too large")));
         return;
     }
     const bool wantsReply = bool(reply);
@@ -188,7 +192,7 @@ void XPCConnectionCore::send(const QString &selector, const QVariantList &values
             m_changed.notify_all();
         }
         if (m_state == State::Invalid) {
-            const NSError failure = error(NSXPCConnectionInvalid, m_reason);
+            const NSError failure = errorOf(NSXPCConnectionInvalid, m_reason);
             m_changed.notify_all();
             lock.unlock();
             failLater(errorHandler, failure);
@@ -206,18 +210,17 @@ void XPCConnectionCore::send(const QString &selector, const QVariantList &values
     }
     // Whoever waits for a reply is told by the connection's thread when it finds the link lost.
     if (!link->send(frame) && !wantsReply)
-        failLater(errorHandler,
-                  error(NSXPCConnectionInterrupted, QStringLiteral("the connection was interrupted")));
+        failLater(errorHandler, interrupted());
 }
 
 void XPCConnectionCore::setHangup(Handler handler) {
-    std::shared_ptr<XPCLink> link;
+    bool isLate = false;
     {
         const std::lock_guard lock(m_mutex);
         m_settings.hangup.swap(handler);
-        link = m_link;
+        isLate = m_state == State::Invalid || (m_link && m_link->isLost());
     }
-    if (link && link->isLost())
+    if (isLate)
         hangUp();
 }
 
@@ -286,21 +289,20 @@ void XPCConnectionCore::run() {
         if (link)
             deliver(link);
 
-        if (m_reconnects)
-            noteLoss();
         std::map<quint64, Waiting> waiting;
         Handler interruption;
         bool isOver = false;
         NSError failure;
         {
             const std::lock_guard lock(m_mutex);
+            // A service that is ending is not to be connected to again, from before anybody hears of the loss.
+            if (m_reconnects && m_process && m_state != State::Invalid)
+                XPCActivator::shared().connectionWasLost(m_name, m_process);
             m_link.reset();
             waiting.swap(m_waiting);
             m_unsent.clear();
             isOver = m_state == State::Invalid || !m_reconnects;
-            failure = m_state == State::Invalid ? error(NSXPCConnectionInvalid, m_reason)
-                                                : error(NSXPCConnectionInterrupted,
-                                                        QStringLiteral("the connection was interrupted"));
+            failure = m_state == State::Invalid ? errorOf(NSXPCConnectionInvalid, m_reason) : interrupted();
             if (isOver && m_state != State::Invalid)
                 m_reason = QStringLiteral("the other side has gone");
             m_state = isOver ? State::Invalid : State::Interrupted;
@@ -316,18 +318,6 @@ void XPCConnectionCore::run() {
         guarded("the interruption handler", interruption);
     }
     finish();
-}
-
-/// A service that is ending is not to be connected to again, from before anybody hears of the loss.
-void XPCConnectionCore::noteLoss() {
-    pid_t process = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_state != State::Invalid)
-            process = m_process;
-    }
-    if (process)
-        XPCActivator::shared().connectionWasLost(m_name, process);
 }
 
 /// Reads and handles frames until the link ends.
@@ -432,7 +422,7 @@ bool XPCConnectionCore::handleReply(const XPCFrame &frame, const XPCCall &call) 
     }
     if (!failure)
         failure =
-            error(NSXPCConnectionReplyInvalid, QStringLiteral("the reply is not what the interface says"));
+            errorOf(NSXPCConnectionReplyInvalid, QStringLiteral("the reply is not what the interface says"));
     if (waiting.error)
         guarded("the error handler", [&] { waiting.error(failure); });
     return true;

@@ -85,7 +85,6 @@ private:
     bool connect(std::unique_lock<std::mutex> &lock);
     void startThread();
     void run();
-    void noteLoss();
     void deliver(const std::shared_ptr<XPCLink> &link);
     void end();
     bool handle(const std::shared_ptr<XPCLink> &link, const XPCFrame &frame);
@@ -93,7 +92,6 @@ private:
     bool handleReply(const XPCFrame &frame, const XPCCall &call);
     void finish();
     void hangUp();
-    NSError error(int code, const QString &message) const;
     static void guarded(const char *what, const std::function<void()> &function);
     void failLater(const ErrorHandler &handler, const NSError &error);
 

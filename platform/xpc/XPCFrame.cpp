@@ -3,6 +3,7 @@
 
 #include <QtEndian>
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 using namespace zr;
@@ -43,79 +44,57 @@ QByteArray XPCFrame::prologue() const {
     return bytes;
 }
 
-XPCFrameReader::XPCFrameReader(Source source)
-    : m_source(std::move(source)), m_buffer(std::make_unique_for_overwrite<char[]>(bufferLength)) {
-}
-
-bool XPCFrameReader::buffer(std::size_t count) {
-    if (m_end - m_begin >= count)
-        return true;
-    std::memmove(m_buffer.get(), m_buffer.get() + m_begin, m_end - m_begin);
-    m_end -= m_begin;
-    m_begin = 0;
-    while (m_end < count) {
-        const ssize_t got = m_source(m_buffer.get() + m_end, bufferLength - m_end);
+/// Reads that many bytes, fewer only at the stream's end.
+std::size_t XPCFrameReader::read(char *into, std::size_t count) {
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t got = m_source(into + done, count - done);
         if (got <= 0)
-            return false;
-        m_end += std::size_t(got);
+            break;
+        done += std::size_t(got);
     }
-    return true;
+    return done;
 }
 
 bool XPCFrameReader::take(QByteArray &into, quint64 count) {
-    if (count == 0) {
-        into = QByteArray("");
-        return true;
-    }
-    const quint64 ready = std::min<quint64>(m_end - m_begin, count);
-    into = QByteArray();
-    into.reserve(qsizetype(std::min(count, std::max(firstChunk, ready))));
-    into.append(m_buffer.get() + m_begin, qsizetype(ready));
-    m_begin += std::size_t(ready);
-    for (quint64 have = ready; have < count;) {
-        if (have == quint64(into.capacity()))
-            into.reserve(qsizetype(std::min(count, have * 2)));
-        const quint64 room = std::min<quint64>(count, quint64(into.capacity()));
+    into = QByteArray("");
+    for (quint64 have = 0; have < count;) {
+        const quint64 room = std::min(count, std::max(firstChunk, have * 2));
         into.resize(qsizetype(room));
-        while (have < room) {
-            const ssize_t got = m_source(into.data() + have, std::size_t(room - have));
-            if (got <= 0)
-                return false;
-            have += quint64(got);
-        }
+        if (read(into.data() + have, std::size_t(room - have)) != room - have)
+            return false;
+        have = room;
     }
     return true;
 }
 
 XPCFrameReader::Outcome XPCFrameReader::next(XPCFrame &frame) {
-    if (!buffer(XPCFrame::headerLength))
-        return m_begin == m_end ? Outcome::End : Outcome::Broken;
-    const char *header = m_buffer.get() + m_begin;
+    std::array<char, XPCFrame::headerLength> header{};
+    const std::size_t got = read(header.data(), header.size());
+    if (got < header.size())
+        return got == 0 ? Outcome::End : Outcome::Broken;
     const auto kind = quint8(header[5]);
-    const std::size_t count = qFromLittleEndian<quint16>(header + 6);
-    const auto length = qFromLittleEndian<quint64>(header + 8);
-    if (std::memcmp(header, magic, sizeof magic) != 0 || quint8(header[4]) != XPCFrame::version ||
+    const std::size_t count = qFromLittleEndian<quint16>(header.data() + 6);
+    auto left = qFromLittleEndian<quint64>(header.data() + 8);
+    if (std::memcmp(header.data(), magic, sizeof magic) != 0 || quint8(header[4]) != XPCFrame::version ||
         kind < quint8(XPCFrame::Kind::Message) || kind > quint8(XPCFrame::Kind::Refusal) ||
-        count > XPCFrame::maximumSegments || length > XPCFrame::maximumLength)
+        count > XPCFrame::maximumSegments || left > XPCFrame::maximumLength)
         return Outcome::Broken;
     frame.kind = XPCFrame::Kind(kind);
-    frame.exchange = qFromLittleEndian<quint64>(header + 16);
-    m_begin += XPCFrame::headerLength;
+    frame.exchange = qFromLittleEndian<quint64>(header.data() + 16);
 
-    if (!buffer(count * sizeof(quint64)))
+    std::array<char, XPCFrame::maximumSegments * sizeof(quint64)> table{};
+    const std::size_t tableLength = count * sizeof(quint64);
+    if (left < tableLength || read(table.data(), tableLength) != tableLength)
         return Outcome::Broken;
+    left -= tableLength;
     std::array<quint64, XPCFrame::maximumSegments> lengths{};
-    quint64 left = length;
-    if (left < count * sizeof(quint64))
-        return Outcome::Broken;
-    left -= count * sizeof(quint64);
-    for (std::size_t i = 0; i < count; ++i, m_begin += sizeof(quint64)) {
-        lengths[i] = qFromLittleEndian<quint64>(m_buffer.get() + m_begin);
+    qFromLittleEndian<quint64>(table.data(), qsizetype(count), lengths.data());
+    for (std::size_t i = 0; i < count; ++i) {
         if (lengths[i] > left)
             return Outcome::Broken;
         left -= lengths[i];
     }
-
     frame.segments.resize(count);
     if (!take(frame.archive, left))
         return Outcome::Broken;

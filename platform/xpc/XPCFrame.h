@@ -3,10 +3,8 @@
 
 #include <QByteArray>
 #include <QtGlobal>
-#include <array>
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <sys/types.h>
 #include <vector>
 
@@ -14,19 +12,8 @@ namespace zr {
 
 /// One unit of the wire between two ends of a connection.
 ///
-/// On the wire, all numbers little-endian:
-///
-///     offset  bytes  meaning
-///          0      4  magic, the letters "ZRXP"
-///          4      1  version, 1
-///          5      1  kind: 1 message, 2 reply, 3 refusal
-///          6      2  number of segments, at most 64
-///          8      8  length of all that follows the header, at most 1 GiB
-///         16      8  exchange: a reply carries its message's number; 0 where no reply is wanted
-///         24      -  the segments' lengths, 8 bytes each; the archive; the segments one after another
-///
-/// The archive is a keyed archive that describes the call. Bodies of data are not put into it: they follow
-/// as segments, are written from where they are and read into where they stay.
+/// Its layout stands in docs/wire-format.md. The archive describes the call. Bodies of data are not put into it: they
+/// follow as segments, are written from where they are and read into where they stay.
 struct XPCFrame {
     enum class Kind : quint8 { Message = 1, Reply = 2, Refusal = 3 };
 
@@ -59,23 +46,17 @@ public:
         Broken, ///< what came is no frame, is beyond the limits, or ended inside a frame
     };
 
-    explicit XPCFrameReader(Source source);
+    explicit XPCFrameReader(Source source) : m_source(std::move(source)) {}
 
     /// Reads the next frame. Memory is taken as bytes arrive, not as the header promises. After any outcome
     /// but Frame the reader is of no more use.
     Outcome next(XPCFrame &frame);
-    /// Whether bytes of a next frame have been read already.
-    bool hasBufferedBytes() const { return m_begin != m_end; }
 
 private:
-    bool buffer(std::size_t count);
+    std::size_t read(char *into, std::size_t count);
     bool take(QByteArray &into, quint64 count);
 
-    static constexpr std::size_t bufferLength = std::size_t(64) << 10;
     Source m_source;
-    std::unique_ptr<char[]> m_buffer;
-    std::size_t m_begin = 0;
-    std::size_t m_end = 0;
 };
 
 } // namespace zr

@@ -33,11 +33,6 @@ void onTermination(int) {
     errno = before;
 }
 
-long number(const char *variable) {
-    const char *text = std::getenv(variable);
-    return text ? std::strtol(text, nullptr, 10) : 0;
-}
-
 int option(int socket, int name) {
     int value = -1;
     socklen_t length = sizeof value;
@@ -47,8 +42,8 @@ int option(int socket, int name) {
 } // namespace
 
 FileDescriptor zr::XPCServiceProcess::takeSocket(QString *error) {
-    const long count = number("LISTEN_FDS");
-    if (number("LISTEN_PID") != ::getpid() || count < 1) {
+    const int count = qEnvironmentVariableIntValue("LISTEN_FDS");
+    if (qEnvironmentVariableIntValue("LISTEN_PID") != ::getpid() || count < 1) {
         *error = QStringLiteral("no socket was passed to this service: it is started by its clients or by "
                                 "systemd, not by hand");
         return {};

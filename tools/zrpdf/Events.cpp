@@ -17,16 +17,21 @@ void Events::post(Event event) {
         m_posted.push_back(std::move(event));
     }
     const std::uint64_t one = 1;
-    (void)!::write(m_descriptor, &one, sizeof one);
+    (void)!::write(descriptor(), &one, sizeof one);
 }
 
-std::vector<Event> Events::take(std::chrono::steady_clock::time_point until) {
+void Events::run(std::chrono::steady_clock::time_point until) {
     using std::chrono::milliseconds;
     const auto left = std::chrono::ceil<milliseconds>(until - std::chrono::steady_clock::now()).count();
-    pollfd poll{m_descriptor, POLLIN, 0};
+    pollfd poll{descriptor(), POLLIN, 0};
     ::poll(&poll, 1, int(std::clamp<std::int64_t>(left, 0, INT_MAX)));
     std::uint64_t count = 0;
-    (void)!::read(m_descriptor, &count, sizeof count);
-    const std::lock_guard lock(m_mutex);
-    return std::exchange(m_posted, {});
+    (void)!::read(descriptor(), &count, sizeof count);
+    std::vector<Event> events;
+    {
+        const std::lock_guard lock(m_mutex);
+        events.swap(m_posted);
+    }
+    for (const Event &event : events)
+        event();
 }

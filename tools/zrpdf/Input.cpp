@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Input.h"
 
+#include "platform/base/ASCII.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -16,20 +18,12 @@ namespace {
 constexpr qsizetype longestShown = 200;
 constexpr qsizetype longestName = 255;
 
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isLetterOrDigit(char c) {
-    return isLetter(c) || (c >= '0' && c <= '9');
-}
-
 /// The scheme of what looks like a URL, in lower case; empty for anything else.
 QByteArray schemeOf(const QByteArray &argument) {
     const qsizetype colon = argument.indexOf(':');
     const auto end = argument.begin() + std::max<qsizetype>(colon, 0);
-    if (colon < 1 || !isLetter(argument[0]) || !std::all_of(argument.begin(), end, [](char c) {
-            return isLetterOrDigit(c) || c == '+' || c == '-' || c == '.';
+    if (colon < 1 || !zr::isASCIILetter(argument[0]) || !std::all_of(argument.begin(), end, [](char c) {
+            return zr::isASCIILetter(c) || zr::isASCIIDigit(c) || c == '+' || c == '-' || c == '.';
         }))
         return {};
     return argument.left(colon).toLower();
@@ -84,8 +78,9 @@ QByteArray stemOf(const QUrl &url) {
     const qsizetype dot = stem.lastIndexOf('.');
     const QByteArray suffix = stem.mid(dot + 1);
     // "page.html" is a page, "v1.2" is no "v1".
-    if (dot > 0 && !suffix.isEmpty() && suffix.size() <= 10 && isLetter(suffix[0]) &&
-        std::all_of(suffix.begin(), suffix.end(), isLetterOrDigit))
+    if (dot > 0 && !suffix.isEmpty() && suffix.size() <= 10 && zr::isASCIILetter(suffix[0]) &&
+        std::all_of(suffix.begin(), suffix.end(),
+                    [](char c) { return zr::isASCIILetter(c) || zr::isASCIIDigit(c); }))
         stem.truncate(dot);
     if (stem.isEmpty())
         stem = url.host(QUrl::FullyEncoded).toLatin1();

@@ -24,6 +24,8 @@ public:
     QByteArray problem() const;
     /// The document's URL; empty for streams.
     const QUrl &url() const { return m_url; }
+    /// The local file behind a file or file URL, or the stream's; empty if there is none.
+    const QByteArray &path() const { return m_path; }
     /// Opens a stream for reading; -1 with errno set where that fails.
     int openStream() const;
 
@@ -40,6 +42,5 @@ private:
     QByteArray m_argument;
     Kind m_kind = Kind::File;
     QUrl m_url;
-    /// The local file behind a file or file URL.
     QByteArray m_path;
 };

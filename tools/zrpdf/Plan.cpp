@@ -9,62 +9,42 @@
 
 namespace {
 
-/// What a file is, whatever it is called: its device and number, or those of its folder and its name there.
-class Identities {
-public:
-    QByteArray ofPlace(const QByteArray &path) {
-        const qsizetype slash = path.lastIndexOf('/');
-        const QByteArray folder = slash < 0 ? QByteArray(".") : path.left(slash + 1);
-        QByteArray &identity = m_folders[folder];
-        if (identity.isNull()) {
-            identity = ofFile(folder);
-            if (identity.isEmpty())
-                identity = folder;
-        }
-        return identity + '/' + path.mid(slash + 1);
-    }
+/// What a file is, whatever it is called: its device and number; empty if there is no such file.
+QByteArray identityOf(const QByteArray &path) {
+    struct stat status {};
+    if (::stat(path.constData(), &status) != 0)
+        return "";
+    return QByteArray::number(qulonglong(status.st_dev)) + ':' +
+           QByteArray::number(qulonglong(status.st_ino));
+}
 
-    /// Empty where there is no such file.
-    static QByteArray ofFile(const QByteArray &path) {
-        struct stat status {};
-        if (::stat(path.constData(), &status) != 0)
-            return "";
-        return QByteArray::number(qulonglong(status.st_dev)) + ':' +
-               QByteArray::number(qulonglong(status.st_ino));
-    }
-
-private:
-    QHash<QByteArray, QByteArray> m_folders;
-};
-
-QByteArray localPath(const Input &input) {
-    if (input.kind() == Input::Kind::File)
-        return input.argument();
-    return input.url().isLocalFile() && input.url().host().isEmpty()
-               ? QByteArray::fromPercentEncoding(input.url().path(QUrl::FullyEncoded).toLatin1())
-               : QByteArray();
+/// What a file is that may not be there yet: its folder and its name in it.
+QByteArray placeOf(const QByteArray &path) {
+    const qsizetype slash = path.lastIndexOf('/');
+    const QByteArray folder = slash < 0 ? QByteArray(".") : path.left(slash + 1);
+    const QByteArray identity = identityOf(folder);
+    return (identity.isEmpty() ? folder : identity) + '/' + path.mid(slash + 1);
 }
 
 /// Two inputs with one output, or an output that would take an input's place.
 QByteArray conflict(const std::vector<Plan::Entry> &entries, bool force) {
-    Identities identities;
     QSet<QByteArray> inputs;
     // Without --force no existing file is touched, and so no input.
     if (force)
         for (const Plan::Entry &entry : entries)
-            if (const QByteArray path = localPath(entry.input); !path.isEmpty())
-                inputs.insert(Identities::ofFile(path));
+            if (const QByteArray &path = entry.input.path(); !path.isEmpty())
+                inputs.insert(identityOf(path));
     inputs.remove("");
     QHash<QByteArray, const Plan::Entry *> taken;
     for (const Plan::Entry &entry : entries) {
         if (entry.output == "-")
             continue;
-        const Plan::Entry *&other = taken[identities.ofPlace(entry.output)];
+        const Plan::Entry *&other = taken[placeOf(entry.output)];
         if (other)
             return other->input.shown() + " and " + entry.input.shown() + " would share the output " +
                    Input::shown(entry.output);
         other = &entry;
-        if (!inputs.isEmpty() && inputs.contains(Identities::ofFile(entry.output)))
+        if (!inputs.isEmpty() && inputs.contains(identityOf(entry.output)))
             return "the output " + Input::shown(entry.output) + " is an input";
     }
     return "";
@@ -93,7 +73,8 @@ Plan Plan::make(const Options &options) {
         std::error_code error;
         std::filesystem::create_directories(options.folder.constData(), error);
         if (error)
-            return fail(ExitCode::UnwritableOutput, Input::shown(options.folder) + ": " + error.message().c_str());
+            return fail(ExitCode::UnwritableOutput,
+                        Input::shown(options.folder) + ": " + error.message().c_str());
     }
     if (const QByteArray problem = conflict(plan.entries, options.force); !problem.isEmpty())
         return fail(ExitCode::BadUsage, problem);

@@ -56,14 +56,7 @@ ExitCode Runner::run() {
     // Nothing is started for inputs that can't be read or outputs that can't be written.
     if (admitNext())
         startInstances(std::min(std::size_t(m_options.jobs), m_plan.entries.size() - m_next));
-    assign();
-    while (isWorking() && Interrupts::signal() == 0) {
-        for (const Event &event : m_events.take(nextDeadline()))
-            deal(event);
-        endOverdue();
-        assign();
-        m_reporter.tick();
-    }
+    work();
     if (Interrupts::signal() != 0)
         return ExitCode::Interrupted;
     m_reporter.finish();
@@ -76,16 +69,22 @@ ExitCode Runner::run() {
     return failed == m_outcomes.end() ? ExitCode::Success : *failed;
 }
 
+void Runner::work() {
+    assign();
+    while (isWorking() && Interrupts::signal() == 0) {
+        m_events.run(nextDeadline());
+        endOverdue();
+        assign();
+        m_reporter.tick();
+    }
+}
+
 ExitCode Runner::boot(QByteArray *answer) {
     m_booting = true;
     m_outcomes.assign(1, ExitCode::Success);
     startInstances(1);
     send(0, QVariantMap{{QStringLiteral("__boot"), true}});
-    while (isWorking() && Interrupts::signal() == 0) {
-        for (const Event &event : m_events.take(nextDeadline()))
-            deal(event);
-        endOverdue();
-    }
+    work();
     if (Interrupts::signal() != 0)
         return ExitCode::Interrupted;
     *answer = QJsonDocument(QJsonObject::fromVariantMap(m_answer.toMap())).toJson(QJsonDocument::Compact);
@@ -127,12 +126,7 @@ void Runner::watch(std::size_t index) {
     if (!instance.monitor)
         instance.monitor = std::make_unique<NSXPCServiceMonitor>(
             instance.name, [this, index](const NSXPCServiceMonitor::Exit &exit) {
-                Event event;
-                event.kind = Event::Kind::Ended;
-                event.instance = index;
-                event.process = exit.pid;
-                event.text = exit.description().toUtf8();
-                m_events.post(std::move(event));
+                m_events.post([this, index, exit] { ended(m_instances[index], exit); });
             });
 }
 
@@ -158,15 +152,13 @@ void Runner::read(std::size_t index) {
     ++instance.round;
     // Whoever writes to the stream may take for ever; the loop doesn't.
     std::thread([this, index, round = instance.round, input = m_plan.entries[instance.entry].input] {
-        Event event;
-        event.kind = Event::Kind::Read;
-        event.instance = index;
-        event.round = round;
-        const int descriptor = input.openStream();
-        event.failure = descriptor < 0 ? errno : readAll(descriptor, event.content);
-        if (descriptor >= 0)
-            ::close(descriptor);
-        m_events.post(std::move(event));
+        QByteArray content;
+        const zr::FileDescriptor stream(input.openStream());
+        const int failure = stream ? readAll(stream.get(), content) : errno;
+        m_events.post([this, index, round, content, failure] {
+            if (isCurrent(index, round, State::Reading))
+                readDone(index, content, failure);
+        });
     }).detach();
 }
 
@@ -180,13 +172,10 @@ void Runner::send(std::size_t index, const QVariant &task) {
         instance.client = std::make_unique<ZRXPC>(instance.name);
     instance.client->performXPCAsyncWithObject(
         task, [this, index, round = instance.round](const QVariant &result, const NSError &error) {
-            Event event;
-            event.kind = Event::Kind::Replied;
-            event.instance = index;
-            event.round = round;
-            event.result = result;
-            event.error = error;
-            m_events.post(std::move(event));
+            m_events.post([this, index, round, result, error] {
+                if (isCurrent(index, round, State::Working))
+                    replied(m_instances[index], result, error);
+            });
         });
 }
 
@@ -221,41 +210,34 @@ Runner::Clock::time_point Runner::nextDeadline() const {
     return next;
 }
 
-void Runner::deal(const Event &event) {
-    Instance &instance = m_instances[event.instance];
-    if (event.kind == Event::Kind::Ended)
-        ended(instance, event);
-    else if (event.round != instance.round)
-        return; // of a task that was given up
-    else if (event.kind == Event::Kind::Read && instance.state == State::Reading)
-        readDone(event.instance, event);
-    else if (event.kind == Event::Kind::Replied && instance.state == State::Working)
-        replied(instance, event);
+/// Whether the instance is still about the task that something happened to, and not done or given up.
+bool Runner::isCurrent(std::size_t index, quint64 round, State state) const {
+    return m_instances[index].round == round && m_instances[index].state == state;
 }
 
-void Runner::readDone(std::size_t index, const Event &event) {
+void Runner::readDone(std::size_t index, const QByteArray &content, int failure) {
     Instance &instance = m_instances[index];
-    if (event.failure)
-        fail(instance, ExitCode::UnreadableInput, std::strerror(event.failure));
-    else if (event.content.isEmpty())
+    if (failure)
+        fail(instance, ExitCode::UnreadableInput, std::strerror(failure));
+    else if (content.isEmpty())
         fail(instance, ExitCode::UnreadableInput, "is empty");
     else
-        send(index, task(event.content));
+        send(index, task(content));
 }
 
-void Runner::replied(Instance &instance, const Event &event) {
+void Runner::replied(Instance &instance, const QVariant &result, const NSError &error) {
     if (::geteuid() == 0)
         m_reporter.remark("The browser runs without its sandbox, which root cannot have");
-    if (event.error) {
-        fail(instance, ExitCode::FailedConversion, messageOf(event.error));
+    if (error) {
+        fail(instance, ExitCode::FailedConversion, messageOf(error));
         return;
     }
     if (m_booting) {
-        m_answer = event.result;
+        m_answer = result;
         instance.state = State::Idle;
         return;
     }
-    const QByteArray pdf = event.result.toMap().value(QStringLiteral("data")).toByteArray();
+    const QByteArray pdf = result.toMap().value(QStringLiteral("data")).toByteArray();
     if (!pdf.startsWith("%PDF-")) {
         fail(instance, ExitCode::FailedConversion, "the service's reply holds no PDF");
         return;
@@ -270,14 +252,14 @@ void Runner::replied(Instance &instance, const Event &event) {
         succeed(instance, pdf.size());
 }
 
-void Runner::ended(Instance &instance, const Event &event) {
-    if (event.process == 0)
+void Runner::ended(Instance &instance, const NSXPCServiceMonitor::Exit &exit) {
+    if (exit.pid == 0)
         instance.monitor.reset();
     if (instance.state == State::Ending) {
         instance.state = State::Idle;
     } else if (instance.state == State::Working) {
-        QByteArray message = "the conversion service was lost (" + event.text + ')';
-        if (event.process == 0)
+        QByteArray message = "the conversion service was lost (" + exit.description().toUtf8() + ')';
+        if (exit.pid == 0)
             message = zr::XPCActivator::executable(instance.name).isEmpty()
                           ? "the conversion service " + serviceName.toUtf8() + " is not installed"
                           : QByteArray("the conversion service was lost or can't be started");

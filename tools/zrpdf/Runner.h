@@ -49,6 +49,7 @@ private:
         std::unique_ptr<Output> output;
     };
 
+    void work();
     bool admitNext();
     void startInstances(std::size_t count);
     void assign();
@@ -59,10 +60,10 @@ private:
 
     bool isWorking() const;
     Clock::time_point nextDeadline() const;
-    void deal(const Event &event);
-    void replied(Instance &instance, const Event &event);
-    void ended(Instance &instance, const Event &event);
-    void readDone(std::size_t index, const Event &event);
+    bool isCurrent(std::size_t index, quint64 round, State state) const;
+    void replied(Instance &instance, const QVariant &result, const NSError &error);
+    void ended(Instance &instance, const NSXPCServiceMonitor::Exit &exit);
+    void readDone(std::size_t index, const QByteArray &content, int failure);
     void endOverdue();
 
     void succeed(Instance &instance, qint64 bytes);
