@@ -3,8 +3,8 @@
 
 #include "ZRKit/Values/NSData+ZRKitBase64.h"
 #include "ZRKit/Values/NSDate+ZRKit.h"
-#include "ZRKit/Values/ZRCollection.h"
-#include "platform/text/JSONWriter.h"
+#include "platform/text/JSONKeys.h"
+#include "platform/text/NSJSONSerialization.h"
 #include "platform/text/UTF8.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
@@ -14,31 +14,14 @@ using namespace zr;
 
 namespace {
 
-class KitJSONWriter : public JSONWriter {
-public:
-    using JSONWriter::JSONWriter;
-
-protected:
-    bool writeDictionary(const QVariant &value) override {
-        if (value.metaType() != QMetaType::fromType<ZRCollection>())
-            return false;
-        bool first = true;
-        beginObject();
-        for (const auto &[key, object] : held<ZRCollection>(value))
-            writeMember(key, object, std::exchange(first, false));
-        endObject(first);
-        return true;
-    }
-};
-
 QByteArray written(const QVariant &value, NSJSONWritingOptions options) {
-    return NSIsNil(value) ? QByteArray() : KitJSONWriter(options).write(value);
+    return NSIsNil(value) ? QByteArray() : NSJSONSerialization::dataWithJSONObject(value, options);
 }
 
 } // namespace
 
-QVariant ZRKit::fromJSON(const QString &string) {
-    return fromJSONData(NSDataUsingUTF8(string));
+QVariant ZRKit::fromJSON(const Text &string) {
+    return fromJSONData(NSDataUsingUTF8(QString(string)));
 }
 
 QVariant ZRKit::fromJSONData(const QByteArray &data) {
@@ -46,15 +29,14 @@ QVariant ZRKit::fromJSONData(const QByteArray &data) {
 }
 
 QVariant ZRKit::jsonObject(const QVariant &receiver) {
-    const auto dictionary = [](const auto &entries) {
-        QVariantMap converted;
-        for (auto it = entries.begin(); it != entries.end(); ++it)
-            converted.insert(it.key(), jsonObject(it.value()));
-        return converted;
-    };
     switch (kindOf(receiver)) {
-    case ValueKind::Dictionary:
-        return dictionary(dictionaryOf(receiver));
+    case ValueKind::Dictionary: {
+        requireTextKeys(receiver);
+        QVariantMap converted = dictionaryOf(receiver);
+        for (QVariant &value : converted)
+            value = jsonObject(value);
+        return converted;
+    }
     case ValueKind::Array: {
         QVariantList converted = arrayOf(receiver);
         for (QVariant &element : converted)
@@ -62,12 +44,10 @@ QVariant ZRKit::jsonObject(const QVariant &receiver) {
         return converted;
     }
     case ValueKind::Date:
-        return unixTimeStampString(held<QDateTime>(receiver));
+        return unixTimeStampString(receiver.toDateTime());
     case ValueKind::Decimal:
         return held<NSDecimalNumber>(receiver).stringValue();
     default:
-        if (receiver.metaType() == QMetaType::fromType<ZRCollection>())
-            return dictionary(held<ZRCollection>(receiver));
         return receiver;
     }
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/Text.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QVariant>
@@ -11,20 +13,20 @@
 /// ZRCollection is written in its own order.
 namespace ZRKit {
 
-/// The value of a JSON text; nil where it isn't one.
-QVariant fromJSON(const QString &string);
-/// The value of a JSON text in UTF-8; nil where it isn't one.
+/// The value of a JSON text; nil if it isn't one.
+QVariant fromJSON(const Text &string);
+/// The value of a JSON text in UTF-8; nil if it isn't one.
 QVariant fromJSONData(const QByteArray &data);
 
-/// What JSON can hold of a value. A dictionary gives a new one, an array a new one, each with the
-/// jsonObject() of what it holds, to any depth; a date the text of its whole Unix seconds, rounded down; a
-/// decimal its exact text; anything else itself.
+/// What JSON can hold of a value. A dictionary gives a new one, an array a new one, each with the jsonObject() of
+/// what it holds, to any depth; a date the text of its whole Unix seconds, rounded down; a decimal its exact text;
+/// anything else itself.
+/// \throws NSException NSInvalidArgumentException for a dictionary with keys that are not strings
 QVariant jsonObject(const QVariant &receiver);
 
 /// The value as compact JSON text; nil for nil.
-/// \throws NSException NSInvalidArgumentException for what JSON cannot hold; dates and decimals that are to
-/// be texts
-///         go through jsonObject() first
+/// \throws NSException NSInvalidArgumentException for what JSON can't hold; convert dates and decimals that are to
+/// be texts with jsonObject() first
 QByteArray toJSONData(const QVariant &receiver);
 /// The same as a string.
 QString toJSON(const QVariant &receiver);

@@ -4,7 +4,6 @@
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "ZRKit/Values/NSString+ZRKit.h"
 #include "platform/base/NSException.h"
-#include "platform/text/SharedTexts.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
@@ -38,10 +37,6 @@ void appendContent(QVariantMap &node, const QString &text) {
 
 } // namespace
 
-ZRXML::ZRXML() = default;
-
-ZRXML::~ZRXML() = default;
-
 std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
     m_root.reset();
     m_currentText = QString();
@@ -52,9 +47,6 @@ std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
     parser.setShouldProcessNamespaces(true);
     parser.setShouldReportNamespacePrefixes(true);
     const bool parsed = parser.parse();
-    m_childKeys.clear();
-    m_gathered.clear();
-    m_shared.reset();
     if (!parsed) {
         m_open.clear();
         m_root.reset();
@@ -64,7 +56,7 @@ std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
     return root();
 }
 
-std::optional<QVariantMap> ZRXML::parseString(const QString &string) {
+std::optional<QVariantMap> ZRXML::parseString(const ZRKit::Text &string) {
     return parseData(ZRKit::data(string));
 }
 
@@ -83,13 +75,11 @@ std::optional<QVariantMap> ZRXML::parse(const QVariant &stringOrData) {
 }
 
 std::optional<QVariantMap> ZRXML::root() const {
-    settleAll();
     m_isShared = true;
     return m_root;
 }
 
 QVariantList ZRXML::currentNodes() const {
-    settleAll();
     m_isShared = true;
     QVariantList nodes;
     for (const OpenNode &open : m_open)
@@ -97,7 +87,7 @@ QVariantList ZRXML::currentNodes() const {
     return nodes;
 }
 
-ZRXML::OpenNode *ZRXML::innermost() {
+QVariantMap *ZRXML::innermost() {
     if (std::exchange(m_isShared, false) && !m_open.empty()) {
         m_open.front().node = m_isOrphaned ? &m_orphan : &*m_root;
         for (size_t i = 1; i < m_open.size(); ++i) {
@@ -105,27 +95,16 @@ ZRXML::OpenNode *ZRXML::innermost() {
             m_open[i].node = &heldForChange<QVariantMap>(heldForChange<QVariantList>(siblings).last());
         }
     }
-    return m_open.empty() ? nullptr : &m_open.back();
-}
-
-const QString &ZRXML::childKey(const QString &name) {
-    QString &key = m_childKeys[name];
-    if (key.isNull())
-        key = u'$' + name;
-    return key;
+    return m_open.empty() ? nullptr : m_open.back().node;
 }
 
 QVariantMap *ZRXML::appendChild(QVariantMap &parent, const QString &key, const QVariantMap &attributes) {
     QVariant &siblings = parent[key];
-    const bool isFirst = NSIsNil(siblings) || NSIsNull(siblings);
-    if (isFirst)
-        siblings = QVariant(QMetaType::fromType<QVariantList>());
+    if (NSIsNil(siblings) || NSIsNull(siblings))
+        siblings = QVariantList();
     if (siblings.metaType() != QMetaType::fromType<QVariantList>())
         NSObjectRuntime::raiseUnrecognized(siblings, NSSelector("addObject:"));
     auto &list = heldForChange<QVariantList>(siblings);
-    // Most children have their name for themselves.
-    if (isFirst)
-        list.reserve(1);
     list.append(attributes);
     return &heldForChange<QVariantMap>(list.last());
 }
@@ -134,33 +113,27 @@ void ZRXML::parserDidStartElement(NSXMLParser &, const QString &elementName, con
                                   const QVariantMap &attributes) {
     if (!m_root) {
         m_root = attributes;
-        m_open.push_back({&*m_root});
-        addTextTo(m_open.back());
+        m_open.push_back({&*m_root, {}});
+        addTextToNode(&*m_root);
         return;
     }
-    OpenNode *const parent = innermost();
-    if (!parent) {
-        addTextToNode(nullptr);
+    const QString key = u'$' + elementName;
+    QVariantMap *const parent = innermost();
+    QVariantMap *node = &m_orphan;
+    if (parent) {
+        node = appendChild(*parent, key, attributes);
+    } else {
         m_orphan = attributes;
         m_isOrphaned = true;
-        m_open.push_back({&m_orphan});
-        return;
     }
-    const QString &key = childKey(elementName);
-    QVariantMap *const node = appendChild(*parent->node, key, attributes);
-    addTextTo(*parent);
+    addTextToNode(parent);
     m_open.push_back({node, key});
 }
 
 void ZRXML::parserDidEndElement(NSXMLParser &, const QString &, const QString &, const QString &) {
-    OpenNode *const open = innermost();
-    if (!open) {
-        addTextToNode(nullptr);
-        return;
-    }
-    addTextTo(*open);
-    settle(*open);
-    m_open.pop_back();
+    addTextToNode(innermost());
+    if (!m_open.empty())
+        m_open.pop_back();
 }
 
 void ZRXML::parserFoundCharacters(NSXMLParser &, const QString &string) {
@@ -173,47 +146,6 @@ void ZRXML::addTextToNode(QVariantMap *node) {
     const QString text = std::exchange(m_currentText, QString());
     if (node)
         appendContent(*node, text);
-}
-
-void ZRXML::addTextTo(OpenNode &open) {
-    if (m_currentText.isEmpty())
-        return;
-    QString text = std::exchange(m_currentText, QString());
-    if (open.gatheredFrom < 0 && open.piece.isNull()) {
-        open.piece = std::move(text);
-        return;
-    }
-    // Only the innermost node gets text, so what nodes have gathered lies in one text, one after the other.
-    if (open.gatheredFrom < 0) {
-        open.gatheredFrom = m_gathered.size();
-        m_gathered += std::exchange(open.piece, QString());
-    }
-    m_gathered += text;
-}
-
-SharedTexts &ZRXML::shared() const {
-    if (!m_shared)
-        m_shared = std::make_unique<SharedTexts>();
-    return *m_shared;
-}
-
-void ZRXML::settle(OpenNode &open) const {
-    QString text = std::exchange(open.piece, QString());
-    if (open.gatheredFrom >= 0) {
-        text = shared().text(QStringView(m_gathered).sliced(open.gatheredFrom));
-        m_gathered.truncate(std::exchange(open.gatheredFrom, -1));
-    }
-    if (text.isNull())
-        return;
-    if (open.node->isEmpty())
-        *open.node = shared().dictionary(contentKey(), text);
-    else
-        appendContent(*open.node, text);
-}
-
-void ZRXML::settleAll() const {
-    for (auto open = m_open.rbegin(); open != m_open.rend(); ++open)
-        settle(*open);
 }
 
 #include "moc_ZRXML.cpp"

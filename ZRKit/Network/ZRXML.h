@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/Text.h"
 #include "platform/text/NSXMLParser.h"
 
-#include <QHash>
 #include <QObject>
 #include <QVariant>
 #include <QVariantList>
 #include <QVariantMap>
 #include <concepts>
-#include <memory>
 #include <optional>
 #include <vector>
-
-class SharedTexts;
 
 /// Makes a tree of dictionaries and arrays of an XML document, for reading with path() and key().
 ///
@@ -21,36 +18,41 @@ class SharedTexts;
 /// elements an array of these, even of one; its character data under "_content", white space as it comes,
 /// pieces parted by child elements put together. The document element's own name is not kept.
 ///
-///     const auto feed = ZRXML::dictionaryByParsingXML(QStringLiteral("<feed><entry>first</entry></feed>"));
+///     const auto feed = ZRXML::dictionaryByParsingXML(u"<feed><entry>first</entry></feed>");
 ///     ZRKit::path(*feed, QStringLiteral("$entry/0/_content")); // "first"
 ///
-/// Where nothing but a comment, a processing instruction or the border of a CDATA section parts an element's
-/// text, the last of the pieces is kept, twice. References don't part a text.
+/// If nothing but a comment, a processing instruction or the border of a CDATA section parts an element's text, the
+/// last of the pieces is kept, twice. References don't part a text.
 ///
-/// What is well-formed, which encodings are read and which limits there are, NSXMLParser says. An object may
-/// be used again and again; one thread.
+/// NSXMLParser says what is well-formed, which encodings are read and which limits there are. An object may be used
+/// again and again, by one thread at a time.
 class ZRXML : public QObject, public NSXMLParserDelegate {
     Q_OBJECT
     Q_PROPERTY(QString currentText READ currentText WRITE setCurrentText)
 
 public:
-    ZRXML();
-    ~ZRXML() override;
-
-    /// The root node of the document; nil where it can't be parsed to its end.
+    /// The root node of the document; nil if it can't be parsed to its end.
     std::optional<QVariantMap> parseData(const QByteArray &data);
     /// The same of the string's UTF-8.
-    std::optional<QVariantMap> parseString(const QString &string);
+    std::optional<QVariantMap> parseString(const ZRKit::Text &string);
     /// parseString() of a string, parseData() of data.
     /// \throws NSException ZRXMLArgumentException for anything else; a subclass's name takes the place of
     /// ZRXML
     std::optional<QVariantMap> parse(const QVariant &stringOrData);
+    template <ZRKit::OtherText T>
+    std::optional<QVariantMap> parse(const T &string) {
+        return parseString(string);
+    }
 
     /// parse() of a new parser object.
     template <std::derived_from<ZRXML> Class = ZRXML>
     static std::optional<QVariantMap> dictionaryByParsingXML(const QVariant &stringOrData) {
         Class parser;
         return parser.parse(stringOrData);
+    }
+    template <std::derived_from<ZRXML> Class = ZRXML, ZRKit::OtherText T>
+    static std::optional<QVariantMap> dictionaryByParsingXML(const T &string) {
+        return dictionaryByParsingXML<Class>(QVariant(ZRKit::Text(string)));
     }
 
     /// The text collected since it was last given to a node.
@@ -72,32 +74,21 @@ public:
     void parserFoundCharacters(NSXMLParser &parser, const QString &string) override;
 
 private:
-    /// A node within the tree, the key of the array that it ends, and the text that it doesn't hold yet: one
-    /// piece, or what is gathered from a place on.
+    /// A node within the tree, and the key of the array that it ends.
     struct OpenNode {
         QVariantMap *node = nullptr;
-        QString key = {};
-        QString piece = {};
-        qsizetype gatheredFrom = -1;
+        QString key;
     };
-    OpenNode *innermost();
-    void addTextTo(OpenNode &open);
-    void settle(OpenNode &open) const;
-    SharedTexts &shared() const;
-    void settleAll() const;
+    /// nullptr if no node is open.
+    QVariantMap *innermost();
     QVariantMap *appendChild(QVariantMap &parent, const QString &key, const QVariantMap &attributes);
-    const QString &childKey(const QString &name);
 
     QString m_currentText;
     std::optional<QVariantMap> m_root;
     /// A node outside the tree: what begins after the root has ended.
     QVariantMap m_orphan;
-    /// Nodes get their text when they end, or when somebody looks at them.
-    mutable std::vector<OpenNode> m_open;
-    mutable QString m_gathered;
-    mutable std::unique_ptr<SharedTexts> m_shared;
+    std::vector<OpenNode> m_open;
     bool m_isOrphaned = false;
     /// Somebody has a copy of the tree, so that its nodes have to be found again before they are changed.
     mutable bool m_isShared = false;
-    QHash<QString, QString> m_childKeys;
 };

@@ -7,7 +7,6 @@
 #include "platform/files/NSPathUtilities.h"
 #include "platform/files/NSWorkspace.h"
 #include "platform/files/UniformTypes.h"
-#include "platform/text/HexText.h"
 #include "platform/values/NSObjectRuntime.h"
 
 #include <algorithm>
@@ -211,19 +210,19 @@ bool zrFileCompare(const NSFileManager &manager, const QVariant &path, const QVa
 }
 
 QByteArray zrFileMD5Data(const NSFileManager &, const QVariant &path) {
-    return NSMessageDigestOfFile(MessageDigest::MD5, pathOf(path));
+    return NSMessageDigestOfFile(zr::MessageDigest::MD5, pathOf(path));
 }
 
 QString zrFileMD5String(const NSFileManager &manager, const QVariant &path) {
-    return NSHexText(zrFileMD5Data(manager, path));
+    return QString::fromLatin1(zrFileMD5Data(manager, path).toHex());
 }
 
 QByteArray zrFileSHA256Data(const NSFileManager &, const QVariant &path) {
-    return NSMessageDigestOfFile(MessageDigest::SHA256, pathOf(path));
+    return NSMessageDigestOfFile(zr::MessageDigest::SHA256, pathOf(path));
 }
 
 QString zrFileSHA256String(const NSFileManager &manager, const QVariant &path) {
-    return NSHexText(zrFileSHA256Data(manager, path));
+    return QString::fromLatin1(zrFileSHA256Data(manager, path).toHex());
 }
 
 QString zrFileUTI(const NSFileManager &, const QVariant &file) {

@@ -2,17 +2,18 @@
 #include "ZRKit/Values/NSData+ZRKitBase64.h"
 
 #include "platform/text/Base64.h"
-#include "platform/text/HexText.h"
 #include "platform/text/MessageDigest.h"
 #include "platform/text/UTF8.h"
 #include "platform/values/NSLog.h"
+
+using namespace zr;
 
 namespace ZRKit {
 
 namespace {
 
 QString digestText(MessageDigest digest, const QByteArray &data) {
-    return data.isNull() ? QString() : NSHexText(NSMessageDigest(digest, data));
+    return data.isNull() ? QString() : QString::fromLatin1(NSMessageDigest(digest, data).toHex());
 }
 
 } // namespace
@@ -21,11 +22,11 @@ QString base64EncodedString(const QByteArray &data) {
     return data.isNull() ? QString() : Base64::encoded(data);
 }
 
-QByteArray dataWithBase64EncodedString(const QString &text) {
+QByteArray dataWithBase64EncodedString(const Text &text) {
     return text.isNull() ? QByteArray() : Base64::decodedLeniently(text);
 }
 
-QString dataURLWithMimeType(const QByteArray &data, const QString &mimeType) {
+QString dataURLWithMimeType(const QByteArray &data, const Text &mimeType) {
     return data.isNull() ? QString() : NSFormat("data:%@;base64,%@", {mimeType, base64EncodedString(data)});
 }
 

@@ -2,29 +2,31 @@
 #include "ZRKit/Values/NSString+ZRKitBase64.h"
 
 #include "ZRKit/Values/NSData+ZRKitBase64.h"
+#include "ZRKit/Values/NSString+ZRKit.h"
 #include "platform/text/Base64.h"
-#include "platform/text/UTF8.h"
+
+using namespace zr;
 
 namespace ZRKit {
 
-QString base64EncodedString(const QString &text) {
-    return base64EncodedString(NSDataUsingUTF8(text));
+QString base64EncodedString(const Text &text) {
+    return base64EncodedString(data(text));
 }
 
-QByteArray dataWithBase64DecodedString(const QString &text) {
+QByteArray dataWithBase64DecodedString(const Text &text) {
     return text.isNull() ? QByteArray() : Base64::decodedByLength(text);
 }
 
-QString zrMD5HexString(const QString &text) {
-    return zrMD5HexString(NSDataUsingUTF8(text));
+QString zrMD5HexString(const Text &text) {
+    return zrMD5HexString(data(text));
 }
 
-QString zrSHA1HexString(const QString &text) {
-    return zrSHA1HexString(NSDataUsingUTF8(text));
+QString zrSHA1HexString(const Text &text) {
+    return zrSHA1HexString(data(text));
 }
 
-QString zrSHA256HexString(const QString &text) {
-    return zrSHA256HexString(NSDataUsingUTF8(text));
+QString zrSHA256HexString(const Text &text) {
+    return zrSHA256HexString(data(text));
 }
 
 } // namespace ZRKit

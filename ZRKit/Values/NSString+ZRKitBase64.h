@@ -1,22 +1,24 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/Text.h"
+
 #include <QByteArray>
 #include <QString>
 
 /// Base64 and digests of texts. Asked of nil, a null QString, each gives nil. Any thread.
 namespace ZRKit {
 
-/// The text's UTF-8 bytes in Base64, as for data. nil where the text has a surrogate without a partner.
-QString base64EncodedString(const QString &text);
+/// The text's UTF-8 bytes in Base64, as for data. nil if the text has a surrogate without a partner.
+QString base64EncodedString(const Text &text);
 /// The bytes of a Base64 text whose length is a multiple of 4, else nil, as for a text that is not ASCII. No
 /// character is refused: each one outside the alphabet reads as "/" does, so that damaged text gives damaged
 /// bytes.
-QByteArray dataWithBase64DecodedString(const QString &text);
+QByteArray dataWithBase64DecodedString(const Text &text);
 /// The digest of the text's UTF-8 bytes as lower-case hexadecimal: 32, 40 and 64 characters.
-/// nil where the text has a surrogate without a partner.
-QString zrMD5HexString(const QString &text);
-QString zrSHA1HexString(const QString &text);
-QString zrSHA256HexString(const QString &text);
+/// nil if the text has a surrogate without a partner.
+QString zrMD5HexString(const Text &text);
+QString zrSHA1HexString(const Text &text);
+QString zrSHA256HexString(const Text &text);
 
 } // namespace ZRKit

@@ -23,23 +23,23 @@ QString targetPath(const QVariant &file) {
 
 } // namespace
 
-QByteArray data(const QString &text) {
-    return NSDataUsingUTF8(text);
+QByteArray data(const Text &text) {
+    return NSDataUsingUTF8(QString(text));
 }
 
 QString stringWithData(const QByteArray &data) {
     return data.isNull() ? QString() : NSStringFromUTF8(data);
 }
 
-QString fetch(const QString &text) {
+QString fetch(const Text &text) {
     return stringWithData(NSDataWithContentsOfURL(URL(text)));
 }
 
-QString loadFile(const QString &path) {
+QString loadFile(const Text &path) {
     return stringWithData(NSDataWithContentsOfFile(path));
 }
 
-QString loadAsString(const QString &text) {
+QString loadAsString(const Text &text) {
     const QByteArray content = NSDataWithContentsOfFile(text);
     if (content.isNull())
         return {};
@@ -48,16 +48,16 @@ QString loadAsString(const QString &text) {
     return decoded.isNull() ? QString::fromLatin1(content) : decoded;
 }
 
-bool saveToFile(const QString &text, const QVariant &file) {
+bool saveToFile(const Text &text, const QVariant &file) {
     const QByteArray path = NSFileSystemRepresentation(targetPath(file));
-    const QByteArray content = NSDataUsingUTF8(text);
+    const QByteArray content = data(text);
     if (content.isNull() || path.isNull())
         return false;
     AtomicFile target(path, AtomicFile::Existing::Replaced);
     return !target.open() && !target.commit(content);
 }
 
-QString joinPath(const QString &path, const QString &component) {
+QString joinPath(const Text &path, const Text &component) {
     if (path.isNull())
         return {};
     QString joined = path;

@@ -2,7 +2,6 @@
 #include "ZRKit/Values/NSString+ZRKit.h"
 
 #include "platform/text/Base64.h"
-#include "platform/text/HexText.h"
 
 #include <QUuid>
 
@@ -13,11 +12,11 @@ QString uuid() {
 }
 
 QString uuidShort() {
-    return NSHexText(QUuid::createUuid().toRfc4122());
+    return QString::fromLatin1(QUuid::createUuid().toRfc4122().toHex());
 }
 
 QString uuidBase64() {
-    QString text = Base64::encoded(QUuid::createUuid().toRfc4122());
+    QString text = zr::Base64::encoded(QUuid::createUuid().toRfc4122());
     while (text.endsWith(u'='))
         text.chop(1);
     return text.replace(u'/', u'_').replace(u'+', u'-');

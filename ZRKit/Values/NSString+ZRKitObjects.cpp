@@ -3,11 +3,10 @@
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "ZRKit/Values/ZRCollection.h"
+#include "platform/base/ASCII.h"
 #include "platform/base/NSException.h"
 #include "platform/text/UTF8.h"
 #include "platform/values/ValueKind.h"
-
-#include <algorithm>
 
 using namespace zr;
 
@@ -40,15 +39,7 @@ QStringList pairsOf(const ZRCollection &dictionary) {
     return pairs;
 }
 
-int hexValue(QChar digit) {
-    const char16_t unit = digit.unicode();
-    if (unit >= u'0' && unit <= u'9')
-        return unit - u'0';
-    const char16_t lower = unit | 0x20;
-    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
-}
-
-/// nil where an escape lacks its digits, and where a run of escapes is not UTF-8.
+/// nil if an escape lacks its digits, or a run of escapes is not UTF-8.
 QString withoutPercentEscapes(QStringView text) {
     QString plain = QStringLiteral("");
     while (!text.isEmpty()) {
@@ -57,8 +48,8 @@ QString withoutPercentEscapes(QStringView text) {
         text = text.sliced(percent < 0 ? text.size() : percent);
         QByteArray bytes;
         for (; text.startsWith(u'%'); text = text.sliced(3)) {
-            const int high = text.size() < 3 ? -1 : hexValue(text[1]);
-            const int low = text.size() < 3 ? -1 : hexValue(text[2]);
+            const int high = text.size() < 3 ? -1 : hexDigitValue(text[1].unicode());
+            const int low = text.size() < 3 ? -1 : hexDigitValue(text[2].unicode());
             if (high < 0 || low < 0)
                 return {};
             bytes.append(char(high << 4 | low));
@@ -73,12 +64,11 @@ QString withoutPercentEscapes(QStringView text) {
 
 } // namespace
 
-QString replace(const QString &text, const QString &search, const QVariant &replacement) {
+QString replace(const Text &text, const Text &search, const QVariant &replacement) {
     return replace(text, search, toString(replacement));
 }
 
-QString replaceRegEx(const QString &text, const NSRegularExpression &expression,
-                     const QString &withTemplate) {
+QString replaceRegEx(const Text &text, const NSRegularExpression &expression, const Text &withTemplate) {
     return expression ? expression.stringByReplacingMatchesInString(text, 0, range(text), withTemplate)
                       : QString();
 }
@@ -108,15 +98,15 @@ QString queryStringWithDictionary(const ZRCollection &dictionary) {
     return queryStringWithDictionary(dictionary.toVariantMap());
 }
 
-QString addQuery(const QString &text, const QVariantMap &dictionary) {
+QString addQuery(const Text &text, const QVariantMap &dictionary) {
     return withQuery(text, pairsOf(dictionary));
 }
 
-QString addQuery(const QString &text, const ZRCollection &dictionary) {
+QString addQuery(const Text &text, const ZRCollection &dictionary) {
     return withQuery(text, pairsOf(dictionary));
 }
 
-QVariantMap parseQuery(const QString &text) {
+QVariantMap parseQuery(const Text &text) {
     QVariantMap query;
     if (text.isNull())
         return query;
@@ -135,11 +125,11 @@ QVariantMap parseQuery(const QString &text) {
     return query;
 }
 
-NSMutableAttributedString attributedString(const QString &text) {
+NSMutableAttributedString attributedString(const Text &text) {
     return NSMutableAttributedString(text);
 }
 
-NSMutableAttributedString attributedStringWithAttributes(const QString &text, const QVariantMap &attributes) {
+NSMutableAttributedString attributedStringWithAttributes(const Text &text, const QVariantMap &attributes) {
     return NSMutableAttributedString(text, attributes);
 }
 

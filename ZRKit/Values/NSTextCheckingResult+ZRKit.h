@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/Text.h"
 #include "platform/text/NSTextCheckingResult.h"
 
 #include <QString>
@@ -9,12 +10,12 @@
 /// What a match stands for in the text that was searched. Any thread.
 namespace ZRKit {
 
-/// The text of the whole match; nil where the match doesn't lie within the string.
-QString inString(const NSTextCheckingResult &result, const QString &string);
-/// The text of a group, 0 for the whole match: nil where the result has no such group, the empty string where
+/// The text of the whole match; nil if the match doesn't lie within the string.
+QString inString(const NSTextCheckingResult &result, const Text &string);
+/// The text of a group, 0 for the whole match: nil where the result has no such group, the empty string if
 /// the group took no part in the match.
-QString inString(const NSTextCheckingResult &result, const QString &string, qsizetype at);
+QString inString(const NSTextCheckingResult &result, const Text &string, qsizetype at);
 /// The texts of all groups from 0, each a string.
-QVariantList groupsInString(const NSTextCheckingResult &result, const QString &string);
+QVariantList groupsInString(const NSTextCheckingResult &result, const Text &string);
 
 } // namespace ZRKit

@@ -37,18 +37,20 @@ struct ZRRegex::Configured {
             for (const NSTextCheckingResult &opener : shared().captureGroups.matchesInString(pattern))
                 openers.append(opener.range().location);
         }
-        QString rewritten = pattern;
+        QString rewritten;
+        qsizetype copied = 0;
         for (const NSTextCheckingResult &hit : hits) {
             const QString name = ZRKit::inString(hit, pattern, 1);
             if (groupNameMappings && groupNameMappings->contains(name))
                 ZRKit::zxAssertFailed("__20-[ZRRegex configure]_block_invoke",
                                       "![_groupNameMappings objectForKey:label]", "ZRRegex", 136,
                                       "Only define once!");
-            else
-                rewritten.replace(QStringLiteral("(?<%1>").arg(name), QStringLiteral("("));
             const auto before = std::lower_bound(openers.cbegin(), openers.cend(), hit.range().location);
             setLabel(name, before - openers.cbegin());
+            rewritten.append(QStringView(pattern).mid(copied, hit.range().location - copied)).append(u'(');
+            copied = hit.range().end();
         }
+        rewritten.append(QStringView(pattern).mid(copied));
         regex = NSRegularExpression(rewritten, options);
         if (regex.isNil())
             ZRKit::zxAssertFailed("-[ZRRegex configure]", "(_regex)", "ZRRegex", 158);
@@ -65,7 +67,8 @@ struct ZRRegex::Configured {
     NSRegularExpression regex;
 };
 
-ZRRegex ZRRegex::regexWithPattern(const QString &pattern, NSRegularExpressionOptions options, bool cache) {
+ZRRegex ZRRegex::regexWithPattern(const ZRKit::Text &pattern, NSRegularExpressionOptions options,
+                                  bool cache) {
     if (!cache)
         return ZRRegex(pattern, options);
     const QString key = pattern + u'/' + QString::number(options);
@@ -76,7 +79,7 @@ ZRRegex ZRRegex::regexWithPattern(const QString &pattern, NSRegularExpressionOpt
     return made;
 }
 
-ZRRegex::ZRRegex(const QString &pattern, NSRegularExpressionOptions options)
+ZRRegex::ZRRegex(const ZRKit::Text &pattern, NSRegularExpressionOptions options)
     : m_configured(std::make_shared<const Configured>(pattern, options)) {
 }
 
@@ -96,18 +99,16 @@ NSRegularExpression ZRRegex::regex() const {
     return m_configured->regex;
 }
 
-std::optional<QVariantList> ZRRegex::allStringMatchesinString(const QString &string) const {
+std::optional<QVariantList> ZRRegex::allStringMatchesinString(const ZRKit::Text &string) const {
     if (m_configured->regex.isNil())
         return std::nullopt;
     QVariantList texts;
-    m_configured->regex.enumerateMatchesInString(
-        string, 0, {}, [&](const NSTextCheckingResult *result, NSMatchingFlags, bool *) {
-            texts.append(ZRKit::inString(*result, string));
-        });
+    for (const NSTextCheckingResult &match : m_configured->regex.matchesInString(string))
+        texts.append(ZRKit::inString(match, string));
     return texts;
 }
 
-void ZRRegex::enumerateMatchesInString(const QString &string, NSMatchingOptions options,
+void ZRRegex::enumerateMatchesInString(const ZRKit::Text &string, NSMatchingOptions options,
                                        const Block &usingBlock) const {
     const NSMatchingOptions searching =
         options & ~quint64(NSMatchingReportProgress | NSMatchingReportCompletion);
@@ -119,7 +120,7 @@ void ZRRegex::enumerateMatchesInString(const QString &string, NSMatchingOptions 
         });
 }
 
-QString ZRRegexMatch::stringForGroupName(const QString &name) const {
+QString ZRRegexMatch::stringForGroupName(const ZRKit::Text &name) const {
     const std::optional<QVariantMap> mappings = m_regex.groupNameMappings();
     if (!mappings || !mappings->contains(name))
         return {};

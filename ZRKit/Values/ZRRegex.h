@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/Text.h"
 #include "platform/text/NSRegularExpression.h"
 
 #include <QMetaType>
@@ -14,13 +15,13 @@ class ZRRegexMatch;
 
 /// A regular expression with named groups, "(?<name>...)", on an engine that is given numbered groups only.
 ///
-/// Names are taken out of the pattern before it is compiled, by text alone: an escaped parenthesis, or one
-/// within a set or a comment, counts as a group, and so do the openers of the other forms that begin with
-/// "(?", but for
-/// (?: (?# (?= (?! (?<! and (?<=. Patterns are written so that this doesn't matter.
+/// Names are taken out of the pattern before it is compiled, by text alone: an escaped parenthesis, or one within a
+/// set or a comment, counts as a group. So do the openers of all other forms that begin with "(?", except (?: (?#
+/// (?= (?! (?<! and (?<=. Patterns are written so that this doesn't matter.
 ///
-/// An object that never changes: copies are the same object, and any thread may search with it. The limits of
-/// a search are those of NSRegularExpression.
+/// An object that never changes: copies are the same object, and any thread may search with it. A search is given up
+/// after five seconds of its thread's processor time, and a second more for each million units of text, or 128 MB
+/// of memory: see NSRegularExpression.
 class ZRRegex {
 public:
     /// Case doesn't matter; white space in the pattern is ignored and # begins a comment; ^ and $ match at
@@ -33,26 +34,28 @@ public:
 
     /// With `cache`, the object that was made before for this pattern with these options, as long as the
     /// process's cache keeps it (the last 500 that were asked for); otherwise a new one.
-    static ZRRegex regexWithPattern(const QString &pattern, NSRegularExpressionOptions options, bool cache);
+    static ZRRegex regexWithPattern(const ZRKit::Text &pattern, NSRegularExpressionOptions options,
+                                    bool cache);
 
     /// A pattern that can't be compiled is logged, and makes an object whose regex() is nil. So is a name
     /// that is defined twice; it stands for the later group.
-    explicit ZRRegex(const QString &pattern, NSRegularExpressionOptions options = DefaultOptions);
+    explicit ZRRegex(const ZRKit::Text &pattern, NSRegularExpressionOptions options = DefaultOptions);
 
     /// As given, with its names.
     QString pattern() const;
     NSRegularExpressionOptions options() const;
-    /// The number of each named group; nothing for a pattern that has none.
+    /// The number of each named group; nil for a pattern that has none.
     std::optional<QVariantMap> groupNameMappings() const;
-    /// The expression without names; nil where it couldn't be compiled.
+    /// The expression without names; nil if it couldn't be compiled.
     NSRegularExpression regex() const;
 
-    /// The texts of all matches, in order; nothing where the pattern couldn't be compiled.
-    std::optional<QVariantList> allStringMatchesinString(const QString &string) const;
-    /// Calls the block for each match; reports without a match, which options can ask for, don't reach it.
-    void enumerateMatchesInString(const QString &string, NSMatchingOptions options,
+    /// The texts of all matches, in order; none if the search is given up. nil if the pattern couldn't be compiled.
+    std::optional<QVariantList> allStringMatchesinString(const ZRKit::Text &string) const;
+    /// Calls the block for each match as it is found, so also for those before a search is given up. Reports
+    /// without a match, which options can ask for, don't reach it.
+    void enumerateMatchesInString(const ZRKit::Text &string, NSMatchingOptions options,
                                   const Block &usingBlock) const;
-    void enumerateMatchesInString(const QString &string, const Block &usingBlock) const {
+    void enumerateMatchesInString(const ZRKit::Text &string, const Block &usingBlock) const {
         enumerateMatchesInString(string, 0, usingBlock);
     }
 
@@ -78,14 +81,15 @@ class ZRRegexMatch : public NSTextCheckingResult {
 
 public:
     /// \param text  the string that was searched
-    ZRRegexMatch(const ZRRegex &regex, const QString &text, const NSTextCheckingResult &textCheckingResult)
+    ZRRegexMatch(const ZRRegex &regex, const ZRKit::Text &text,
+                 const NSTextCheckingResult &textCheckingResult)
         : m_regex(regex), m_text(text), m_match(textCheckingResult) {}
 
-    /// The text of a named group, the empty string where it took no part; nil for a name that the pattern
+    /// The text of a named group, the empty string if it took no part; nil for a name that the pattern
     /// doesn't have.
-    QString stringForGroupName(const QString &name) const;
-    QString objectForKeyedSubscript(const QString &name) const { return stringForGroupName(name); }
-    QString operator[](const QString &name) const { return stringForGroupName(name); }
+    QString stringForGroupName(const ZRKit::Text &name) const;
+    QString objectForKeyedSubscript(const ZRKit::Text &name) const { return stringForGroupName(name); }
+    QString operator[](const ZRKit::Text &name) const { return stringForGroupName(name); }
     /// The text of the whole match.
     QString stringValue() const;
     QString text() const { return m_text; }

@@ -6,7 +6,7 @@
 #include "platform/files/NSPathUtilities.h"
 #include "platform/net/NSURLConnection.h"
 #include "platform/net/TransferLoop.h"
-#include "platform/text/WebDataURL.h"
+#include "platform/text/DataURL.h"
 
 #include <future>
 
@@ -83,6 +83,6 @@ QByteArray NSDataWithContentsOfURL(const QUrl &url) {
     if (isHTTP(url))
         return contentsByHTTP(url);
     if (url.scheme() == u"data")
-        return WebDataURL(url.toEncoded(QUrl::RemoveFragment)).body();
+        return zr::DataURL(url.toEncoded(QUrl::RemoveFragment)).body();
     return NSDataWithContentsOfFile(NSPathOfFileURL(url));
 }

@@ -2,7 +2,7 @@
 #include "platform/net/LocalTransfer.h"
 
 #include "platform/files/NSPathUtilities.h"
-#include "platform/text/WebDataURL.h"
+#include "platform/text/DataURL.h"
 
 #include <QMimeDatabase>
 #include <cerrno>
@@ -37,7 +37,7 @@ void LocalTransfer::failWith(NSURLErrorCode code, int error) {
 }
 
 void LocalTransfer::loadData() {
-    const WebDataURL data(m_url.scheme() == u"data" ? m_url.toEncoded(QUrl::RemoveFragment) : QByteArray());
+    const zr::DataURL data(m_url.scheme() == u"data" ? m_url.toEncoded(QUrl::RemoveFragment) : QByteArray());
     if (data.body().isNull()) {
         failWith(NSURLErrorBadURL);
         return;

@@ -6,6 +6,8 @@
 #include <array>
 #include <openssl/evp.h>
 
+namespace zr {
+
 namespace {
 
 /// Looked up once and kept: OpenSSL's own look-up costs more than digesting a short text.
@@ -23,12 +25,9 @@ const EVP_MD *algorithm(MessageDigest digest) {
 } // namespace
 
 QByteArray NSMessageDigest(MessageDigest digest, QByteArrayView bytes) {
-    const EVP_MD *const type = algorithm(digest);
-    std::array<uchar, EVP_MAX_MD_SIZE> result{};
-    unsigned size = 0;
-    if (!type || EVP_Digest(bytes.data(), size_t(bytes.size()), result.data(), &size, type, nullptr) != 1)
-        refuse();
-    return {reinterpret_cast<const char *>(result.data()), qsizetype(size)};
+    MessageDigester digester(digest);
+    digester.add(bytes);
+    return digester.result();
 }
 
 struct MessageDigester::Context {
@@ -56,3 +55,5 @@ QByteArray MessageDigester::result() {
         refuse();
     return {reinterpret_cast<const char *>(result.data()), qsizetype(size)};
 }
+
+} // namespace zr

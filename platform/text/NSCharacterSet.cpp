@@ -1,47 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/NSCharacterSet.h"
 
-#include <algorithm>
-#include <bitset>
-#include <vector>
+#include <unicode/uniset.h>
 
-/// The code points at which membership changes, in ascending order; those below the first are not in the set.
 struct NSCharacterSet::Content : QSharedData {
-    explicit Content(std::vector<char32_t> changes) : boundaries(std::move(changes)) {
-        for (char32_t c = 0; c < common.size(); ++c)
-            common[c] = find(c);
-    }
-    bool find(char32_t character) const {
-        const auto above = std::upper_bound(boundaries.begin(), boundaries.end(), character);
-        return (above - boundaries.begin()) % 2 == 1;
-    }
-
-    const std::vector<char32_t> boundaries;
-    std::bitset<256> common;
+    icu::UnicodeSet characters;
 };
-
-namespace {
-
-constexpr char32_t pastLast = QChar::LastValidCodePoint + 1;
-
-template <typename Test>
-std::vector<char32_t> boundariesWhere(Test test) {
-    std::vector<char32_t> boundaries;
-    bool inside = false;
-    for (char32_t c = 0; c < pastLast; ++c) {
-        if (test(c) != inside) {
-            boundaries.push_back(c);
-            inside = !inside;
-        }
-    }
-    return boundaries;
-}
-
-bool isNewline(char32_t c) {
-    return (c >= 0x0a && c <= 0x0d) || c == 0x85 || c == 0x2028 || c == 0x2029;
-}
-
-} // namespace
 
 NSCharacterSet::NSCharacterSet() noexcept = default;
 NSCharacterSet::~NSCharacterSet() = default;
@@ -51,112 +15,82 @@ NSCharacterSet &NSCharacterSet::operator=(const NSCharacterSet &) noexcept = def
 NSCharacterSet &NSCharacterSet::operator=(NSCharacterSet &&) noexcept = default;
 
 NSCharacterSet::NSCharacterSet(Content *content) : d(content) {
+    content->characters.freeze();
+}
+
+NSCharacterSet NSCharacterSet::characterSetWithPattern(const char16_t *pattern) {
+    auto *const content = new Content;
+    UErrorCode status = U_ZERO_ERROR;
+    content->characters.applyPattern(pattern, status);
+    return NSCharacterSet(content);
 }
 
 NSCharacterSet NSCharacterSet::whitespaceAndNewlineCharacterSet() {
-    static const NSCharacterSet set(
-        new Content(boundariesWhere([](char32_t c) { return QChar::isSpace(c); })));
+    static const NSCharacterSet set = characterSetWithPattern(u"[:White_Space:]");
     return set;
 }
 
 NSCharacterSet NSCharacterSet::whitespaceCharacterSet() {
-    static const NSCharacterSet set(
-        new Content(boundariesWhere([](char32_t c) { return QChar::isSpace(c) && !isNewline(c); })));
+    static const NSCharacterSet set =
+        characterSetWithPattern(uR"([[:White_Space:]-[\n-\r\u0085\u2028\u2029]])");
     return set;
 }
 
 NSCharacterSet NSCharacterSet::newlineCharacterSet() {
-    static const NSCharacterSet set(new Content(boundariesWhere(isNewline)));
+    static const NSCharacterSet set = characterSetWithPattern(uR"([\n-\r\u0085\u2028\u2029])");
     return set;
 }
 
 NSCharacterSet NSCharacterSet::decimalDigitCharacterSet() {
-    static const NSCharacterSet set(
-        new Content(boundariesWhere([](char32_t c) { return QChar::isDigit(c); })));
+    static const NSCharacterSet set = characterSetWithPattern(u"[:Nd:]");
     return set;
 }
 
 NSCharacterSet NSCharacterSet::letterCharacterSet() {
-    static const NSCharacterSet set(
-        new Content(boundariesWhere([](char32_t c) { return QChar::isLetter(c) || QChar::isMark(c); })));
+    static const NSCharacterSet set = characterSetWithPattern(u"[[:L:][:M:]]");
     return set;
 }
 
 NSCharacterSet NSCharacterSet::alphanumericCharacterSet() {
-    static const NSCharacterSet set(new Content(
-        boundariesWhere([](char32_t c) { return QChar::isLetterOrNumber(c) || QChar::isMark(c); })));
+    static const NSCharacterSet set = characterSetWithPattern(u"[[:L:][:M:][:N:]]");
     return set;
 }
 
 NSCharacterSet NSCharacterSet::punctuationCharacterSet() {
-    static const NSCharacterSet set(
-        new Content(boundariesWhere([](char32_t c) { return QChar::isPunct(c); })));
+    static const NSCharacterSet set = characterSetWithPattern(u"[:P:]");
     return set;
 }
 
 NSCharacterSet NSCharacterSet::characterSetWithCharactersInString(QStringView text) {
-    std::vector<char32_t> characters;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar unit = text[i];
-        const bool isPair = unit.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
-        characters.push_back(isPair ? QChar::surrogateToUcs4(unit, text[i + 1]) : unit.unicode());
-        i += isPair;
-    }
-    std::sort(characters.begin(), characters.end());
-    std::vector<char32_t> boundaries;
-    for (const char32_t c : characters) {
-        if (!boundaries.empty() && boundaries.back() == c + 1)
-            continue;
-        if (!boundaries.empty() && boundaries.back() == c) {
-            boundaries.back() = c + 1;
-        } else {
-            boundaries.push_back(c);
-            boundaries.push_back(c + 1);
-        }
-    }
-    return NSCharacterSet(new Content(std::move(boundaries)));
+    auto *const content = new Content;
+    content->characters.addAll(icu::UnicodeString(false, text.utf16(), int32_t(text.size())));
+    return NSCharacterSet(content);
 }
 
 NSCharacterSet NSCharacterSet::characterSetWithRange(char32_t first, char32_t last) {
-    std::vector<char32_t> boundaries;
-    if (first <= last && first < pastLast)
-        boundaries = {first, last < pastLast ? last + 1 : pastLast};
-    return NSCharacterSet(new Content(std::move(boundaries)));
+    auto *const content = new Content;
+    if (first <= last && first <= QChar::LastValidCodePoint)
+        content->characters.add(UChar32(first), UChar32(qMin<char32_t>(last, QChar::LastValidCodePoint)));
+    return NSCharacterSet(content);
 }
 
 bool NSCharacterSet::longCharacterIsMember(char32_t character) const {
-    if (!d || character >= pastLast)
-        return false;
-    return character < d->common.size() ? d->common[character] : d->find(character);
+    return d && d->characters.contains(UChar32(character));
 }
 
 NSCharacterSet NSCharacterSet::invertedSet() const {
     if (!d)
         return {};
-    std::vector<char32_t> boundaries = d->boundaries;
-    if (!boundaries.empty() && boundaries.front() == 0)
-        boundaries.erase(boundaries.begin());
-    else
-        boundaries.insert(boundaries.begin(), 0);
-    return NSCharacterSet(new Content(std::move(boundaries)));
+    auto *const content = new Content;
+    content->characters.addAll(d->characters).complement();
+    return NSCharacterSet(content);
 }
 
 NSCharacterSet NSCharacterSet::formUnion(const NSCharacterSet &other) const {
-    std::vector<char32_t> all;
+    auto *const content = new Content;
     for (const NSCharacterSet &set : {*this, other}) {
         if (set.d)
-            all.insert(all.end(), set.d->boundaries.begin(), set.d->boundaries.end());
+            content->characters.addAll(set.d->characters);
     }
-    std::sort(all.begin(), all.end());
-    all.erase(std::unique(all.begin(), all.end()), all.end());
-    std::vector<char32_t> boundaries;
-    bool inside = false;
-    for (const char32_t c : all) {
-        const bool now = longCharacterIsMember(c) || other.longCharacterIsMember(c);
-        if (now != inside) {
-            boundaries.push_back(c);
-            inside = now;
-        }
-    }
-    return NSCharacterSet(new Content(std::move(boundaries)));
+    return NSCharacterSet(content);
 }

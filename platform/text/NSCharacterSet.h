@@ -37,11 +37,11 @@ public:
     static NSCharacterSet punctuationCharacterSet();
     /// The characters of the text; a surrogate without a partner stands for itself. nil gives the empty set.
     static NSCharacterSet characterSetWithCharactersInString(QStringView text);
-    /// The code points from first to last, both included; the empty set where last is before first.
+    /// The code points from first to last, both included; the empty set if last is before first.
     static NSCharacterSet characterSetWithRange(char32_t first, char32_t last);
 
     bool isNull() const { return !d; }
-    /// Whether a UTF-16 code unit is in the set; a surrogate is where it was put in alone. False for nil.
+    /// Whether a UTF-16 code unit is in the set; a surrogate is if it was put in alone. False for nil.
     bool characterIsMember(char16_t unit) const { return longCharacterIsMember(unit); }
     bool longCharacterIsMember(char32_t character) const;
     /// All characters that are not in this set; nil for nil.
@@ -52,5 +52,7 @@ public:
 private:
     struct Content;
     explicit NSCharacterSet(Content *content);
-    QSharedDataPointer<Content> d;
+    static NSCharacterSet characterSetWithPattern(const char16_t *pattern);
+
+    QExplicitlySharedDataPointer<const Content> d;
 };

@@ -24,31 +24,33 @@ enum NSJSONWritingOption : quint64 {
 };
 using NSJSONWritingOptions = quint64;
 
-/// JSON (RFC 8259) to values and back; UTF-8. Plain functions; any thread.
+/// JSON (RFC 8259) to values and back, in UTF-8. Any thread.
 ///
 /// object ↔ QVariantMap, array ↔ QVariantList, string ↔ QString, true and false ↔ bool, null ↔ the null
-/// marker. An integer of the signed 64-bit range is a qlonglong, one above it and of the unsigned range a
+/// marker. An integer of the signed 64-bit range is a qlonglong, one above it and within the unsigned range a
 /// qulonglong; every other number, and -0, is the nearest double.
 namespace NSJSONSerialization {
 
 /// How deep arrays and objects may lie in one another, in both directions.
 inline constexpr int MaximumDepth = 512;
 
-/// The value of a JSON text; nil where it isn't one, and `error` then says why and where (NSCocoaErrorDomain,
+/// The value of a JSON text. nil if the text isn't JSON; `error` then says why and where (NSCocoaErrorDomain,
 /// 3840).
 ///
-/// Strict: no comments, no trailing commas, no other number forms. Refused beside what RFC 8259 forbids:
-/// invalid UTF-8, escapes that make half a surrogate pair, numbers beyond what a double can hold, more depth
-/// than MaximumDepth. A byte-order mark is skipped. Of members with one name the last counts.
+/// Strict: no comments, no trailing commas, no other number forms. Besides what RFC 8259 forbids these are
+/// refused: invalid UTF-8, escapes that make half a surrogate pair, numbers and exponents beyond those of a
+/// double, more depth than MaximumDepth. A byte-order mark is skipped. Of members with one name the last counts.
 QVariant JSONObjectWithData(const QByteArray &data, NSJSONReadingOptions options = 0,
                             NSError *error = nullptr);
 
-/// The JSON text of an array or dictionary. Numbers are written as the shortest text that reads back as the
-/// same number of their type, decimals exactly; a QVariantHash and a QStringList count as dictionary and
-/// array. \throws NSException NSInvalidArgumentException for what JSON cannot hold: other types, nil, numbers
-/// that are not
-///         finite, strings with half a surrogate pair, more depth than MaximumDepth, anything but an array or
-///         dictionary at the top (unless NSJSONWritingFragmentsAllowed)
+/// The JSON text of an array or dictionary. Whatever else counts as one, such as a QStringList or a QVariantHash,
+/// is written as one, a dictionary in its own order.
+///
+/// Numbers are written as the shortest text that reads back as the same number of their type, decimals exactly.
+/// Whole numbers have no exponent up to the largest that a double holds exactly.
+/// \throws NSException NSInvalidArgumentException for what JSON can't hold: other types, nil, numbers that are
+/// not finite, strings with half a surrogate pair, keys that are not strings, more depth than MaximumDepth, and
+/// anything but an array or dictionary at the top (unless NSJSONWritingFragmentsAllowed)
 QByteArray dataWithJSONObject(const QVariant &object, NSJSONWritingOptions options = 0);
 
 /// Whether dataWithJSONObject() writes the object.

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/NSRegularExpression.h"
 
+#include "platform/base/ASCII.h"
 #include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <ctime>
 #include <exception>
 #include <limits>
@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+namespace zr {
+
 namespace {
 
 constexpr qint64 Second = 1'000'000'000;
@@ -23,8 +25,8 @@ constexpr qint64 SearchTime = 5 * Second;
 constexpr qint64 SearchTimePerMillionUnits = Second;
 // ICU counts a stack entry as four bytes and takes eight: this makes 128 MB.
 constexpr qint32 StackLimit = 64'000'000;
-constexpr qint32 IdleStackLimit = 64'000;
-constexpr size_t LongestBatch = 512;
+/// After so many matches the clock is looked at, too: each may take just less than ICU counts as a step.
+constexpr qint64 MatchesBetweenLooks = 128;
 constexpr qint64 FormattingError = 2048;
 
 qint64 processorTime() {
@@ -57,43 +59,29 @@ const UChar *units(const QString &string) {
 
 } // namespace
 
-/// The engine's compiled pattern. Searches run in matchers made from it; one idle matcher is kept for the
-/// next.
-class NSCompiledExpression {
+/// The engine's compiled pattern; searches run in matchers made from it.
+class CompiledExpression {
 public:
-    NSCompiledExpression(const QString &pattern, NSRegularExpressionOptions options, UParseError &where,
-                         UErrorCode &status)
+    CompiledExpression(const QString &pattern, NSRegularExpressionOptions options, UParseError &where,
+                       UErrorCode &status)
         : m_pattern(pattern), m_options(options),
           m_original(
               icu::RegexPattern::compile(icu::UnicodeString(false, units(pattern), int32_t(pattern.size())),
                                          engineFlags(options), where, status)) {
         if (U_SUCCESS(status))
-            m_idle = m_original->matcher(status);
-        if (U_SUCCESS(status))
-            m_groups = m_idle.load()->groupCount();
+            m_groups = matcher()->groupCount();
     }
-    ~NSCompiledExpression() { delete m_idle.load(std::memory_order_acquire); }
-    NSCompiledExpression(const NSCompiledExpression &) = delete;
-    NSCompiledExpression &operator=(const NSCompiledExpression &) = delete;
 
     const QString &pattern() const { return m_pattern; }
     NSRegularExpressionOptions options() const { return m_options; }
     int groups() const { return m_groups; }
 
-    std::unique_ptr<icu::RegexMatcher> takeMatcher() const {
-        if (icu::RegexMatcher *idle = m_idle.exchange(nullptr, std::memory_order_acq_rel))
-            return std::unique_ptr<icu::RegexMatcher>(idle);
+    std::unique_ptr<icu::RegexMatcher> matcher() const {
         UErrorCode status = U_ZERO_ERROR;
         std::unique_ptr<icu::RegexMatcher> matcher(m_original->matcher(status));
         if (U_FAILURE(status))
             throw std::bad_alloc();
         return matcher;
-    }
-    void giveBack(std::unique_ptr<icu::RegexMatcher> matcher) const {
-        UErrorCode status = U_ZERO_ERROR;
-        matcher->setStackLimit(IdleStackLimit, status);
-        // The one that is idle so far goes; never two of them stay.
-        matcher.reset(m_idle.exchange(matcher.release(), std::memory_order_acq_rel));
     }
 
 private:
@@ -101,14 +89,13 @@ private:
     const NSRegularExpressionOptions m_options;
     const std::unique_ptr<const icu::RegexPattern> m_original;
     int m_groups = 0;
-    mutable std::atomic<icu::RegexMatcher *> m_idle = nullptr;
 };
 
 /// One search over one text, with its limits.
-class NSRegularExpressionSearch {
+class ExpressionSearch {
 public:
-    NSRegularExpressionSearch(std::shared_ptr<const NSCompiledExpression> expression, const QString &string,
-                              NSMatchingOptions options, std::optional<NSRange> range)
+    ExpressionSearch(std::shared_ptr<const CompiledExpression> expression, const QString &string,
+                     NSMatchingOptions options, std::optional<NSRange> range)
         : m_expression(std::move(expression)), m_string(string), m_anchored(options & NSMatchingAnchored),
           m_limit(SearchTime + string.size() * (SearchTimePerMillionUnits / 1'000'000)) {
         if (range && !range->isWithin(string.size()))
@@ -125,80 +112,48 @@ public:
         }
         if (size > std::numeric_limits<int32_t>::max())
             throw NSException(NSRangeException, QStringLiteral("The text is too long to be searched"));
-        m_matcher = m_expression->takeMatcher();
+        m_matcher = m_expression->matcher();
         m_matcher->setStackLimit(StackLimit, m_status);
-        m_matcher->setMatchCallback(&NSRegularExpressionSearch::tick, this, m_status);
+        m_matcher->setMatchCallback(&ExpressionSearch::tick, this, m_status);
         UText text = UTEXT_INITIALIZER;
         utext_openUChars(&text, units(m_string) + m_offset, size, &m_status);
         m_matcher->reset(&text);
         utext_close(&text);
-        // A matcher keeps these from its last search.
         m_matcher->useTransparentBounds(transparent);
         m_matcher->useAnchoringBounds(anchoring);
         if (searched.length < size)
             m_matcher->region(searched.location, searched.end(), m_status);
+        resume();
     }
-    ~NSRegularExpressionSearch() { m_expression->giveBack(std::move(m_matcher)); }
-    NSRegularExpressionSearch(const NSRegularExpressionSearch &) = delete;
-    NSRegularExpressionSearch &operator=(const NSRegularExpressionSearch &) = delete;
+    ExpressionSearch(const ExpressionSearch &) = delete;
+    ExpressionSearch &operator=(const ExpressionSearch &) = delete;
 
     /// Is called now and then while a search takes long; true ends it.
     void setProgress(std::function<bool()> progress) { m_progress = std::move(progress); }
 
-    /// The clock runs between these two only.
+    /// The clock stands still between these two.
+    void pause() { m_used += processorTime() - m_resumed; }
     void resume() { m_resumed = processorTime(); }
-    void pause() {
-        m_used += processorTime() - m_resumed;
-        if (m_used > m_limit)
-            m_status = U_REGEX_TIME_OUT;
-    }
 
     /// Finds the next match; false at the end and when the search is given up.
     bool next() {
         if (m_done)
             return false;
         const bool found = m_anchored ? m_matcher->lookingAt(m_status) : m_matcher->find(m_status);
-        if (found) {
-            m_done = m_anchored;
-            return true;
-        }
-        m_done = true;
-        if (m_used > m_limit)
-            m_status = U_REGEX_TIME_OUT;
         if (m_thrown)
             std::rethrow_exception(std::exchange(m_thrown, nullptr));
-        return false;
+        if (isOutOfTime(++m_matches % MatchesBetweenLooks == 0))
+            m_status = U_REGEX_TIME_OUT;
+        m_done = m_anchored || !found || failed();
+        return found && !failed();
     }
 
-    NSRange range() const { return group(0); }
     void read(NSTextCheckingResult &result) const {
-        if (!result.m_expression)
-            prepare(result);
+        result.m_expression = m_expression;
         result.m_range = group(0);
-        if (const int groups = m_expression->groups(); groups > 0) {
-            NSRange *const ranges = result.m_groups.data();
-            for (int i = 0; i < groups; ++i)
-                ranges[i] = group(i + 1);
-        }
-    }
-    /// The same in two steps: ranges of matches, one after the other, and later results of them.
-    NSRange *read(NSRange *ranges) const {
-        for (int i = 0, groups = m_expression->groups(); i <= groups; ++i)
-            *ranges++ = group(i);
-        return ranges;
-    }
-    NSTextCheckingResult emptyResult() const {
-        NSTextCheckingResult result;
-        prepare(result);
-        return result;
-    }
-    static const NSRange *put(const NSRange *ranges, NSTextCheckingResult &result) {
-        result.m_range = *ranges++;
-        if (const qsizetype groups = result.m_groups.size(); groups > 0) {
-            std::copy_n(ranges, groups, result.m_groups.data());
-            ranges += groups;
-        }
-        return ranges;
+        result.m_groups.resize(m_expression->groups());
+        for (int i = 0; i < m_expression->groups(); ++i)
+            result.m_groups[i] = group(i + 1);
     }
     NSMatchingFlags flags() const {
         if (!m_matcher->hitEnd())
@@ -213,10 +168,6 @@ public:
     }
 
 private:
-    void prepare(NSTextCheckingResult &result) const {
-        result.m_expression = m_expression;
-        result.m_groups.resize(m_expression->groups());
-    }
     // ICU gives -1 for a group that took no part.
     NSRange group(int number) const {
         UErrorCode status = U_ZERO_ERROR;
@@ -225,24 +176,32 @@ private:
             return {NSNotFound, 0};
         return {start + m_offset, m_matcher->end64(number, status) - start};
     }
+    bool isOutOfTime(bool looks) {
+        if (looks) {
+            pause();
+            resume();
+        }
+        return m_used > m_limit;
+    }
     static UBool tick(const void *context, int32_t) {
         // ICU hands the context back as const.
-        auto *search = static_cast<NSRegularExpressionSearch *>(const_cast<void *>(context));
+        auto *search = static_cast<ExpressionSearch *>(const_cast<void *>(context));
+        if (search->isOutOfTime(true))
+            return false;
+        if (!search->m_progress)
+            return true;
+        bool stops = true;
         search->pause();
-        bool goOn = search->m_used <= search->m_limit;
-        if (goOn && search->m_progress) {
-            try {
-                goOn = !search->m_progress();
-            } catch (...) {
-                search->m_thrown = std::current_exception();
-                goOn = false;
-            }
+        try {
+            stops = search->m_progress();
+        } catch (...) {
+            search->m_thrown = std::current_exception();
         }
         search->resume();
-        return goOn;
+        return !stops;
     }
 
-    const std::shared_ptr<const NSCompiledExpression> m_expression;
+    const std::shared_ptr<const CompiledExpression> m_expression;
     const QString m_string;
     const bool m_anchored;
     const qint64 m_limit;
@@ -250,6 +209,7 @@ private:
     std::unique_ptr<icu::RegexMatcher> m_matcher;
     UErrorCode m_status = U_ZERO_ERROR;
     bool m_done = false;
+    qint64 m_matches = 0;
     qint64 m_used = 0;
     qint64 m_resumed = 0;
     std::function<bool()> m_progress;
@@ -267,9 +227,9 @@ public:
             const QChar c = text[i];
             if (c == u'\\' && i + 1 < text.size()) {
                 plain += text[++i];
-            } else if (c == u'$' && i + 1 < text.size() && isDigit(text[i + 1])) {
+            } else if (c == u'$' && i + 1 < text.size() && isASCIIDigit(text[i + 1].unicode())) {
                 qsizetype group = text[++i].unicode() - u'0';
-                while (i + 1 < text.size() && isDigit(text[i + 1]) &&
+                while (i + 1 < text.size() && isASCIIDigit(text[i + 1].unicode()) &&
                        group * 10 + (text[i + 1].unicode() - u'0') <= groups)
                     group = group * 10 + (text[++i].unicode() - u'0');
                 m_pieces.push_back({std::exchange(plain, {}), group <= groups ? group : -1});
@@ -303,12 +263,14 @@ private:
         QString text;
         qsizetype group;
     };
-    static bool isDigit(QChar c) { return c >= u'0' && c <= u'9'; }
-
     std::vector<Piece> m_pieces;
 };
 
 } // namespace
+
+} // namespace zr
+
+using namespace zr;
 
 NSTextCheckingResult NSTextCheckingResult::regularExpressionCheckingResultWithRanges(
     const QList<NSRange> &ranges, const NSRegularExpression &regularExpression) {
@@ -355,9 +317,9 @@ NSRegularExpression::NSRegularExpression(const QString &pattern, NSRegularExpres
         status = U_REGEX_PATTERN_TOO_BIG;
     else if (pattern.isEmpty())
         status = U_ILLEGAL_ARGUMENT_ERROR;
-    std::shared_ptr<const NSCompiledExpression> compiled;
+    std::shared_ptr<const CompiledExpression> compiled;
     if (U_SUCCESS(status))
-        compiled = std::make_shared<NSCompiledExpression>(pattern, options, where, status);
+        compiled = std::make_shared<CompiledExpression>(pattern, options, where, status);
     if (U_SUCCESS(status)) {
         m_compiled = std::move(compiled);
         return;
@@ -391,40 +353,24 @@ void NSRegularExpression::enumerateMatchesInString(const QString &string, NSMatc
                                                    std::optional<NSRange> range, const Block &block) const {
     if (isNil() || string.isNull())
         return;
-    NSRegularExpressionSearch search(m_compiled, string, options, range);
+    ExpressionSearch search(m_compiled, string, options, range);
     bool stop = false;
     if (options & NSMatchingReportProgress)
         search.setProgress([&] {
             block(nullptr, NSMatchingProgress, &stop);
             return stop;
         });
-
-    // Looking at the clock around each block would cost more than many a match: it is done once for a batch.
-    const size_t rangesOfOne = size_t(m_compiled->groups()) + 1;
-    std::vector<NSRange> ranges(rangesOfOne);
-    std::vector<NSMatchingFlags> flags(1);
-    NSTextCheckingResult result = search.emptyResult();
-    for (;;) {
-        size_t found = 0;
-        NSRange *end = ranges.data();
-        search.resume();
-        while (found < flags.size() && search.next()) {
-            end = search.read(end);
-            flags[found++] = search.flags();
-        }
+    NSTextCheckingResult result;
+    while (search.next()) {
+        search.read(result);
         search.pause();
-        const NSRange *next = ranges.data();
-        for (size_t i = 0; i < found && !stop; ++i) {
-            next = search.put(next, result);
-            block(&result, flags[i], &stop);
-        }
+        block(&result, search.flags(), &stop);
+        search.resume();
         if (stop)
             return;
-        if (found < flags.size())
-            break;
-        flags.resize(std::min(flags.size() * 2, LongestBatch));
-        ranges.resize(flags.size() * rangesOfOne);
     }
+    if (stop)
+        return;
     if (search.failed())
         search.logFailure();
     if (options & NSMatchingReportCompletion)
@@ -434,20 +380,23 @@ void NSRegularExpression::enumerateMatchesInString(const QString &string, NSMatc
 
 namespace {
 
-/// Calls `each` with the search for every match, and logs where that doesn't reach the end.
+/// Calls the block with every match until it says false. False, after a line in the log, if the search was given
+/// up, so that the caller can drop what it has.
 template <typename Each>
-void forEachMatch(const std::shared_ptr<const NSCompiledExpression> &expression, const QString &string,
+bool forEachMatch(const std::shared_ptr<const CompiledExpression> &expression, const QString &string,
                   NSMatchingOptions options, std::optional<NSRange> range, Each each) {
     if (!expression || string.isNull())
-        return;
-    NSRegularExpressionSearch search(expression, string, options, range);
-    search.resume();
+        return true;
+    ExpressionSearch search(expression, string, options, range);
+    NSTextCheckingResult result;
     while (search.next()) {
-        if (!each(search))
-            return;
+        search.read(result);
+        if (!each(result))
+            return true;
     }
     if (search.failed())
         search.logFailure();
+    return !search.failed();
 }
 
 } // namespace
@@ -456,42 +405,39 @@ QList<NSTextCheckingResult> NSRegularExpression::matchesInString(const QString &
                                                                  NSMatchingOptions options,
                                                                  std::optional<NSRange> range) const {
     QList<NSTextCheckingResult> results;
-    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
-        search.read(results.emplace_back());
-        return true;
-    });
-    return results;
+    const bool isWhole =
+        forEachMatch(m_compiled, string, options, range, [&](const NSTextCheckingResult &result) {
+            results.append(result);
+            return true;
+        });
+    return isWhole ? results : QList<NSTextCheckingResult>();
 }
 
 qsizetype NSRegularExpression::numberOfMatchesInString(const QString &string, NSMatchingOptions options,
                                                        std::optional<NSRange> range) const {
     qsizetype count = 0;
-    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &) {
+    const bool isWhole = forEachMatch(m_compiled, string, options, range, [&](const NSTextCheckingResult &) {
         ++count;
         return true;
     });
-    return count;
+    return isWhole ? count : 0;
 }
 
 std::optional<NSTextCheckingResult>
 NSRegularExpression::firstMatchInString(const QString &string, NSMatchingOptions options,
                                         std::optional<NSRange> range) const {
-    std::optional<NSTextCheckingResult> result;
-    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
-        search.read(result.emplace());
+    std::optional<NSTextCheckingResult> first;
+    forEachMatch(m_compiled, string, options, range, [&](const NSTextCheckingResult &result) {
+        first = result;
         return false;
     });
-    return result;
+    return first;
 }
 
 NSRange NSRegularExpression::rangeOfFirstMatchInString(const QString &string, NSMatchingOptions options,
                                                        std::optional<NSRange> range) const {
-    NSRange first{NSNotFound, 0};
-    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
-        first = search.range();
-        return false;
-    });
-    return first;
+    const auto first = firstMatchInString(string, options, range);
+    return first ? first->range() : NSRange{NSNotFound, 0};
 }
 
 QString NSRegularExpression::stringByReplacingMatchesInString(const QString &string,
@@ -507,22 +453,19 @@ qsizetype NSRegularExpression::replaceMatchesInString(QString &string, NSMatchin
                                                       std::optional<NSRange> range,
                                                       const QString &withTemplate) const {
     const ReplacementTemplate replacement(withTemplate, numberOfCaptureGroups());
-    QString output;
+    QString output = QStringLiteral("");
     qsizetype count = 0, copied = 0;
-    NSTextCheckingResult result;
-    forEachMatch(m_compiled, string, options, range, [&](const NSRegularExpressionSearch &search) {
-        search.read(result);
-        output += QStringView(string).mid(copied, result.range().location - copied);
-        replacement.append(output, result, string, 0);
-        copied = result.range().end();
-        ++count;
-        return true;
-    });
-    if (count > 0) {
-        output += QStringView(string).mid(copied);
-        // A text whose matches have all been replaced by nothing is empty, not nil.
-        string = output.isNull() ? QStringLiteral("") : output;
-    }
+    const bool isWhole =
+        forEachMatch(m_compiled, string, options, range, [&](const NSTextCheckingResult &result) {
+            output += QStringView(string).mid(copied, result.range().location - copied);
+            replacement.append(output, result, string, 0);
+            copied = result.range().end();
+            ++count;
+            return true;
+        });
+    if (!isWhole || count == 0)
+        return 0;
+    string = output.append(QStringView(string).mid(copied));
     return count;
 }
 

@@ -49,9 +49,10 @@ using NSMatchingFlags = quint64;
 ///
 /// No pattern and text hang a caller for ever: a search is given up once it has used five seconds of its
 /// thread's processor time, and a second more for each million units of text, or 128 MB of memory for
-/// backtracking. The matches found until then stand; a line goes to the log, and a block that asked for the
-/// completion is told (NSMatchingInternalError). The time of the blocks themselves doesn't count. The clock
-/// is looked at each 10,000 steps of backtracking.
+/// backtracking. A line then goes to the log, and the operation returns what it returns if nothing matches: no
+/// matches, or the text as it was. Only enumerateMatchesInString() has called its block for the matches before;
+/// a block that asked for the completion is told (NSMatchingInternalError). The time that blocks take doesn't
+/// count.
 class NSRegularExpression {
 public:
     /// Called for each match, in order; `stop` set to true ends the search. The result is null in calls that
@@ -60,7 +61,7 @@ public:
 
     /// A nil expression.
     NSRegularExpression() = default;
-    /// Compiles the pattern. Where that fails the expression is nil, and `error` says why and where
+    /// Compiles the pattern. If that fails the expression is nil, and `error` says why and where
     /// (NSCocoaErrorDomain, 2048). An empty pattern fails. Unknown option bits are kept and mean nothing.
     explicit NSRegularExpression(const QString &pattern, NSRegularExpressionOptions options = 0,
                                  NSError *error = nullptr);
@@ -87,13 +88,13 @@ public:
     std::optional<NSTextCheckingResult> firstMatchInString(const QString &string,
                                                            NSMatchingOptions options = 0,
                                                            std::optional<NSRange> range = {}) const;
-    /// NSNotFound as location, and no length, where there is no match.
+    /// NSNotFound as location, and no length, if there is no match.
     NSRange rangeOfFirstMatchInString(const QString &string, NSMatchingOptions options = 0,
                                       std::optional<NSRange> range = {}) const;
 
-    /// The text with each match replaced. In the template $0 is the match, $1 and so on its groups (empty
-    /// where one took no part); of the digits as many count as make a group that there is. A backslash makes
-    /// the next character plain. A nil text stays nil.
+    /// The text with each match replaced. In the template $0 is the match, $1 and so on are its groups (empty if
+    /// a group took no part); as many digits count as make the number of an existing group. A backslash makes the
+    /// next character plain. A nil text stays nil.
     QString stringByReplacingMatchesInString(const QString &string, NSMatchingOptions options,
                                              std::optional<NSRange> range, const QString &withTemplate) const;
     /// The same in place; gives the number of replacements.
@@ -118,5 +119,5 @@ public:
 private:
     friend class NSTextCheckingResult;
 
-    std::shared_ptr<const NSCompiledExpression> m_compiled;
+    std::shared_ptr<const zr::CompiledExpression> m_compiled;
 };

@@ -1,24 +1,28 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/NSXMLParser.h"
 
-#include "platform/text/SharedTexts.h"
-#include "platform/text/XMLDocumentScan.h"
+#include "platform/text/UTF8.h"
 
+#define XML_DTD // for the limits to what entities come to
+#include <QSet>
 #include <QStringDecoder>
-#include <QXmlStreamReader>
-#include <map>
+#include <exception>
+#include <expat.h>
 #include <utility>
-#include <vector>
 
 namespace {
 
-/// A document may come to this many times its size once entities and defaults are in, and to this many UTF-16
-/// units in any case.
+/// A document may come to this many times its size once entities and defaults are in, and to this much more in
+/// any case.
 constexpr qsizetype LargestGrowth = 5;
 constexpr qsizetype FreeGrowth = 1'000'000;
-constexpr XMLDocumentScan::Limits DocumentLimits{NSXMLParser::MaximumAttributes, 64, 1000};
+/// Entities that refer to others: expat takes a chain of them by recursion.
+constexpr qsizetype MaximumReferringEntities = 1000;
+/// Parts an expanded name; no document can hold it.
+constexpr char NamePart = '\f';
+constexpr qsizetype LargestChunk = 1 << 30;
 
-/// The encoding's name in an XML declaration, nothing where there is none.
+/// The encoding's name in an XML declaration, nothing if there is none.
 QByteArray declaredEncoding(QByteArrayView data) {
     if (data.startsWith("\xEF\xBB\xBF"))
         data = data.sliced(3);
@@ -37,7 +41,7 @@ QByteArray declaredEncoding(QByteArrayView data) {
     return {};
 }
 
-/// How the document's bytes are to be read where it isn't as UTF-8 (XML 1.0, appendix F).
+/// How the document's bytes are read unless as UTF-8 (XML 1.0, appendix F).
 QStringDecoder decoderOf(const QByteArray &data) {
     if (const auto unicode = QStringConverter::encodingForData(data, u'<'))
         return *unicode == QStringConverter::Utf8 ? QStringDecoder() : QStringDecoder(*unicode);
@@ -47,203 +51,326 @@ QStringDecoder decoderOf(const QByteArray &data) {
     return QStringDecoder(name.constData());
 }
 
+struct Name {
+    QString local;
+    QString namespaceURI = QStringLiteral("");
+    QString qualified;
+};
+
+/// Takes "local", "URI local" or "URI local prefix" apart, as expat gives names.
+Name nameOf(QByteArrayView expanded) {
+    const qsizetype uriEnd = expanded.indexOf(NamePart);
+    if (uriEnd < 0)
+        return {NSStringFromUTF8(expanded), QStringLiteral(""), NSStringFromUTF8(expanded)};
+    const qsizetype localEnd = expanded.indexOf(NamePart, uriEnd + 1);
+    const qsizetype localSize = (localEnd < 0 ? expanded.size() : localEnd) - uriEnd - 1;
+    Name name{NSStringFromUTF8(expanded.sliced(uriEnd + 1, localSize)),
+              NSStringFromUTF8(expanded.first(uriEnd)),
+              {}};
+    name.qualified =
+        localEnd < 0 ? name.local : NSStringFromUTF8(expanded.sliced(localEnd + 1)) + u':' + name.local;
+    return name;
+}
+
+/// Calls the block with the name of each reference to an entity, until it says true.
+template <typename Block>
+bool anyReference(QByteArrayView text, Block block) {
+    for (qsizetype at = text.indexOf('&'); at >= 0; at = text.indexOf('&', at + 1)) {
+        const qsizetype end = text.indexOf(';', at);
+        if (end > 0 && text[at + 1] != '#' && block(text.sliced(at + 1, end - at - 1)))
+            return true;
+    }
+    return false;
+}
+
+NSXMLParserError codeOf(XML_Error error) {
+    switch (error) {
+    case XML_ERROR_NO_ELEMENTS:
+    case XML_ERROR_UNCLOSED_TOKEN:
+    case XML_ERROR_PARTIAL_CHAR:
+    case XML_ERROR_UNCLOSED_CDATA_SECTION:
+        return NSXMLParserPrematureDocumentEndError;
+    case XML_ERROR_ATTRIBUTE_EXTERNAL_ENTITY_REF:
+        return NSXMLParserEntityIsExternalError;
+    case XML_ERROR_AMPLIFICATION_LIMIT_BREACH:
+        return NSXMLParserEntityBoundaryError;
+    case XML_ERROR_NO_MEMORY:
+        return NSXMLParserInternalError;
+    default:
+        return NSXMLParserNotWellFormedError;
+    }
+}
+
 } // namespace
 
 /// One parse.
 class NSXMLParser::Run {
 public:
     explicit Run(NSXMLParser &parser) : m_parser(parser), m_delegate(*parser.m_delegate) {}
+    ~Run() { XML_ParserFree(m_expat); }
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
 
     NSError error();
 
 private:
-    NSError read();
-    NSError startElement();
-    NSError readAttributes(QVariantMap &attributes);
-    void endElement();
-    NSError characters();
-    NSError documentType();
-    NSError failure() const;
-    NSError error(NSXMLParserError code, const QString &text) const;
-    NSError excess(const QString &what) const { return error(NSXMLParserEntityBoundaryError, what); }
+    void setUp(bool isTranscoded);
+    void declaration(const XML_Char *version, const XML_Char *, int);
+    void startElement(const XML_Char *name, const XML_Char **attributes);
+    void endElement(const XML_Char *name);
+    void characters(const XML_Char *text, int size);
+    /// Gives the text that was collected to the delegate: markup parts it.
+    void flush();
+    void comment(const XML_Char *) { flush(); }
+    void instruction(const XML_Char *, const XML_Char *) { flush(); }
+    void startNamespace(const XML_Char *prefix, const XML_Char *uri);
+    void endNamespace(const XML_Char *prefix);
+    void startDocumentType(const XML_Char *, const XML_Char *systemId, const XML_Char *publicId, int);
+    void endDocumentType();
+    void entity(const XML_Char *name, int isParameter, const XML_Char *value, int size, const XML_Char *,
+                const XML_Char *, const XML_Char *, const XML_Char *);
+    void attributeDeclaration(const XML_Char *, const XML_Char *, const XML_Char *, const XML_Char *value,
+                              int);
+    void skippedEntity(const XML_Char *name, int isParameter);
+    static int externalEntity(XML_Parser expat, const XML_Char *context, const XML_Char *, const XML_Char *,
+                              const XML_Char *);
+
+    /// Makes a function for expat of an operation. After an error nothing is called any more, and exceptions
+    /// wait until expat is done.
+    template <auto Operation, typename... Arguments>
+    static void call(void *data, Arguments... arguments) {
+        Run &run = *static_cast<Run *>(data);
+        if (run.m_isStopped)
+            return;
+        try {
+            (run.*Operation)(arguments...);
+        } catch (...) {
+            run.m_thrown = std::current_exception();
+            run.stop();
+        }
+        if (run.m_parser.m_aborted)
+            run.refuse(NSXMLParserDelegateAbortedParseError, QStringLiteral("The parse was ended."));
+    }
+    void stop() {
+        m_isStopped = true;
+        XML_StopParser(m_expat, XML_FALSE);
+    }
+    void refuse(NSXMLParserError code, const QString &text) {
+        if (!m_error)
+            m_error = errorHere(code, text);
+        stop();
+    }
+    void refuseExcess(const QString &what) { refuse(NSXMLParserEntityBoundaryError, what); }
+    void refuseMissing() {
+        refuse(NSXMLParserEntityIsExternalError,
+               QStringLiteral("An entity is declared outside the document."));
+    }
+    NSError errorHere(NSXMLParserError code, const QString &text) const;
+    bool refersToUndeclared(QByteArrayView text) const {
+        return anyReference(text,
+                            [this](QByteArrayView name) { return !m_entities.contains(name.toByteArray()); });
+    }
 
     NSXMLParser &m_parser;
     NSXMLParserDelegate &m_delegate;
-    QXmlStreamReader m_reader;
-    const XMLDocumentScan *m_scan = nullptr;
-    SharedTexts m_texts;
+    QByteArray m_utf8;
+    XML_Parser m_expat = nullptr;
+    QByteArray m_text;
     qsizetype m_allowance = 0;
     int m_depth = 0;
-    bool m_mayDeclareType = true;
-    struct Element {
-        QString name;
-        QString namespaceURI;
-        QString qualifiedName;
-    };
-    std::vector<Element> m_open;
-    /// The prefixes that each open element declares, only where some do.
-    struct Mapping {
-        int depth;
-        QString prefix;
-    };
-    std::vector<Mapping> m_mappings;
+    qsizetype m_namespaces = 0;
+    qsizetype m_declaredAttributes = 0;
+    /// Of the document type: names of entities, and texts of those that refer to others.
+    QSet<QByteArray> m_entities{"lt", "gt", "amp", "quot", "apos"};
+    QByteArrayList m_referring;
+    /// There is a part of the document type that isn't read.
+    bool m_isPartlyUnread = false;
+    bool m_isStopped = false;
+    NSError m_error;
+    std::exception_ptr m_thrown;
 };
 
 NSError NSXMLParser::Run::error() {
-    QByteArray utf8 = m_parser.m_data;
-    if (QStringDecoder decoder = decoderOf(utf8); decoder.isValid()) {
-        const QString text = decoder.decode(utf8);
+    m_utf8 = m_parser.m_data;
+    QStringDecoder decoder = decoderOf(m_utf8);
+    if (decoder.isValid()) {
+        const QString text = decoder.decode(m_utf8);
         if (decoder.hasError() || !text.isValidUtf16())
-            return error(NSXMLParserNotWellFormedError,
-                         QStringLiteral("The document isn't in its encoding."));
-        utf8 = text.toUtf8();
-        m_reader.addData(text);
-    } else {
-        m_reader.addData(utf8);
+            return {NSXMLParserErrorDomain,
+                    NSXMLParserNotWellFormedError,
+                    {{NSLocalizedDescriptionKey, QStringLiteral("The document isn't in its encoding.")}}};
+        m_utf8 = text.toUtf8();
     }
-    m_allowance = FreeGrowth + LargestGrowth * utf8.size();
-    const XMLDocumentScan scan(utf8, DocumentLimits);
-    if (!scan.isWithinLimits())
-        return excess(QStringLiteral("Too many attributes or parameter entities."));
-    m_scan = &scan;
-    m_reader.setNamespaceProcessing(m_parser.m_processesNamespaces);
-    m_reader.setEntityExpansionLimit(MaximumEntitySize);
-    return read();
+    setUp(decoder.isValid());
+    XML_Status status = XML_STATUS_OK;
+    qsizetype at = 0;
+    do {
+        const qsizetype size = qMin(m_utf8.size() - at, LargestChunk);
+        status = XML_Parse(m_expat, m_utf8.constData() + at, int(size), at + size == m_utf8.size());
+        at += size;
+    } while (status == XML_STATUS_OK && at < m_utf8.size());
+    if (m_thrown)
+        std::rethrow_exception(m_thrown);
+    if (m_error || status == XML_STATUS_OK)
+        return m_error;
+    const XML_Error code = XML_GetErrorCode(m_expat);
+    return errorHere(codeOf(code), QString::fromLatin1(XML_ErrorString(code)));
 }
 
-NSError NSXMLParser::Run::read() {
-    while (!m_reader.atEnd()) {
-        NSError error;
-        switch (m_reader.readNext()) {
-        case QXmlStreamReader::StartElement:
-            error = startElement();
-            break;
-        case QXmlStreamReader::EndElement:
-            endElement();
-            break;
-        case QXmlStreamReader::Characters:
-            error = characters();
-            break;
-        case QXmlStreamReader::DTD:
-            error = documentType();
-            break;
-        case QXmlStreamReader::EntityReference:
-            error = this->error(NSXMLParserEntityIsExternalError,
-                                QStringLiteral("An entity is declared outside the document."));
-            break;
-        default:
-            break;
-        }
-        if (error)
-            return error;
-        if (m_parser.m_aborted)
-            return this->error(NSXMLParserDelegateAbortedParseError, QStringLiteral("The parse was ended."));
-    }
-    return m_reader.hasError() ? failure() : NSError();
+void NSXMLParser::Run::setUp(bool isTranscoded) {
+    const char *const encoding = isTranscoded ? "UTF-8" : nullptr;
+    m_expat =
+        m_parser.m_processesNamespaces ? XML_ParserCreateNS(encoding, NamePart) : XML_ParserCreate(encoding);
+    if (!m_expat)
+        throw std::bad_alloc();
+    XML_SetUserData(m_expat, this);
+    XML_SetReturnNSTriplet(m_expat, 1);
+    m_allowance = FreeGrowth + LargestGrowth * m_utf8.size();
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(m_expat, float(LargestGrowth));
+    XML_SetBillionLaughsAttackProtectionActivationThreshold(m_expat, quint64(m_allowance));
+    XML_SetParamEntityParsing(m_expat, XML_PARAM_ENTITY_PARSING_ALWAYS);
+    XML_SetXmlDeclHandler(m_expat, call<&Run::declaration>);
+    XML_SetElementHandler(m_expat, call<&Run::startElement>, call<&Run::endElement>);
+    XML_SetCharacterDataHandler(m_expat, call<&Run::characters>);
+    XML_SetCdataSectionHandler(m_expat, call<&Run::flush>, call<&Run::flush>);
+    XML_SetCommentHandler(m_expat, call<&Run::comment>);
+    XML_SetProcessingInstructionHandler(m_expat, call<&Run::instruction>);
+    XML_SetNamespaceDeclHandler(m_expat, call<&Run::startNamespace>, call<&Run::endNamespace>);
+    XML_SetDoctypeDeclHandler(m_expat, call<&Run::startDocumentType>, call<&Run::endDocumentType>);
+    XML_SetEntityDeclHandler(m_expat, call<&Run::entity>);
+    XML_SetAttlistDeclHandler(m_expat, call<&Run::attributeDeclaration>);
+    XML_SetSkippedEntityHandler(m_expat, call<&Run::skippedEntity>);
+    XML_SetExternalEntityRefHandler(m_expat, externalEntity);
 }
 
-NSError NSXMLParser::Run::startElement() {
-    m_mayDeclareType = false;
+void NSXMLParser::Run::declaration(const XML_Char *version, const XML_Char *, int) {
+    if (version && !QByteArrayView(version).startsWith("1."))
+        refuse(NSXMLParserNotWellFormedError, QStringLiteral("An unknown version of XML."));
+}
+
+void NSXMLParser::Run::startElement(const XML_Char *name, const XML_Char **attributes) {
+    flush();
     if (++m_depth > MaximumDepth)
-        return excess(QStringLiteral("Elements are nested too deeply."));
-    const bool processesNamespaces = m_parser.m_processesNamespaces;
-    if (processesNamespaces) {
-        const QXmlStreamNamespaceDeclarations declarations = m_reader.namespaceDeclarations();
-        for (const QXmlStreamNamespaceDeclaration &declaration : declarations) {
-            const QString prefix = m_texts.text(declaration.prefix());
-            for (auto at = m_mappings.crbegin(); at != m_mappings.crend() && at->depth == m_depth; ++at) {
-                if (at->prefix == prefix)
-                    return error(NSXMLParserNotWellFormedError,
-                                 QStringLiteral("A namespace is declared twice."));
-            }
-            m_mappings.push_back({m_depth, prefix});
-            if (m_parser.m_reportsPrefixes)
-                m_delegate.parserDidStartMappingPrefix(m_parser, m_mappings.back().prefix,
-                                                       m_texts.text(declaration.namespaceUri()));
-        }
-        if (m_mappings.size() > MaximumAttributes)
-            return excess(QStringLiteral("Too many namespaces."));
-    }
-    QVariantMap attributes;
-    if (NSError error = readAttributes(attributes))
-        return error;
-    const QString qualifiedName = m_texts.name(m_reader.qualifiedName());
-    m_open.push_back({processesNamespaces ? m_texts.name(m_reader.name()) : qualifiedName,
-                      m_texts.name(m_reader.namespaceUri()), qualifiedName});
-    const Element &element = m_open.back();
-    m_delegate.parserDidStartElement(m_parser, element.name, element.namespaceURI, element.qualifiedName,
-                                     attributes);
-    return {};
-}
-
-NSError NSXMLParser::Run::readAttributes(QVariantMap &attributes) {
-    const QXmlStreamAttributes given = m_reader.attributes();
-    std::map<QString, QVariant> entries;
-    for (const QXmlStreamAttribute &attribute : given) {
-        m_allowance -= attribute.qualifiedName().size() + attribute.value().size();
+        return refuseExcess(QStringLiteral("Elements are nested too deeply."));
+    // Expat takes an entity that it doesn't know for an empty one in an attribute. Within an entity's text this
+    // is the reference to the entity, whose text was looked at before.
+    if (m_isPartlyUnread && refersToUndeclared(QByteArrayView(m_utf8).sliced(
+                                XML_GetCurrentByteIndex(m_expat), XML_GetCurrentByteCount(m_expat))))
+        return refuseMissing();
+    QVariantMap entries;
+    for (qsizetype count = 1; *attributes; attributes += 2, ++count) {
+        if (count > MaximumAttributes)
+            return refuseExcess(QStringLiteral("Too many attributes."));
+        const QString attribute = nameOf(attributes[0]).qualified;
+        const QString value = NSStringFromUTF8(attributes[1]);
+        m_allowance -= attribute.size() + value.size();
         if (m_allowance < 0)
-            return excess(QStringLiteral("Attributes make the document too large."));
-        const QString name = m_texts.name(attribute.qualifiedName());
-        const QString value = m_texts.text(attribute.value());
-        if (given.size() == 1)
-            attributes = m_texts.dictionary(name, value);
-        else
-            entries.emplace_hint(entries.cend(), name, value);
+            return refuseExcess(QStringLiteral("Attributes make the document too large."));
+        entries.insert(attribute, value);
     }
-    if (!entries.empty())
-        attributes = QVariantMap(std::move(entries));
-    return {};
+    const Name element = nameOf(name);
+    m_delegate.parserDidStartElement(m_parser, element.local, element.namespaceURI, element.qualified,
+                                     entries);
 }
 
-void NSXMLParser::Run::endElement() {
-    const Element element = std::move(m_open.back());
-    m_open.pop_back();
-    m_delegate.parserDidEndElement(m_parser, element.name, element.namespaceURI, element.qualifiedName);
-    for (; !m_mappings.empty() && m_mappings.back().depth == m_depth; m_mappings.pop_back()) {
-        if (m_parser.m_reportsPrefixes)
-            m_delegate.parserDidEndMappingPrefix(m_parser, m_mappings.back().prefix);
-    }
+void NSXMLParser::Run::endElement(const XML_Char *name) {
+    flush();
     --m_depth;
+    const Name element = nameOf(name);
+    m_delegate.parserDidEndElement(m_parser, element.local, element.namespaceURI, element.qualified);
 }
 
-NSError NSXMLParser::Run::characters() {
-    const QStringView text = m_reader.text();
-    m_allowance -= text.size();
+void NSXMLParser::Run::characters(const XML_Char *text, int size) {
+    m_allowance -= size;
     if (m_allowance < 0)
-        return excess(QStringLiteral("Entities make the document too large."));
-    if (m_depth > 0 && !text.isEmpty())
-        m_delegate.parserFoundCharacters(m_parser, m_texts.text(text));
-    return {};
+        return refuseExcess(QStringLiteral("Entities make the document too large."));
+    m_text.append(text, size);
 }
 
-NSError NSXMLParser::Run::documentType() {
-    // The reader takes it anywhere.
-    if (!std::exchange(m_mayDeclareType, false))
-        return error(NSXMLParserNotWellFormedError, QStringLiteral("A document type is out of its place."));
-    const QXmlStreamEntityDeclarations declarations = m_reader.entityDeclarations();
-    if (declarations.isEmpty())
-        return {};
-    // The reader takes an external entity for an empty one, and puts a whole run of references into one text.
-    const auto replacements = m_scan->replacements(declarations, m_allowance);
-    if (replacements.isExternal)
-        return error(NSXMLParserEntityIsExternalError, QStringLiteral("An entity is external."));
-    return replacements.size < m_allowance ? NSError()
-                                           : excess(QStringLiteral("Entities make the document too large."));
+void NSXMLParser::Run::flush() {
+    if (!m_text.isEmpty())
+        m_delegate.parserFoundCharacters(m_parser, NSStringFromUTF8(std::exchange(m_text, {})));
 }
 
-NSError NSXMLParser::Run::failure() const {
-    return error(m_reader.error() == QXmlStreamReader::PrematureEndOfDocumentError
-                     ? NSXMLParserPrematureDocumentEndError
-                     : NSXMLParserNotWellFormedError,
-                 m_reader.errorString());
+void NSXMLParser::Run::startNamespace(const XML_Char *prefix, const XML_Char *uri) {
+    flush();
+    if (++m_namespaces > MaximumAttributes)
+        return refuseExcess(QStringLiteral("Too many namespaces."));
+    const QByteArrayView name(uri);
+    if (name.size() > MaximumNamespaceLength)
+        return refuseExcess(QStringLiteral("A namespace is too long."));
+    if (m_parser.m_reportsPrefixes)
+        m_delegate.parserDidStartMappingPrefix(m_parser, NSStringFromUTF8(prefix ? prefix : ""),
+                                               NSStringFromUTF8(name));
 }
 
-NSError NSXMLParser::Run::error(NSXMLParserError code, const QString &text) const {
+void NSXMLParser::Run::endNamespace(const XML_Char *prefix) {
+    --m_namespaces;
+    if (m_parser.m_reportsPrefixes)
+        m_delegate.parserDidEndMappingPrefix(m_parser, NSStringFromUTF8(prefix ? prefix : ""));
+}
+
+void NSXMLParser::Run::startDocumentType(const XML_Char *, const XML_Char *systemId, const XML_Char *publicId,
+                                         int) {
+    m_isPartlyUnread = systemId || publicId;
+}
+
+void NSXMLParser::Run::endDocumentType() {
+    if (!m_isPartlyUnread)
+        return;
+    for (const QByteArray &text : std::as_const(m_referring)) {
+        if (refersToUndeclared(text))
+            return refuseMissing();
+    }
+}
+
+void NSXMLParser::Run::entity(const XML_Char *name, int isParameter, const XML_Char *value, int size,
+                              const XML_Char *, const XML_Char *, const XML_Char *, const XML_Char *) {
+    if (!isParameter)
+        m_entities.insert(name);
+    const QByteArrayView text(value, value ? size : 0);
+    if (!anyReference(text, [](QByteArrayView) { return true; }))
+        return;
+    m_referring.append(text.toByteArray());
+    if (m_referring.size() > MaximumReferringEntities)
+        refuseExcess(QStringLiteral("Too many entities refer to others."));
+}
+
+void NSXMLParser::Run::attributeDeclaration(const XML_Char *, const XML_Char *, const XML_Char *,
+                                            const XML_Char *value, int) {
+    // Expat goes through all of them at each element.
+    if (++m_declaredAttributes > MaximumAttributes)
+        return refuseExcess(QStringLiteral("Too many attributes are declared."));
+    const QByteArrayView literal = QByteArrayView(m_utf8).sliced(XML_GetCurrentByteIndex(m_expat));
+    const bool isInPlace = literal.startsWith('"') || literal.startsWith('\''); // not in a parameter entity
+    if (m_isPartlyUnread && value && isInPlace &&
+        refersToUndeclared(literal.first(literal.indexOf(literal[0], 1) + 1)))
+        refuseMissing();
+}
+
+void NSXMLParser::Run::skippedEntity(const XML_Char *, int isParameter) {
+    if (!isParameter)
+        return refuseMissing();
+    m_isPartlyUnread = true;
+}
+
+int NSXMLParser::Run::externalEntity(XML_Parser expat, const XML_Char *context, const XML_Char *,
+                                     const XML_Char *, const XML_Char *) {
+    Run &run = *static_cast<Run *>(XML_GetUserData(expat));
+    // Parameter entities and the external subset have no context.
+    if (!context)
+        run.m_isPartlyUnread = true;
+    else
+        run.refuse(NSXMLParserEntityIsExternalError, QStringLiteral("An entity is external."));
+    return context ? XML_STATUS_ERROR : XML_STATUS_OK;
+}
+
+NSError NSXMLParser::Run::errorHere(NSXMLParserError code, const QString &text) const {
     return {NSXMLParserErrorDomain,
             code,
             {{NSLocalizedDescriptionKey, QStringLiteral("Line %1, column %2: %3")
-                                             .arg(m_reader.lineNumber())
-                                             .arg(m_reader.columnNumber() + 1)
+                                             .arg(XML_GetCurrentLineNumber(m_expat))
+                                             .arg(XML_GetCurrentColumnNumber(m_expat) + 1)
                                              .arg(text)}}};
 }
 

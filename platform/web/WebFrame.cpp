@@ -6,7 +6,7 @@
 #include "platform/documents/WebDocumentTraits.h"
 #include "platform/pdf/PDFDocument.h"
 #include "platform/print/PagePreparation.h"
-#include "platform/text/WebDataURL.h"
+#include "platform/text/DataURL.h"
 #include "platform/values/NSLog.h"
 #include "platform/web/WebError.h"
 #include "platform/web/WebPage.h"
@@ -111,7 +111,7 @@ void WebFrame::loadRequest(const QUrl &url) {
         return;
     }
     if (url.scheme() == QLatin1StringView("data")) {
-        const WebDataURL data(url.toEncoded(QUrl::RemoveFragment));
+        const zr::DataURL data(url.toEncoded(QUrl::RemoveFragment));
         loadData(data.body(), QString::fromLatin1(data.mimeType()), QString::fromLatin1(data.charset()));
         return;
     }

@@ -100,6 +100,19 @@ TEST(ZRJSON, OtherDictionariesAndArraysAreConvertedToo) {
     EXPECT_EQ(jsonObject(QStringList{u"a"_s}), QVariant(QVariantList{u"a"_s}));
 }
 
+TEST(ZRJSON, KeysThatAreNoTextsAreRefused) {
+    const QVariant numbers = QVariant::fromValue(QMap<int, QVariant>{{1, 1}});
+    EXPECT_THROW(jsonObject(numbers), NSException);
+    EXPECT_THROW(jsonObject(QVariantList{QVariantMap{{u"a"_s, numbers}}}), NSException);
+    EXPECT_THROW(jsonObject(QVariant::fromValue(QHash<double, QVariant>{{1.5, 1}})), NSException);
+    EXPECT_EQ(jsonObject(QVariant::fromValue(QMap<QString, int>{{u"a"_s, 1}})),
+              QVariant(QVariantMap{{u"a"_s, 1}}));
+}
+
+TEST(ZRJSON, WholeNumbersAreWrittenWithoutAnExponent) {
+    EXPECT_EQ(toJSON(fromJSON(u"[100000.0,1e10,0.5]")), u"[100000,10000000000,0.5]"_s);
+}
+
 TEST(ZRJSON, AnythingElseIsItself) {
     const QVariant values[] = {u"text"_s,
                                u""_s,

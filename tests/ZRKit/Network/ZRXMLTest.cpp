@@ -39,6 +39,12 @@ protected:
 
 } // namespace
 
+TEST(ZRXML, LiteralsAreTexts) {
+    EXPECT_EQ(ZRXML::dictionaryByParsingXML(u"<a b='1'/>"), (Map{{u"b"_s, u"1"_s}}));
+    EXPECT_EQ(ZRXML().parse(u"<a b='1'/>"), (Map{{u"b"_s, u"1"_s}}));
+    EXPECT_EQ(ZRXML().parseString(u"<a b='1'/>"), (Map{{u"b"_s, u"1"_s}}));
+}
+
 TEST(ZRXML, ElementsAreDictionariesWithAttributesChildrenAndText) {
     EXPECT_EQ(tree("<a id=\"1\"><b>x</b></a>"),
               (Map{{u"id"_s, u"1"_s}, {u"$b"_s, List{Map{{u"_content"_s, u"x"_s}}}}}));

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "ZRKit/Values/NSData+ZRKitBase64.h"
 #include "ZRKit/Values/NSString+ZRKit.h"
+#include "ZRKit/Values/NSString+ZRKitBase64.h"
 
 #include "platform/base/NSException.h"
 #include "platform/text/NSAttributedString.h"
@@ -97,6 +99,8 @@ TEST(NSString, TheDefaultStandsForBlankTexts) {
 TEST(NSString, CaseMappingIsUnicodes) {
     EXPECT_EQ(ZRKit::upper(u(u"straße ǆ é ﬁ")), u(u"STRASSE Ǆ É FI"));
     EXPECT_EQ(ZRKit::lower(u(u"ÀÉ Ǆ 𐐀")), u(u"àé ǆ 𐐨"));
+    EXPECT_EQ(ZRKit::lower(u"ΟΔΥΣΣΕΥΣ ΣΑΣ Σ"), u(u"οδυσσευς σας σ"));
+    EXPECT_EQ(ZRKit::upper(u"οδυσσευς"), u(u"ΟΔΥΣΣΕΥΣ"));
     for (const auto map : {ZRKit::lower, ZRKit::upper}) {
         EXPECT_TRUE(isEmptyText(map(nothing)));
         EXPECT_TRUE(map(nil).isNull());
@@ -308,21 +312,66 @@ TEST(NSString, EditDistanceQuotientIsOfTheMeanLength) {
     EXPECT_DOUBLE_EQ(ZRKit::computeLevenshteinDistanceQuotientWithString(nil, u(u"abc")), 0);
 }
 
-TEST(NSString, LongAndShortPartsAreFoundAlike) {
+TEST(NSString, EditDistanceIsThatOfTheWholeTable) {
     std::mt19937 random(1);
-    for (int round = 0; round < 2000; ++round) {
-        QString text;
-        for (int i = 0; i < 300; ++i)
-            text += QChar(random() % 2 ? u'a' : u'b');
-        const QString part = text.mid(qsizetype(random() % 200), qsizetype(1 + random() % 60));
-        const QString with(qsizetype(random() % 3), u'-');
-        const QString replacement = with.isNull() ? nothing : with;
-        ASSERT_EQ(ZRKit::replace(text, part, replacement), QString(text).replace(part, replacement));
-        QStringList pieces;
-        for (const QVariant &piece : ZRKit::splitBy(text, part))
-            pieces.append(piece.toString());
-        ASSERT_EQ(pieces, text.split(part));
+    const auto randomText = [&] {
+        QString text(qsizetype(1 + random() % 40), Qt::Uninitialized);
+        for (QChar &unit : text)
+            unit = u"abc𝄞"[random() % 5];
+        return text;
+    };
+    for (int round = 0; round < 500; ++round) {
+        const QString a = randomText(), b = randomText();
+        std::vector<std::vector<qint64>> table(size_t(a.size()) + 1,
+                                               std::vector<qint64>(size_t(b.size()) + 1));
+        for (size_t i = 0; i < table.size(); ++i) {
+            for (size_t j = 0; j < table[i].size(); ++j) {
+                if (i == 0 || j == 0)
+                    table[i][j] = qint64(i + j);
+                else
+                    table[i][j] = std::min(
+                        {table[i - 1][j] + 1, table[i][j - 1] + 1,
+                         table[i - 1][j - 1] + (a[qsizetype(i) - 1] == b[qsizetype(j) - 1] ? 0 : 1)});
+            }
+        }
+        ASSERT_EQ(ZRKit::computeLevenshteinDistanceWithString(a, b), table.back().back()) << a.toStdString();
     }
+}
+
+TEST(NSString, LiteralsViewsAndCharactersAreTexts) {
+    EXPECT_EQ(ZRKit::strip(u" a "), u(u"a"));
+    EXPECT_EQ(ZRKit::strip(QStringView(u" a ")), u(u"a"));
+    EXPECT_EQ(ZRKit::strip(QLatin1StringView(" a ")), u(u"a"));
+    EXPECT_EQ(ZRKit::len(u"𝄞"), 2);
+    EXPECT_TRUE(ZRKit::contains(u"hello", u"ell"));
+    EXPECT_EQ(ZRKit::splitBy(u"a,b", u',').size(), 2);
+    EXPECT_EQ(ZRKit::sliceFrom(u"hello", 1, 3), u(u"el"));
+    EXPECT_EQ(ZRKit::urlEncode(u"a b"), u(u"a%20b"));
+    EXPECT_EQ(ZRKit::urlEncode(u'+'), u(u"%2B"));
+    EXPECT_EQ(ZRKit::urlEncode(QChar(u'ä')), u(u"%C3%A4"));
+    EXPECT_EQ(ZRKit::urlEncode(43), u(u"43"));
+    EXPECT_EQ(ZRKit::replace(u"a b", u" ", u"+"), u(u"a+b"));
+    EXPECT_EQ(ZRKit::replace(u"a b", u' ', u'+'), u(u"a+b"));
+    EXPECT_EQ(ZRKit::replace(u"a b", QChar(u' '), QChar(u'+')), u(u"a+b"));
+    EXPECT_EQ(ZRKit::replace(u"a b", u" ", '+'), u(u"a+b"));
+    EXPECT_EQ(ZRKit::replace(u"a b", u" ", QLatin1StringView("+")), u(u"a+b"));
+    EXPECT_EQ(ZRKit::replace(u"a b", u" ", 43), u(u"a43b"));
+    EXPECT_EQ(ZRKit::replace(u"a b", u" ", 1.5), u(u"a1.5b"));
+    EXPECT_EQ(ZRKit::replace(u"a b", u" ", QVariant(u(u"+"))), u(u"a+b"));
+    EXPECT_TRUE(ZRKit::eq(u"a", u"a"));
+    EXPECT_TRUE(ZRKit::eq(u"a", u'a'));
+    EXPECT_FALSE(ZRKit::eq(u"97", 97));
+    EXPECT_EQ(ZRKit::computeLevenshteinDistanceWithString(u"kitten", u"sitting"), 3);
+    EXPECT_EQ(ZRKit::base64EncodedString(u"Man"), u(u"TWFu"));
+    EXPECT_EQ(ZRKit::dataWithBase64DecodedString(u"TWFu"), "Man");
+    EXPECT_EQ(ZRKit::dataWithBase64EncodedString(u"TWFu"), "Man");
+    EXPECT_EQ(ZRKit::dataURLWithMimeType("Man", u"text/plain"), u(u"data:text/plain;base64,TWFu"));
+    EXPECT_EQ(ZRKit::replaceRegEx(u"x12", NSRegularExpression(u(u"\\d")), u"-"), u(u"x--"));
+    // nil stays nil, however it is given.
+    EXPECT_TRUE(ZRKit::strip(QStringView()).isNull());
+    EXPECT_TRUE(isEmptyText(ZRKit::strip(u"")));
+    EXPECT_TRUE(ZRKit::data(QString()).isNull());
+    EXPECT_EQ(ZRKit::replace(u"a b", u" ", QStringView()), u(u"a b"));
 }
 
 TEST(NSString, TheRangeIsTheWholeText) {

@@ -38,18 +38,6 @@ TEST(NSStringURL, EveryCharacterIsEncodedByTheRule) {
     }
 }
 
-TEST(NSStringURL, RandomTextsAreEncodedAsQtEncodesThem) {
-    std::mt19937 random(1);
-    for (int round = 0; round < 5000; ++round) {
-        QString text;
-        for (unsigned count = random() % 40; count > 0; --count) {
-            const char32_t c = random() % (random() % 4 ? 0x80 : 0x11000);
-            text += QChar::fromUcs4(QChar::isSurrogate(c) ? U'x' : c);
-        }
-        ASSERT_EQ(ZRKit::urlEncode(text), QString::fromLatin1(QUrl::toPercentEncoding(text)));
-    }
-}
-
 TEST(NSStringURL, HalfASurrogatePairIsEncodedAsTheReplacementCharacter) {
     const QString text = QStringLiteral("a") + QChar(0xd834) + QStringLiteral("b") + QChar(0xdd1e);
     EXPECT_EQ(ZRKit::urlEncode(text), QStringLiteral("a%EF%BF%BDb%EF%BF%BD"));

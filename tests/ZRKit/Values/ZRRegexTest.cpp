@@ -246,3 +246,28 @@ TEST(ZRRegex, ManyThreadsShareTheCacheAndItsObjects) {
         thread.join();
     EXPECT_EQ(right, 8 * 300);
 }
+
+TEST(ZRRegex, ManyNamesAreFoundInOnePass) {
+    constexpr int Names = 20'000;
+    QString pattern;
+    for (int i = 0; i < Names; ++i)
+        pattern += u"(?<name%1>a)?"_s.arg(i);
+    const ZRRegex regex(pattern, 0);
+    ASSERT_TRUE(regex.regex());
+    EXPECT_EQ(regex.regex().pattern(), u"(a)?"_s.repeated(Names));
+    EXPECT_EQ(regex.groupNameMappings()->size(), Names);
+    EXPECT_EQ(regex.groupNameMappings()->value(u"name19999"_s), QVariant(qlonglong(Names)));
+}
+
+TEST(ZRRegex, ASearchThatIsGivenUpGivesNoMatches) {
+    LogCapture log;
+    const QString text = u"cc"_s + QString(20'000'000, u'a');
+    EXPECT_EQ(ZRRegex(u"(?:a|(?<b>b))*c"_s).allStringMatchesinString(text), QVariantList());
+    EXPECT_EQ(log.count(u"The search for "_s), 1);
+}
+
+TEST(ZRRegex, LiteralsAreTexts) {
+    const ZRRegex regex(u"(?<year>\\d{4})");
+    EXPECT_EQ(regex.allStringMatchesinString(u"1999 2024"), (QVariantList{u"1999"_s, u"2024"_s}));
+    EXPECT_EQ(firstMatch(regex, u"in 2024"_s)[u"year"], u"2024"_s);
+}

@@ -16,6 +16,7 @@
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace zr;
 
 /// From here on, this process can take only so many bytes more.
 void allowNoMoreMemoryThan(rlim_t more) {

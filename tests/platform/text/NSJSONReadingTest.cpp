@@ -133,7 +133,6 @@ std::vector<Accepted> accepted() {
         {"much smaller", "[-1e-400]", real(-0.0)},
         {"small by its zeros", "[0.0000000001e-320]", real(0.0)},
         {"a negative exponent without bound", "[123e-10000000000000000000000000]", real(0.0)},
-        {"zero with an exponent without bound", "[0e999999999999999999999]", real(0.0)},
         {"large exponent of a small fraction", "[0.00000000000000000001e320]", real(1e300)},
         {"small exponent of a large integer", "[1000000000000000000000e-330]", real(1e-309)},
 
@@ -275,6 +274,7 @@ const Refused refused[] = {
     {"larger than any double", "[1.8e308]"},
     {"much larger than any double", "[-1e400]"},
     {"an exponent without bound", "[1e99999999999999999999999]"},
+    {"zero with an exponent without bound", "[0e999999999999999999999]"},
     {"large by its digits", "[100000000000000000000e300]"},
     {"rounds to infinity", "[1.797693134862315808e308]"},
 
@@ -450,11 +450,10 @@ TEST(NSJSONReading, TheErrorSaysWhere) {
     EXPECT_FALSE(NSJSONSerialization::JSONObjectWithData("[1,\n  x]", 0, &error).isValid());
     EXPECT_EQ(error.domain(), NSCocoaErrorDomain);
     EXPECT_EQ(error.code(), 3840);
-    EXPECT_EQ(error.localizedDescription(),
-              u"The text is not JSON: no value where one is due (line 2, byte 3)"_s);
+    EXPECT_EQ(error.localizedDescription(), u"The text is not JSON: Invalid value. (line 2, byte 3)"_s);
     EXPECT_FALSE(NSJSONSerialization::JSONObjectWithData(QByteArray(), 0, &error).isValid());
     EXPECT_EQ(error.localizedDescription(),
-              u"The text is not JSON: the text ends where a value is due (line 1, byte 1)"_s);
+              u"The text is not JSON: The document is empty. (line 1, byte 1)"_s);
 }
 
 TEST(NSJSONReading, RepeatedNamesOfEveryLength) {

@@ -98,6 +98,19 @@ TEST(NSJSONWriting, DoublesAreWrittenShortest) {
     EXPECT_EQ(element(123456.789), "123456.789");
 }
 
+TEST(NSJSONWriting, WholeNumbersHaveNoExponentAsFarAsTheyAreExact) {
+    EXPECT_EQ(element(100000.0), "100000");
+    EXPECT_EQ(element(-1e10), "-10000000000");
+    EXPECT_EQ(element(1e15), "1000000000000000");
+    EXPECT_EQ(element(9007199254740991.0), "9007199254740991");
+    EXPECT_EQ(element(-9007199254740992.0), "-9007199254740992");
+    EXPECT_EQ(element(1e16), "1e+16");
+    EXPECT_EQ(element(100000.0f), "100000");
+    EXPECT_EQ(element(16777216.0f), "16777216");
+    EXPECT_EQ(element(100000.5), "100000.5");
+    EXPECT_EQ(element(0.00001), "1e-05");
+}
+
 TEST(NSJSONWriting, AnyDoubleReadsBackAsItself) {
     std::mt19937_64 random(7);
     for (int i = 0; i < 100000; ++i) {
@@ -112,7 +125,7 @@ TEST(NSJSONWriting, AnyDoubleReadsBackAsItself) {
 
 TEST(NSJSONWriting, EscapesWhatItMust) {
     EXPECT_EQ(element(u"\"\\\b\f\n\r\t"_s), R"("\"\\\b\f\n\r\t")");
-    EXPECT_EQ(element(QString(u"\0\u0001\u001f"_s)), R"("\u0000\u0001\u001f")");
+    EXPECT_EQ(element(QString(u"\0\u0001\u001f"_s)), R"("\u0000\u0001\u001F")");
     EXPECT_EQ(element(u"\u007f\u00e9\u20ac\U0001F600\u2028\uffff"_s),
               "\"\x7F\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xE2\x80\xA8\xEF\xBF\xBF\"");
     EXPECT_EQ(write(QVariantMap{{u"a\n\"\u00e9"_s, 1}}), "{\"a\\n\\\"\xC3\xA9\":1}");

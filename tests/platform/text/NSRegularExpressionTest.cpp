@@ -362,6 +362,30 @@ TEST(NSRegularExpression, ASearchThatNeedsTooMuchMemoryIsGivenUp) {
     EXPECT_EQ(log.lines().size(), 1);
 }
 
+TEST(NSRegularExpression, ASearchThatIsGivenUpReturnsWhatAFailedOneReturns) {
+    // Matches at once, then runs out of memory.
+    const NSRegularExpression expression(u"(?:a|(b))*c"_s);
+    const QString text = u"cc"_s + QString(20'000'000, u'a');
+    LogCapture log;
+    EXPECT_TRUE(expression.matchesInString(text).isEmpty());
+    EXPECT_EQ(expression.numberOfMatchesInString(text), 0);
+    EXPECT_EQ(expression.stringByReplacingMatchesInString(text, 0, {}, u"x"_s), text);
+    QString changed = text;
+    EXPECT_EQ(expression.replaceMatchesInString(changed, 0, {}, u"x"_s), 0);
+    EXPECT_EQ(changed, text);
+    EXPECT_EQ(log.count(u"The search for "_s), 4);
+    // What is found before needs no more of the text.
+    EXPECT_EQ(expression.firstMatchInString(text)->range(), (NSRange{0, 1}));
+    EXPECT_EQ(expression.rangeOfFirstMatchInString(text), (NSRange{0, 1}));
+    int calls = 0;
+    expression.enumerateMatchesInString(text, NSMatchingReportCompletion, {},
+                                        [&](auto result, auto flags, auto) {
+                                            EXPECT_EQ(result == nullptr, ++calls == 3);
+                                            EXPECT_EQ(bool(flags & NSMatchingInternalError), calls == 3);
+                                        });
+    EXPECT_EQ(calls, 3);
+}
+
 TEST(NSRegularExpression, ProgressOfALongSearchIsReportedAndMayStopIt) {
     const NSRegularExpression expression(u"(a+)+$"_s);
     const QString text = QString(60, u'a') + u'b';

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "platform/text/WebDataURL.h"
+#include "platform/text/DataURL.h"
 
 #include <QByteArrayList>
 
-WebDataURL::WebDataURL(const QByteArray &url) {
+namespace zr {
+
+DataURL::DataURL(const QByteArray &url) {
     constexpr qsizetype scheme = 5;
     const qsizetype comma = url.indexOf(',');
     if (!url.left(scheme).toLower().startsWith("data:") || comma < 0)
@@ -25,3 +27,5 @@ WebDataURL::WebDataURL(const QByteArray &url) {
     if (m_body.isNull())
         m_body = "";
 }
+
+} // namespace zr
