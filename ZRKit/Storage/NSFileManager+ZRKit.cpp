@@ -9,6 +9,7 @@
 #include "platform/files/UniformTypes.h"
 #include "platform/text/HexText.h"
 #include "platform/values/NSObjectRuntime.h"
+#include "platform/values/ValueKind.h"
 
 #include <algorithm>
 #include <atomic>
