@@ -7,6 +7,7 @@
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
+#include "platform/values/ValueKind.h"
 
 #include <utility>
 

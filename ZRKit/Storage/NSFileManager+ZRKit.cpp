@@ -8,6 +8,7 @@
 #include "platform/files/NSWorkspace.h"
 #include "platform/files/UniformTypes.h"
 #include "platform/values/NSObjectRuntime.h"
+#include "platform/values/ValueKind.h"
 
 #include <algorithm>
 #include <atomic>

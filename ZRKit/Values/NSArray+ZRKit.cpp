@@ -3,11 +3,11 @@
 
 #include "ZRKit/Values/PropertyListCopy.h"
 #include "platform/base/NSException.h"
-#include "platform/predicates/NSPredicate.h"
 #include "platform/predicates/NSSortDescriptor.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSObjectRuntime.h"
 
+#include <QHash>
 #include <QStringList>
 #include <algorithm>
 
@@ -35,7 +35,7 @@ SliceRange sliceRange(qsizetype count, qint64 from, qint64 to) {
     return {qsizetype(location), qsizetype(length)};
 }
 
-QString join(const QVariantList &array, const QString &separator) {
+QString join(const AnyArray &array, const AnyText &separator) {
     QStringList descriptions;
     descriptions.reserve(array.size());
     for (const QVariant &element : array)
@@ -43,8 +43,7 @@ QString join(const QVariantList &array, const QString &separator) {
     return descriptions.isEmpty() ? QStringLiteral("") : descriptions.join(separator);
 }
 
-NSMutableAttributedString joinAttributedStrings(const QVariantList &array,
-                                                const NSAttributedString &separator) {
+NSMutableAttributedString joinAttributedStrings(const AnyArray &array, const NSAttributedString &separator) {
     NSMutableAttributedString joined;
     for (qsizetype i = 0; i < array.size(); ++i) {
         const QVariant &element = array.at(i);
@@ -62,36 +61,47 @@ NSMutableAttributedString joinAttributedStrings(const QVariantList &array,
     return joined;
 }
 
-QVariantList sorted(const QVariantList &array) {
+QVariantList sorted(const AnyArray &array) {
     QVariantList elements = array;
     NSStableSort(elements, NSObjectRuntime::compare);
     return elements;
 }
 
-QVariantList zrSortBy(const QVariantList &array, const QString &key) {
+QVariantList zrSortBy(const AnyArray &array, const AnyText &key) {
     return sortedArrayUsingDescriptors(array, {NSSortDescriptor(key, false)});
 }
 
-QVariantList distinctValues(const QVariantList &array, const QString &keyPath) {
-    return NSKeyValueCoding::valueForKeyPath(array, QStringLiteral("@distinctUnionOfObjects.") + keyPath)
-        .toList();
+std::vector<QVariantList> groupsByValue(const AnyArray &array, const AnyText &keyPath) {
+    if (keyPath.isEmpty())
+        throw NSException(NSInvalidArgumentException, QStringLiteral("Grouping needs a key path."));
+    std::vector<QVariantList> groups;
+    QHash<QVariant, size_t> places;
+    for (const QVariant &element : array) {
+        const QVariant value = NSKeyValueCoding::valueForKeyPath(element, keyPath);
+        if (NSIsNil(value))
+            continue;
+        const auto at = places.constFind(value);
+        const size_t place = at == places.constEnd() ? groups.size() : *at;
+        if (place == groups.size()) {
+            places.insert(value, place);
+            groups.emplace_back();
+        }
+        groups[place].append(element);
+    }
+    return groups;
 }
 
-QVariantList elementsWithValue(const QVariantList &array, const QString &keyPath, const QVariant &value) {
-    return filteredArrayUsingPredicate(
-        array, NSPredicate::predicateWithFormat(QStringLiteral("%K == %@"), keyPath, value));
-}
-
-NSSet set(const QVariantList &array) {
+NSSet set(const AnyArray &array) {
     return NSSet(array.cbegin(), array.cend());
 }
 
-NSSet mutableSet(const QVariantList &array) {
+NSSet mutableSet(const AnyArray &array) {
     return set(array);
 }
 
-std::optional<QVariantList> deepMutableCopy(const QVariantList &array) {
-    return propertyListCopy(array);
+std::optional<QVariantList> deepMutableCopy(const AnyArray &array) {
+    const std::optional<QVariant> copy = propertyListCopy(QVariant(array));
+    return copy ? std::optional(copy->toList()) : std::nullopt;
 }
 
 } // namespace ZRKit

@@ -1,26 +1,41 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/AnyText.h"
 #include "platform/text/NSAttributedString.h"
 #include "platform/values/NSEnumeration.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSSet.h"
 #include "platform/values/NSStableSort.h"
 
-#include <QString>
 #include <QVariantList>
+#include <initializer_list>
 #include <optional>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 /// Arrays: tolerant access, slices, and operations over blocks.
 ///
-/// Arrays are QVariantList; where an operation needs no more of its elements than that they are values it
-/// takes every QList, such as QStringList, and nil is then the element type's default value. Blocks are
-/// called on the caller's thread, in order. A block that changes the very variable that is being enumerated
-/// makes the operation raise NSGenericException (see NSEnumeration.h); what a block throws passes to the
-/// caller.
+/// Arrays are QVariantList and every other QList, such as QStringList; nil is then the element type's default
+/// value. Blocks are called on the caller's thread, in order. A block that changes the very variable that is
+/// being enumerated makes the operation raise NSGenericException; one that only reads it doesn't (see
+/// NSEnumeration.h). What a block raises passes to the caller. Any thread.
 namespace ZRKit {
+
+/// An array as an argument, whatever its elements' type.
+class AnyArray : public QVariantList {
+public:
+    AnyArray() = default;
+    AnyArray(const QVariantList &array) : QVariantList(array) {}
+    AnyArray(std::initializer_list<QVariant> elements) : QVariantList(elements) {}
+    template <typename T>
+    AnyArray(const QList<T> &array) {
+        reserve(array.size());
+        for (const T &element : array)
+            append(QVariant::fromValue(element));
+    }
+};
 
 /// A block's result as an object.
 template <typename T>
@@ -37,7 +52,7 @@ qsizetype len(const QList<T> &array) {
     return array.size();
 }
 
-/// The element at the index; nil where the index is not below the count. A negative index is a huge one.
+/// The element at the index; nil if the index is not below the count. A negative index is a huge one.
 template <typename T>
 T at(const QList<T> &array, quint64 index) {
     return index < quint64(array.size()) ? array.at(qsizetype(index)) : T();
@@ -55,10 +70,6 @@ T last(const QList<T> &array) {
     return array.isEmpty() ? T() : array.constLast();
 }
 
-// What zrGroupBy() is made of: the distinct values for a key path, and the elements that have one of them.
-QVariantList distinctValues(const QVariantList &array, const QString &keyPath);
-QVariantList elementsWithValue(const QVariantList &array, const QString &keyPath, const QVariant &value);
-
 /// The range that sliceFrom() means in an array of so many elements; raises NSRangeException.
 struct SliceRange {
     qsizetype location = 0;
@@ -67,8 +78,8 @@ struct SliceRange {
 SliceRange sliceRange(qsizetype count, qint64 from, qint64 to);
 
 /// The elements from `from` up to, not including, `to`. Both count from the end when negative, and 0 as `to`
-/// means the end. Raises NSRangeException where that begins before the first element and asks for more than
-/// there are, and where it begins behind the end with `to` larger still; the slices of strings don't.
+/// means the end. Raises NSRangeException if that begins before the first element and asks for more than
+/// there are, and if it begins behind the end with `to` larger still; the slices of strings don't.
 template <typename T>
 QList<T> sliceFrom(const QList<T> &array, qint64 from, qint64 to) {
     const SliceRange range = sliceRange(array.size(), from, to);
@@ -76,12 +87,11 @@ QList<T> sliceFrom(const QList<T> &array, qint64 from, qint64 to) {
 }
 
 /// The elements' descriptions with the separator between them; the empty string for an empty array.
-QString join(const QVariantList &array, const QString &separator);
+QString join(const AnyArray &array, const AnyText &separator);
 
 /// The attributed strings of an array with the separator between them. Raises NSInvalidArgumentException for
 /// an element that is no attributed string.
-NSMutableAttributedString joinAttributedStrings(const QVariantList &array,
-                                                const NSAttributedString &separator);
+NSMutableAttributedString joinAttributedStrings(const AnyArray &array, const NSAttributedString &separator);
 
 /// The block's results in order, those that are nil left out.
 template <typename T, typename Block>
@@ -117,7 +127,7 @@ QList<T> zrFilter(const QList<T> &array, Block block) {
     return zrSelect(array, std::move(block));
 }
 
-/// The first element for which the block answers true, and no further call; nil where there is none.
+/// The first element for which the block answers true, with no further call; nil if there is none.
 template <typename T, typename Block>
 T zrMatch(const QList<T> &array, Block block) {
     const NSEnumeration enumeration(array);
@@ -137,15 +147,18 @@ T zrAny(const QList<T> &array, Block block) {
 }
 
 /// The accumulator after all elements: `block(accumulator, element)` makes the next from the one before, the
-/// first of which is `initial`.
-template <typename T, typename Accumulator, typename Block>
-Accumulator zrReduce(const QList<T> &array, Accumulator initial, Block block) {
+/// first of which is `initial`. Its type is one that holds both `initial` and what the block gives: a double
+/// for a start of 0 and a block of doubles.
+template <typename T, typename Initial, typename Block>
+auto zrReduce(const QList<T> &array, Initial initial, Block block) {
+    using Accumulator = std::common_type_t<Initial, std::invoke_result_t<Block &, Initial, const T &>>;
+    Accumulator accumulator = std::move(initial);
     const NSEnumeration enumeration(array);
     for (const T &element : enumeration.elements()) {
-        initial = block(std::move(initial), element);
+        accumulator = block(std::move(accumulator), element);
         enumeration.verify();
     }
-    return initial;
+    return accumulator;
 }
 
 /// A sorted copy: `block(a, b)` answers whether a comes before b. Elements of which neither comes before the
@@ -164,23 +177,23 @@ QList<T> zrSorted(const QList<T> &array, Block block) {
 
 /// A copy sorted by the elements' "compare:", see NSObjectRuntime::compare(); equal elements stay in their
 /// order. Raises NSInvalidArgumentException for elements that have no order.
-QVariantList sorted(const QVariantList &array);
+QVariantList sorted(const AnyArray &array);
 
 /// A copy sorted by the elements' values for the key, in DESCENDING order: the largest first. Equal ones stay
 /// in their order, elements without a value come last.
-QVariantList zrSortBy(const QVariantList &array, const QString &key);
+QVariantList zrSortBy(const AnyArray &array, const AnyText &key);
+
+/// What zrGroupBy() calls its block with.
+std::vector<QVariantList> groupsByValue(const AnyArray &array, const AnyText &keyPath);
 
 /// The results, without those that are nil, of the block over arrays of the elements that have the same value
-/// for the key path, in the order in which the values first appear. Elements whose value is nil are in none
-/// of them.
-template <typename Block>
-QVariantList zrGroupBy(const QVariantList &array, const QString &keyPath, Block block) {
+/// for the key path (see NSObjectRuntime::isEqual()), in the order in which the values first appear. Elements
+/// whose value is nil are in none of them.
+template <typename T, typename Block>
+QVariantList zrGroupBy(const QList<T> &array, const AnyText &keyPath, Block block) {
     QVariantList results;
     const NSEnumeration enumeration(array);
-    for (const QVariant &value : distinctValues(enumeration.elements(), keyPath)) {
-        const QVariantList group = elementsWithValue(enumeration.elements(), keyPath, value);
-        if (group.isEmpty())
-            continue;
+    for (const QVariantList &group : groupsByValue(enumeration.elements(), keyPath)) {
         QVariant result = blockResult(block(group));
         enumeration.verify();
         if (!NSIsNil(result))
@@ -190,12 +203,12 @@ QVariantList zrGroupBy(const QVariantList &array, const QString &keyPath, Block 
 }
 
 /// The elements, each once.
-NSSet set(const QVariantList &array);
+NSSet set(const AnyArray &array);
 /// The same as set(): every set is one that can be changed.
-NSSet mutableSet(const QVariantList &array);
+NSSet mutableSet(const AnyArray &array);
 
-/// A copy, nested ones included, in which each array is a QVariantList and each dictionary a QVariantMap;
-/// nothing where it holds anything a property list can't: nil, the null marker, sets, URLs, objects.
-std::optional<QVariantList> deepMutableCopy(const QVariantList &array);
+/// A copy in which each array, at any depth, is a QVariantList and each dictionary a QVariantMap; nothing if
+/// it holds anything that a property list can't: nil, the null marker, sets, URLs, objects.
+std::optional<QVariantList> deepMutableCopy(const AnyArray &array);
 
 } // namespace ZRKit

@@ -7,8 +7,8 @@
 
 namespace ZRKit {
 
-/// The distinct members sorted by their counts, the smallest first where the flag is set, the largest first
-/// otherwise. The order of members with equal counts is not defined.
+/// The distinct members sorted by their counts, the smallest first if the flag is set, otherwise the largest
+/// first. The order of members with equal counts is not defined. Any thread.
 QVariantList sortedArrayByCountAscending(const NSCountedSet &set, bool ascending);
 
 } // namespace ZRKit

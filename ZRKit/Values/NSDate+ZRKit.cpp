@@ -167,7 +167,7 @@ QDateTime dateFromRFC3339String(const QString &text) {
 }
 
 QDateTime dateFromUNIXTimestampString(const QString &text) {
-    return fromSeconds(NumberText::doubleValue(text));
+    return fromSeconds(zr::NumberText::doubleValue(text));
 }
 
 QDateTime dateFromUNIXTimestampObject(const QVariant &seconds) {

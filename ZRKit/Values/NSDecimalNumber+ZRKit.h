@@ -6,7 +6,7 @@
 #include <optional>
 
 /// Money helpers on decimal numbers. An amount is an integer of hundredths, such as cents. Nothing here
-/// raises: what cannot be calculated is not-a-number. Any thread.
+/// raises: what can't be calculated is not-a-number. Any thread.
 namespace ZRKit {
 
 /// integer × 10^-places, exactly: 12345 with 2 is 123.45. The exponent is carried in 16 bits.
@@ -19,7 +19,7 @@ NSDecimalNumber decimalNumberWithAmountInteger(qint64 amount);
 /// not-a-number.
 qint64 integerValue(const NSDecimalNumber &number);
 
-/// The number's amount, further places cut off: 12.345 is 1234. Round first where that is not wanted.
+/// The number's amount, further places cut off: 12.345 is 1234. Round first if that is not wanted.
 qint64 amountIntegerValue(const NSDecimalNumber &number);
 
 /// The number rounded to so many decimal places.

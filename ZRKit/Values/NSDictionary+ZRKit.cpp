@@ -5,7 +5,9 @@
 #include "platform/base/NSError.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSObjectRuntime.h"
+#include "platform/values/ValueKind.h"
 
+#include <QMetaProperty>
 #include <QObject>
 #include <QUuid>
 
@@ -29,16 +31,43 @@ bool isCodable(const QVariant &value) {
     }
 }
 
+/// A single value as the kit's own rules, not Qt's, make the type of it.
+QVariant coerced(const QVariant &value, QMetaType type) {
+    switch (kindOf(value)) {
+    case ValueKind::Null:
+    case ValueKind::Array:
+    case ValueKind::Dictionary:
+    case ValueKind::Set:
+    case ValueKind::Object:
+    case ValueKind::Gadget:
+        return value;
+    default:
+        break;
+    }
+    switch (type.id()) {
+    case QMetaType::QString:
+        return toString(value);
+    case QMetaType::QByteArray:
+        return toData(value);
+    case QMetaType::QDateTime:
+        return toDate(value);
+    default:
+        return value;
+    }
+}
+
 } // namespace
 
 void mapValuesToObject(const QVariantMap &dictionary, QObject *object) {
     if (!object)
         return;
-    const QStringList names = NSObjectRuntime::propertyNames(*object->metaObject());
-    for (auto name = names.crbegin(); name != names.crend(); ++name) {
-        const QVariant value = dictionary.value(*name);
+    const QMetaObject &metaObject = *object->metaObject();
+    for (int i = metaObject.propertyCount() - 1; i >= metaObject.propertyOffset(); --i) {
+        const QMetaProperty property = metaObject.property(i);
+        const QString name = QString::fromUtf8(property.name());
+        const QVariant value = dictionary.value(name);
         if (!NSIsNil(value))
-            NSKeyValueCoding::setValueForKey(object, value, *name);
+            NSKeyValueCoding::setValueForKey(object, coerced(value, property.metaType()), name);
     }
 }
 
@@ -58,11 +87,11 @@ std::optional<QVariantMap> dictionaryWithValuesOfObject(const QObject *object) {
 }
 
 std::optional<QVariantMap> deepMutableCopy(const QVariantMap &dictionary) {
-    return propertyListCopy(dictionary);
+    const std::optional<QVariant> copy = propertyListCopy(dictionary);
+    return copy ? std::optional(copy->toMap()) : std::nullopt;
 }
 
-QVariantMap
-ZRDictionaryWithKeysAndObjectsSkipNil(std::initializer_list<std::pair<QString, QVariant>> keysAndObjects) {
+QVariantMap ZRDictionaryWithKeysAndObjectsSkipNil(const QList<std::pair<QString, QVariant>> &keysAndObjects) {
     QVariantMap dictionary;
     for (const auto &[k, object] : keysAndObjects) {
         if (NSIsNil(object) || NSIsNull(object))

@@ -11,12 +11,11 @@
 #include <QStringList>
 #include <QVariantMap>
 #include <concepts>
-#include <initializer_list>
 #include <optional>
 #include <utility>
 
 /// Dictionaries: QVariantMap, and whatever else answers like one (QVariantHash, ZRCollection). Keys are
-/// strings.
+/// strings. Any thread; blocks are called on the caller's.
 namespace ZRKit {
 
 /// Anything that answers value(key) like a dictionary.
@@ -46,10 +45,10 @@ qsizetype len(const Dictionary &dictionary) {
     return dictionary.size();
 }
 
-/// The value for the key; nil where it is missing, where the null marker stands for it, where the lookup
-/// throws, and for a nil key. Empty values are values.
+/// The value for the key; nil if it is missing or the null marker, if the look-up raises, and for a nil key.
+/// Empty values are values.
 template <DictionaryLike Dictionary>
-QVariant key(const Dictionary &dictionary, const QString &k) {
+QVariant key(const Dictionary &dictionary, const AnyText &k) {
     if (k.isNull())
         return {};
     try {
@@ -60,11 +59,11 @@ QVariant key(const Dictionary &dictionary, const QString &k) {
     }
 }
 
-/// key(), or the default where that is nil.
+/// key(), or the default if that is nil.
 template <DictionaryLike Dictionary>
-QVariant key(const Dictionary &dictionary, const QString &k, const QVariant &defaultValue) {
+QVariant key(const Dictionary &dictionary, const AnyText &k, const AnyObject &defaultValue) {
     QVariant value = key(dictionary, k);
-    return NSIsNil(value) ? defaultValue : value;
+    return NSIsNil(value) ? defaultValue.value() : value;
 }
 
 /// The first key() that is not nil, over the keys in order; a null string ends the list. nil for an empty
@@ -83,7 +82,7 @@ QVariant keys(const Dictionary &dictionary, const QStringList &list) {
 
 /// Whether there is an object for the key; the null marker is one.
 template <DictionaryLike Dictionary>
-bool has(const Dictionary &dictionary, const QString &k) {
+bool has(const Dictionary &dictionary, const AnyText &k) {
     return !k.isNull() && !NSIsNil(dictionary.value(k));
 }
 
@@ -104,8 +103,8 @@ Dictionary mergeDict(const Dictionary &dictionary,
     return other ? mergeDict(dictionary, *other) : dictionary;
 }
 
-/// The block's results over all entries, `block(key, object)`, in the order of the keys, those that are nil
-/// left out.
+/// The block's results over all entries, `block(key, object)`, in the order of the keys, without those that
+/// are nil.
 template <WholeDictionary Dictionary, typename Block>
 QVariantList zrFlatten(const Dictionary &dictionary, Block block) {
     QVariantList results;
@@ -120,8 +119,9 @@ QVariantList zrFlatten(const Dictionary &dictionary, Block block) {
     return results;
 }
 
-/// Sets the object's properties to the receiver's values that aren't nil, by key-value coding: of each
-/// property that its class itself declares, not its superclasses, the last declared first.
+/// Sets the object's properties to the receiver's values that aren't nil, by key-value coding: the properties
+/// that its class itself declares, not its superclasses, the last declared first. Single values become the
+/// property's type as toBool(), toInt(), toDouble(), toString(), toData() and toDate() have it.
 void mapValuesToObject(const QVariantMap &dictionary, QObject *object);
 /// The same for a dictionary of another type.
 template <WholeDictionary Dictionary>
@@ -129,33 +129,35 @@ void mapValuesToObject(const Dictionary &dictionary, QObject *object) {
     mapValuesToObject(mergeDict(QVariantMap(), dictionary), object);
 }
 
-/// The values of the properties that the object's class itself declares, by their names, as far as a keyed
-/// archive takes them; nothing where it declares none, and for nil.
+/// The values, by name, of the properties that the object's class itself declares, without those that a keyed
+/// archive doesn't take; nothing if it declares none, and for nil.
 std::optional<QVariantMap> dictionaryWithValuesOfObject(const QObject *object);
 
 /// A copy as deepMutableCopy() of arrays makes it.
 std::optional<QVariantMap> deepMutableCopy(const QVariantMap &dictionary);
 
-/// Adds 1 to the number for the key, as toInt() reads it (0 where it is absent), stores the sum and gives it.
+/// Adds 1 to the number for the key, as toInt() reads it (0 if it is absent), stores the sum and gives it.
+/// Raises NSInvalidArgumentException for a nil key.
 template <MutableDictionary Dictionary>
-qint64 incrementCounterForKey(Dictionary &dictionary, const QString &k) {
+qint64 incrementCounterForKey(Dictionary &dictionary, const AnyText &k) {
+    if (k.isNull())
+        throw NSException(NSInvalidArgumentException, QStringLiteral("The key of a counter can't be nil."));
     // Past the largest number it wraps, as the platform's integers do.
     const auto sum = qint64(quint64(toInt(key(dictionary, k))) + 1);
     dictionary.insert(k, sum);
     return sum;
 }
 
-/// Stores the first argument as the object under the second as the key, where neither is nil.
+/// Stores the first argument as the object under the second as the key, if neither is nil.
 template <MutableDictionary Dictionary>
-void keySet(Dictionary &dictionary, const QVariant &first, const QString &second) {
-    if (!NSIsNil(first) && !second.isNull())
-        dictionary.insert(second, first);
+void keySet(Dictionary &dictionary, const AnyObject &first, const AnyText &second) {
+    if (!first.isNil() && !second.isNull())
+        dictionary.insert(second, first.value());
 }
 
-/// A dictionary of the pairs, key first, without those whose object is nil or the null marker; of equal keys
-/// the later pair wins. It can be changed where it is kept in a variable that isn't const. Raises
-/// NSInvalidArgumentException for an object whose key is nil.
-QVariantMap
-ZRDictionaryWithKeysAndObjectsSkipNil(std::initializer_list<std::pair<QString, QVariant>> keysAndObjects);
+/// A dictionary of the pairs, key first, which may be written in braces or made at run time, without those
+/// whose object is nil or the null marker; of equal keys the later pair wins. Kept in a variable that isn't
+/// const, it can be changed. Raises NSInvalidArgumentException for an object whose key is nil.
+QVariantMap ZRDictionaryWithKeysAndObjectsSkipNil(const QList<std::pair<QString, QVariant>> &keysAndObjects);
 
 } // namespace ZRKit

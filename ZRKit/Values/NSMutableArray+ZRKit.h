@@ -6,7 +6,7 @@
 
 #include <QVariantList>
 
-/// Arrays that are changed.
+/// Arrays that are changed. One thread at a time.
 namespace ZRKit {
 
 /// Removes the element at the index and gives it; a negative index counts from the end, -1 is the last. Out

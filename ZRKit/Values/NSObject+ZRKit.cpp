@@ -2,19 +2,16 @@
 #include "ZRKit/Values/NSObject+ZRKit.h"
 
 #include "ZRKit/Values/NSDate+ZRKit.h"
-#include "platform/base/NSException.h"
+#include "platform/values/Coercion.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
-#include "platform/values/NSSet.h"
 #include "platform/values/NumberText.h"
+#include "platform/values/ValueKind.h"
 
 #include <QStringDecoder>
 #include <QStringEncoder>
 #include <QUrl>
-#include <algorithm>
-#include <cmath>
-#include <limits>
 
 using namespace zr;
 
@@ -22,81 +19,12 @@ namespace ZRKit {
 
 namespace {
 
-QString notNil(const QString &text) {
-    return text.isNull() ? QStringLiteral("") : text;
-}
-
-qint64 integerOf(double number) {
-    if (std::isnan(number))
-        return 0;
-    if (number >= 0x1p63)
-        return std::numeric_limits<qint64>::max();
-    return number < -0x1p63 ? std::numeric_limits<qint64>::min() : qint64(number);
-}
-
-quint64 unsignedOf(double number) {
-    if (number >= 0x1p64)
-        return std::numeric_limits<quint64>::max();
-    return number >= 0x1p63 ? quint64(number) : quint64(integerOf(number));
-}
-
-bool isReal(const QVariant &number) {
-    const int type = number.typeId();
-    return type == QMetaType::Double || type == QMetaType::Float;
-}
-
-qint64 integerOf(const QVariant &number) {
-    switch (number.typeId()) {
-    case QMetaType::Int:
-        return held<int>(number);
-    case QMetaType::LongLong:
-        return held<qlonglong>(number);
-    case QMetaType::Bool:
-        return held<bool>(number);
-    case QMetaType::Double:
-        return integerOf(held<double>(number));
-    case QMetaType::Float:
-        return integerOf(double(held<float>(number)));
-    case QMetaType::ULong:
-    case QMetaType::ULongLong:
-        return qint64(number.toULongLong());
-    default:
-        return number.toLongLong();
-    }
-}
-
-double realOf(const QVariant &number) {
-    switch (number.typeId()) {
-    case QMetaType::Double:
-        return held<double>(number);
-    case QMetaType::Int:
-        return held<int>(number);
-    default:
-        return number.toDouble();
-    }
-}
-
-bool numberIsTrue(const QVariant &number) {
-    if (isReal(number))
-        return realOf(number) != 0;
-    return integerOf(number) != 0;
-}
-
-double secondsOf(const QVariant &date) {
-    return double(held<QDateTime>(date).toMSecsSinceEpoch()) / 1000;
-}
-
 bool isTrueObject(const QVariant &value) {
     for (const char *name : {"count", "length"}) {
         if (const auto size = NSObjectRuntime::answer(value, name))
             return toBool(*size);
     }
     return true;
-}
-
-/// An invalid URL has no text.
-bool hasText(const QUrl &url) {
-    return url.isValid() || !url.toEncoded().isEmpty();
 }
 
 /// stringValue, else description, else the empty string.
@@ -112,75 +40,53 @@ QString textOf(const QVariant &value, ValueKind kind) {
                                                   : NSObjectRuntime::description(value);
 }
 
-/// A component's integer; -1, which no array has, where that is 0 and the component is not "0".
+/// A component's integer; -1, which no array has, if that is 0 and the component is not "0".
 qint64 indexIn(QStringView component) {
-    constexpr qsizetype Short = 18; // so many digits can't overflow
-    qint64 index = 0;
-    for (const QChar c : component) {
-        if (c < QLatin1Char('0') || c > QLatin1Char('9') || component.size() > Short) {
-            index = NumberText::longLongValue(component);
-            break;
-        }
-        index = index * 10 + (c.unicode() - u'0');
-    }
-    const bool isZero = component.size() == 1 && component.front() == QLatin1Char('0');
-    return index == 0 && !isZero ? -1 : index;
+    const qint64 index = NumberText::longLongValue(component);
+    return index == 0 && component != u"0" ? -1 : index;
 }
 
-bool isWildcard(QStringView component) {
-    return component.size() == 1 &&
-           (component.front() == QLatin1Char('*') || component.front() == QLatin1Char('?'));
-}
-
-/// Takes the part before the first slash, and the slash. Components are short: a loop finds it sooner than a
-/// search made for long texts.
-QStringView takeComponent(QStringView &path) {
-    qsizetype length = 0;
-    while (length < path.size() && path[length] != QLatin1Char('/'))
-        ++length;
-    const QStringView component = path.first(length);
-    path = path.sliced(std::min(length + 1, path.size()));
-    return component;
-}
-
-/// A step on a path that is neither a dictionary's nor an array's, or whose element is missing, ends it:
-/// nullptr. `scratch` holds values that had to be made.
-const QVariant *walk(const QVariant *current, QStringView rest, QVariant &scratch) {
-    QVariant made;
-    while (!rest.isEmpty()) {
-        const QStringView component = takeComponent(rest);
+/// Follows the path from a value to one inside it; nullptr if it leads nowhere. `made` holds a value that
+/// isn't stored as one.
+const QVariant *walk(const QVariant *current, QStringView path, QVariant &made) {
+    while (!path.isEmpty()) {
+        const qsizetype slash = path.indexOf(u'/');
+        const QStringView component = slash < 0 ? path : path.first(slash);
+        path = slash < 0 ? QStringView() : path.sliced(slash + 1);
         if (component.isEmpty())
             continue;
-        const int type = current->typeId();
-        if (type == QMetaType::QVariantMap ||
-            (type != QMetaType::QVariantList && kindOf(*current) == ValueKind::Dictionary)) {
+        const ValueKind kind = kindOf(*current);
+        QVariant next;
+        if (kind == ValueKind::Dictionary) {
             // The key only lives for the search, so it needs no memory of its own.
-            current = entryOf(*current, QString::fromRawData(component.data(), component.size()), made);
-        } else if (type != QMetaType::QVariantList && kindOf(*current) != ValueKind::Array) {
+            current = entryOf(*current, QString::fromRawData(component.data(), component.size()), next);
+        } else if (kind != ValueKind::Array) {
             return nullptr;
-        } else if (!isWildcard(component)) {
-            current = elementOf(*current, indexIn(component), made);
-        } else {
+        } else if (component == u"*" || component == u"?") {
             for (const QVariantList elements = arrayOf(*current); const QVariant &element : elements) {
                 QVariant inner;
-                if (const QVariant *found = walk(&element, rest, inner); found && !NSIsNil(*found)) {
-                    scratch = *found;
-                    return &scratch;
+                if (const QVariant *found = walk(&element, path, inner); found && !NSIsNil(*found)) {
+                    made = *found;
+                    return &made;
                 }
             }
             return nullptr;
+        } else {
+            current = elementOf(*current, indexIn(component), next);
         }
         if (!current)
             return nullptr;
-        if (current == &made) {
-            scratch = std::move(made);
-            current = &scratch;
+        if (current == &next) {
+            made = std::move(next);
+            current = &made;
         }
     }
     return current;
 }
 
-void dumpValue(const QVariant &value, const QString &path, QStringList &lines) {
+void dumpValue(const QVariant &given, const QString &path, QStringList &lines) {
+    QVariant made;
+    const QVariant &value = plain(given, made);
     const QString head = path.isEmpty() ? QStringLiteral("/") : path;
     switch (kindOf(value)) {
     case ValueKind::Dictionary: {
@@ -211,85 +117,36 @@ void dumpValue(const QVariant &value, const QString &path, QStringList &lines) {
 } // namespace
 
 bool toBool(const QVariant &receiver) {
-    switch (kindOf(receiver)) {
-    case ValueKind::Number:
-        return numberIsTrue(receiver);
-    case ValueKind::Decimal: {
-        const auto &decimal = held<NSDecimalNumber>(receiver);
-        return !decimal.isZero();
-    }
-    case ValueKind::String:
-        return NumberText::boolValue(held<QString>(receiver));
-    default:
-        return false;
-    }
+    return boolValue(receiver);
 }
 
 qint64 toInt(const QVariant &receiver) {
-    return toLongLong(receiver);
+    return longLongValue(receiver);
 }
 
 qint64 toLong(const QVariant &receiver) {
-    return toLongLong(receiver);
+    return longLongValue(receiver);
 }
 
 qint64 toLongLong(const QVariant &receiver) {
-    switch (kindOf(receiver)) {
-    case ValueKind::Number:
-        return integerOf(receiver);
-    case ValueKind::Decimal:
-        return held<NSDecimalNumber>(receiver).longLongValue();
-    case ValueKind::String:
-        return NumberText::longLongValue(held<QString>(receiver));
-    default:
-        return 0;
-    }
+    return longLongValue(receiver);
 }
 
 quint64 toUnsignedLongLong(const QVariant &receiver) {
-    switch (kindOf(receiver)) {
-    case ValueKind::Number:
-        return isReal(receiver) ? unsignedOf(receiver.toDouble()) : quint64(integerOf(receiver));
-    case ValueKind::Decimal:
-        return held<NSDecimalNumber>(receiver).unsignedLongLongValue();
-    case ValueKind::String:
-        return NumberText::unsignedLongLongValue(held<QString>(receiver));
-    default:
-        return 0;
-    }
+    return unsignedLongLongValue(receiver);
 }
 
 float toFloat(const QVariant &receiver) {
-    switch (kindOf(receiver)) {
-    case ValueKind::Number:
-        return receiver.toFloat();
-    case ValueKind::Decimal:
-        return held<NSDecimalNumber>(receiver).floatValue();
-    case ValueKind::String:
-        return NumberText::floatValue(held<QString>(receiver));
-    case ValueKind::Date:
-        return float(secondsOf(receiver));
-    default:
-        return 0;
-    }
+    return floatValue(receiver);
 }
 
 double toDouble(const QVariant &receiver) {
-    switch (kindOf(receiver)) {
-    case ValueKind::Number:
-        return realOf(receiver);
-    case ValueKind::Decimal:
-        return held<NSDecimalNumber>(receiver).doubleValue();
-    case ValueKind::String:
-        return NumberText::doubleValue(held<QString>(receiver));
-    case ValueKind::Date:
-        return secondsOf(receiver);
-    default:
-        return 0;
-    }
+    return doubleValue(receiver);
 }
 
-QString toString(const QVariant &receiver) {
+QString toString(const QVariant &given) {
+    QVariant made;
+    const QVariant &receiver = plain(given, made);
     const ValueKind kind = kindOf(receiver);
     switch (kind) {
     case ValueKind::Nil:
@@ -303,7 +160,7 @@ QString toString(const QVariant &receiver) {
         QStringDecoder decoder(QStringDecoder::Utf8,
                                QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
         const QString text = decoder(held<QByteArray>(receiver));
-        return decoder.hasError() ? QString() : notNil(text);
+        return decoder.hasError() ? QString() : text.isNull() ? QStringLiteral("") : text;
     }
     case ValueKind::Date:
         return unixTimeStampString(held<QDateTime>(receiver));
@@ -317,7 +174,9 @@ QString toStringNotEmpty(const QVariant &receiver) {
     return text.isEmpty() ? QString() : text;
 }
 
-QString stringDefault(const QVariant &receiver, const QString &defaultString) {
+QString stringDefault(const QVariant &given, const AnyText &defaultString) {
+    QVariant made;
+    const QVariant &receiver = plain(given, made);
     const ValueKind kind = kindOf(receiver);
     if (kind == ValueKind::Nil)
         return {};
@@ -325,7 +184,9 @@ QString stringDefault(const QVariant &receiver, const QString &defaultString) {
     return text.isEmpty() ? defaultString : text;
 }
 
-QByteArray toData(const QVariant &receiver) {
+QByteArray toData(const QVariant &given) {
+    QVariant made;
+    const QVariant &receiver = plain(given, made);
     const ValueKind kind = kindOf(receiver);
     if (kind == ValueKind::Data)
         return held<QByteArray>(receiver);
@@ -338,7 +199,9 @@ QByteArray toData(const QVariant &receiver) {
     return data.isNull() ? QByteArray("") : data;
 }
 
-QDateTime toDate(const QVariant &receiver) {
+QDateTime toDate(const QVariant &given) {
+    QVariant made;
+    const QVariant &receiver = plain(given, made);
     switch (kindOf(receiver)) {
     case ValueKind::Date:
         return held<QDateTime>(receiver);
@@ -355,19 +218,19 @@ QDateTime toDate(const QVariant &receiver) {
     }
 }
 
-bool isTrue(const QVariant &receiver) {
+bool isTrue(const QVariant &given) {
+    QVariant made;
+    const QVariant &receiver = plain(given, made);
     switch (kindOf(receiver)) {
     case ValueKind::Nil:
     case ValueKind::Null:
         return false;
     case ValueKind::Number:
-        return numberIsTrue(receiver);
-    case ValueKind::Decimal: {
-        const auto &decimal = held<NSDecimalNumber>(receiver);
-        return !decimal.isZero() && !decimal.isNaN();
-    }
+        return boolValue(receiver);
+    case ValueKind::Decimal:
+        return boolValue(receiver) && !held<NSDecimalNumber>(receiver).isNaN();
     case ValueKind::URL:
-        return hasText(held<QUrl>(receiver));
+        return held<QUrl>(receiver).isValid(); // an invalid one has no text
     case ValueKind::String:
         return !held<QString>(receiver).isEmpty();
     case ValueKind::Data:
@@ -399,7 +262,9 @@ QVariant zrNil(const QVariant &receiver) {
     return nilOrObject(receiver);
 }
 
-bool isNotEmpty(const QVariant &receiver) {
+bool isNotEmpty(const QVariant &given) {
+    QVariant made;
+    const QVariant &receiver = plain(given, made);
     switch (kindOf(receiver)) {
     case ValueKind::Nil:
     case ValueKind::Null:
@@ -448,31 +313,31 @@ std::optional<QVariantList> zrValues(const QVariant &receiver) {
     }
 }
 
-QVariant zrKey(const QVariant &receiver, const QString &key) {
+QVariant zrKey(const QVariant &receiver, const AnyText &key) {
     if (kindOf(receiver) == ValueKind::Dictionary)
         return {};
-    return zrNil(NSObjectRuntime::perform(receiver, NSSelector("objectForKey:"), {key}));
+    return zrNil(NSObjectRuntime::perform(receiver, NSSelector("objectForKey:"), {QString(key)}));
 }
 
-QVariant zrKey(const QVariant &receiver, const QString &key, const QVariant &defaultValue) {
+QVariant zrKey(const QVariant &receiver, const AnyText &key, const AnyObject &defaultValue) {
     if (kindOf(receiver) != ValueKind::Dictionary)
         return {};
     QVariant made;
     const QVariant *value = entryOf(receiver, key, made);
-    return value && isNotNull(*value) ? *value : defaultValue;
+    return value && isNotNull(*value) ? *value : defaultValue.value();
 }
 
 QVariant zrKeys(const QVariant &receiver, const QStringList &keys) {
     for (const QString &key : keys) {
         if (key.isNull())
             break;
-        if (QVariant value = zrKey(receiver, key, QVariant()); value.isValid())
+        if (QVariant value = zrKey(receiver, key, nullptr); value.isValid())
             return value;
     }
     return {};
 }
 
-bool zrHas(const QVariant &receiver, const QString &key) {
+bool zrHas(const QVariant &receiver, const AnyText &key) {
     if (kindOf(receiver) != ValueKind::Dictionary)
         return false;
     QVariant made;
@@ -488,27 +353,21 @@ QVariant zrAt(const QVariant &receiver, qint64 index) {
     return element ? zrNil(*element) : QVariant();
 }
 
-QVariant path(const QVariant &receiver, const QString &path, bool) {
-    QVariant scratch;
-    const QVariant *found = walk(&receiver, path, scratch);
+QVariant valueAtPath(const QVariant &receiver, const AnyText &path) {
+    QVariant made;
+    const QVariant *found = walk(&receiver, path, made);
     return found && !NSIsNil(*found) ? *found : QVariant();
 }
 
-QVariant path(const QVariant &receiver, const QString &path) {
-    QVariant scratch;
-    const QVariant *found = walk(&receiver, path, scratch);
-    return found && isNotNull(*found) ? *found : QVariant();
+QVariant path(const QVariant &receiver, const AnyText &path) {
+    return nilOrObject(valueAtPath(receiver, path));
 }
 
-QVariant path(const QVariant &receiver, const QString &path, const QVariant &defaultValue) {
+QVariant path(const QVariant &receiver, const AnyText &path, const AnyObject &defaultValue) {
     if (NSIsNil(receiver))
         return {};
     const QVariant value = ZRKit::path(receiver, path);
-    return value.isValid() ? value : defaultValue;
-}
-
-QVariant path(const QVariant &receiver, const QString &path, const QString &defaultValue) {
-    return ZRKit::path(receiver, path, QVariant(defaultValue));
+    return value.isValid() ? value : defaultValue.value();
 }
 
 QVariant paths(const QVariant &receiver, const QStringList &paths) {
@@ -521,11 +380,11 @@ QVariant paths(const QVariant &receiver, const QStringList &paths) {
     return {};
 }
 
-QString stringAtPath(const QVariant &receiver, const QString &path) {
-    return toStringNotEmpty(ZRKit::path(receiver, path, false));
+QString stringAtPath(const QVariant &receiver, const AnyText &path) {
+    return toStringNotEmpty(valueAtPath(receiver, path));
 }
 
-QStringList dump(const QVariant &receiver, const QVariant &value, const QString &path, QStringList *result) {
+QStringList dump(const QVariant &receiver, const QVariant &value, const AnyText &path, QStringList *result) {
     if (NSIsNil(receiver))
         return {};
     QStringList lines;

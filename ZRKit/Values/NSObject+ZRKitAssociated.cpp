@@ -4,7 +4,9 @@
 #include "platform/base/NSException.h"
 #include "platform/base/NSObjectLock.h"
 #include "platform/values/NSAssociatedObjects.h"
+#include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/ValueKind.h"
 
 #include <mutex>
 
@@ -33,7 +35,6 @@ void attach(QObject *receiver, const std::shared_ptr<Attached> &attached) {
 QVariant mutableCopy(const QVariant &value) {
     switch (kindOf(value)) {
     case ValueKind::Dictionary:
-        return dictionaryOf(value);
     case ValueKind::String:
     case ValueKind::Data:
     case ValueKind::Array:
@@ -69,7 +70,7 @@ void setAssociatedValues(QObject *receiver, const QVariant &associatedValues) {
     attach(receiver, attached);
 }
 
-QVariant associatedObjectForKey(const QObject *receiver, const QString &key) {
+QVariant associatedObjectForKey(const QObject *receiver, const AnyText &key) {
     const QVariant values = associatedValues(receiver);
     if (NSIsNil(values))
         return {};
@@ -80,7 +81,7 @@ QVariant associatedObjectForKey(const QObject *receiver, const QString &key) {
     return object ? *object : QVariant();
 }
 
-void setAssociatedObject(QObject *receiver, const QVariant &object, const QString &key) {
+void setAssociatedObject(QObject *receiver, const AnyObject &object, const AnyText &key) {
     if (!receiver)
         return;
     std::shared_ptr<Attached> attached;
@@ -96,12 +97,12 @@ void setAssociatedObject(QObject *receiver, const QVariant &object, const QStrin
     const std::lock_guard lock(attached->mutex);
     if (kindOf(attached->values) != ValueKind::Dictionary)
         NSObjectRuntime::raiseUnrecognized(attached->values, NSSelector("setObject:forKey:"));
-    if (NSIsNil(object))
+    if (object.isNil())
         throw NSException(NSInvalidArgumentException,
                           QStringLiteral("nil can't be attached under the key \"%1\".").arg(key));
     if (key.isNull())
         throw NSException(NSInvalidArgumentException, QStringLiteral("Nothing can be attached under nil."));
-    static_cast<QVariantMap *>(attached->values.data())->insert(key, object);
+    NSKeyValueCoding::setValueForKey(attached->values, object.value(), key);
 }
 
 } // namespace ZRKit

@@ -3,6 +3,8 @@
 #include "platform/base/NSException.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNotificationCenter.h"
+#include "platform/values/ObjectMembers.h"
+#include "platform/values/ValueKind.h"
 
 #include <QMetaClassInfo>
 #include <QMetaProperty>
@@ -13,13 +15,6 @@ using namespace zr;
 namespace ZRKit {
 
 namespace {
-
-const QMetaObject *metaObjectOf(const AnyObject &receiver) {
-    if (const QObject *object = receiver.object())
-        return object->metaObject();
-    const QMetaType type = receiver.value().metaType();
-    return type.flags() & QMetaType::IsGadget ? type.metaObject() : nullptr;
-}
 
 /// A class's own variables are, to the meta-object, the writable properties that the class itself declares.
 bool declaresVariable(const QMetaObject &metaObject, const QStringList &names) {
@@ -38,8 +33,16 @@ bool accessInstanceVariablesDirectly(const QMetaObject &metaObject) {
 
 } // namespace
 
+QObject *AnyObject::object() const {
+    return objectOf(m_value);
+}
+
+bool AnyObject::isNil() const {
+    return kindOf(m_value) == ValueKind::Nil;
+}
+
 QStringList methodsArray(const AnyObject &receiver) {
-    const QMetaObject *metaObject = metaObjectOf(receiver);
+    const QMetaObject *metaObject = metaObjectOf(receiver.value());
     return metaObject ? methodsArray(*metaObject) : QStringList();
 }
 
@@ -58,14 +61,11 @@ NSSelector selectorByCName(const AnyObject &receiver, const char *name) {
     return NSSelector(letters.constData());
 }
 
-QVariant performByCName(const AnyObject &receiver, const char *name, const QVariant &object) {
+QVariant performByCName(const AnyObject &receiver, const char *name, const AnyObject &object) {
     const NSSelector selector = selectorByCName(receiver, name);
-    if (!NSObjectRuntime::respondsTo(receiver.value(), selector))
-        return {};
-    QVariantList arguments(selector.argumentCount());
-    if (!arguments.isEmpty())
-        arguments[0] = object;
-    return NSObjectRuntime::perform(receiver.value(), selector, arguments);
+    return NSObjectRuntime::respondsTo(receiver.value(), selector)
+               ? NSObjectRuntime::performWithObject(receiver.value(), selector, object.value())
+               : QVariant();
 }
 
 std::optional<NSInvocation> invocationByCName(const AnyObject &receiver, const char *name) {
@@ -75,7 +75,7 @@ std::optional<NSInvocation> invocationByCName(const AnyObject &receiver, const c
     return NSInvocation(receiver.value(), selector);
 }
 
-bool canSetValueForKey(const AnyObject &receiver, const QString &key) {
+bool canSetValueForKey(const AnyObject &receiver, const AnyText &key) {
     if (receiver.isNil())
         return false;
     if (key.isEmpty())
@@ -85,13 +85,13 @@ bool canSetValueForKey(const AnyObject &receiver, const QString &key) {
     // A key with colons would name a message with more arguments.
     if (setter.argumentCount() == 1 && NSObjectRuntime::respondsTo(receiver.value(), setter))
         return true;
-    const QMetaObject *metaObject = metaObjectOf(receiver);
+    const QMetaObject *metaObject = metaObjectOf(receiver.value());
     return metaObject && accessInstanceVariablesDirectly(*metaObject) &&
            declaresVariable(*metaObject, {QLatin1Char('_') + key, QStringLiteral("_is") + upper, key,
                                           QStringLiteral("is") + upper});
 }
 
-bool canSetValueForKeyPath(const AnyObject &receiver, const QString &keyPath) {
+bool canSetValueForKeyPath(const AnyObject &receiver, const AnyText &keyPath) {
     const qsizetype point = keyPath.indexOf(QLatin1Char('.'));
     if (point < 0)
         return canSetValueForKey(receiver, keyPath);
@@ -101,7 +101,7 @@ bool canSetValueForKeyPath(const AnyObject &receiver, const QString &keyPath) {
                                  keyPath.mid(point + 1));
 }
 
-void handleIBKey(const AnyObject &receiver, const QString &key, const IBKeyTable &table) {
+void handleIBKey(const AnyObject &receiver, const AnyText &key, const IBKeyTable &table) {
     if (receiver.isNil())
         return;
     QString normal = key;
@@ -121,16 +121,18 @@ void handleIBKey(const AnyObject &receiver, const QString &key, const IBKeyTable
         return kind == ValueKind::String && held<QString>(entry.first) == normal;
     };
     const auto entry = std::find_if(table.begin(), table.end(), matches);
-    if (entry != table.end() && entry->second)
-        entry->second();
+    if (entry == table.end() || !entry->second)
+        return;
+    const std::function<void()> block = entry->second; // it may change the table
+    block();
 }
 
-void addObserverName(QObject *receiver, const QString &name, const NSSelector &selector) {
+void addObserverName(QObject *receiver, const AnyText &name, const NSSelector &selector) {
     if (receiver)
         NSNotificationCenter::defaultCenter().addObserver(receiver, selector, name);
 }
 
-void postNotificationName(const AnyObject &receiver, const QString &name) {
+void postNotificationName(const AnyObject &receiver, const AnyText &name) {
     if (!receiver.isNil())
         NSNotificationCenter::defaultCenter().postNotificationName(name, receiver.value());
 }

@@ -3,11 +3,11 @@
 
 namespace ZRKit {
 
-void zrApplyTarget(const NSSet &set, const QVariant &target, const NSSelector &action) {
+void zrApplyTarget(const NSSet &set, const AnyObject &target, const NSSelector &action) {
     const NSEnumeration enumeration(set);
     for (const QVariant &member : enumeration.elements()) {
-        if (NSObjectRuntime::respondsTo(target, action))
-            NSObjectRuntime::perform(target, action, {member});
+        if (NSObjectRuntime::respondsTo(target.value(), action))
+            NSObjectRuntime::performWithObject(target.value(), action, member);
         enumeration.verify();
     }
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/AnyObject.h"
 #include "ZRKit/Values/NSArray+ZRKit.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSSet.h"
@@ -43,7 +44,7 @@ QSet<T> zrFilter(const QSet<T> &set, Block block) {
     return zrSelect(set, std::move(block));
 }
 
-/// Some member for which the block answers true, and no further call; nil where there is none.
+/// Some member for which the block answers true, with no further call; nil if there is none.
 template <typename T, typename Block>
 T zrAny(const QSet<T> &set, Block block) {
     const NSEnumeration enumeration(set);
@@ -73,8 +74,9 @@ QList<T> zrSorted(const QSet<T> &set, Block block) {
     });
 }
 
-/// Sends the target the message with each member as its argument, where it responds to it. Raises as
-/// NSObjectRuntime::perform() does for a member that the method doesn't take.
-void zrApplyTarget(const NSSet &set, const QVariant &target, const NSSelector &action);
+/// Sends the target the message for each member, with the member as its argument if it takes one; nothing
+/// happens if the target doesn't respond. Raises as NSObjectRuntime::perform() for a member that the method
+/// doesn't take.
+void zrApplyTarget(const NSSet &set, const AnyObject &target, const NSSelector &action);
 
 } // namespace ZRKit

@@ -1,95 +1,45 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/PropertyListCopy.h"
 
-#include "ZRKit/Values/ZRCollection.h"
-#include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSNull.h"
+#include "platform/values/ValueKind.h"
 
-#include <QDateTime>
+using namespace zr;
 
 namespace ZRKit {
 
-namespace {
-
-std::optional<QVariant> copied(const QVariant &value);
-
-template <typename Dictionary>
-std::optional<QVariantMap> copiedDictionary(const Dictionary &dictionary) {
-    QVariantMap copy;
-    for (auto it = dictionary.cbegin(); it != dictionary.cend(); ++it) {
-        const std::optional<QVariant> value = copied(it.value());
-        if (!value)
-            return {};
-        copy.insert(it.key(), *value);
-    }
-    return copy;
-}
-
-template <typename Container>
-std::optional<QVariant> wrapped(const std::optional<Container> &container) {
-    return container ? std::optional<QVariant>(*container) : std::nullopt;
-}
-
-std::optional<QVariant> copied(const QVariant &value) {
-    if (NSIsNil(value))
-        return {};
-    switch (value.metaType().id()) {
-    case QMetaType::QString:
-    case QMetaType::QByteArray:
-    case QMetaType::QDateTime:
-    case QMetaType::Bool:
-    case QMetaType::Char:
-    case QMetaType::SChar:
-    case QMetaType::UChar:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Float:
-    case QMetaType::Double:
+std::optional<QVariant> propertyListCopy(const QVariant &given) {
+    QVariant made;
+    const QVariant &value = plain(given, made);
+    switch (kindOf(value)) {
+    case ValueKind::Number:
+    case ValueKind::Decimal:
+    case ValueKind::String:
+    case ValueKind::Data:
+    case ValueKind::Date:
         return value;
-    case QMetaType::QVariantList:
-        return wrapped(propertyListCopy(value.toList()));
-    case QMetaType::QStringList: {
-        QVariantList strings;
-        for (const QString &string : value.toStringList())
-            strings.append(string);
-        return wrapped(propertyListCopy(strings));
+    case ValueKind::Array: {
+        QVariantList copy;
+        for (const QVariantList elements = arrayOf(value); const QVariant &element : elements) {
+            const std::optional<QVariant> copied = propertyListCopy(element);
+            if (!copied)
+                return std::nullopt;
+            copy.append(*copied);
+        }
+        return copy;
     }
-    case QMetaType::QVariantMap:
-        return wrapped(copiedDictionary(value.toMap()));
-    case QMetaType::QVariantHash:
-        return wrapped(copiedDictionary(value.toHash()));
+    case ValueKind::Dictionary: {
+        QVariantMap copy;
+        for (const auto &[key, entry] : entriesOf(value)) {
+            const std::optional<QVariant> copied = propertyListCopy(entry);
+            if (!copied)
+                return std::nullopt;
+            copy.insert(key, *copied);
+        }
+        return copy;
+    }
     default:
-        break;
+        return std::nullopt;
     }
-    if (value.metaType() == QMetaType::fromType<ZRCollection>())
-        return wrapped(copiedDictionary(value.value<ZRCollection>()));
-    if (value.metaType() == QMetaType::fromType<NSDecimalNumber>())
-        return value;
-    return {};
-}
-
-} // namespace
-
-std::optional<QVariantList> propertyListCopy(const QVariantList &array) {
-    QVariantList copy;
-    copy.reserve(array.size());
-    for (const QVariant &element : array) {
-        const std::optional<QVariant> value = copied(element);
-        if (!value)
-            return {};
-        copy.append(*value);
-    }
-    return copy;
-}
-
-std::optional<QVariantMap> propertyListCopy(const QVariantMap &dictionary) {
-    return copiedDictionary(dictionary);
 }
 
 } // namespace ZRKit

@@ -146,11 +146,13 @@ void ZRCollection::removeAllObjects() {
 }
 
 void ZRCollection::removeObjectsForKeys(const QStringList &keys) {
-    // The list may be this collection's own.
-    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
-    const QStringList removed = keys;
-    for (const QString &key : removed)
-        removeObjectForKey(key);
+    qsizetype removed = 0;
+    for (const QString &key : QStringList(keys)) // which may be this collection's own
+        removed += key.isNull() ? 0 : m_dictionary.remove(key);
+    if (removed == 0)
+        return;
+    m_array.removeIf([this](const QString &key) { return !m_dictionary.contains(key); });
+    ++m_mutations;
 }
 
 void ZRCollection::addEntriesFromDictionary(const QVariantMap &other) {
@@ -243,7 +245,8 @@ QString DescriptionForObject(const QVariant &object, const QLocale &locale, int 
 }
 
 std::optional<QVariantMap> deepMutableCopy(const ZRCollection &collection) {
-    return propertyListCopy(collection.toVariantMap());
+    const std::optional<QVariant> copy = propertyListCopy(collection.toVariantMap());
+    return copy ? std::optional(copy->toMap()) : std::nullopt;
 }
 
 } // namespace ZRKit

@@ -14,9 +14,8 @@
 
 /// A dictionary that keeps its entries in the order in which their keys first came.
 ///
-/// Copies are independent, and ordered too. Look-ups take one hash; removing a key takes a walk over the
-/// order. Whoever walks over a collection that changes meanwhile gets an NSGenericException. One thread at a
-/// time.
+/// Copies are independent, and ordered too. Look-ups take one hash; removing keys takes a walk over the
+/// order. Walks over a collection that changes meanwhile raise NSGenericException. One thread at a time.
 class ZRCollection {
 public:
     class const_iterator;
@@ -38,24 +37,24 @@ public:
     const QStringList &array() const { return m_array; }
 
     qsizetype count() const { return m_array.size(); }
-    /// The object for the key, nil where there is none.
+    /// The object for the key, nil if there is none.
     QVariant objectForKey(const QString &key) const {
         const QVariant *object = find(key);
         return object ? *object : QVariant();
     }
-    /// The same without a copy, nullptr where there is none. Valid until the collection changes.
+    /// The same without a copy, nullptr if there is none. Valid until the collection changes.
     const QVariant *find(const QString &key) const;
     /// Stores the object; a new key goes to the end, one that is there keeps its place. Raises
-    /// NSInvalidArgumentException where the object or the key is nil.
+    /// NSInvalidArgumentException if the object or the key is nil.
     void setObject(const QVariant &object, const QString &key);
-    /// Removes the entry; nothing where there is none.
+    /// Removes the entry; nothing happens if there is none.
     void removeObjectForKey(const QString &key);
     /// Removes an entry that is there for the key, then inserts this one at the position. Raises
-    /// NSRangeException, with nothing removed, where the position is then behind the end,
+    /// NSRangeException, with nothing removed, if the position is then behind the end;
     /// NSInvalidArgumentException for nil.
     void insertObject(const QVariant &object, const QString &key, qsizetype index);
 
-    /// The key's position, NSNotFound where there is none.
+    /// The key's position, NSNotFound if there is none.
     qsizetype indexOfKey(const QString &key) const;
     /// The key at the position; raises NSRangeException.
     QString keyAtIndex(qsizetype index) const;

@@ -58,7 +58,7 @@ void SetBuilder::insert(const QVariant &value, const DecodedSize &size) {
     m_budget.addWork(32 * quint64(size.values) + size.bytes);
     const qsizetype before = m_set.size();
     m_set.insert(value);
-    if (m_set.size() > before && ++m_alike[qHash(value, QHashSeed::globalSeed())] > MaxAlike)
+    if (m_set.size() > before && ++m_alike[std::hash<QVariant>()(value, QHashSeed::globalSeed())] > MaxAlike)
         refuse(QStringLiteral("a set holds too many elements with one hash"));
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSAssociatedObjects.h"
 
+#include "platform/base/NeverDestroyed.h"
+
 #include <QObject>
 #include <mutex>
 #include <unordered_map>
@@ -15,13 +17,13 @@ struct Table {
 };
 
 Table &table() {
-    // Never destroyed: objects that die while the process ends still look for their things.
-    static auto *all = new Table;
+    // Objects that die while the process ends still look for their things.
+    static zr::NeverDestroyed<Table> all;
     return *all;
 }
 
 void forget(const QObject *object) {
-    Things things; // let go after the lock: their own ends may come back here
+    Things things; // released after the lock: their destructors may come back here
     const std::lock_guard lock(table().mutex);
     if (const auto at = table().objects.find(object); at != table().objects.end()) {
         things = std::move(at->second);

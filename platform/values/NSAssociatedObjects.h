@@ -5,8 +5,8 @@
 
 class QObject;
 
-/// Things attached to objects by whoever has a key, which is an address of its own. They are let go when the
-/// object dies. Each call is atomic; any thread, as long as the object lives.
+/// Things attached to objects under keys, which are addresses. They are released when the object dies. Each
+/// call is atomic; any thread, as long as the object lives.
 namespace NSAssociatedObjects {
 
 /// What is attached under the key; nullptr if nothing is, and for a nil object.

@@ -30,7 +30,7 @@ public:
         m_name = name;
     }
 
-    /// How many values stay; 0 stands for any number.
+    /// The largest number of values; 0 stands for any number.
     qsizetype countLimit() const {
         const std::lock_guard lock(m_mutex);
         return m_countLimit;
@@ -42,7 +42,7 @@ public:
         evict(dropped);
     }
 
-    /// What the costs of those that stay add up to at most; 0 stands for any sum.
+    /// The largest sum of costs; 0 stands for any sum.
     qsizetype totalCostLimit() const {
         const std::lock_guard lock(m_mutex);
         return m_totalCostLimit;
@@ -54,7 +54,7 @@ public:
         evict(dropped);
     }
 
-    /// The value stored under the key; nothing where it was never stored or has been dropped.
+    /// The value stored under the key; nothing if it was never stored or has been dropped.
     std::optional<Value> objectForKey(const Key &key) {
         const std::lock_guard lock(m_mutex);
         const auto found = m_index.constFind(key);
@@ -64,7 +64,7 @@ public:
         return (*found)->value;
     }
 
-    /// Stores a value in the place of an earlier one. One that costs more than the limit isn't kept.
+    /// Stores a value in place of an earlier one. One that costs more than the limit isn't kept.
     void setObject(const Value &object, const Key &key, qsizetype cost = 0) {
         Entries dropped;
         Entries added;

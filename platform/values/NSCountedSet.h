@@ -10,7 +10,7 @@
 #include <QVariantList>
 
 /// A set that counts how often each of its members was added. Members are equal as those of NSSet are. A
-/// plain value, whose count decides whether it is true.
+/// plain value, whose count decides whether it is true. One thread at a time.
 class NSCountedSet {
     Q_GADGET
     Q_PROPERTY(qsizetype count READ count)
@@ -26,11 +26,11 @@ public:
 
     /// Adds the object once more. Raises NSInvalidArgumentException for nil.
     void addObject(const QVariant &object);
-    /// Takes the object away once; nothing where it isn't there.
+    /// Takes the object away once; nothing happens if it isn't there.
     void removeObject(const QVariant &object);
     void removeAllObjects() { m_counts.clear(); }
 
-    /// How often the object is there; 0 where it isn't.
+    /// How often the object is there.
     qsizetype countForObject(const QVariant &object) const { return m_counts.value(object); }
     bool containsObject(const QVariant &object) const { return m_counts.contains(object); }
     /// The number of distinct members.

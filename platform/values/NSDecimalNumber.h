@@ -10,12 +10,16 @@
 #include <concepts>
 #include <type_traits>
 
+namespace zr {
+struct DecimalResult;
+}
+
 /// An exact base-10 number: sign × mantissa × 10^exponent, or not-a-number.
 ///
 /// The mantissa has up to 38 significant digits; the exponent is -128 to 127. A value has one form only: no
 /// trailing zeros in the mantissa while the exponent can take them up, and zero is never negative. So equal
-/// numbers are equal member by member. What construction cannot hold exactly it rounds plain (halves away
-/// from zero). Copies are plain values; any thread.
+/// numbers are equal member by member. Construction rounds what it can't hold exactly plain (halves away
+/// from zero). Plain values; any thread.
 ///
 /// Calculations give the exact result rounded once, by the handler's mode, to its scale or to 38 digits,
 /// whichever keeps less. Not-a-number makes every result not-a-number and raises nothing.
@@ -35,11 +39,11 @@ public:
     /// The number a text stands for: sign, digits with an optional point, optional exponent ("-12.50",
     /// "1e-3"). A number too small is zero, one too large and any other text not-a-number.
     explicit NSDecimalNumber(const QString &text);
-    /// sign × (high × 2^64 + low) × 10^exponent; not-a-number where that is too large or too small.
+    /// sign × (high × 2^64 + low) × 10^exponent; not-a-number if that is too large or too small.
     NSDecimalNumber(quint64 mantissaHigh, quint64 mantissaLow, int exponent, bool negative);
 
     /// The decimal number of the shortest text that reads back as the same double: 0.1 is exactly 0.1.
-    /// Not-a-number for those, infinities and what is too large; too small is zero.
+    /// Not-a-number for a not-a-number, an infinity and a number too large; one too small is zero.
     static NSDecimalNumber decimalNumberWithDouble(double number);
     static NSDecimalNumber zero() { return {}; }
     static NSDecimalNumber one() { return NSDecimalNumber(1); }
@@ -96,7 +100,7 @@ public:
     friend bool operator==(const NSDecimalNumber &, const NSDecimalNumber &) = default;
 
 private:
-    friend struct NSDecimalArithmetic;
+    friend struct zr::DecimalResult;
 
     template <std::integral Integer>
     static constexpr bool isBelowZero(Integer integer) {

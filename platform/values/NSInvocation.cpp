@@ -3,6 +3,7 @@
 
 #include "platform/base/NSException.h"
 #include "platform/values/NSObjectRuntime.h"
+#include "platform/values/ValueKind.h"
 
 using namespace zr;
 

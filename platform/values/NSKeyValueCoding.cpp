@@ -2,21 +2,19 @@
 #include "platform/values/NSKeyValueCoding.h"
 
 #include "platform/base/NSException.h"
+#include "platform/values/Coercion.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSSet.h"
-#include "platform/values/NumberText.h"
+#include "platform/values/ObjectMembers.h"
+#include "platform/values/ValueKind.h"
 
 #include <QDateTime>
-#include <QMetaProperty>
 #include <QObject>
 #include <QUrl>
 #include <algorithm>
-#include <array>
 #include <limits>
-#include <optional>
-#include <unordered_set>
 
 using namespace zr;
 
@@ -43,32 +41,26 @@ bool isAbsent(const QVariant &value) {
     return kind == ValueKind::Nil || kind == ValueKind::Null;
 }
 
-QString capitalized(const QString &key) {
-    return key.left(1).toUpper() + key.mid(1);
-}
-
 // ---- What every value has
 
 QVariant numberForKey(const QVariant &value, const QString &key) {
-    const double real = doubleValue(value);
     if (key == QStringLiteral("doubleValue"))
-        return real;
+        return zr::doubleValue(value);
     if (key == QStringLiteral("floatValue"))
-        return float(real);
+        return floatValue(value);
     if (key == QStringLiteral("stringValue"))
         return stringValue(value);
-    const bool isText = kindOf(value) == ValueKind::String;
     if (key == QStringLiteral("boolValue"))
-        return isText ? NumberText::boolValue(held<QString>(value)) : real != 0;
+        return boolValue(value);
     if (key == QStringLiteral("longLongValue") || key == QStringLiteral("integerValue") ||
-        key == QStringLiteral("intValue")) {
-        return isText ? QVariant(NumberText::longLongValue(held<QString>(value)))
-                      : converted(value, QMetaType(QMetaType::LongLong));
-    }
+        key == QStringLiteral("intValue"))
+        return longLongValue(value);
     return {};
 }
 
-QVariant commonValue(const QVariant &value, const QString &key) {
+QVariant commonValue(const QVariant &given, const QString &key) {
+    QVariant made;
+    const QVariant &value = plain(given, made);
     if (key == QStringLiteral("self"))
         return value;
     if (key == QStringLiteral("description"))
@@ -98,7 +90,7 @@ QVariant commonValue(const QVariant &value, const QString &key) {
         break;
     case ValueKind::Date:
         if (key == QStringLiteral("timeIntervalSince1970"))
-            return doubleValue(value);
+            return zr::doubleValue(value);
         break;
     case ValueKind::URL: {
         const auto &url = held<QUrl>(value);
@@ -124,13 +116,9 @@ QVariant commonValue(const QVariant &value, const QString &key) {
 }
 
 QVariant objectValue(const QVariant &receiver, const QString &key) {
-    const QString upper = capitalized(key);
-    const std::array<QString, 4> names = {key, QStringLiteral("get") + upper, QStringLiteral("is") + upper,
-                                          QLatin1Char('_') + key};
-    for (const QString &name : names) {
-        const NSSelector selector(name);
-        if (!key.isEmpty() && selector.argumentCount() == 0 && respondsTo(receiver, selector))
-            return perform(receiver, selector);
+    if (const Member reader = readerForKey(metaObjectOf(receiver), key)) {
+        QVariant own = receiver;
+        return callMember(own, reader, {});
     }
     if (const QObject *object = objectOf(receiver)) {
         const QByteArray name = key.toUtf8();
@@ -155,16 +143,15 @@ bool isInteger(const QVariant &value) {
 }
 
 WideInteger integerOf(const QVariant &value) {
-    const int type = value.typeId();
-    const bool isUnsigned = type == QMetaType::ULong || type == QMetaType::ULongLong;
-    return isUnsigned ? WideInteger(value.toULongLong()) : WideInteger(value.toLongLong());
+    const Number number = numberOf(value);
+    return number.sort == Number::Signed ? WideInteger(number.whole) : WideInteger(number.large);
 }
 
 NSDecimalNumber decimalOf(const QVariant &value) {
     if (kindOf(value) == ValueKind::Decimal)
         return held<NSDecimalNumber>(value);
     if (!isInteger(value))
-        return NSDecimalNumber::decimalNumberWithDouble(doubleValue(value));
+        return NSDecimalNumber::decimalNumberWithDouble(NSObjectRuntime::doubleValue(value));
     const WideInteger whole = integerOf(value);
     return whole < 0 ? NSDecimalNumber(qint64(whole)) : NSDecimalNumber(quint64(whole));
 }
@@ -182,7 +169,7 @@ QVariant sumOf(const Values &values) {
         else
             allIntegers = false;
         anyDecimal |= kindOf(value) == ValueKind::Decimal;
-        real += doubleValue(value);
+        real += NSObjectRuntime::doubleValue(value);
     }
     if (anyDecimal) {
         for (const QVariant &value : values)
@@ -204,28 +191,23 @@ QVariant averageOf(const Values &values) {
     if (kindOf(sum) == ValueKind::Decimal)
         return QVariant::fromValue(
             held<NSDecimalNumber>(sum).decimalNumberByDividingBy(NSDecimalNumber(values.size())));
-    return doubleValue(sum) / double(values.size());
-}
-
-struct Hash {
-    size_t operator()(const QVariant &value) const { return hash(value); }
-};
-struct Equal {
-    bool operator()(const QVariant &a, const QVariant &b) const { return isEqual(a, b); }
-};
-
-Values distinct(const Values &values) {
-    std::unordered_set<QVariant, Hash, Equal> seen;
-    Values once;
-    for (const QVariant &value : values) {
-        if (seen.insert(value).second)
-            once << value;
-    }
-    return once;
+    return zr::doubleValue(sum) / double(values.size());
 }
 
 NSSet setOf(const Values &values) {
     return NSSet(values.begin(), values.end());
+}
+
+Values distinct(const Values &values) {
+    NSSet seen;
+    Values once;
+    for (const QVariant &value : values) {
+        const qsizetype before = seen.size();
+        seen.insert(value);
+        if (seen.size() > before)
+            once << value;
+    }
+    return once;
 }
 
 /// The rest's value of each element; nil where it is nil.
@@ -283,8 +265,8 @@ QVariant applyOperator(const QVariant &collection, const QString &name, const QS
     if (name == QStringLiteral("@unionOfObjects"))
         return withoutNil(eachValue(collection, rest));
     if (name == QStringLiteral("@distinctUnionOfObjects")) {
-        const Values values = distinct(withoutNil(eachValue(collection, rest)));
-        return isSet ? QVariant::fromValue(setOf(values)) : QVariant(values);
+        const Values values = withoutNil(eachValue(collection, rest));
+        return isSet ? QVariant::fromValue(setOf(values)) : QVariant(distinct(values));
     }
     if (name == QStringLiteral("@unionOfArrays"))
         return valuesInside(collection, rest, ValueKind::Array, name);
@@ -293,64 +275,29 @@ QVariant applyOperator(const QVariant &collection, const QString &name, const QS
     if (name == QStringLiteral("@unionOfSets"))
         return valuesInside(collection, rest, ValueKind::Set, name);
     if (name == QStringLiteral("@distinctUnionOfSets"))
-        return QVariant::fromValue(setOf(distinct(valuesInside(collection, rest, ValueKind::Set, name))));
+        return QVariant::fromValue(setOf(valuesInside(collection, rest, ValueKind::Set, name)));
     throw NSException(NSInvalidArgumentException, QStringLiteral("There is no operator %1.").arg(name));
 }
 
 // ---- Writing
 
-bool isScalar(QMetaType type) {
-    switch (type.id()) {
-    case QMetaType::Bool:
-    case QMetaType::Char:
-    case QMetaType::SChar:
-    case QMetaType::UChar:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Float:
-    case QMetaType::Double:
-        return true;
-    default:
-        return type.flags() & QMetaType::IsEnumeration;
-    }
-}
-
-/// The name by which the key can be written: of a property or of a method "set...:" without the colon.
-std::optional<NSSelector> setterOf(const QVariant &receiver, const QString &key) {
-    const QString upper = capitalized(key);
-    const std::array<QString, 4> names = {QStringLiteral("set") + upper, QStringLiteral("set_") + key,
-                                          QStringLiteral("setIs") + upper, QStringLiteral("set_is") + upper};
-    for (const QString &name : names) {
-        const NSSelector selector(name + QLatin1Char(':'));
-        if (selector.argumentCount() == 1 && respondsTo(receiver, selector))
-            return selector;
-    }
-    return std::nullopt;
-}
-
-void setObjectValue(const QVariant &receiver, const QVariant &value, const QString &key) {
-    if (key.isEmpty())
-        raiseUndefined(receiver, key);
-    if (const auto setter = setterOf(receiver, key)) {
-        if (kindOf(value) == ValueKind::Nil && isScalar(argumentType(receiver, *setter))) {
-            const NSSelector hook("setNilValueForKey:");
-            if (!respondsTo(receiver, hook))
-                throw NSException(NSInvalidArgumentException,
-                                  QStringLiteral("%1 can't take nil as the value for the key \"%2\".")
-                                      .arg(className(receiver), key));
-            perform(receiver, hook, {key});
+/// Objects and gadgets are changed where they are.
+void setObjectValue(QVariant &receiver, const QVariant &value, const QString &key) {
+    const QMetaObject *metaObject = metaObjectOf(receiver);
+    if (const Member writer = writerForKey(metaObject, key)) {
+        if (kindOf(value) != ValueKind::Nil || !isArithmetic(parameterType(*metaObject, writer, 0))) {
+            callMember(receiver, writer, {value});
             return;
         }
-        perform(receiver, *setter, {value});
+        const NSSelector hook("setNilValueForKey:");
+        if (!respondsTo(receiver, hook))
+            throw NSException(NSInvalidArgumentException,
+                              QStringLiteral("%1 can't take nil as the value for the key \"%2\".")
+                                  .arg(className(receiver), key));
+        perform(receiver, hook, {key});
         return;
     }
-    if (QObject *object = objectOf(receiver)) {
+    if (QObject *object = objectOf(receiver); object && !key.isEmpty()) {
         const QByteArray name = key.toUtf8();
         if (object->dynamicPropertyNames().contains(name)) {
             object->setProperty(name.constData(), value);
@@ -434,7 +381,7 @@ QVariant valueForKey(const QVariant &receiver, const QString &key) {
         QVariantList values;
         for (const QVariant &element : held<NSSet>(receiver))
             values << valueForKey(element, key);
-        return QVariant::fromValue(setOf(distinct(withoutNil(values))));
+        return QVariant::fromValue(setOf(withoutNil(values)));
     }
     case ValueKind::Object:
     case ValueKind::Gadget:
@@ -500,10 +447,7 @@ void setValueForKey(QVariant &receiver, const QVariant &value, const QString &ke
         return;
     }
     case ValueKind::Object:
-        setObjectValue(receiver, value, key);
-        return;
     case ValueKind::Gadget:
-        receiver.data(); // its own copy, which the setter then writes to
         setObjectValue(receiver, value, key);
         return;
     default:

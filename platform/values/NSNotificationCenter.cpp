@@ -5,6 +5,7 @@
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/ObserverCalls.h"
+#include "platform/values/ValueKind.h"
 
 #include <algorithm>
 #include <exception>
@@ -36,11 +37,9 @@ struct NSNotificationCenter::Registration {
         calls.run([&] {
             if (block)
                 block(notification);
-            else if (selector.argumentCount() == 0)
-                NSObjectRuntime::perform(QVariant::fromValue(observer), selector);
             else
-                NSObjectRuntime::perform(QVariant::fromValue(observer), selector,
-                                         {QVariant::fromValue(notification)});
+                NSObjectRuntime::performWithObject(QVariant::fromValue(observer), selector,
+                                                   QVariant::fromValue(notification));
         });
     }
 };

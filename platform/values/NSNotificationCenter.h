@@ -37,8 +37,7 @@ private:
 Q_DECLARE_METATYPE(NSNotification)
 
 /// Tells observers of notifications by name, on the thread that posts and before posting returns, in the
-/// order in which they were added. All functions may be called from any thread, observers too may add, remove
-/// and post.
+/// order in which they were added. Any thread; observers may add, remove and post too.
 ///
 /// Observers aren't kept alive; one that dies is removed. If others may post while an observer dies, its own
 /// destructor must remove it first. A registration for a sender goes with the sender.
@@ -53,10 +52,10 @@ public:
 
     static NSNotificationCenter &defaultCenter();
 
-    /// Has the observer sent the message, with the notification if it takes an argument. nil as the name
-    /// stands for every name, nil as the sender for every sender; objects are compared as objects, other
-    /// senders by NSObjectRuntime::isEqual(). Adding twice makes it be told twice. Throws NSException
-    /// (NSInvalidArgumentException) without an observer or selector; an observer that doesn't know the
+    /// Sends the observer the message at each notification, with the notification if it takes an argument.
+    /// nil as the name stands for every name, nil as the sender for every sender; objects are compared as
+    /// objects, other senders by NSObjectRuntime::isEqual(). An observer added twice is told twice. Raises
+    /// NSInvalidArgumentException without an observer or selector; an observer that doesn't respond to the
     /// message raises when it is told.
     void addObserver(QObject *observer, const NSSelector &selector, const QString &name,
                      const QVariant &object = {});
@@ -64,12 +63,11 @@ public:
     /// center is destroyed. The center owns the object.
     QObject *addObserverForName(const QString &name, const QVariant &object, Block block);
 
-    /// Takes all of the observer's registrations back, or those for this name and sender, where nil stands
-    /// for all. Once it returns, no other thread is telling the observer: don't hold a lock that the observer
-    /// takes.
+    /// Removes all of the observer's registrations, or those for this name and sender; nil stands for all.
+    /// Once it returns, no other thread is telling the observer: don't hold a lock that the observer takes.
     void removeObserver(QObject *observer, const QString &name = {}, const QVariant &object = {});
 
-    /// Every observer is told, even if one throws; the first exception is then thrown on.
+    /// Tells every observer, even if one raises; the first exception then goes on to the caller.
     void postNotification(const NSNotification &notification);
     void postNotificationName(const QString &name, const QVariant &object = {},
                               const QVariantMap &userInfo = {});

@@ -6,13 +6,15 @@
 #include "platform/values/ValueKind.h"
 
 #include <QDateTime>
+#include <QJsonValue>
 #include <QObject>
 #include <QUrl>
 
 using namespace zr;
 
 bool NSIsNull(const QVariant &value) {
-    return value.metaType().id() == QMetaType::Nullptr;
+    return value.typeId() == QMetaType::Nullptr ||
+           (value.typeId() == QMetaType::QJsonValue && held<QJsonValue>(value).isNull());
 }
 
 bool NSIsNil(const QVariant &value) {
@@ -27,6 +29,8 @@ bool NSIsNil(const QVariant &value) {
         return !held<QDateTime>(value).isValid();
     case QMetaType::QUrl:
         return held<QUrl>(value).isEmpty();
+    case QMetaType::QJsonValue:
+        return held<QJsonValue>(value).isUndefined();
     default:
         if (value.metaType().flags() & QMetaType::PointerToQObject)
             return !held<QObject *>(value);

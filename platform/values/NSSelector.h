@@ -6,8 +6,8 @@
 #include <QString>
 
 /// The name of a message: the C++ name of a method followed by a colon for each argument ("count",
-/// "addItem:", "setObject:forKey:"). Only the part before the first colon and the number of colons count when
-/// a method is looked for: the further parts are for readers.
+/// "addItem:", "setObject:forKey:"). A method is looked for by the part before the first colon and the number
+/// of colons; the further parts are for readers. A value; any thread.
 class NSSelector {
 public:
     /// nil, which nothing responds to.

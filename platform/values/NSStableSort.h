@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <utility>
 
-/// Sorts a list, equal elements staying in their order. `compare(a, b)` answers below 0, 0 or above 0.
+/// Sorts a list; equal elements stay in their order. `compare(a, b)` answers below 0, 0 or above 0.
 ///
 /// A merge sort in n log n steps that stays within the list whatever `compare` answers, unlike the standard
-/// library's: blocks of callers may contradict themselves. What `compare` throws passes through; the list
-/// then holds moved-from elements.
+/// library's: blocks of callers may contradict themselves. What `compare` raises passes through; the list
+/// then holds moved-from elements. Any thread.
 template <typename T, typename Compare>
 void NSStableSort(QList<T> &list, Compare compare) {
     const qsizetype count = list.size();

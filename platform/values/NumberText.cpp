@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NumberText.h"
 
-#include <QVarLengthArray>
 #include <array>
 #include <charconv>
+#include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <type_traits>
 
 namespace {
 
@@ -70,33 +72,20 @@ qsizetype numberLength(QStringView text) {
     return end;
 }
 
-/// Whether a number that no floating-point type holds is so because of its size: it is at least 1.
-bool isLarge(QStringView number) {
-    qsizetype exponentAt = number.indexOf(QLatin1Char('e'), 0, Qt::CaseInsensitive);
-    const qint64 exponent = exponentAt < 0 ? 0 : NumberText::longLongValue(number.sliced(exponentAt + 1));
-    if (exponentAt < 0)
-        exponentAt = number.size();
-    const qsizetype point = number.indexOf(QLatin1Char('.'));
-    const qsizetype whole = point < 0 ? exponentAt : point;
-    qsizetype first = 0;
-    while (first < exponentAt && (number[first] == QLatin1Char('0') || first == point))
-        ++first;
-    // The first digit's power of ten, compared without overflow.
-    return exponent >= (first < whole ? first + 1 - whole : first - whole);
+template <typename Number>
+Number parsed(const char *text) {
+    static const locale_t c = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    if constexpr (std::is_same_v<Number, float>)
+        return ::strtof_l(text, nullptr, c);
+    else
+        return ::strtod_l(text, nullptr, c);
 }
 
 template <typename Number>
 Number realValue(QStringView text) {
     text = withoutSpace(text);
     const bool negative = takeSign(text);
-    const qsizetype length = numberLength(text);
-    QVarLengthArray<char, 128> ascii(length);
-    for (qsizetype i = 0; i < length; ++i)
-        ascii[i] = char(text[i].unicode());
-    Number number = 0;
-    const auto [end, error] = std::from_chars(ascii.data(), ascii.data() + length, number);
-    if (error == std::errc::result_out_of_range)
-        number = isLarge(text.first(length)) ? std::numeric_limits<Number>::infinity() : Number(0);
+    const Number number = parsed<Number>(text.first(numberLength(text)).toLatin1().constData());
     return negative ? -number : number;
 }
 
@@ -117,7 +106,7 @@ QString shortestText(Number number) {
 
 } // namespace
 
-namespace NumberText {
+namespace zr::NumberText {
 
 bool boolValue(QStringView text) {
     text = withoutSpace(text);
@@ -143,10 +132,8 @@ qint64 longLongValue(QStringView text) {
 }
 
 quint64 unsignedLongLongValue(QStringView text) {
-    qsizetype at = 0;
-    while (at < text.size() && (text[at] == QLatin1Char(' ') || (text[at] >= u'\t' && text[at] <= u'\r')))
-        ++at;
-    text = text.sliced(at);
+    while (!text.isEmpty() && (text.front() == u' ' || (text.front() >= u'\t' && text.front() <= u'\r')))
+        text = text.sliced(1);
     const bool negative = takeSign(text);
     bool fits = true;
     const quint64 size = magnitude(text, fits);
@@ -169,4 +156,4 @@ QString text(float number) {
     return shortestText(number);
 }
 
-} // namespace NumberText
+} // namespace zr::NumberText

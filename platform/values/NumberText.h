@@ -4,11 +4,9 @@
 #include <QString>
 #include <QStringView>
 
-/// Numbers as text and text as numbers, in the forms that every value's stringValue and the readings of
-/// strings share. Reading starts at the text's beginning, skips white space and ignores what follows the
-/// number; it never fails and allocates nothing for texts of ordinary length. No locale plays a part. Any
-/// thread.
-namespace NumberText {
+/// Numbers as text and text as numbers, the same for every value. Reading starts at the text's beginning,
+/// skips white space and ignores what follows the number; it never fails. No locale plays a part. Any thread.
+namespace zr::NumberText {
 
 /// True when, after white space, one sign and zeros, the next character is Y, y, T, t or a digit from 1 to 9.
 bool boolValue(QStringView text);
@@ -26,4 +24,4 @@ float floatValue(QStringView text);
 QString text(double number);
 QString text(float number);
 
-} // namespace NumberText
+} // namespace zr::NumberText

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/ObserverCalls.h"
 
+namespace zr {
+
 thread_local constinit ObserverCalls::Running *ObserverCalls::Running::innermost = nullptr;
 
 void ObserverCalls::end() {
@@ -13,3 +15,5 @@ void ObserverCalls::end() {
         state = m_state.load();
     }
 }
+
+} // namespace zr

@@ -3,8 +3,10 @@
 
 #include <atomic>
 
+namespace zr {
+
 /// The calls of one observer that are under way, on whatever threads, so that ending them can wait for them.
-/// Whoever runs a call keeps this alive until run() has returned.
+/// The caller of run() keeps this alive until it has returned.
 class ObserverCalls {
 public:
     ObserverCalls() = default;
@@ -58,3 +60,5 @@ private:
     /// Whether they have ended, and how many are under way.
     std::atomic<int> m_state{0};
 };
+
+} // namespace zr

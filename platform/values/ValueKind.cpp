@@ -6,6 +6,7 @@
 #include "platform/values/NSSet.h"
 
 #include <QDateTime>
+#include <QJsonValue>
 #include <QObject>
 #include <QStringList>
 #include <QUrl>
@@ -29,7 +30,7 @@ ValueKind rareKind(const QVariant &value) {
         return objectOf(value) ? ValueKind::Object : ValueKind::Nil;
     if (NSIsNil(value))
         return ValueKind::Nil;
-    if (flags & QMetaType::IsEnumeration)
+    if (isArithmetic(type))
         return ValueKind::Number;
     if (flags & QMetaType::IsGadget)
         return ValueKind::Gadget;
@@ -38,6 +39,21 @@ ValueKind rareKind(const QVariant &value) {
     if (value.canConvert<QVariantList>())
         return ValueKind::Array;
     return ValueKind::Other;
+}
+
+ValueKind jsonKind(const QJsonValue &value) {
+    switch (value.type()) {
+    case QJsonValue::Array:
+        return ValueKind::Array;
+    case QJsonValue::Object:
+        return ValueKind::Dictionary;
+    case QJsonValue::Null:
+        return ValueKind::Null;
+    case QJsonValue::Undefined:
+        return ValueKind::Nil;
+    default:
+        return ValueKind::Other;
+    }
 }
 
 /// The registered class's, without functions for any other dictionary.
@@ -52,13 +68,8 @@ DictionaryAccess accessTo(const QVariant &dictionary) {
 
 } // namespace
 
-ValueKind kindOf(const QVariant &value) {
-    const auto unlessNil = [](bool nil, ValueKind kind) { return nil ? ValueKind::Nil : kind; };
-    switch (value.typeId()) {
-    case QMetaType::UnknownType:
-        return ValueKind::Nil;
-    case QMetaType::Nullptr:
-        return ValueKind::Null;
+bool isArithmetic(QMetaType type) {
+    switch (type.id()) {
     case QMetaType::Bool:
     case QMetaType::Char:
     case QMetaType::SChar:
@@ -73,7 +84,19 @@ ValueKind kindOf(const QVariant &value) {
     case QMetaType::ULongLong:
     case QMetaType::Float:
     case QMetaType::Double:
-        return ValueKind::Number;
+        return true;
+    default:
+        return bool(type.flags() & QMetaType::IsEnumeration);
+    }
+}
+
+ValueKind kindOf(const QVariant &value) {
+    const auto unlessNil = [](bool nil, ValueKind kind) { return nil ? ValueKind::Nil : kind; };
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+        return ValueKind::Nil;
+    case QMetaType::Nullptr:
+        return ValueKind::Null;
     case QMetaType::QString:
         return unlessNil(held<QString>(value).isNull(), ValueKind::String);
     case QMetaType::QByteArray:
@@ -88,15 +111,25 @@ ValueKind kindOf(const QVariant &value) {
     case QMetaType::QVariantMap:
     case QMetaType::QVariantHash:
         return ValueKind::Dictionary;
+    case QMetaType::QJsonValue:
+        return jsonKind(held<QJsonValue>(value));
     default:
         return rareKind(value);
     }
 }
 
+const QVariant &plain(const QVariant &value, QVariant &made) {
+    if (value.typeId() != QMetaType::QJsonValue)
+        return value;
+    made = held<QJsonValue>(value).toVariant();
+    return made;
+}
+
 QVariantList arrayOf(const QVariant &value) {
+    QVariant made;
     switch (kindOf(value)) {
     case ValueKind::Array:
-        return value.toList();
+        return plain(value, made).toList();
     case ValueKind::Set: {
         const auto &set = held<NSSet>(value);
         return QVariantList(set.begin(), set.end());
@@ -107,7 +140,8 @@ QVariantList arrayOf(const QVariant &value) {
 }
 
 QVariantMap dictionaryOf(const QVariant &value) {
-    return kindOf(value) == ValueKind::Dictionary ? value.toMap() : QVariantMap();
+    QVariant made;
+    return kindOf(value) == ValueKind::Dictionary ? plain(value, made).toMap() : QVariantMap();
 }
 
 qsizetype countOf(const QVariant &collection) {
@@ -137,39 +171,44 @@ qsizetype countOf(const QVariant &collection) {
     }
 }
 
-const QVariant *elementOfOther(const QVariant &array, qint64 index, QVariant &made) {
+const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made) {
     const auto isInside = [index](const auto &elements) { return index >= 0 && index < elements.size(); };
+    if (array.typeId() == QMetaType::QVariantList) {
+        const auto &elements = held<QVariantList>(array);
+        return isInside(elements) ? &elements[index] : nullptr;
+    }
     if (array.typeId() == QMetaType::QStringList) {
         const auto &elements = held<QStringList>(array);
-        if (!isInside(elements))
-            return nullptr;
-        made = elements[index];
-        return &made;
+        made = isInside(elements) ? elements[index] : QVariant();
+        return isInside(elements) ? &made : nullptr;
     }
-    if (kindOf(array) != ValueKind::Array)
-        return nullptr;
-    const QVariantList elements = arrayOf(array);
+    const QVariantList elements = kindOf(array) == ValueKind::Array ? arrayOf(array) : QVariantList();
     if (!isInside(elements))
         return nullptr;
     made = elements[index];
     return &made;
 }
 
-const QVariant *entryOfOther(const QVariant &dictionary, const QString &key, QVariant &made) {
-    if (dictionary.typeId() == QMetaType::QVariantHash) {
-        const auto &entries = held<QVariantHash>(dictionary);
+const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &made) {
+    const auto search = [&key](const auto &entries) {
         const auto at = entries.constFind(key);
         return at == entries.constEnd() ? nullptr : &at.value();
-    }
+    };
+    if (key.isNull())
+        return nullptr;
+    if (dictionary.typeId() == QMetaType::QVariantMap)
+        return search(held<QVariantMap>(dictionary));
+    if (dictionary.typeId() == QMetaType::QVariantHash)
+        return search(held<QVariantHash>(dictionary));
     if (kindOf(dictionary) != ValueKind::Dictionary)
         return nullptr;
     if (const DictionaryAccess access = accessTo(dictionary); access.find)
         return access.find(access.dictionary, key);
     const QVariantMap entries = dictionaryOf(dictionary);
-    const auto at = entries.constFind(key);
-    if (at == entries.constEnd())
+    const QVariant *entry = search(entries);
+    if (!entry)
         return nullptr;
-    made = *at;
+    made = *entry;
     return &made;
 }
 

@@ -27,8 +27,15 @@ enum class ValueKind {
     Other,      ///< anything else
 };
 
-/// The kind of a value; any thread.
+/// The kind of a value; any thread. A QJsonValue is an array, a dictionary, the null marker or nil as what it
+/// holds; numbers and texts in one are Other until plain() takes them out.
 ValueKind kindOf(const QVariant &value);
+
+/// The value, or what a QJsonValue holds, which is then made in `made`.
+const QVariant &plain(const QVariant &value, QVariant &made);
+
+/// Whether a type is one of C++'s arithmetic types, bool included, or an enumeration.
+bool isArithmetic(QMetaType type);
 
 /// What the variant holds, without a copy. The variant must hold exactly a T.
 template <typename T>
@@ -43,12 +50,12 @@ QVariantMap dictionaryOf(const QVariant &value);
 
 /// The number of elements of an array or set, or of entries of a dictionary; 0 for any other kind.
 qsizetype countOf(const QVariant &collection);
-/// An array's element, without a copy of the array; nullptr out of range and for any other kind. Where the
-/// element isn't stored as a value it is made in `made`.
-inline const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made);
-/// A dictionary's value for the key, without a copy of the dictionary; nullptr where there is none, for a
-/// null key and for any other kind.
-inline const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &made);
+/// An array's element, without a copy of the array; nullptr out of range and for any other kind. An element
+/// that isn't stored as a value is made in `made`.
+const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made);
+/// A dictionary's value for the key, without a copy of the dictionary; nullptr if there is none, for a null
+/// key and for any other kind.
+const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &made);
 
 using DictionaryEntries = QList<std::pair<QString, QVariant>>;
 /// The entries of a dictionary in its own order, which is that of the keys unless its class has another;
@@ -100,26 +107,5 @@ bool registerDictionaryType() {
 
 /// The object that a value points to; nullptr for any other kind.
 QObject *objectOf(const QVariant &value);
-
-// The types of nearly all containers, inline; the others elsewhere.
-const QVariant *elementOfOther(const QVariant &array, qint64 index, QVariant &made);
-const QVariant *entryOfOther(const QVariant &dictionary, const QString &key, QVariant &made);
-
-inline const QVariant *elementOf(const QVariant &array, qint64 index, QVariant &made) {
-    if (array.typeId() != QMetaType::QVariantList)
-        return elementOfOther(array, index, made);
-    const auto &elements = held<QVariantList>(array);
-    return index >= 0 && index < elements.size() ? &elements[index] : nullptr;
-}
-
-inline const QVariant *entryOf(const QVariant &dictionary, const QString &key, QVariant &made) {
-    if (key.isNull())
-        return nullptr;
-    if (dictionary.typeId() != QMetaType::QVariantMap)
-        return entryOfOther(dictionary, key, made);
-    const auto &entries = held<QVariantMap>(dictionary);
-    const auto at = entries.constFind(key);
-    return at == entries.constEnd() ? nullptr : &at.value();
-}
 
 } // namespace zr

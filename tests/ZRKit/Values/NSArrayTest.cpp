@@ -8,6 +8,8 @@
 #include "tests/support/Expect.h"
 
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QUrl>
 #include <gtest/gtest.h>
 #include <limits>
@@ -164,6 +166,69 @@ TEST(NSArray, ReduceStartsWithTheInitialValue) {
               QStringLiteral("abc"));
 }
 
+TEST(NSArray, ReduceHoldsWhatTheBlockGives) {
+    const auto add = [](double sum, const QVariant &n) { return sum + n.toDouble(); };
+    EXPECT_EQ(ZRKit::zrReduce(QVariantList{0.5, 0.5, 1.25}, 0, add), 2.25);
+    EXPECT_EQ(ZRKit::zrReduce(empty, 0, add), 0.0);
+    EXPECT_EQ(ZRKit::zrReduce(QVariantList{Q_INT64_C(1) << 40, 1}, 0,
+                              [](auto sum, const QVariant &n) { return sum + n.toLongLong(); }),
+              (Q_INT64_C(1) << 40) + 1);
+    EXPECT_EQ(ZRKit::zrReduce(
+                  QVariantList{1, 2}, 0,
+                  [](const QVariant &sum, const QVariant &n) -> QVariant { return sum.toInt() + n.toInt(); }),
+              QVariant(3));
+}
+
+TEST(NSArray, ABlockMayReadItsArray) {
+    QVariantList array{1, 2.5, a, std::numeric_limits<double>::quiet_NaN(), QVariantList{b}, NSNull()};
+    const auto reads = [&](const QVariant &) {
+        int count = 0;
+        for (QVariant &element : array) // a copy of the variable's own from here on
+            count += element.isValid();
+        array.begin();
+        return count == 6 && array[2] == QVariant(a) && array.last().isValid();
+    };
+    EXPECT_EQ(ZRKit::zrMap(array, reads).size(), 6);
+    EXPECT_EQ(ZRKit::zrSelect(array, reads).size(), 6);
+    EXPECT_TRUE(ZRKit::zrMatch(array, reads).isValid());
+    EXPECT_TRUE(ZRKit::zrReduce(array, true,
+                                [&](bool all, const QVariant &element) { return all && reads(element); }));
+    EXPECT_EQ(
+        ZRKit::zrSorted(array, [&](const QVariant &x, const QVariant &) { return reads(x) && false; }).size(),
+        6);
+    QStringList texts{a, b};
+    EXPECT_EQ(ZRKit::zrMap(texts, [&](const QString &) { return texts[0] + texts.last(); }).size(), 2);
+    expectException(NSGenericException,
+                    [&] { ZRKit::zrMap(texts, [&](const QString &) { return texts[0] += a; }); });
+    QList<double> numbers{1, 2};
+    expectException(NSGenericException,
+                    [&] { ZRKit::zrMap(numbers, [&](double) { return numbers[1] = 3; }); });
+}
+
+TEST(NSArray, OperationsTakeEveryList) {
+    const QStringList texts{c, a, b, a};
+    EXPECT_EQ(ZRKit::join(texts, u", "), QStringLiteral("c, a, b, a"));
+    EXPECT_EQ(ZRKit::join(QList<int>{1, 2}, u'-'), QStringLiteral("1-2"));
+    EXPECT_EQ(ZRKit::join({1, a}, ""), QStringLiteral("1a"));
+    EXPECT_EQ(ZRKit::sorted(texts), (QVariantList{a, a, b, c}));
+    EXPECT_EQ(ZRKit::sorted(QList<double>{2.5, 1}), (QVariantList{1.0, 2.5}));
+    EXPECT_EQ(ZRKit::set(texts), (NSSet{a, b, c}));
+    EXPECT_EQ(ZRKit::zrSortBy(texts, u"self").first(), QVariant(c));
+    EXPECT_EQ(ZRKit::zrGroupBy(texts, u"self", [](const QVariantList &group) { return group.size(); }),
+              (QVariantList{1, 2, 1}));
+    const QVariantList nested{QVariant(texts), QVariant::fromValue(QList<int>{1, 2}),
+                              QVariant(QJsonArray{1, QJsonObject{{a, 2}}}),
+                              QVariant::fromValue(QMap<QString, int>{{a, 1}})};
+    const auto copy = ZRKit::deepMutableCopy(nested);
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(*copy, (QVariantList{QVariantList{c, a, b, a}, QVariantList{1, 2},
+                                   QVariantList{1, QVariantMap{{a, 2}}}, QVariantMap{{a, 1}}}));
+    for (const QVariant &element : *copy)
+        EXPECT_TRUE(element.typeId() == QMetaType::QVariantList ||
+                    element.typeId() == QMetaType::QVariantMap);
+    EXPECT_EQ(ZRKit::deepMutableCopy(texts), (QVariantList{c, a, b, a}));
+}
+
 TEST(NSArray, SortedByABlockKeepsTheOrderOfEquals) {
     const QVariantList words{QStringLiteral("bb"), QStringLiteral("a"), QStringLiteral("aa"),
                              QStringLiteral("b")};
@@ -296,6 +361,33 @@ TEST(NSArray, GroupByGathersEqualValues) {
             return 1;
         });
     });
+}
+
+TEST(NSArray, GroupByTellsValuesApartAsEqualityDoes) {
+    const QString value = QStringLiteral("value");
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const QVariantList objects{valued(1, "a"),
+                               valued(QVariant::fromValue(NSDecimalNumber(1)), "b"),
+                               valued(nan, "c"),
+                               valued(nan, "d"),
+                               valued(QStringList{a}, "e"),
+                               valued(QVariantList{a}, "f"),
+                               valued(true, "g")};
+    EXPECT_EQ(ZRKit::zrGroupBy(objects, value, names),
+              (QVariantList{QStringLiteral("abg"), QStringLiteral("cd"), QStringLiteral("ef")}));
+    QVariant deep = 1;
+    for (int i = 0; i < 1000; ++i)
+        deep = QVariantList{deep};
+    EXPECT_EQ(ZRKit::zrGroupBy(QVariantList{valued(deep, "x"), valued(deep, "y")}, value, names),
+              QVariantList{QStringLiteral("xy")});
+    QVariantList many;
+    for (int i = 0; i < 20000; ++i)
+        many << valued(i % 10000);
+    const QVariantList sizes =
+        ZRKit::zrGroupBy(many, value, [](const QVariantList &group) { return group.size(); });
+    EXPECT_EQ(sizes.size(), 10000);
+    EXPECT_EQ(ZRKit::set(sizes), NSSet{2});
+    expectException(NSInvalidArgumentException, [&] { ZRKit::zrGroupBy(objects, QString(), names); });
 }
 
 TEST(NSArray, GroupByTakesTheNullMarkerAsAValue) {

@@ -4,6 +4,7 @@
 #include "ZRKit/Values/ZRCollection.h"
 #include "platform/base/NSError.h"
 #include "platform/base/NSException.h"
+#include "platform/values/NSDecimalNumber.h"
 #include "tests/support/Expect.h"
 
 #include <QDateTime>
@@ -14,6 +15,7 @@
 #include <QVariantHash>
 #include <gtest/gtest.h>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -148,6 +150,31 @@ TEST(NSDictionary, ChangingTheDictionaryFromItsBlockRaises) {
               3);
 }
 
+TEST(NSDictionary, ABlockMayReadItsDictionary) {
+    QVariantMap map{{a, 1}, {b, NSNull()}};
+    QVariantHash hash{{a, 1}, {b, std::numeric_limits<double>::quiet_NaN()}};
+    EXPECT_EQ(
+        ZRKit::zrFlatten(map, [&](const QString &k, const QVariant &) { return map[k].typeName(); }).size(),
+        2);
+    EXPECT_EQ(
+        ZRKit::zrFlatten(hash, [&](const QString &k, const QVariant &) { return hash[k].typeName(); }).size(),
+        2);
+    expectException(NSGenericException, [&] {
+        ZRKit::zrFlatten(map, [&](const QString &k, const QVariant &) { return map[k] = 2; });
+    });
+}
+
+TEST(NSDictionary, TextsMayBeLiterals) {
+    QVariantMap dictionary{{a, 1}};
+    EXPECT_EQ(ZRKit::key(dictionary, u"a"), QVariant(1));
+    EXPECT_EQ(ZRKit::key(dictionary, u"x", u"none"), QVariant(QStringLiteral("none")));
+    EXPECT_EQ(ZRKit::key(dictionary, "x", "none"), QVariant(QStringLiteral("none")));
+    EXPECT_TRUE(ZRKit::has(dictionary, u'a'));
+    ZRKit::keySet(dictionary, u"value", u"key");
+    EXPECT_EQ(dictionary.value(QStringLiteral("key")), QVariant(QStringLiteral("value")));
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, u"a"), 2);
+}
+
 TEST(NSDictionary, ABlockThatThrowsStopsTheOperation) {
     EXPECT_THROW(ZRKit::zrFlatten(
                      QVariantMap{{a, 1}},
@@ -226,6 +253,52 @@ TEST(NSDictionary, MapsValuesToAnObjectsOwnPropertiesFromTheLast) {
     });
 }
 
+/// Has a property of every kind that a single value may become.
+class Typed : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(int whole MEMBER whole)
+    Q_PROPERTY(bool flag MEMBER flag)
+    Q_PROPERTY(double real MEMBER real)
+    Q_PROPERTY(QString text MEMBER text)
+    Q_PROPERTY(QByteArray data MEMBER data)
+    Q_PROPERTY(QDateTime date MEMBER date)
+public:
+    int whole = 7;
+    bool flag = false;
+    double real = 0;
+    QString text;
+    QByteArray data;
+    QDateTime date;
+};
+
+TEST(NSDictionary, MappedValuesAreConvertedAsCoercionHasIt) {
+    const auto mapped = [](const char *name, const QVariant &value) {
+        auto object = std::make_unique<Typed>();
+        ZRKit::mapValuesToObject(QVariantMap{{QString::fromLatin1(name), value}}, object.get());
+        return object;
+    };
+    const QDateTime date(QDate(2014, 1, 2), QTime(0, 0), Qt::UTC);
+    const QVariantList values{1.9,
+                              0.4,
+                              QStringLiteral("no"),
+                              QStringLiteral("0"),
+                              QStringLiteral("12abc"),
+                              true,
+                              QVariant::fromValue(NSDecimalNumber(QStringLiteral("-2.75")))};
+    for (const QVariant &value : values) {
+        EXPECT_EQ(mapped("whole", value)->whole, ZRKit::toInt(value)) << value.typeName();
+        EXPECT_EQ(mapped("flag", value)->flag, ZRKit::toBool(value)) << value.typeName();
+        EXPECT_EQ(mapped("real", value)->real, ZRKit::toDouble(value)) << value.typeName();
+        EXPECT_EQ(mapped("text", value)->text, ZRKit::toString(value)) << value.typeName();
+        EXPECT_EQ(mapped("data", value)->data, ZRKit::toData(value)) << value.typeName();
+    }
+    EXPECT_EQ(mapped("text", date)->text, ZRKit::toString(date));
+    EXPECT_EQ(mapped("text", QByteArray("\xc3\xa4"))->text, QStringLiteral("\u00e4"));
+    EXPECT_EQ(mapped("date", QStringLiteral("2014-01-02"))->date,
+              ZRKit::toDate(QStringLiteral("2014-01-02")));
+    EXPECT_EQ(mapped("date", date.toSecsSinceEpoch())->date, date);
+}
+
 TEST(NSDictionary, TakesTheValuesOfAnObjectsOwnProperties) {
     Model model;
     model.setTitle(QStringLiteral("t"));
@@ -280,6 +353,14 @@ TEST(NSMutableDictionary, IncrementCountsFromWhatIsThere) {
     EXPECT_EQ(collection.value(a), QVariant(1));
 }
 
+TEST(NSMutableDictionary, ACounterNeedsAKey) {
+    QVariantMap dictionary{{QStringLiteral(""), 5}};
+    expectException(NSInvalidArgumentException,
+                    [&] { ZRKit::incrementCounterForKey(dictionary, QString()); });
+    EXPECT_EQ(dictionary, (QVariantMap{{QStringLiteral(""), 5}})) << "nil is not the empty key";
+    EXPECT_EQ(ZRKit::incrementCounterForKey(dictionary, QStringLiteral("")), 6);
+}
+
 TEST(NSMutableDictionary, KeySetTakesTheObjectFirst) {
     QVariantMap dictionary;
     ZRKit::keySet(dictionary, QStringLiteral("v"), QStringLiteral("k"));
@@ -303,6 +384,12 @@ TEST(NSDictionary, KeysAndObjectsSkipNil) {
     EXPECT_EQ(ZRKit::ZRDictionaryWithKeysAndObjectsSkipNil({{a, QString()}, {b, QStringLiteral("")}}),
               (QVariantMap{{b, QStringLiteral("")}}));
     EXPECT_TRUE(ZRKit::ZRDictionaryWithKeysAndObjectsSkipNil({}).isEmpty());
+    QList<std::pair<QString, QVariant>> pairs;
+    for (int i = 0; i < 3; ++i)
+        pairs.append({QString::number(i), i == 1 ? NSNull() : QVariant(i)});
+    EXPECT_EQ(ZRKit::ZRDictionaryWithKeysAndObjectsSkipNil(pairs),
+              (QVariantMap{{QStringLiteral("0"), 0}, {QStringLiteral("2"), 2}}))
+        << "pairs made at run time";
     QVariantMap changeable = ZRKit::ZRDictionaryWithKeysAndObjectsSkipNil({{a, 1}});
     changeable.insert(b, 2);
     EXPECT_EQ(changeable.size(), 2);

@@ -9,6 +9,7 @@
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSSet.h"
+#include "platform/values/ValueKind.h"
 
 #include <QHash>
 #include <QPointF>

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/NSObject+ZRKit.h"
+
+#include "ZRKit/Values/ZRCollection.h"
 #include "platform/base/NSException.h"
 #include "platform/base/NSObjectLock.h"
 #include "platform/operations/NSRunLoop.h"
@@ -118,6 +120,22 @@ TEST(NSObjectRuntimeOperations, PerformByCName) {
     EXPECT_EQ(ZRKit::performByCName(&device, "title", {}), QVariant(S("T")));
 }
 
+/// A value whose methods change it.
+struct Meter {
+    Q_GADGET
+    Q_PROPERTY(int count MEMBER count)
+public:
+    int count = 0;
+    Q_INVOKABLE int advance(int more) { return count += more; }
+};
+
+TEST(NSObjectRuntimeOperations, PerformByCNameOnAValueLeavesItAndItsCopiesAlone) {
+    const QVariant meter = QVariant::fromValue(Meter{3}), copy = meter;
+    EXPECT_EQ(ZRKit::performByCName(meter, "advance:", 4), QVariant(7));
+    EXPECT_EQ(meter.value<Meter>().count, 3);
+    EXPECT_EQ(copy.value<Meter>().count, 3);
+}
+
 TEST(NSObjectRuntimeOperations, InvocationByCNameIsNotInvoked) {
     Device device;
     auto invocation = ZRKit::invocationByCName(&device, "set-Title:");
@@ -215,6 +233,19 @@ TEST(NSObjectRuntimeOperations, HandleIBKeyCallsTheFirstMatchOnce) {
     EXPECT_EQ(called.size(), 2);
 }
 
+TEST(NSObjectRuntimeOperations, ABlockOfATableMayChangeTheTable) {
+    ZRKit::IBKeyTable table;
+    QString called;
+    table.emplace_back(S("color"), [&table, &called, name = S("a text too long to be kept in place")] {
+        table.clear();
+        table.shrink_to_fit();
+        called = name;
+    });
+    ZRKit::handleIBKey(S("any"), u"IB$Color", table);
+    EXPECT_EQ(called, S("a text too long to be kept in place"));
+    EXPECT_TRUE(table.empty());
+}
+
 TEST(NSObjectRuntimeOperations, NotificationsOfTheDefaultCenter) {
     Device device, other;
     ZRKit::addObserverName(&device, S("Changed"), NSSelector("changed:"));
@@ -301,6 +332,18 @@ TEST(NSObjectRuntimeOperations, AssociatedValuesAreMadeOnDemand) {
     ZRKit::setAssociatedObject(nullptr, 1, S("a"));
     ZRKit::setAssociatedValues(nullptr, 1);
     EXPECT_FALSE(ZRKit::associatedValues(nullptr).isValid());
+}
+
+TEST(NSObjectRuntimeOperations, AssociatedValuesKeepACollectionsOrder) {
+    QObject object;
+    ZRKit::setAssociatedValues(&object, QVariant::fromValue(ZRCollection{{S("z"), 1}, {S("a"), 2}}));
+    ZRKit::setAssociatedObject(&object, u"value", u"m");
+    ZRKit::setAssociatedObject(&object, 3, S("z"));
+    const QVariant values = ZRKit::associatedValues(&object);
+    ASSERT_EQ(values.metaType(), QMetaType::fromType<ZRCollection>());
+    EXPECT_EQ(values.value<ZRCollection>().array(), (QStringList{S("z"), S("a"), S("m")}));
+    EXPECT_EQ(ZRKit::associatedObjectForKey(&object, u"m"), QVariant(S("value")));
+    EXPECT_EQ(ZRKit::associatedObjectForKey(&object, u"z"), QVariant(3));
 }
 
 TEST(NSObjectRuntimeOperations, AttachingNilRaisesAfterTheDictionaryIsMade) {

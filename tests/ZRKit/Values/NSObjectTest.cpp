@@ -6,7 +6,10 @@
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/ValueKind.h"
 
+#include <QJsonArray>
+#include <QJsonObject>
 #include <gtest/gtest.h>
 
 using namespace zr;
@@ -172,4 +175,56 @@ TEST(NSObject, HashHexHas32LowerCaseDigits) {
         EXPECT_EQ(hex, ZRKit::hashHexWith32Digits(value));
     }
     EXPECT_TRUE(ZRKit::hashHexWith32Digits({}).isNull());
+}
+
+TEST(NSObject, ADefaultIsNeverTakenForTheFlag) {
+    const QString path = S("no/such/path");
+    EXPECT_EQ(ZRKit::path(tree, path, "d"), QVariant(S("d")));
+    EXPECT_EQ(ZRKit::path(tree, path, u"d"), QVariant(S("d")));
+    EXPECT_EQ(ZRKit::path(tree, path, u'd'), QVariant(S("d")));
+    EXPECT_EQ(ZRKit::path(tree, path, QChar(u'd')), QVariant(S("d")));
+    EXPECT_EQ(ZRKit::path(tree, path, QLatin1String("d")), QVariant(S("d")));
+    EXPECT_EQ(ZRKit::path(tree, path, QStringView(u"d")), QVariant(S("d")));
+    EXPECT_EQ(ZRKit::path(tree, path, S("d")), QVariant(S("d")));
+    EXPECT_EQ(ZRKit::path(tree, path, 5), QVariant(5));
+    EXPECT_EQ(ZRKit::path(tree, path, 2.5), QVariant(2.5));
+    EXPECT_EQ(ZRKit::path(tree, path, QVariantList{1}), QVariant(QVariantList{1}));
+    QObject object;
+    EXPECT_EQ(ZRKit::path(tree, path, &object).value<QObject *>(), &object);
+    EXPECT_FALSE(ZRKit::path(tree, path, nullptr).isValid());
+    EXPECT_FALSE(ZRKit::path(tree, path, true).isValid()) << "the flag";
+    EXPECT_TRUE(NSIsNull(ZRKit::path(tree, u"n", false)));
+}
+
+TEST(NSObject, TextsMayBeLiterals) {
+    EXPECT_EQ(ZRKit::path(tree, u"a/1/b"), QVariant(2));
+    EXPECT_EQ(ZRKit::path(tree, "a/1/b"), QVariant(2));
+    EXPECT_EQ(ZRKit::path(tree, S("a/") + S("1/b")), QVariant(2));
+    EXPECT_EQ(ZRKit::stringAtPath(tree, u"s"), S("text"));
+    EXPECT_EQ(ZRKit::stringDefault(S(""), u"default"), S("default"));
+    EXPECT_EQ(ZRKit::zrKey(tree, u"s", u"d"), QVariant(S("text")));
+    EXPECT_EQ(ZRKit::zrKey(tree, u'x', "d"), QVariant(S("d")));
+    EXPECT_TRUE(ZRKit::zrHas(tree, u"n"));
+}
+
+TEST(NSObject, AJsonValueCountsAsWhatItHolds) {
+    EXPECT_EQ(ZRKit::toInt(QJsonValue(2.9)), 2);
+    EXPECT_EQ(ZRKit::toDouble(QJsonValue(S("2.5x"))), 2.5);
+    EXPECT_TRUE(ZRKit::toBool(QJsonValue(S("yes"))));
+    EXPECT_EQ(ZRKit::toString(QJsonValue(S("text"))), S("text"));
+    EXPECT_EQ(ZRKit::toString(QJsonValue(2.5)), S("2.5"));
+    EXPECT_EQ(ZRKit::toString(QJsonValue(QJsonValue::Null)), S(""));
+    EXPECT_EQ(ZRKit::toData(QJsonValue(S("a"))), QByteArray("a"));
+    EXPECT_EQ(ZRKit::toDate(QJsonValue(S("2014-01-02"))), ZRKit::toDate(S("2014-01-02")));
+    EXPECT_FALSE(ZRKit::isTrue(QJsonValue(0)));
+    EXPECT_FALSE(ZRKit::isTrue(QJsonValue(QJsonArray())));
+    EXPECT_FALSE(ZRKit::isNotNull(QJsonValue(QJsonValue::Null)));
+    EXPECT_FALSE(ZRKit::isNotEmpty(QJsonValue(S(""))));
+    EXPECT_TRUE(ZRKit::isNotEmpty(QJsonValue(QJsonArray{1})));
+    const QVariant json = QJsonValue(QJsonObject{{S("a"), QJsonArray{1, QJsonObject{{S("b"), S("x")}}}}});
+    EXPECT_EQ(ZRKit::path(json, S("a/1/b")), QVariant(S("x")));
+    EXPECT_EQ(ZRKit::path(json, S("a/*/b")), QVariant(S("x")));
+    EXPECT_EQ(ZRKit::zrAt(QJsonValue(QJsonArray{1, 2}), 1), QVariant(2));
+    EXPECT_EQ(ZRKit::dump(json), S("/ = {1}\n/a = [2]\n/a/0 = 1\n/a/1 = {1}\n/a/1/b = \"x\""));
+    EXPECT_EQ(ZRKit::dump(QVariantList{QJsonValue(S("s"))}), S("/ = [1]\n/0 = \"s\""));
 }

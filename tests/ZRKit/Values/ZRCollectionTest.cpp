@@ -5,6 +5,7 @@
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
+#include "platform/values/ValueKind.h"
 #include "tests/support/Expect.h"
 
 #include <QObject>
@@ -32,6 +33,24 @@ void expectConsistent(const ZRCollection &collection) {
         EXPECT_TRUE(collection.dictionary().contains(key));
         EXPECT_EQ(collection.array().count(key), 1);
     }
+}
+
+TEST(ZRCollection, RemovesManyKeysInOneWalk) {
+    ZRCollection collection;
+    QStringList even;
+    for (int i = 0; i < 100'000; ++i) {
+        collection.setObject(i, QString::number(i));
+        if (i % 2 == 0)
+            even << QString::number(i);
+    }
+    collection.removeObjectsForKeys(even + QStringList{QStringLiteral("none"), QString()});
+    EXPECT_EQ(collection.count(), 50'000);
+    EXPECT_EQ(collection.keyAtIndex(1), QStringLiteral("3"));
+    const quint64 changes = collection.mutationCount();
+    collection.removeObjectsForKeys({QStringLiteral("none")});
+    EXPECT_EQ(collection.mutationCount(), changes);
+    collection.removeObjectsForKeys(collection.array());
+    EXPECT_EQ(collection.count(), 0);
 }
 
 TEST(ZRCollection, StartsEmpty) {

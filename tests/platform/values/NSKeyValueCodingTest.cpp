@@ -3,10 +3,13 @@
 
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
+#include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSSet.h"
 #include "tests/platform/values/RuntimeObjects.h"
 
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QUrl>
 #include <gtest/gtest.h>
 
@@ -226,3 +229,98 @@ TEST(NSKeyValueCoding, WritingWhatCannotBeWrittenRaises) {
     QVariant text = S("text");
     EXPECT_EQ(raised([&] { setValueForKey(text, 1, S("length")); }), NSUndefinedKeyException);
 }
+
+/// Has a property of every arithmetic sort.
+class Numbers : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(int whole MEMBER whole)
+    Q_PROPERTY(quint64 large MEMBER large)
+    Q_PROPERTY(bool flag MEMBER flag)
+    Q_PROPERTY(double real MEMBER real)
+    Q_PROPERTY(float narrow MEMBER narrow)
+    Q_PROPERTY(QString text MEMBER text)
+    Q_PROPERTY(NSDecimalNumber amount MEMBER amount)
+public:
+    int whole = 0;
+    quint64 large = 0;
+    bool flag = false;
+    double real = 0;
+    float narrow = 0;
+    QString text;
+    NSDecimalNumber amount;
+};
+
+TEST(NSKeyValueCoding, NumbersAndTextsBecomeWhatAPropertyHoldsAsCoercionHasIt) {
+    Numbers numbers;
+    for (const QVariant &value :
+         {QVariant(1.9), QVariant(S("1.9")), decimal("1.9"), QVariant(QJsonValue(1.9))}) {
+        setValueForKey(&numbers, value, S("whole"));
+        EXPECT_EQ(numbers.whole, 1) << value.typeName();
+        setValueForKey(&numbers, value, S("real"));
+        EXPECT_EQ(numbers.real, 1.9) << value.typeName();
+        setValueForKey(&numbers, value, S("narrow"));
+        EXPECT_EQ(numbers.narrow, 1.9f) << value.typeName();
+        setValueForKey(&numbers, value, S("text"));
+        EXPECT_EQ(numbers.text, S("1.9")) << value.typeName();
+    }
+    const auto flagFor = [&](const QVariant &value) {
+        setValueForKey(&numbers, value, S("flag"));
+        return numbers.flag;
+    };
+    for (const QVariant &value :
+         {QVariant(0.4), QVariant(S("yes")), QVariant(S("1")), QVariant(-1), decimal("0.01")})
+        EXPECT_TRUE(flagFor(value)) << qPrintable(NSDescription(value));
+    for (const QVariant &value :
+         {QVariant(S("no")), QVariant(S("0")), QVariant(S("0.5")), QVariant(S("")), QVariant(0.0)})
+        EXPECT_FALSE(flagFor(value)) << qPrintable(NSDescription(value));
+    setValueForKey(&numbers, S("18446744073709551615"), S("large"));
+    EXPECT_EQ(numbers.large, std::numeric_limits<quint64>::max());
+    setValueForKey(&numbers, 1e30, S("large"));
+    EXPECT_EQ(numbers.large, std::numeric_limits<quint64>::max());
+    setValueForKey(&numbers, true, S("text"));
+    EXPECT_EQ(numbers.text, S("1"));
+    setValueForKey(&numbers, S("1.25"), S("amount"));
+    EXPECT_EQ(numbers.amount, NSDecimalNumber(S("1.25")));
+    for (const QVariant &value :
+         {QVariant(QVariantList{1}), QVariant(QByteArray("1")), QVariant(QDateTime::currentDateTime())})
+        EXPECT_EQ(raised([&] { setValueForKey(&numbers, value, S("whole")); }), NSInvalidArgumentException);
+}
+
+TEST(NSKeyValueCoding, EnumeratorsAreSetByNumberAndByName) {
+    Person person;
+    setValueForKey(&person, 2, S("mood"));
+    EXPECT_EQ(valueForKey(&person, S("mood")).toInt(), Person::Merry);
+    setValueForKey(&person, S("Calm"), S("mood"));
+    EXPECT_EQ(valueForKey(&person, S("mood")).toInt(), Person::Calm);
+}
+
+TEST(NSKeyValueCoding, WhatWasFoundInAClassIsFoundInItsSubclassesAndOtherClassesToo) {
+    for (int round = 0; round < 3; ++round) {
+        Person person(S("Ann"), 17);
+        Clerk clerk(S("Bo"), 50);
+        Interval interval;
+        EXPECT_EQ(valueForKey(&person, S("name")), QVariant(S("Ann")));
+        EXPECT_EQ(valueForKey(&clerk, S("name")), QVariant(S("Bo")));
+        EXPECT_EQ(valueForKey(&clerk, S("desk")), QVariant(12));
+        EXPECT_EQ(raised([&] { valueForKey(&person, S("desk")); }), NSUndefinedKeyException);
+        EXPECT_EQ(raised([&] { valueForKey(&interval, S("name")); }), NSUndefinedKeyException);
+        person.setProperty("desk", 7);
+        EXPECT_EQ(valueForKey(&person, S("desk")), QVariant(7)) << "a dynamic property that came later";
+        EXPECT_EQ(raised([&] { valueForKey(&person, S("")); }), NSUndefinedKeyException);
+    }
+    Person one;
+    const QVariant person = QVariant::fromValue<QObject *>(&one);
+    for (int i = 0; i < 3000; ++i)
+        EXPECT_FALSE(NSObjectRuntime::respondsTo(person, NSSelector(QStringLiteral("no%1").arg(i))));
+}
+
+TEST(NSKeyValueCoding, AJsonValueIsReadAsWhatItHolds) {
+    const QVariant tree = QJsonValue(QJsonObject{{S("n"), 2}, {S("a"), QJsonArray{1, S("two")}}});
+    EXPECT_EQ(at(tree, "n"), QVariant(2));
+    EXPECT_EQ(at(tree, "a.@count"), QVariant(2));
+    EXPECT_EQ(at(QJsonValue(S("three")), "length"), QVariant(5));
+    EXPECT_EQ(at(QVariantList{QJsonValue(1), QJsonValue(2.5)}, "@sum.doubleValue"), QVariant(3.5));
+    EXPECT_FALSE(at(QJsonValue(QJsonValue::Undefined), "length").isValid());
+}
+
+#include "NSKeyValueCodingTest.moc"

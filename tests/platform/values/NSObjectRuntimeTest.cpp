@@ -5,9 +5,12 @@
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSSet.h"
+#include "platform/values/ValueKind.h"
 #include "tests/platform/values/RuntimeObjects.h"
 
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QPointF>
 #include <QPointer>
 #include <QRectF>
@@ -347,3 +350,50 @@ TEST(NSObjectRuntime, AnswersToMessagesWithoutArguments) {
     EXPECT_FALSE(answer(S("text"), "length"));
     EXPECT_FALSE(answer(QVariant(), "name"));
 }
+
+/// A value whose methods change it.
+struct Counter {
+    Q_GADGET
+    Q_PROPERTY(int count MEMBER count)
+public:
+    int count = 0;
+    Q_INVOKABLE int increment() { return ++count; }
+    Q_INVOKABLE int add(int more) { return count += more; }
+};
+
+TEST(NSObjectRuntime, AMessageToAValueChangesNoCopyOfIt) {
+    const QVariant value = QVariant::fromValue(Counter{3}), copy = value;
+    EXPECT_EQ(perform(value, NSSelector("increment")), QVariant(4));
+    EXPECT_EQ(perform(value, NSSelector("add:"), {5}), QVariant(8));
+    perform(value, NSSelector("setCount:"), {9});
+    EXPECT_EQ(answer(value, "increment"), QVariant(4));
+    EXPECT_EQ(value.value<Counter>().count, 3);
+    EXPECT_EQ(copy.value<Counter>().count, 3);
+}
+
+TEST(NSObjectRuntime, PerformsWithAnObjectIfTheMessageTakesOne) {
+    Person person(S("Ann"), 30);
+    const QVariant value = QVariant::fromValue(&person);
+    EXPECT_EQ(performWithObject(value, NSSelector("greeting"), S("x")), QVariant(S("I am Ann")));
+    EXPECT_EQ(performWithObject(value, NSSelector("same:"), S("x")), QVariant(S("x")));
+    EXPECT_EQ(performWithObject(value, NSSelector("add::"), 4), QVariant(4)) << "nil is 0";
+}
+
+TEST(NSObjectRuntime, AJsonValueCountsAsWhatItHolds) {
+    EXPECT_EQ(kindOf(QJsonValue(QJsonValue::Null)), ValueKind::Null);
+    EXPECT_EQ(kindOf(QJsonValue(QJsonValue::Undefined)), ValueKind::Nil);
+    EXPECT_EQ(kindOf(QJsonValue(QJsonArray{1})), ValueKind::Array);
+    EXPECT_EQ(kindOf(QJsonValue(QJsonObject{{S("a"), 1}})), ValueKind::Dictionary);
+    EXPECT_EQ(arrayOf(QJsonValue(QJsonArray{1, S("a")})), (QVariantList{1, S("a")}));
+    EXPECT_EQ(dictionaryOf(QJsonValue(QJsonObject{{S("a"), 1}})), (QVariantMap{{S("a"), 1}}));
+    EXPECT_TRUE(NSIsNull(QJsonValue(QJsonValue::Null)));
+    EXPECT_TRUE(NSIsNil(QJsonValue(QJsonValue::Undefined)));
+    EXPECT_EQ(description(QVariantList{QJsonValue(S("a")), QJsonValue(2.5), QJsonValue(QJsonValue::Null)}),
+              description(QVariantList{S("a"), 2.5, NSNull()}));
+    EXPECT_EQ(stringValue(QJsonValue(2.5)), S("2.5"));
+    EXPECT_TRUE(hasStringValue(QJsonValue(true)));
+    EXPECT_EQ(doubleValue(QJsonValue(S("2.5x"))), 2.5);
+    EXPECT_EQ(compare(QJsonValue(2), 3), NSOrderedAscending);
+}
+
+#include "NSObjectRuntimeTest.moc"

@@ -7,7 +7,7 @@
 #include <limits>
 #include <random>
 
-using namespace NumberText;
+using namespace zr::NumberText;
 
 TEST(NumberText, BooleanValueReadsTheTextsStart) {
     for (const char16_t *text : {u"YES", u"yes", u"true", u"True", u"1", u"9", u"007", u" +2x", u" 12", u"-1",
