@@ -6,25 +6,16 @@
 #include "platform/xpc/NSXPCConnection.h"
 
 #include <QDateTime>
-#include <atomic>
-
-namespace {
-
-/// Nobody waits any more for the reply to a task whose connection has gone.
-std::shared_ptr<const std::atomic<bool>> watchHangup(const std::shared_ptr<NSXPCConnection> &connection) {
-    const auto gone = std::make_shared<std::atomic<bool>>(false);
-    if (connection)
-        connection->setHangupHandler([gone] { *gone = true; });
-    return gone;
-}
-
-} // namespace
+#include <stop_token>
 
 void ZRXPCWorker::work() {
-    const auto abandoned = watchHangup(xpcConnection());
+    // Nobody waits any more for the reply to a task whose connection has gone.
+    std::stop_source abandoned;
+    if (const std::shared_ptr<NSXPCConnection> connection = xpcConnection())
+        connection->setHangupHandler([abandoned]() mutable { abandoned.request_stop(); });
     const ZRConvertHTML converter((*this)[QStringLiteral("data")],
                                   (*this)[QStringLiteral("utiType")].toString(),
-                                  (*this)[QStringLiteral("tagged")].toBool(), abandoned.get());
+                                  (*this)[QStringLiteral("tagged")].toBool(), abandoned.get_token());
     QByteArray pdf = converter.pdfData();
     if (pdf.isNull()) {
         doneWithErrorMessage(QStringLiteral("HTML to PDF converter did fail"), converter.error());

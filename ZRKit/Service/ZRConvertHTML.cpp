@@ -20,10 +20,14 @@ constexpr double pageHeight = 1131.370849898476;
 /// Seconds between two looks at whether the document is there.
 constexpr double slice = 0.0001;
 
+QString descriptionOf(const WebFrame *frame) {
+    return frame ? frame->description() : QString();
+}
+
 } // namespace
 
 ZRConvertHTML::ZRConvertHTML(const QVariant &fileData, const QString &utiType, bool tagged,
-                             const std::atomic<bool> *abandoned)
+                             const std::stop_token &abandoned)
     : m_data(fileData), m_utiType(utiType), m_tagged(tagged), m_abandoned(abandoned) {
     if (NSThread::isMainThread())
         work();
@@ -34,6 +38,8 @@ ZRConvertHTML::ZRConvertHTML(const QVariant &fileData, const QString &utiType, b
 ZRConvertHTML::~ZRConvertHTML() = default;
 
 bool ZRConvertHTML::work() {
+    if (m_abandoned.stop_requested())
+        return true;
     m_webView = std::make_unique<WebView>(QRectF(0, 0, pageWidth, pageHeight));
     WebPreferences &preferences = m_webView->preferences();
     preferences.setDefaultFontSize(16);
@@ -56,7 +62,13 @@ bool ZRConvertHTML::work() {
     else
         useURL(m_data.toUrl());
 
-    while (!m_done && !(m_abandoned && *m_abandoned))
+    // While the document is printed, the loop below waits for the event that this posts.
+    QObject here;
+    const std::stop_callback giveUp(m_abandoned, [&] {
+        QMetaObject::invokeMethod(
+            &here, [this] { m_webView->stopLoading(); }, Qt::QueuedConnection);
+    });
+    while (!m_done && !m_abandoned.stop_requested())
         NSRunLoop::mainRunLoop().runUntilDate(slice);
     m_webView.reset();
     return true;
@@ -83,26 +95,28 @@ void ZRConvertHTML::extractPDFAsOnePage() {
     WebDocumentView *view = m_webView->mainFrame()->frameView()->documentView();
     const QRectF rect = view ? view->frame() : QRectF();
     m_pdfData = view ? view->dataWithPDFInsideRect(rect) : QByteArray();
+    m_error = view ? view->error() : NSError();
 }
 
 void ZRConvertHTML::webViewDidFailProvisionalLoadWithError(WebView *, const NSError &error, WebFrame *frame) {
-    NSLog("didFailProvisionalLoadWithError %@ %@", error, frame->description());
-    if (m_webView && frame == m_webView->mainFrame()) {
-        m_error = error;
-        m_done = true;
-    }
+    NSLog("didFailProvisionalLoadWithError %@ %@", error, descriptionOf(frame));
+    endWithError(error, frame);
 }
 
 void ZRConvertHTML::webViewDidFailLoadWithError(WebView *, const NSError &error, WebFrame *frame) {
-    NSLog("didFailLoadWithError %@ %@", error, frame->description());
-    if (m_webView && frame == m_webView->mainFrame()) {
-        m_error = error;
-        m_done = true;
-    }
+    NSLog("didFailLoadWithError %@ %@", error, descriptionOf(frame));
+    endWithError(error, frame);
+}
+
+void ZRConvertHTML::endWithError(const NSError &error, const WebFrame *frame) {
+    if (!m_webView || frame != m_webView->mainFrame())
+        return;
+    m_error = error;
+    m_done = true;
 }
 
 void ZRConvertHTML::webViewDidFinishLoadForFrame(WebView *, WebFrame *frame) {
-    NSLog("didFinishLoadForFrame %@", frame->description());
+    NSLog("didFinishLoadForFrame %@", descriptionOf(frame));
     if (m_webView && frame == m_webView->mainFrame()) {
         extractPDFAsOnePage();
         m_done = true;

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/browser/BrowserProcess.h"
 
+#include "platform/base/SystemError.h"
 #include "platform/values/NSLog.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <array>
-#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -19,6 +18,8 @@
 #include <vector>
 
 extern char **environ;
+
+using namespace zr;
 
 namespace {
 
@@ -48,35 +49,15 @@ QString keeperProgram() {
     return {};
 }
 
-/// A descriptor that closes itself, moved out of the way of those that the keeper expects.
-class OwnedFd {
-public:
-    OwnedFd() = default;
-    explicit OwnedFd(int fd) : m_fd(fd) {
-        if (m_fd >= 0 && m_fd <= LifelineFd) {
-            m_fd = ::fcntl(fd, F_DUPFD_CLOEXEC, LifelineFd + 1);
-            ::close(fd);
-        }
-    }
-    OwnedFd(OwnedFd &&other) noexcept : m_fd(other.release()) {}
-    OwnedFd &operator=(OwnedFd &&other) noexcept {
-        std::swap(m_fd, other.m_fd);
-        return *this;
-    }
-    ~OwnedFd() {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    int get() const { return m_fd; }
-    int release() { return std::exchange(m_fd, -1); }
-
-private:
-    int m_fd = -1;
-};
+/// The descriptor, moved out of the way of those that the keeper expects.
+FileDescriptor outOfTheWay(int descriptor) {
+    const FileDescriptor first(descriptor);
+    return FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, LifelineFd + 1));
+}
 
 struct Ends {
-    OwnedFd first, second;
-    bool isValid() const { return first.get() >= 0 && second.get() >= 0; }
+    FileDescriptor first, second;
+    explicit operator bool() const { return first && second; }
 };
 
 Ends makePipe() {
@@ -84,37 +65,46 @@ Ends makePipe() {
     if (::pipe2(fds, O_CLOEXEC) != 0)
         return {};
     ::fcntl(fds[0], F_SETPIPE_SZ, pipeCapacity);
-    return {OwnedFd(fds[0]), OwnedFd(fds[1])};
+    return {outOfTheWay(fds[0]), outOfTheWay(fds[1])};
 }
 
 Ends makeLifeline() {
     int fds[2] = {-1, -1};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0)
         return {};
-    return {OwnedFd(fds[0]), OwnedFd(fds[1])};
+    return {outOfTheWay(fds[0]), outOfTheWay(fds[1])};
 }
 
-/// What the service's activation is told by must not reach the browser.
-std::vector<char *> browserEnvironment(BrowserProcess::TemporaryFiles files) {
-    // Even a download that is refused begins with a temporary file. Where the system has no place for shared
-    // memory, that is made among them, too.
-    static char nowhere[] = "TMPDIR=/dev/null";
-    const bool refused =
-        files == BrowserProcess::TemporaryFiles::Refused && ::access("/dev/shm", W_OK | X_OK) == 0;
-    std::vector<char *> kept;
+/// This process's environment without what tells the service of its activation.
+std::vector<QByteArray> browserEnvironment(const QString &temporaryFolder) {
+    // Even a download that is refused begins with a temporary file. On systems without a place for shared memory, that
+    // is made among them, too.
+    const QByteArray folder = !temporaryFolder.isNull()                ? QFile::encodeName(temporaryFolder)
+                              : ::access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/null"
+                                                                       : QByteArray();
+    std::vector<QByteArray> kept;
     for (char **entry = environ; *entry; ++entry) {
-        if (std::strncmp(*entry, "LISTEN_", 7) != 0 && std::strncmp(*entry, "NOTIFY_SOCKET=", 14) != 0 &&
-            !(refused && std::strncmp(*entry, "TMPDIR=", 7) == 0))
-            kept.push_back(*entry);
+        const QByteArray variable(*entry);
+        if (!variable.startsWith("LISTEN_") && !variable.startsWith("NOTIFY_SOCKET=") &&
+            (folder.isNull() || !variable.startsWith("TMPDIR=")))
+            kept.push_back(variable);
     }
-    if (refused)
-        kept.push_back(nowhere);
-    kept.push_back(nullptr);
+    if (!folder.isNull())
+        kept.push_back("TMPDIR=" + folder);
     return kept;
 }
 
-pid_t spawn(const std::vector<QByteArray> &command, std::vector<char *> environment, const Ends &commands,
-            const Ends &replies, const Ends &life) {
+std::vector<char *> pointers(const std::vector<QByteArray> &texts) {
+    std::vector<char *> list;
+    for (const QByteArray &text : texts)
+        list.push_back(const_cast<char *>(text.constData()));
+    list.push_back(nullptr);
+    return list;
+}
+
+/// -1 and errno if it can't be started.
+pid_t spawn(const std::vector<QByteArray> &command, const std::vector<QByteArray> &environment,
+            const Ends &commands, const Ends &replies, const Ends &life) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     for (const int standard : {0, 1, 2})
@@ -132,15 +122,9 @@ pid_t spawn(const std::vector<QByteArray> &command, std::vector<char *> environm
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
 
-    std::vector<char *> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const QByteArray &argument : command)
-        arguments.push_back(const_cast<char *>(argument.constData()));
-    arguments.push_back(nullptr);
-
     pid_t pid = -1;
-    const int failure =
-        ::posix_spawn(&pid, arguments[0], &actions, &attributes, arguments.data(), environment.data());
+    const int failure = ::posix_spawn(&pid, command[0].constData(), &actions, &attributes,
+                                      pointers(command).data(), pointers(environment).data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     errno = failure;
@@ -189,6 +173,8 @@ QStringList BrowserProcess::arguments() {
         QStringLiteral("--blink-settings=scriptEnabled=false,javaScriptCanOpenWindowsAutomatically=false,"
                        "pluginsEnabled=false,dnsPrefetchingEnabled=false,lazyLoadEnabled=false,"
                        "defaultFontSize=16,defaultFixedFontSize=14"),
+        // Hinted letters are as wide as whole pixels, which spaces them unevenly at all other resolutions.
+        QStringLiteral("--font-render-hinting=none"),
         // Nobody looks at the pages: frames are drawn on demand only, and nothing draws them.
         QStringLiteral("--enable-begin-frame-control"),
         QStringLiteral("--disable-gpu"),
@@ -222,7 +208,8 @@ QStringList BrowserProcess::arguments() {
     return list;
 }
 
-std::unique_ptr<BrowserProcess> BrowserProcess::start(TemporaryFiles files, const QStringList &arguments) {
+std::unique_ptr<BrowserProcess> BrowserProcess::start(const QStringList &arguments,
+                                                      const QString &temporaryFolder) {
     const QString browser = executable();
     const QString keeper = keeperProgram();
     if (browser.isNull() || keeper.isNull()) {
@@ -235,10 +222,6 @@ std::unique_ptr<BrowserProcess> BrowserProcess::start(TemporaryFiles files, cons
             (NSLog(QStringLiteral("The browser runs without its sandbox, which root cannot have")), true);
         Q_UNUSED(said);
     }
-    // A browser that has gone is told by the write's result.
-    struct sigaction pipeAction = {};
-    if (::sigaction(SIGPIPE, nullptr, &pipeAction) == 0 && pipeAction.sa_handler == SIG_DFL)
-        ::signal(SIGPIPE, SIG_IGN);
     std::vector<QByteArray> command = {QFile::encodeName(keeper), QFile::encodeName(browser)};
     for (const QString &argument : arguments)
         command.push_back(argument.toLocal8Bit());
@@ -246,36 +229,46 @@ std::unique_ptr<BrowserProcess> BrowserProcess::start(TemporaryFiles files, cons
     Ends commands = makePipe();
     Ends replies = makePipe();
     Ends lifeline = makeLifeline();
-    const bool ready = commands.isValid() && replies.isValid() && lifeline.isValid();
-    const pid_t pid = ready ? spawn(command, browserEnvironment(files), commands, replies, lifeline) : -1;
+    const pid_t pid = commands && replies && lifeline
+                          ? spawn(command, browserEnvironment(temporaryFolder), commands, replies, lifeline)
+                          : -1;
     if (pid < 0) {
-        NSLog("Cannot start the browser: %@", QString::fromLocal8Bit(std::strerror(errno)));
+        NSLog("Cannot start the browser: %@", QString::fromStdString(systemError().message()));
         return nullptr;
     }
     std::unique_ptr<BrowserProcess> process(new BrowserProcess);
     process->m_keeper = pid;
-    process->m_commandFd = commands.second.release();
-    process->m_replyFd = replies.first.release();
-    process->m_lifelineFd = lifeline.first.release();
+    process->m_commands = std::move(commands.second);
+    process->m_replies = std::move(replies.first);
+    process->m_lifeline = std::move(lifeline.first);
     return process;
 }
 
 pid_t BrowserProcess::browserPid() {
-    if (m_browser < 0 && ::recv(m_lifelineFd, &m_browser, sizeof m_browser, MSG_WAITALL) != sizeof m_browser)
+    if (m_browser < 0 &&
+        ::recv(m_lifeline.get(), &m_browser, sizeof m_browser, MSG_WAITALL) != sizeof m_browser)
         m_browser = -1;
     return m_browser;
 }
 
+bool BrowserProcess::isKept() {
+    if (browserPid() < 0 || ::send(m_lifeline.get(), "?", 1, MSG_NOSIGNAL) != 1)
+        return false;
+    char answer = 0;
+    return ::recv(m_lifeline.get(), &answer, 1, 0) == 1;
+}
+
 BrowserProcess::~BrowserProcess() {
-    if (m_browser < 0 && ::recv(m_lifelineFd, &m_browser, sizeof m_browser, MSG_DONTWAIT) != sizeof m_browser)
+    if (m_browser < 0 &&
+        ::recv(m_lifeline.get(), &m_browser, sizeof m_browser, MSG_DONTWAIT) != sizeof m_browser)
         m_browser = -1;
-    ::close(m_commandFd);
-    ::close(m_replyFd);
-    ::close(m_lifelineFd);
-    const OwnedFd keeper(int(::syscall(SYS_pidfd_open, m_keeper, 0)));
+    m_commands.reset();
+    m_replies.reset();
+    m_lifeline.reset();
+    const FileDescriptor keeper(int(::syscall(SYS_pidfd_open, m_keeper, 0)));
     pollfd ended = {keeper.get(), POLLIN, 0};
     // A stopped keeper would never end by itself.
-    if (keeper.get() < 0 || ::poll(&ended, 1, keeperPatience) == 0)
+    if (!keeper || ::poll(&ended, 1, keeperPatience) == 0)
         ::kill(m_keeper, SIGKILL);
     int status = 0;
     while (::waitpid(m_keeper, &status, 0) < 0 && errno == EINTR) {

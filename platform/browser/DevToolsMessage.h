@@ -2,75 +2,65 @@
 #pragma once
 
 #include <QByteArray>
-#include <QByteArrayView>
 #include <QJsonObject>
 #include <QString>
-#include <QStringView>
-#include <concepts>
+#include <type_traits>
 
-/// The parameters of a DevTools call, written straight as JSON text: large strings are escaped in one pass.
+namespace zr {
+
+/// The parameters of a DevTools call. A value; any thread.
 class DevToolsParams {
 public:
-    DevToolsParams() = default;
-
-    DevToolsParams &add(const char *key, QStringView text);
-    DevToolsParams &add(const char *key, const QString &text) { return add(key, QStringView(text)); }
-    /// A string given as UTF-8; what is not UTF-8 becomes U+FFFD.
-    DevToolsParams &add(const char *key, const QByteArray &utf8) { return add(key, QByteArrayView(utf8)); }
-    DevToolsParams &add(const char *key, QByteArrayView utf8);
-    DevToolsParams &add(const char *key, const char *utf8) { return add(key, QByteArrayView(utf8)); }
-    DevToolsParams &add(const char *key, std::same_as<bool> auto value) {
-        return addJson(key, value ? "true" : "false");
+    /// A string's lone surrogates, which the browser refuses, become U+FFFD, and so does what is not UTF-8 in bytes. Each
+    /// type is taken as it is, so that no number passes for a pointer.
+    template <typename Value>
+    DevToolsParams &add(const char *key, const Value &value) {
+        if constexpr (std::is_same_v<Value, QString>)
+            return addText(key, value);
+        else if constexpr (std::is_same_v<Value, QByteArray> || std::is_convertible_v<Value, const char *>)
+            return addText(key, QString::fromUtf8(value));
+        else
+            return addValue(key, value);
     }
-    DevToolsParams &add(const char *key,
-                        std::integral auto value) requires(!std::same_as<decltype(value), bool>) {
-        return addJson(key, QByteArray::number(qint64(value)));
-    }
-    DevToolsParams &add(const char *key, double value);
-    DevToolsParams &add(const char *key, const QJsonValue &value);
-    /// A member whose value is JSON text already.
-    DevToolsParams &addJson(const char *key, QByteArrayView json);
 
-    /// The members without the surrounding braces.
-    const QByteArray &members() const { return m_members; }
+    const QJsonObject &object() const { return m_object; }
 
 private:
-    void key(const char *key);
-    QByteArray m_members;
+    DevToolsParams &addValue(const char *key, const QJsonValue &value);
+    DevToolsParams &addText(const char *key, const QString &text);
+
+    QJsonObject m_object;
 };
 
-/// One message from the browser: a reply to a call, or an event. Only its outline is parsed until more is
-/// asked.
+/// One message from the browser: a reply to a call, or an event. A value; any thread.
 class DevToolsMessage {
 public:
     /// An empty message: `isValid()` is false.
     DevToolsMessage() = default;
     /// Takes one message's JSON text.
-    explicit DevToolsMessage(QByteArray text);
-    /// The reply of a call that the browser will never answer.
+    explicit DevToolsMessage(const QByteArray &json);
+    /// The reply to a call that the browser will never answer.
     static DevToolsMessage failure(const QString &why);
 
-    bool isValid() const { return m_valid; }
+    bool isValid() const { return !m_message.isEmpty(); }
     /// The call's number; 0 for an event.
-    int id() const { return m_id; }
+    int id() const { return m_message[u"id"].toInt(); }
     /// The event's name; empty for a reply.
-    QByteArrayView method() const { return m_method; }
+    QString method() const { return m_message[u"method"].toString(); }
     /// The session that it belongs to; empty for the browser itself.
-    QByteArrayView session() const { return m_session; }
+    QByteArray session() const { return m_message[u"sessionId"].toString().toLatin1(); }
 
-    bool isError() const { return !m_error.isEmpty(); }
-    /// Why the call failed; null where it did not.
+    bool isError() const { return m_message.contains(u"error"); }
+    /// Why the call failed; null if it did not.
     QString error() const;
-    /// The result of a reply or the parameters of an event, parsed on demand.
+    /// The result of a reply or the parameters of an event.
     QJsonObject object() const;
-    /// The same as JSON text; a view into the message.
-    QByteArrayView json() const { return m_payload; }
-    /// The bytes of a top-level Base64 member of the result; null where there is none.
+    /// The bytes of a Base64 member of the result; null if there is none.
     QByteArray bytes(const char *member) const;
 
 private:
     QByteArray m_text;
-    QByteArrayView m_method, m_session, m_payload, m_error;
-    int m_id = 0;
-    bool m_valid = false;
+    QJsonObject m_message;
 };
+
+} // namespace zr

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/browser/DevToolsPipe.h"
 
+#include "platform/base/BlockedPipeSignal.h"
 #include "platform/browser/DevToolsSession.h"
 
 #include <QAbstractEventDispatcher>
+#include <QJsonDocument>
 #include <QThread>
 #include <algorithm>
 #include <cerrno>
@@ -11,9 +13,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
 
-/// The least room that a read is given; what the pipe holds at most.
+/// The room that a read is given; what the pipe holds at most.
 constexpr qsizetype readSize = 1 << 20;
 /// Buffers above this size are given back once they are empty.
 constexpr qsizetype keptCapacity = 2 * readSize;
@@ -89,23 +93,12 @@ void DevToolsPipe::call(DevToolsSession *session, const char *method, const DevT
         return;
     }
     const int id = ++m_lastId;
-    m_outgoing.reserve(m_outgoing.size() + params.members().size() + 160);
-    m_outgoing += "{\"id\":";
-    m_outgoing += QByteArray::number(id);
-    m_outgoing += ",\"method\":\"";
-    m_outgoing += method;
-    m_outgoing += '"';
-    if (!params.members().isEmpty()) {
-        m_outgoing += ",\"params\":{";
-        m_outgoing += params.members();
-        m_outgoing += '}';
-    }
-    if (!session->sessionId().isEmpty()) {
-        m_outgoing += ",\"sessionId\":\"";
-        m_outgoing += session->sessionId();
-        m_outgoing += '"';
-    }
-    m_outgoing += '}';
+    QJsonObject message{{QStringLiteral("id"), id}, {QStringLiteral("method"), QLatin1StringView(method)}};
+    if (!params.object().isEmpty())
+        message[u"params"] = params.object();
+    if (!session->sessionId().isEmpty())
+        message[u"sessionId"] = QString::fromLatin1(session->sessionId());
+    m_outgoing += QJsonDocument(message).toJson(QJsonDocument::Compact);
     m_outgoing += '\0';
     m_pending.insert(id, {session, std::move(handler)});
     if (!m_writable.isEnabled())
@@ -113,6 +106,7 @@ void DevToolsPipe::call(DevToolsSession *session, const char *method, const DevT
 }
 
 void DevToolsPipe::writeSome() {
+    const BlockedPipeSignal blocked;
     while (m_written < m_outgoing.size()) {
         const ssize_t n =
             ::write(m_commandFd, m_outgoing.constData() + m_written, size_t(m_outgoing.size() - m_written));
@@ -141,56 +135,36 @@ void DevToolsPipe::readSome() {
     bool ended = false;
     for (;;) {
         const qsizetype filled = m_incoming.size();
-        if (m_incoming.capacity() - filled < readSize / 4)
-            m_incoming.reserve(std::max(filled + readSize, filled * 2));
-        const qsizetype room = m_incoming.capacity() - filled;
-        m_incoming.resize(filled + room);
-        const ssize_t n = ::read(m_replyFd, m_incoming.data() + filled, size_t(room));
+        m_incoming.resize(filled + readSize);
+        const ssize_t n = ::read(m_replyFd, m_incoming.data() + filled, size_t(readSize));
         const int error = errno;
         m_incoming.resize(filled + std::max<ssize_t>(n, 0));
-        if (n > 0) {
-            takeMessages(filled);
-            // A full read means that there may be more.
-            if (n == room)
-                continue;
-            break;
-        }
         if (n < 0 && error == EINTR)
             continue;
-        ended = n == 0 || error != EAGAIN;
-        break;
+        ended = n == 0 || (n < 0 && error != EAGAIN);
+        // A full read means that there may be more.
+        if (n < readSize)
+            break;
     }
+    takeMessages();
     const std::shared_ptr<bool> alive = m_alive;
     deliver();
     if (ended && *alive)
         close();
 }
 
-void DevToolsPipe::takeMessages(qsizetype from) {
+void DevToolsPipe::takeMessages() {
     qsizetype start = 0;
-    while (from < m_incoming.size()) {
-        const char *begin = m_incoming.constData();
-        const auto *nul =
-            static_cast<const char *>(std::memchr(begin + from, 0, size_t(m_incoming.size() - from)));
-        if (!nul)
-            break;
-        const qsizetype end = nul - begin;
-        if (start == 0 && end + 1 == m_incoming.size() && end > readSize / 4) {
-            // A large message that fills the buffer becomes the message without being copied.
-            QByteArray text = std::move(m_incoming);
-            m_incoming = QByteArray();
-            text.truncate(end);
-            m_messages.emplace_back(std::move(text));
-            return;
-        }
-        m_messages.emplace_back(QByteArray(begin + start, end - start));
-        start = from = end + 1;
-    }
-    // Not removed from the front: a byte array keeps room there, and grows with every such remainder.
+    for (qsizetype end; (end = m_incoming.indexOf('\0', std::max(start, m_searched))) >= 0; start = end + 1)
+        m_messages.emplace_back(m_incoming.sliced(start, end - start));
     const qsizetype rest = m_incoming.size() - start;
+    // Not removed from the front: a byte array keeps room there, and grows with every such remainder.
     if (start > 0 && rest > 0)
         std::memmove(m_incoming.data(), m_incoming.constData() + start, size_t(rest));
     m_incoming.resize(rest);
+    m_searched = rest;
+    if (rest == 0 && m_incoming.capacity() > keptCapacity)
+        m_incoming = QByteArray();
 }
 
 void DevToolsPipe::deliver() {
@@ -212,7 +186,7 @@ void DevToolsPipe::deliver() {
             const ReplyHandler handler = m_pending.take(message.id()).handler;
             if (handler)
                 handler(message);
-        } else if (DevToolsSession *session = m_sessions.value(message.session().toByteArray())) {
+        } else if (DevToolsSession *session = m_sessions.value(message.session())) {
             session->deliver(message);
         }
     }

@@ -9,13 +9,14 @@
 #include <functional>
 #include <memory>
 
+namespace zr {
+
 class DevToolsSession;
 
 /// Calls and events over the browser's pipe: JSON messages that end in a NUL byte.
 ///
-/// Lives on the main thread and works from its event loop: replies and events are delivered there, in the
-/// order in which the browser sent them. When the browser is gone, every pending call is answered with a
-/// failure at once, and so is every later one.
+/// Lives on the main thread and works from its event loop: replies and events are delivered there, in the order in which
+/// the browser sent them. When the browser is gone, every pending call fails at once, and so does every later one.
 class DevToolsPipe {
 public:
     using ReplyHandler = std::function<void(const DevToolsMessage &)>;
@@ -29,10 +30,10 @@ public:
 
     /// False once the browser has gone.
     bool isOpen() const { return m_open; }
-    /// Called once, from the event loop, when the browser has gone; pending calls have been answered by then.
+    /// Called once, from the event loop, when the browser has gone; pending calls have failed by then.
     void setClosedHandler(std::function<void()> handler) { m_closed = std::move(handler); }
 
-    /// Waits for one turn of the main run loop's events. Blocking calls are made of it.
+    /// Waits for the next events of the main run loop and handles them. Blocking calls are loops of this.
     static void waitForEvents();
 
 private:
@@ -45,12 +46,12 @@ private:
     void call(DevToolsSession *session, const char *method, const DevToolsParams &params,
               ReplyHandler handler);
     void addSession(DevToolsSession *session);
-    /// Answers the session's pending calls with a failure.
+    /// Fails the session's pending calls.
     void removeSession(DevToolsSession *session, const QString &why);
 
     void writeSome();
     void readSome();
-    void takeMessages(qsizetype from);
+    void takeMessages();
     void deliver();
     void close();
     void fail(const std::vector<Pending> &calls, const QString &why);
@@ -65,6 +66,7 @@ private:
     QByteArray m_outgoing;
     qsizetype m_written = 0;
     QByteArray m_incoming;
+    qsizetype m_searched = 0; ///< as far as no message ends
     std::deque<DevToolsMessage> m_messages;
     QHash<int, Pending> m_pending;
     QHash<QByteArray, DevToolsSession *> m_sessions;
@@ -72,3 +74,5 @@ private:
     /// Tells a delivery on the stack that this object is gone.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };
+
+} // namespace zr

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/browser/DevToolsSession.h"
 
+using namespace zr;
+
 DevToolsSession::DevToolsSession(DevToolsPipe &pipe, const QByteArray &sessionId)
     : m_pipe(&pipe), m_sessionId(sessionId) {
     m_pipe->addSession(this);
@@ -37,19 +39,15 @@ DevToolsMessage DevToolsSession::callAndWait(const char *method, const DevToolsP
     return reply;
 }
 
-void DevToolsSession::on(const QByteArray &event, const EventHandler &handler) {
+void DevToolsSession::on(const char *event, const EventHandler &handler) {
     if (handler)
-        m_handlers.insert(event, handler);
+        m_handlers.insert(QString::fromLatin1(event), handler);
     else
-        m_handlers.remove(event);
+        m_handlers.remove(QString::fromLatin1(event));
 }
 
 void DevToolsSession::deliver(const DevToolsMessage &event) {
-    const QByteArrayView name = event.method();
-    const auto found = m_handlers.constFind(QByteArray::fromRawData(name.data(), name.size()));
-    if (found == m_handlers.cend())
-        return;
     // The handler may replace itself or end the session.
-    const EventHandler handler = *found;
-    handler(event);
+    if (const EventHandler handler = m_handlers.value(event.method()))
+        handler(event);
 }

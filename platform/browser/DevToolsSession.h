@@ -3,6 +3,8 @@
 
 #include "platform/browser/DevToolsPipe.h"
 
+namespace zr {
+
 /// One conversation with the browser itself or with one of its pages: calls and events by name.
 ///
 /// \code
@@ -12,13 +14,13 @@
 /// const DevToolsMessage tree = page.callAndWait("Page.getFrameTree");
 /// \endcode
 ///
-/// Main thread only. The session ends with the object: pending calls are answered with a failure.
+/// Main thread only. The session ends with the object: pending calls fail.
 class DevToolsSession {
 public:
     using ReplyHandler = DevToolsPipe::ReplyHandler;
     using EventHandler = std::function<void(const DevToolsMessage &)>;
 
-    /// \param pipe       when it goes first, the session is closed
+    /// \param pipe       if it goes first, the session is closed
     /// \param sessionId  as Target.attachToTarget gave it; empty for the browser itself
     explicit DevToolsSession(DevToolsPipe &pipe, const QByteArray &sessionId = {});
     ~DevToolsSession();
@@ -28,7 +30,7 @@ public:
     const QByteArray &sessionId() const { return m_sessionId; }
     /// False once the browser has gone or the session was closed.
     bool isOpen() const { return m_pipe && m_pipe->isOpen(); }
-    /// Answers pending calls with a failure, and later ones too: for a page whose process has ended.
+    /// Fails pending calls and later ones: for a page whose process has ended.
     void close(const QString &why);
 
     /// Sends a call and returns at once; the reply, if anyone wants it, arrives from the event loop.
@@ -38,7 +40,7 @@ public:
     DevToolsMessage callAndWait(const char *method, const DevToolsParams &params = {});
 
     /// Sets the one handler of an event; an empty function removes it.
-    void on(const QByteArray &event, const EventHandler &handler);
+    void on(const char *event, const EventHandler &handler);
 
 private:
     friend class DevToolsPipe;
@@ -47,5 +49,7 @@ private:
     DevToolsPipe *m_pipe;
     const QByteArray m_sessionId;
     QString m_closedWhy;
-    QHash<QByteArray, EventHandler> m_handlers;
+    QHash<QString, EventHandler> m_handlers;
 };
+
+} // namespace zr

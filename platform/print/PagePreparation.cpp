@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <vector>
 
+using namespace zr;
+
 namespace {
 
 /// CSS pixels to an inch.
@@ -40,7 +42,7 @@ public:
     Preparation(const Preparation &) = delete;
     Preparation &operator=(const Preparation &) = delete;
 
-    /// Makes the page ready for the print. False where that failed: `error()` says why.
+    /// Makes the page ready for the print. False if that failed: `error()` says why.
     bool run() {
         QJsonObject found;
         if (!ask({}, found))
@@ -107,9 +109,8 @@ private:
     }
 
     static DevToolsParams call(const QJsonObject &request) {
-        const QByteArray text =
-            '(' + QByteArray::fromRawData(pagePreparationScript, sizeof pagePreparationScript - 1) + ")(" +
-            QJsonDocument(request).toJson(QJsonDocument::Compact) + ')';
+        const QByteArray text = "(" + QByteArray(pagePreparationScript) + ")(" +
+                                QJsonDocument(request).toJson(QJsonDocument::Compact) + ')';
         return DevToolsParams().add("expression", text).add("returnByValue", true);
     }
 
@@ -251,7 +252,8 @@ private:
 
 } // namespace
 
-PagePrint printLoadedPage(DevToolsSession &page, const QString &mainFrame, const PagePrintOptions &options) {
+PagePrint zr::printLoadedPage(DevToolsSession &page, const QString &mainFrame,
+                              const PagePrintOptions &options) {
     Preparation preparation(page, mainFrame);
     if (!preparation.run()) {
         preparation.forget();

@@ -5,6 +5,8 @@
 #include <QSizeF>
 #include <QString>
 
+namespace zr {
+
 class DevToolsSession;
 
 /// What is to be done with a loaded page.
@@ -37,3 +39,5 @@ struct PagePrint {
 /// \param mainFrame  the main frame's identifier
 PagePrint printLoadedPage(DevToolsSession &page, const QString &mainFrame,
                           const PagePrintOptions &options = {});
+
+} // namespace zr

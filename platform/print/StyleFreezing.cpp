@@ -1,25 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "platform/print/StyleFreezing.h"
 
+#include "platform/base/ASCII.h"
+
 #include <algorithm>
 #include <array>
 
+using namespace zr;
+
 namespace {
 
-bool isNameStart(QChar c) {
-    return c.isLetter() || c == u'_' || c == u'\\' || c.unicode() >= 0x80;
+bool isNameStart(char16_t c) {
+    return isASCIILetter(c) || c == u'_' || c == u'\\' || c >= 0x80;
 }
-bool isName(QChar c) {
-    return isNameStart(c) || (c >= u'0' && c <= u'9') || c == u'-';
-}
-bool isDigit(QChar c) {
-    return c >= u'0' && c <= u'9';
-}
-bool isHexDigit(QChar c) {
-    return isDigit(c) || (c.toLower() >= u'a' && c.toLower() <= u'f');
-}
-bool isSpace(QChar c) {
-    return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r' || c == u'\f';
+bool isName(char16_t c) {
+    return isNameStart(c) || isASCIIDigit(c) || c == u'-';
 }
 bool is(QStringView text, QStringView name) {
     return text.compare(name, Qt::CaseInsensitive) == 0;
@@ -48,10 +43,10 @@ protected:
     QStringView text(qsizetype from, qsizetype to) const { return m_css.sliced(from, to - from); }
 
 private:
-    QChar at(qsizetype i) const { return i < m_css.size() ? m_css[i] : QChar(); }
+    char16_t at(qsizetype i) const { return i < m_css.size() ? m_css[i].unicode() : u'\0'; }
 
     void step() {
-        const QChar c = at(m_at);
+        const char16_t c = at(m_at);
         if (skipped())
             return;
         if (c == u'@' && (isNameStart(at(m_at + 1)) || at(m_at + 1) == u'-'))
@@ -68,7 +63,7 @@ private:
 
     /// Moves past a comment or a string.
     bool skipped() {
-        const QChar c = at(m_at);
+        const char16_t c = at(m_at);
         if (c == u'/' && at(m_at + 1) == u'*') {
             const qsizetype end = m_css.indexOf(u"*/", m_at + 2);
             m_at = end < 0 ? m_css.size() : end + 2;
@@ -95,28 +90,28 @@ private:
     /// An escape is a backslash and a character, or up to six hexadecimal digits and one space.
     qsizetype escapeEnd(qsizetype i) const {
         const qsizetype first = ++i;
-        while (i < m_css.size() && i < first + 6 && isHexDigit(at(i)))
+        while (i < m_css.size() && i < first + 6 && hexDigitValue(at(i)) >= 0)
             ++i;
-        return i == first ? i + 1 : i + (isSpace(at(i)) ? 1 : 0);
+        return i == first ? i + 1 : i + (isASCIISpace(at(i)) ? 1 : 0);
     }
 
     bool startsNumber() const {
         qsizetype i = m_at + (at(m_at) == u'+' || at(m_at) == u'-' ? 1 : 0);
         i += at(i) == u'.' ? 1 : 0;
-        return isDigit(at(i));
+        return isASCIIDigit(at(i));
     }
 
     void number() {
         const qsizetype from = m_at;
         m_at += at(m_at) == u'+' || at(m_at) == u'-' ? 1 : 0;
         digits();
-        if (at(m_at) == u'.' && isDigit(at(m_at + 1))) {
+        if (at(m_at) == u'.' && isASCIIDigit(at(m_at + 1))) {
             ++m_at;
             digits();
         }
         if (at(m_at) == u'e' || at(m_at) == u'E') {
             const qsizetype sign = at(m_at + 1) == u'+' || at(m_at + 1) == u'-' ? 1 : 0;
-            if (isDigit(at(m_at + 1 + sign))) {
+            if (isASCIIDigit(at(m_at + 1 + sign))) {
                 m_at += 1 + sign;
                 digits();
             }
@@ -128,7 +123,7 @@ private:
         }
     }
     void digits() {
-        while (isDigit(at(m_at)))
+        while (isASCIIDigit(at(m_at)))
             ++m_at;
     }
 
@@ -142,7 +137,7 @@ private:
         }
         ++m_at;
         if (is(word, u"url")) {
-            while (isSpace(at(m_at)))
+            while (isASCIISpace(at(m_at)))
                 ++m_at;
             if (at(m_at) == u'"' || at(m_at) == u'\'')
                 return;
@@ -160,7 +155,7 @@ private:
     void balance(QStringView ends) {
         int depth = 0;
         while (m_at < m_css.size()) {
-            const QChar c = at(m_at);
+            const char16_t c = at(m_at);
             if (depth == 0 && ends.contains(c))
                 return;
             if (skipped())
@@ -196,12 +191,12 @@ private:
 
     /// `@import` URL, layer and supports, of which the rest is the media condition.
     void importRule() {
-        while (isSpace(at(m_at)))
+        while (isASCIISpace(at(m_at)))
             ++m_at;
         if (!skipped() && nameEnd(m_at) > m_at)
             identifierOrFunction();
         for (;;) {
-            while (isSpace(at(m_at)) || (at(m_at) == u'/' && at(m_at + 1) == u'*')) {
+            while (isASCIISpace(at(m_at)) || (at(m_at) == u'/' && at(m_at + 1) == u'*')) {
                 if (!skipped())
                     ++m_at;
             }
@@ -380,10 +375,11 @@ private:
 
 } // namespace
 
-StyleScan scanStyle(const QString &css, const StyleViewport &viewport) {
+StyleScan zr::scanStyle(const QString &css, const StyleViewport &viewport) {
     return Scanner(css, viewport).result;
 }
 
-QString frozenStyle(const QString &css, const StyleViewport &viewport, const QHash<QString, bool> &outcomes) {
+QString zr::frozenStyle(const QString &css, const StyleViewport &viewport,
+                        const QHash<QString, bool> &outcomes) {
     return Freezer(css, viewport, outcomes).take();
 }

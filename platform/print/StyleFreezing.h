@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace zr {
+
 /// The viewport that a document was laid out in, and what the paper will change about it.
 struct StyleViewport {
     double width = 800;
@@ -44,3 +46,5 @@ StyleScan scanStyle(const QString &css, const StyleViewport &viewport);
 /// \param outcomes  for each of the scan's conditions whether it held; conditions that are missing stay
 QString frozenStyle(const QString &css, const StyleViewport &viewport,
                     const QHash<QString, bool> &outcomes = {});
+
+} // namespace zr

@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <utility>
 
+using namespace zr;
+
 namespace {
 
 /// The Content-Type to serve a resource with, for what the page wants it as.
@@ -36,13 +38,8 @@ WebArchiveServer::WebArchiveServer(DevToolsSession &page, WebArchive archive)
     : m_page(page), m_archive(std::move(archive)) {
 }
 
-WebArchiveServer::~WebArchiveServer() {
-    m_page.call("Fetch.disable");
-    m_page.call("Page.setBypassCSP", DevToolsParams().add("enabled", false));
-}
-
 void WebArchiveServer::start(std::function<void()> ready) {
-    m_page.call("Fetch.enable", DevToolsParams().addJson("patterns", "[{\"urlPattern\":\"*\"}]"));
+    m_page.call("Fetch.enable");
     // The setting has to be known before a navigation brings in another renderer, which is told of it then.
     m_page.call("Page.setBypassCSP", DevToolsParams().add("enabled", true),
                 [ready = std::move(ready)](const DevToolsMessage &) { ready(); });

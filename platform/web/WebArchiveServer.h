@@ -6,9 +6,11 @@
 #include <QJsonObject>
 #include <functional>
 
+namespace zr {
+
 class DevToolsSession;
 
-/// Answers all requests of a page from an archive, as long as the object lives.
+/// Answers all requests of a page from an archive.
 ///
 /// \code
 /// WebArchiveServer server(page, std::move(archive));
@@ -16,14 +18,13 @@ class DevToolsSession;
 /// server.start([&] { page.call("Page.navigate", DevToolsParams().add("url", server.url())); });
 /// \endcode
 ///
-/// What the archive has not fails, and nothing is asked of a network, a file or a cache. The page's content
-/// security policies don't apply: they were written for the address, not for the copy. Main thread only; it
-/// is the one that handles the session's Fetch.requestPaused.
+/// Requests for what is not in the archive fail, and nothing is asked of a network, a file or a cache. The page's content
+/// security policies don't apply: they were written for the address, not for the copy. The page serves no other document
+/// afterwards. Main thread only.
 class WebArchiveServer {
 public:
     /// \param page  the page's session; outlives the server
     WebArchiveServer(DevToolsSession &page, WebArchive archive);
-    ~WebArchiveServer();
     WebArchiveServer(const WebArchiveServer &) = delete;
     WebArchiveServer &operator=(const WebArchiveServer &) = delete;
 
@@ -42,3 +43,5 @@ private:
     DevToolsSession &m_page;
     const WebArchive m_archive;
 };
+
+} // namespace zr

@@ -7,12 +7,16 @@
 #include <QTimer>
 #include <algorithm>
 
+using namespace zr;
+
 namespace {
 
 /// Documents that one page serves at most.
 constexpr int maxLoads = 100;
 /// Milliseconds after a task before a page is made for the next one.
 constexpr int makingDelay = 10;
+/// Pages in a row that may fail to be made before those who wait for one are told.
+constexpr int maxFailures = 3;
 
 bool prepared = false;
 
@@ -20,16 +24,16 @@ QString goneText() {
     return QStringLiteral("The browser has gone");
 }
 
-} // namespace
-
-void startWebEngine() {
+void applicationStarted() {
     WebEngine::applicationStarted();
 }
-Q_COREAPP_STARTUP_FUNCTION(startWebEngine)
+Q_COREAPP_STARTUP_FUNCTION(applicationStarted)
+
+} // namespace
 
 WebEngine &WebEngine::shared() {
-    // Never destroyed: the keeper ends the browser when this process ends, however it does.
-    static auto *engine = new WebEngine;
+    // The keeper ends the browser when this process ends, however it does.
+    static NeverDestroyed<WebEngine> engine;
     return *engine;
 }
 
@@ -56,49 +60,52 @@ void WebEngine::start() {
         m_process = BrowserProcess::start();
     if (!m_process)
         return;
-    connectPipe();
-    makePage();
-}
-
-void WebEngine::connectPipe() {
     m_pipe = std::make_unique<DevToolsPipe>(m_process->commandFd(), m_process->replyFd());
     m_browser = std::make_unique<DevToolsSession>(*m_pipe);
     m_pipe->setClosedHandler([this] { browserGone(); });
+    makePage();
 }
 
 void WebEngine::browserGone() {
-    const bool wasHealthy = std::exchange(m_wasHealthy, false);
+    // One that never came up is not started again unless someone asks, and not for ever.
+    const bool wasHealthy = std::exchange(m_isHealthy, false);
     failLentPages(goneText());
-    m_ready.reset();
-    // A page that ends fails its calls, and their handlers look for it here: it must be gone by then.
-    std::exchange(m_inWork, {}).clear();
-    m_making = 0;
-    failRequests(goneText());
+    if (!wasHealthy && ++m_failures >= maxFailures) {
+        m_failures = 0;
+        failRequests(goneText());
+    }
     // The pipe is on the stack: it goes later.
     QTimer::singleShot(0, [this, wasHealthy] {
         if (!m_pipe || m_pipe->isOpen())
             return;
-        shutDown();
-        // One that never came up would not come up the next time either, unless someone asks.
+        endBrowser();
         if (wasHealthy || !m_requests.empty())
             start();
+        if (!m_pipe)
+            failRequests(QStringLiteral("The browser cannot be started"));
     });
 }
 
-void WebEngine::shutDown() {
-    m_wasHealthy = false;
+void WebEngine::endBrowser() {
+    m_isHealthy = false;
+    failLentPages(goneText());
     m_ready.reset();
     // A page that ends fails its calls, and their handlers look for it here: it must be gone by then.
     std::exchange(m_inWork, {}).clear();
     m_making = 0;
-    failLentPages(goneText());
-    m_browser.reset();
+    // The calls that the pipe fails find it gone, and make no more.
     m_pipe.reset();
+    m_browser.reset();
     m_process.reset();
 }
 
+void WebEngine::shutDown() {
+    endBrowser();
+    failRequests(goneText());
+}
+
 void WebEngine::failLentPages(const QString &why) {
-    // Pages that are lent belong to their views, which may throw them away when they hear of it.
+    // Pages that are lent belong to their views, which may give them back when they hear of it.
     for (WebPage *page : std::vector<WebPage *>(m_lent)) {
         if (std::find(m_lent.cbegin(), m_lent.cend(), page) != m_lent.cend())
             page->fail(why);
@@ -122,15 +129,25 @@ void WebEngine::cancelRequest(int number) {
 
 void WebEngine::failRequests(const QString &why) {
     for (Request &request : std::exchange(m_requests, {}))
-        request.handler(nullptr, WebLoadError(why));
+        request.handler(nullptr, webLoadError(why));
 }
 
 void WebEngine::serve() {
     if (!m_pipe || !m_pipe->isOpen())
         return;
     while (m_ready && !m_requests.empty()) {
+        if (!m_process->isKept()) {
+            // Its browser is about to end. The requests wait for the next one.
+            m_ready.reset();
+            return;
+        }
+        if (!m_ready->isReusable()) {
+            discard(*std::exchange(m_ready, nullptr));
+            break;
+        }
         const Request request = std::move(m_requests.front());
         m_requests.pop_front();
+        m_ready->setFailureHandler({});
         m_lent.push_back(m_ready.get());
         request.handler(std::move(m_ready), {});
     }
@@ -140,42 +157,28 @@ void WebEngine::serve() {
 
 void WebEngine::takeBack(std::unique_ptr<WebPage> page) {
     std::erase(m_lent, page.get());
-    page->setEvents({});
     if (!m_pipe || !m_pipe->isOpen())
         return;
     if (!page->isReusable() || page->loads() >= maxLoads || m_ready) {
-        discard(std::move(page));
+        discard(*page);
         // Whoever asked for the last document is served first; a page that is asked for is made at once.
-        QTimer::singleShot(makingDelay, [this] {
-            if (m_pipe && m_pipe->isOpen() && !m_ready && m_making == 0)
-                makePage();
-        });
+        QTimer::singleShot(makingDelay, [this] { makePageIfNone(); });
         return;
     }
     WebPage *resetting = page.get();
     m_inWork.push_back(std::move(page));
     ++m_making;
-    resetting->reset([this, resetting](bool blank) {
-        const auto found = std::find_if(m_inWork.begin(), m_inWork.end(),
-                                        [resetting](const auto &entry) { return entry.get() == resetting; });
-        if (found == m_inWork.end())
-            return;
-        std::unique_ptr<WebPage> done = std::move(*found);
-        m_inWork.erase(found);
-        if (blank) {
-            pageReady(std::move(done));
-        } else {
-            --m_making;
-            discard(std::move(done));
-            serve();
-        }
-    });
+    resetting->reset([this, resetting](bool isBlank) { endWork(resetting, isBlank); });
 }
 
-void WebEngine::discard(std::unique_ptr<WebPage> page) {
-    // The context takes the page with it, and everything that it has stored.
-    m_browser->call("Target.disposeBrowserContext",
-                    DevToolsParams().add("browserContextId", page->context()));
+void WebEngine::discard(const WebPage &page) {
+    // The context takes the page with it, and everything that it has stored; its process is ended even if it is busy.
+    m_browser->call("Target.disposeBrowserContext", DevToolsParams().add("browserContextId", page.context()));
+}
+
+void WebEngine::makePageIfNone() {
+    if (m_pipe && m_pipe->isOpen() && !m_ready && m_making == 0)
+        makePage();
 }
 
 void WebEngine::makePage() {
@@ -206,29 +209,40 @@ void WebEngine::attach(const QByteArray &context, const QByteArray &target) {
                         m_inWork.push_back(std::make_unique<WebPage>(
                             *m_pipe, context, target, reply.object()[u"sessionId"].toString().toLatin1()));
                         WebPage *page = m_inWork.back().get();
-                        page->setUp([this, page](bool ready) {
-                            const auto found =
-                                std::find_if(m_inWork.begin(), m_inWork.end(),
-                                             [page](const auto &entry) { return entry.get() == page; });
-                            if (found == m_inWork.end())
-                                return;
-                            std::unique_ptr<WebPage> done = std::move(*found);
-                            m_inWork.erase(found);
-                            if (ready)
-                                pageReady(std::move(done));
-                            else
-                                pageFailed(QStringLiteral("The page cannot be set up"));
-                        });
+                        page->setUp([this, page](bool isReady) { endWork(page, isReady); });
                     });
+}
+
+void WebEngine::endWork(WebPage *page, bool isReady) {
+    const auto found = std::find_if(m_inWork.begin(), m_inWork.end(),
+                                    [page](const auto &entry) { return entry.get() == page; });
+    if (found == m_inWork.end())
+        return;
+    std::unique_ptr<WebPage> done = std::move(*found);
+    m_inWork.erase(found);
+    if (isReady)
+        return pageReady(std::move(done));
+    discard(*done);
+    pageFailed(QStringLiteral("The page cannot be set up"));
 }
 
 void WebEngine::pageReady(std::unique_ptr<WebPage> page) {
     --m_making;
-    m_wasHealthy = true;
-    if (m_ready)
-        discard(std::move(page));
-    else
+    m_isHealthy = true;
+    m_failures = 0;
+    if (m_ready) {
+        discard(*page);
+    } else {
         m_ready = std::move(page);
+        m_ready->setFailureHandler([this] {
+            // It is on the stack of its own failure.
+            QTimer::singleShot(0, [this, dead = std::shared_ptr<WebPage>(std::move(m_ready))] {
+                if (m_browser)
+                    discard(*dead);
+                makePageIfNone();
+            });
+        });
+    }
     serve();
 }
 
@@ -237,5 +251,10 @@ void WebEngine::pageFailed(const QString &why) {
     if (!m_pipe || !m_pipe->isOpen())
         return;
     --m_making;
-    failRequests(why);
+    if (++m_failures < maxFailures) {
+        makePage();
+    } else {
+        m_failures = 0;
+        failRequests(why);
+    }
 }

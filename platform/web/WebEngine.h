@@ -2,28 +2,33 @@
 #pragma once
 
 #include "platform/base/NSError.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/browser/BrowserProcess.h"
 #include "platform/web/WebPage.h"
 
 #include <deque>
 #include <vector>
 
+namespace zr {
+
 /// The process's one browser and its pages: started as early as possible, started again when it has died.
 ///
-/// A page serves one document after the other as long as they are self-contained; what has met the network or
-/// files, or has failed, is thrown away together with its browser context, its cookies, cache and process.
-/// One blank page is kept ready. Main thread only.
+/// A page serves one document after the other as long as they are self-contained; what has met the network or files, or
+/// has failed, is thrown away together with its browser context, its cookies, cache and process. One blank page is kept
+/// ready, and replaced if its process dies. Main thread only.
 class WebEngine {
 public:
-    /// Starts the browser, unless it is running. May be called before there is a QCoreApplication, and should
-    /// be the first thing that a service does: the browser then comes up while the service does.
+    /// Starts the browser, unless it is running. May be called before there is a QCoreApplication, and should be the
+    /// first thing that a service does: the browser then comes up while the service does.
     static void prepare();
     static WebEngine &shared();
+    /// There is a QCoreApplication now.
+    static void applicationStarted();
 
     /// Gets the page, or null and the reason why there is none.
     using PageHandler = std::function<void(std::unique_ptr<WebPage> page, const NSError &error)>;
-    /// Asks for a blank page of one's own; the handler is called from the event loop, or at once when a page
-    /// is ready. \return a number for `cancelRequest`
+    /// Asks for a blank page of one's own; the handler is called from the event loop, or at once when a page is ready.
+    /// The page may have died unnoticed: its load then says so. \return a number for `cancelRequest`
     int requestPage(PageHandler handler);
     void cancelRequest(int number);
     /// Gives a page back.
@@ -42,17 +47,19 @@ private:
     };
 
     WebEngine() = default;
-    static void applicationStarted();
-    friend void startWebEngine();
+    friend class NeverDestroyed<WebEngine>;
 
     void start();
-    void connectPipe();
     void browserGone();
+    void endBrowser();
     void makePage();
     void attach(const QByteArray &context, const QByteArray &target);
+    /// A page is blank, and ours; or it can't be had.
+    void endWork(WebPage *page, bool isReady);
     void pageFailed(const QString &why);
     void pageReady(std::unique_ptr<WebPage> page);
-    void discard(std::unique_ptr<WebPage> page);
+    void discard(const WebPage &page);
+    void makePageIfNone();
     void serve();
     void failRequests(const QString &why);
     void failLentPages(const QString &why);
@@ -64,7 +71,10 @@ private:
     std::unique_ptr<WebPage> m_ready;
     std::vector<WebPage *> m_lent;
     std::deque<Request> m_requests;
-    int m_making = 0; ///< pages on their way to being ready
+    int m_making = 0;   ///< pages on their way to being ready
+    int m_failures = 0; ///< pages and browsers in a row that could not be made
     int m_lastNumber = 0;
-    bool m_wasHealthy = false;
+    bool m_isHealthy = false; ///< the browser has made a page
 };
+
+} // namespace zr

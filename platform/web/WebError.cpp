@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebError.h"
 
-NSError WebLoadError(const QString &browserText, const QString &url) {
+NSError zr::webLoadError(const QString &browserText, const QString &url) {
     static constexpr struct {
         const char *text;
         NSURLErrorCode code;

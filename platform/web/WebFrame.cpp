@@ -5,17 +5,17 @@
 #include "platform/documents/WebDocumentSniffer.h"
 #include "platform/documents/WebDocumentTraits.h"
 #include "platform/pdf/PDFDocument.h"
-#include "platform/print/PagePreparation.h"
 #include "platform/text/DataURL.h"
 #include "platform/values/NSLog.h"
 #include "platform/web/WebError.h"
-#include "platform/web/WebPage.h"
-#include "platform/web/WebView.h"
+#include "platform/web/WebViewLoader.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
 #include <array>
+
+using namespace zr;
 
 namespace {
 
@@ -58,7 +58,7 @@ bool isWebAddress(const QUrl &url) {
     return url.scheme() == QLatin1StringView("http") || url.scheme() == QLatin1StringView("https");
 }
 
-/// The browser has schemes of its own beside these, for its inner pages, some of which crash or hang it.
+/// The browser has schemes of its own besides these, for its inner pages, some of which crash or hang it.
 bool isForDocuments(const QUrl &url) {
     static constexpr std::array schemes = {"http", "https", "file", "data"};
     return url == QUrl(QStringLiteral("about:blank")) ||
@@ -66,12 +66,38 @@ bool isForDocuments(const QUrl &url) {
                        [&](const char *scheme) { return url.scheme() == QLatin1StringView(scheme); });
 }
 
+/// What the page is to load to show a document that came as bytes.
+WebSource sourceFor(const WebDocument &document, const QUrl &baseURL) {
+    if (document.archive())
+        return {.url = QString::fromUtf8(document.archive()->mainResource().url),
+                .archive = document.archive()};
+    if (document.isPicture())
+        return {.markup = document.text(), .isPicture = true};
+    const bool hasAddress = isWebAddress(baseURL);
+    if (!hasAddress && (document.mimeType() == "text/html" || !document.blankURL().isEmpty()))
+        return {.markup = document.text(),
+                .blankUrl = document.mimeType() == "text/html" ? QString()
+                                                               : QString::fromLatin1(document.blankURL())};
+    return {.url = hasAddress ? baseURL.toString(QUrl::FullyEncoded)
+                              : QString::fromLatin1(WebArchive::madeUpOrigin),
+            .body = document.text().toUtf8(),
+            .contentType = document.mimeType() + ";charset=utf-8"};
+}
+
 } // namespace
 
-void WebFrame::reset(const QUrl &url) {
-    m_url = url;
+void WebFrame::clear() {
+    m_url.clear();
     m_children.clear();
-    m_frameView.m_documentView.reset();
+    m_frameView.clear();
+}
+
+void WebFrame::addChild(const QString &identifier) {
+    m_children.push_back(std::make_unique<WebFrame>(m_view, m_loader, this, identifier));
+}
+
+void WebFrame::removeChild(WebFrame *child) {
+    std::erase_if(m_children, [child](const auto &entry) { return entry.get() == child; });
 }
 
 WebFrame *WebFrame::find(const QString &identifier) {
@@ -101,13 +127,12 @@ void WebFrame::loadHTMLString(const QString &string, const QUrl &baseURL) {
         loadData(string.toUtf8(), QStringLiteral("text/html"), QStringLiteral("utf-8"), baseURL);
         return;
     }
-    m_view->load({}, [string](WebPage &page) { page.loadMarkup(string); });
+    m_loader.load({.markup = string}, {});
 }
 
 void WebFrame::loadRequest(const QUrl &url) {
     if (!isForDocuments(url)) {
-        m_view->stopLoading();
-        m_view->failLater(WebLoadError(QStringLiteral("net::ERR_UNKNOWN_URL_SCHEME"), url.toString()));
+        m_loader.failLoad(webLoadError(QStringLiteral("net::ERR_UNKNOWN_URL_SCHEME"), url.toString()));
         return;
     }
     if (url.scheme() == QLatin1StringView("data")) {
@@ -120,74 +145,43 @@ void WebFrame::loadRequest(const QUrl &url) {
         return;
     }
     const QString markup = selfContainedMarkup(url);
-    m_view->load(url, [url, markup](WebPage &page) {
-        if (markup.isNull())
-            page.loadUrl(url);
-        else
-            page.loadMarkup(markup);
-    });
+    m_loader.load(markup.isNull() ? WebSource{.url = url.toString(QUrl::FullyEncoded)}
+                                  : WebSource{.markup = markup},
+                  url);
 }
 
 void WebFrame::loadData(const QByteArray &data, const QString &mimeType, const QString &textEncodingName,
                         const QUrl &baseURL) {
-    std::optional<WebDocument> document =
+    const std::optional<WebDocument> document =
         WebDocument::documentWithData(data, mimeType.toLatin1(), textEncodingName.toLatin1());
-    if (!document) {
-        m_view->stopLoading();
-        m_view->failLater(NSError(
+    if (document)
+        m_loader.load(sourceFor(*document, baseURL), baseURL);
+    else
+        m_loader.failLoad(NSError(
             NSURLErrorDomain, data.isEmpty() ? NSURLErrorZeroByteResource : NSURLErrorCannotDecodeContentData,
             {{NSLocalizedDescriptionKey, data.isEmpty() ? QStringLiteral("There is no data")
                                                         : QStringLiteral("The data cannot be shown")}}));
-        return;
-    }
-    m_view->load(baseURL, [document = std::move(*document), baseURL](WebPage &page) {
-        if (document.archive())
-            page.loadArchive(*document.archive());
-        else if (document.isPicture())
-            page.loadPicture(document.text());
-        else if (isWebAddress(baseURL))
-            page.loadMarkup(document.text(), document.mimeType(), baseURL);
-        else if (document.mimeType() == "text/html")
-            page.loadMarkup(document.text());
-        else if (!document.blankURL().isEmpty())
-            page.loadMarkup(document.text(), QString::fromLatin1(document.blankURL()));
-        else
-            page.loadMarkup(document.text(), document.mimeType(),
-                            QUrl(QLatin1StringView(WebArchive::madeUpOrigin)));
-    });
 }
 
 void WebFrame::stopLoading() {
-    m_view->stopLoading();
+    m_loader.stop();
 }
 
 WebDocumentView *WebFrameView::documentView() {
-    if (m_frame.parentFrame() || !m_frame.webView()->m_loaded)
+    if (m_frame.parentFrame() || !m_loader.isLoaded())
         return nullptr;
     if (!m_documentView)
-        m_documentView = std::make_unique<WebDocumentView>(m_frame);
+        m_documentView = std::make_unique<WebDocumentView>(m_frame, m_loader);
     return m_documentView.get();
 }
 
 void WebDocumentView::render() {
     if (std::exchange(m_rendered, true))
         return;
-    WebView *view = m_frame.webView();
-    if (!view->m_page)
-        return;
-    PagePrintOptions options;
-    options.tagged = view->preferences().tagsPDF();
-    const PagePrint print = printLoadedPage(view->m_page->session(), view->m_page->mainFrame(), options);
+    const PagePrint print = m_loader.print();
     m_pdf = print.pdf;
     m_bounds = QRectF(QPointF(0, 0), print.size);
-    m_error = print.error;
-    if (!view->m_page)
-        return;
-    m_error = view->m_page->explained(m_error);
-    if (view->m_page->isReplaced())
-        m_pdf.clear();
-    if (!m_error.isEmpty())
-        view->m_page->spend();
+    m_printError = print.error;
 }
 
 QRectF WebDocumentView::frame() {
@@ -195,21 +189,22 @@ QRectF WebDocumentView::frame() {
     return m_bounds;
 }
 
+QByteArray WebDocumentView::failed(const QString &why) {
+    m_error = webLoadError(why, m_frame.url().toString());
+    NSLog("Cannot make a PDF of %@: %@", m_frame.description(), why);
+    return {};
+}
+
 QByteArray WebDocumentView::dataWithPDFInsideRect(const QRectF &rect) {
     render();
+    m_error = NSError();
     PDFDocument document(m_pdf);
-    if (document.isNil()) {
-        NSLog("Cannot make a PDF of %@: %@", m_frame.description(),
-              m_error.isEmpty() ? QStringLiteral("the browser's PDF is not readable") : m_error);
-        return {};
-    }
-    if (document.pageCount() != 1) {
-        NSLog("Cannot make a PDF of %@: it has %d pages", m_frame.description(), document.pageCount());
-        return {};
-    }
-    if (!document.setPageBox(0, rect, PagePrint::magnification)) {
-        NSLog("Cannot make a PDF of %@: there is nothing in the rectangle", m_frame.description());
-        return {};
-    }
+    if (document.isNil())
+        return failed(m_printError.isEmpty() ? QStringLiteral("the browser's PDF is not readable")
+                                             : m_printError);
+    if (document.pageCount() != 1)
+        return failed(QStringLiteral("it has %1 pages").arg(document.pageCount()));
+    if (!document.setPageBox(0, rect, PagePrint::magnification))
+        return failed(QStringLiteral("there is nothing in the rectangle"));
     return document.dataRepresentation();
 }

@@ -8,9 +8,6 @@
 
 #include <QRectF>
 
-class NSError;
-class WebPage;
-
 /// An off-screen view of web documents.
 ///
 /// \code
@@ -51,32 +48,15 @@ public:
     void setAutoresizingMask(unsigned mask) { m_autoresizingMask = mask; }
 
     /// The main frame; the same object as long as the view lives.
-    WebFrame *mainFrame() { return &m_mainFrame; }
-    /// Ends loading without telling the delegate.
+    WebFrame *mainFrame();
+    /// Ends loading without telling the delegate. A PDF that is being made of the document becomes null at once.
     void stopLoading();
 
 private:
-    friend class WebFrame;
-    friend class WebFrameView;
-    friend class WebDocumentView;
-
-    /// Gets a page and has it load; `start` is called when it is there.
-    void load(const QUrl &url, std::function<void(WebPage &)> start);
-    void failLater(const NSError &error);
-    void pageArrived(std::unique_ptr<WebPage> page, const NSError &error,
-                     const std::function<void(WebPage &)> &start);
-    void listenTo(WebPage &page);
-    void releasePage();
-
     QRectF m_frame;
     WebPreferences m_preferences;
     WebFrameLoadDelegate *m_delegate = nullptr;
     bool m_maintainsBackForwardList = true;
     unsigned m_autoresizingMask = NSViewNotSizable;
-    WebFrame m_mainFrame;
-    std::unique_ptr<WebPage> m_page;
-    int m_request = 0; ///< for a page that has not come yet
-    bool m_loaded = false;
-    /// Outlived by what was put off to the event loop.
-    std::shared_ptr<WebView *> m_self;
+    const std::unique_ptr<zr::WebViewLoader> m_loader;
 };

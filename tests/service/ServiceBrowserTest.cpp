@@ -1,34 +1,36 @@
 // SPDX-License-Identifier: MIT
 // The real service with its real browser, as a host application meets them.
 #include "ZRKit/Service/ZRXPC.h"
+#include "tests/platform/xpc/Support.h"
+#include "tests/support/Gate.h"
+#include "tests/support/HTTPServer.h"
+#include "tests/support/PDFReader.h"
 #include "tests/support/ProcessTree.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
 
-const QString serviceName = QStringLiteral("com.velmora.zrpdf");
+struct Reply {
+    QByteArray pdf;
+    NSError error;
+};
+using Replies = Inbox<Reply>;
 
-QVariantMap taskFor(const QString &html) {
-    return {{QStringLiteral("data"), html}, {QStringLiteral("utiType"), QStringLiteral("public.html")}};
+/// Sends a document; its reply comes to the inbox, or never.
+void send(ZRXPC &client, const QString &html, const std::shared_ptr<Replies> &replies) {
+    const QVariantMap task{{QStringLiteral("data"), html},
+                           {QStringLiteral("utiType"), QStringLiteral("public.html")}};
+    client.performXPCAsyncWithObject(task, [replies](const QVariant &result, const NSError &error) {
+        replies->put({result.toMap().value(QStringLiteral("data")).toByteArray(), error});
+    });
 }
 
-QByteArray convert(ZRXPC &client, const QString &html) {
-    return client.performXPCWithObject(taskFor(html)).toMap().value(QStringLiteral("data")).toByteArray();
-}
-
-QString textOf(const QByteArray &pdf) {
-    QProcess reader;
-    reader.start(QStringLiteral("pdftotext"), {QStringLiteral("-"), QStringLiteral("-")});
-    reader.write(pdf);
-    reader.closeWriteChannel();
-    reader.waitForFinished();
-    return QString::fromUtf8(reader.readAllStandardOutput()).simplified();
+QString textOf(const std::optional<Reply> &reply) {
+    return reply ? PDFReader(reply->pdf).text() : QStringLiteral("no reply");
 }
 
 std::vector<ProcessTree::Process> browsersBelow(pid_t pid) {
@@ -44,36 +46,30 @@ std::vector<ProcessTree::Process> browsersBelow(pid_t pid) {
 } // namespace
 
 TEST(ServiceBrowser, AKilledOneFailsTheTaskWithinASecondAndTheNextOneWorks) {
-    ZRXPC client(serviceName);
-    ASSERT_FALSE(convert(client, QStringLiteral("<p>warm")).isEmpty());
-    // A page that never finishes loading: nobody accepts on this port, and the connection is held by a
-    // listener that answers nothing.
-    QProcess silent;
-    silent.start(QStringLiteral("python3"),
-                 {QStringLiteral("-c"),
-                  QStringLiteral("import socket,sys\ns=socket.socket()\ns.bind(('127.0.0.1',0))\n"
-                                 "s.listen()\nprint(s.getsockname()[1],flush=True)\n"
-                                 "c,_=s.accept()\nprint('met',flush=True)\nsys.stdin.read()")});
-    ASSERT_TRUE(silent.waitForReadyRead());
-    const QString port = QString::fromUtf8(silent.readLine()).trimmed();
-
-    NSError error;
-    QElapsedTimer sinceKill;
-    std::thread task([&] {
-        client.performXPCSynchronousWithObject(
-            taskFor(QStringLiteral("<img src='http://127.0.0.1:%1/x.png'>").arg(port)),
-            [&](const QVariant &, const NSError &e) { error = e; });
+    Gate never;
+    HTTPServer server([&](const HTTPServer::Request &) {
+        return HTTPServer::Response{.contentType = "image/png", .body = "x", .gate = &never};
     });
-    ASSERT_TRUE(silent.waitForReadyRead(20000));
+    ZRXPC client(QStringLiteral("com.velmora.zrpdf"));
+    const auto replies = std::make_shared<Replies>();
+    send(client, QStringLiteral("<p>warm"), replies);
+    ASSERT_EQ(textOf(replies->take()), QStringLiteral("warm"));
+
+    send(client, QStringLiteral("<img src='%1'>").arg(server.url(QStringLiteral("/never.png")).toString()),
+         replies);
+    ASSERT_TRUE(ProcessTree::waitUntil([&] { return server.count("/never.png") > 0; }));
     const auto browsers = browsersBelow(::getpid());
     ASSERT_FALSE(browsers.empty());
+    QElapsedTimer sinceKill;
     sinceKill.start();
     for (const auto &browser : browsers)
         ::kill(browser.pid, SIGKILL);
-    task.join();
+    const std::optional<Reply> failed = replies->take();
     EXPECT_LT(sinceKill.elapsed(), 1000);
-    EXPECT_EQ(error.localizedDescription(), QStringLiteral("HTML to PDF converter did fail"));
-    EXPECT_EQ(textOf(convert(client, QStringLiteral("<p>again"))), QStringLiteral("again"));
-    silent.kill();
-    silent.waitForFinished();
+    ASSERT_TRUE(failed);
+    EXPECT_EQ(failed->error.localizedDescription(), QStringLiteral("HTML to PDF converter did fail"));
+    never.open();
+
+    send(client, QStringLiteral("<p>again"), replies);
+    EXPECT_EQ(textOf(replies->take()), QStringLiteral("again"));
 }

@@ -2,10 +2,11 @@
 //
 // zrkit-keeper BROWSER [ARGUMENTS...]: starts a browser and sees to it that nothing of it is left.
 //
-// Descriptors 3 and 4 are the browser's command and reply pipes; 5 is a socket that its owner keeps open. The
-// browser's process id is written to it, and when its other end closes, for whatever reason, every process
-// below this one is killed. The same happens when the browser ends by itself. Should this process be killed,
-// the browser's parent-death signal ends it. Only libc is used, so that it starts in less than a millisecond.
+// Descriptors 3 and 4 are the browser's command and reply pipes; 5 is a socket that its owner keeps open. The browser's
+// process id is written to it, and each byte that comes from there goes back, as a sign of life. When its other end
+// closes, for whatever reason, every process below this one is killed. The same happens when the browser ends by itself.
+// Should this process be killed, the browser's parent-death signal ends it. Only libc is used, so that it starts in less
+// than a millisecond.
 
 #include <csignal>
 #include <cstdio>
@@ -107,8 +108,8 @@ int main(int argc, char **argv) {
         pollfd watch[] = {{lifelineFd, POLLIN, 0}, {signals, POLLIN, 0}};
         if (poll(watch, 2, -1) < 0)
             continue;
-        // Nothing is ever sent here: readable means closed.
-        if (watch[0].revents)
+        char question = 0;
+        if (watch[0].revents && (read(lifelineFd, &question, 1) != 1 || write(lifelineFd, &question, 1) != 1))
             break;
         signalfd_siginfo info{};
         while (read(signals, &info, sizeof info) == ssize_t(sizeof info))

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include "platform/base/NSURLErrorCode.h"
 #include "platform/values/NSNull.h"
 #include "platform/web/WebEngine.h"
 #include "tests/ZRKit/Service/Conversion.h"
 #include "tests/support/Gate.h"
 #include "tests/support/HTTPServer.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/ProcessTree.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -16,14 +18,19 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
 
 /// Fails, says so once with this text, and leaves the next conversion unharmed.
 void expectFailure(const QVariant &data, const char *line, const char *text) {
     {
         const LogCapture log;
-        const ZRConvertHTML converter(data);
+        const ConversionLimit limit;
+        const ZRConvertHTML converter(data, {}, false, limit.token());
         EXPECT_TRUE(converter.pdfData().isNull());
+        EXPECT_EQ(converter.error().domain(), NSURLErrorDomain);
+        EXPECT_TRUE(converter.error().localizedDescription().contains(QString::fromLatin1(text)));
         EXPECT_EQ(log.count(QString::fromLatin1(line) + QStringLiteral(" Error Domain=")), 1)
             << log.lines().join(u'\n').toStdString();
         EXPECT_TRUE(log.lines().join(u'\n').contains(QString::fromLatin1(text)))
@@ -61,15 +68,16 @@ void expectDeathToFail(const std::function<pid_t()> &victim, const char *line) {
     QElapsedTimer sinceDeath;
     pid_t killed = -1;
     std::thread killer([&] {
-        for (int i = 0; i < 6000 && server.connections() < 2; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        if (!ProcessTree::waitUntil([&] { return server.count("/never.png") > 0; }))
+            never.open();
         killed = victim();
         sinceDeath.start();
         if (killed > 1)
             ::kill(killed, SIGKILL);
     });
     const LogCapture log;
-    const ZRConvertHTML converter(server.url(QStringLiteral("/")));
+    const ConversionLimit limit;
+    const ZRConvertHTML converter(server.url(QStringLiteral("/")), {}, false, limit.token());
     killer.join();
     EXPECT_GT(killed, 1);
     EXPECT_LT(sinceDeath.elapsed(), 1000);
@@ -186,13 +194,31 @@ TEST(ZRConvertHTMLFailure, AKilledKeeperTakesTheBrowserAlong) {
     expectDeathToFail([] { return WebEngine::shared().process()->keeperPid(); }, committed);
 }
 
-TEST(ZRConvertHTMLFailure, ABrowserThatDiedBetweenTasksIsReplaced) {
-    ASSERT_FALSE(Conversion(html(QStringLiteral("<p>before"))).failed());
-    const pid_t old = WebEngine::shared().process()->browserPid();
-    ::kill(old, SIGKILL);
-    // Whether its end has been heard of by then or not, at most the one task is lost that was given to it.
-    const Conversion first(html(QStringLiteral("<p>first")));
-    EXPECT_TRUE(first.failed() || first.reader.text() == QStringLiteral("first"));
-    EXPECT_EQ(Conversion(html(QStringLiteral("<p>next"))).reader.text(), QStringLiteral("next"));
-    EXPECT_NE(WebEngine::shared().process()->browserPid(), old);
+TEST(ZRConvertHTMLFailure, WhoDiesBetweenTasksIsReplacedQuietly) {
+    const std::function<pid_t()> victims[] = {
+        [] { return processBelow(WebEngine::shared().process()->keeperPid(), "--type=renderer"); },
+        [] { return WebEngine::shared().process()->browserPid(); },
+        [] { return WebEngine::shared().process()->keeperPid(); },
+    };
+    for (const auto &victim : victims) {
+        ASSERT_FALSE(Conversion(html(QStringLiteral("<p>before"))).failed());
+        const pid_t old = victim();
+        ASSERT_GT(old, 1);
+        const LogCapture log;
+        ::kill(old, SIGKILL);
+        // Nobody has heard of its end by now: the event loop has not run.
+        EXPECT_EQ(Conversion(html(QStringLiteral("<p>next"))).reader.text(), QStringLiteral("next"));
+        EXPECT_EQ(log.lines(),
+                  QStringList{QStringLiteral("didFinishLoadForFrame <WebFrame: main, about:blank>")});
+        EXPECT_NE(victim(), old);
+    }
+}
+
+TEST(ZRConvertHTMLFailure, AFailureToPrintHasItsErrorToo) {
+    const ZRConvertHTML converter(html(QStringLiteral("<div style='height:40000000px'>x")));
+    EXPECT_TRUE(converter.pdfData().isNull());
+    EXPECT_EQ(converter.error().code(), NSURLErrorUnknown);
+    EXPECT_EQ(converter.error().localizedDescription(),
+              QStringLiteral("The document is larger than the engine can lay out (33,554,432 pixels)"));
+    EXPECT_FALSE(ZRConvertHTML(html(QStringLiteral("x"))).error());
 }

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 #include <set>
 
+using namespace zr;
+
 namespace {
 
 /// The processes that pages live in.

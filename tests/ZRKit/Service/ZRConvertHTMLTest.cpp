@@ -6,6 +6,7 @@
 #include "tests/support/Gate.h"
 #include "tests/support/HTTPServer.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/ProcessTree.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -198,7 +199,7 @@ TEST(ZRConvertHTML, PicturesStylesFontsAndFramesAreWaitedFor) {
     const Conversion made(server.url(QStringLiteral("/")));
     opener.join();
     // Sixteen letters are some 154 pixels wide in the fixed-pitch font, and less than half of that in others.
-    EXPECT_EQ(made.reader.pixel(140, 2), green);
+    EXPECT_EQ(made.reader.pixel(144, 2), green);
     EXPECT_TRUE(made.reader.shows(red));
     EXPECT_TRUE(made.reader.contains("inner"));
 }
@@ -371,6 +372,47 @@ TEST(ZRConvertHTML, OutsideOfWorkThereIsNothingToLoadInto) {
     EXPECT_EQ(converter.pdfData(), pdf);
     converter.setPdfData("other");
     EXPECT_EQ(converter.property("pdfData").toByteArray(), QByteArray("other"));
+}
+
+TEST(ZRConvertHTML, CallbacksWithoutAFrameAreLoggedAndChangeNothing) {
+    ZRConvertHTML converter(html(QStringLiteral("<p>x")));
+    const QByteArray pdf = converter.pdfData();
+    const NSError error(QStringLiteral("domain"), 7);
+    const LogCapture log;
+    converter.webViewDidFailProvisionalLoadWithError(nullptr, error, nullptr);
+    converter.webViewDidFailLoadWithError(nullptr, NSError(), nullptr);
+    converter.webViewDidFinishLoadForFrame(nullptr, nullptr);
+    EXPECT_EQ(
+        log.lines(),
+        (QStringList{QStringLiteral("didFailProvisionalLoadWithError %1 (null)").arg(error.description()),
+                     QStringLiteral("didFailLoadWithError (null) (null)"),
+                     QStringLiteral("didFinishLoadForFrame (null)")}));
+    EXPECT_EQ(converter.pdfData(), pdf);
+    EXPECT_FALSE(converter.error());
+}
+
+TEST(ZRConvertHTML, WorkThatIsGivenUpWhileItPrintsEndsAtOnce) {
+    const LogCapture log;
+    std::stop_source abandoned;
+    // Breaking one word of so many letters into lines takes the engine the better part of a minute.
+    const QVariant word = html(QStringLiteral("<p>") + QString(400000, u'x'));
+    std::jthread client([&] {
+        if (ProcessTree::waitUntil([&] { return log.count(QStringLiteral("didFinishLoadForFrame")) > 0; }))
+            abandoned.request_stop();
+    });
+    const ZRConvertHTML converter(word, {}, false, abandoned.get_token());
+    EXPECT_TRUE(abandoned.stop_requested());
+    EXPECT_TRUE(converter.pdfData().isNull());
+    EXPECT_EQ(Conversion(html(QStringLiteral("<p>next"))).reader.text(), QStringLiteral("next"));
+}
+
+TEST(ZRConvertHTML, WorkThatWasGivenUpBeforeIsNotBegun) {
+    const LogCapture log;
+    std::stop_source abandoned;
+    abandoned.request_stop();
+    EXPECT_TRUE(
+        ZRConvertHTML(html(QStringLiteral("<p>x")), {}, false, abandoned.get_token()).pdfData().isNull());
+    EXPECT_TRUE(log.lines().isEmpty());
 }
 
 TEST(ZRConvertHTML, TypeConformanceAsksForTheStoredType) {

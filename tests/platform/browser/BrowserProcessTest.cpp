@@ -18,6 +18,8 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -233,6 +235,34 @@ TEST(BrowserProcess, WritesNothingToDiskAndLeavesNothingThere) {
     qputenv("HOME", oldHome);
     oldRuntime.isNull() ? qunsetenv("XDG_RUNTIME_DIR") : qputenv("XDG_RUNTIME_DIR", oldRuntime);
     oldTmp.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", oldTmp);
+}
+
+TEST(BrowserProcess, IsKeptUntilItsKeeperIsKilled) {
+    RunningBrowser running;
+    EXPECT_TRUE(running.process->isKept());
+    EXPECT_TRUE(running.process->isKept());
+    ::kill(running.process->keeperPid(), SIGKILL);
+    EXPECT_FALSE(running.process->isKept());
+    EXPECT_FALSE(running.process->isKept());
+}
+
+TEST(BrowserProcess, LeavesTheHostsSignalsAsTheyAre) {
+    struct sigaction before {
+    }, after{};
+    struct sigaction ordinary {};
+    ordinary.sa_handler = SIG_DFL;
+    ::sigaction(SIGPIPE, &ordinary, &before);
+    {
+        RunningBrowser running;
+        ::kill(running.process->browserPid(), SIGKILL);
+        // Written to a pipe that nobody reads any more.
+        for (int i = 0; i < 50; ++i)
+            running.browser.call("Browser.getVersion");
+        EXPECT_TRUE(running.browser.callAndWait("Browser.getVersion").isError());
+        running.browser.call("Browser.getVersion");
+    }
+    ::sigaction(SIGPIPE, &before, &after);
+    EXPECT_EQ(after.sa_handler, SIG_DFL);
 }
 
 TEST(BrowserProcess, OpensNoPort) {

@@ -6,11 +6,14 @@
 #include <QRandomGenerator>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
+/// What the browser reads of the parameters.
 QJsonObject parsed(const DevToolsParams &params) {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson('{' + params.members() + '}', &error);
+    const QJsonDocument document = QJsonDocument::fromJson(QJsonDocument(params.object()).toJson(), &error);
     EXPECT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
     return document.object();
 }
@@ -27,8 +30,8 @@ TEST(DevToolsParams, EveryKindOfValueIsReadBackAsItWas) {
                                         .add("no", false)
                                         .add("number", 42)
                                         .add("fraction", 0.1)
-                                        .add("list", QJsonArray{1, QStringLiteral("two")})
-                                        .addJson("json", "{\"a\":[]}"));
+                                        .add("zero", 0)
+                                        .add("list", QJsonArray{1, QStringLiteral("two")}));
     EXPECT_EQ(read[u"text"].toString(), QStringLiteral("a\"b\\c\n\r\t\b\f\x01\x7f"));
     EXPECT_EQ(read[u"utf8"].toString(), QStringLiteral("h\u00e9 \"x\""));
     EXPECT_EQ(read[u"literal"].toString(), QStringLiteral("plain"));
@@ -38,7 +41,7 @@ TEST(DevToolsParams, EveryKindOfValueIsReadBackAsItWas) {
     EXPECT_EQ(read[u"number"].toInt(), 42);
     EXPECT_EQ(read[u"fraction"].toDouble(), 0.1);
     EXPECT_EQ(read[u"list"].toArray().size(), 2);
-    EXPECT_TRUE(read[u"json"][u"a"].isArray());
+    EXPECT_EQ(read[u"zero"], QJsonValue(0));
 }
 
 TEST(DevToolsParams, AnyTextSurvivesEscaping) {
@@ -73,7 +76,7 @@ TEST(DevToolsMessage, RepliesAndEventsAreToldApart) {
 
     const DevToolsMessage event("{ \"method\" : \"Page.loadEventFired\", \"params\" : {\"timestamp\":1.5} }");
     EXPECT_EQ(event.id(), 0);
-    EXPECT_EQ(event.method(), "Page.loadEventFired");
+    EXPECT_EQ(event.method(), QStringLiteral("Page.loadEventFired"));
     EXPECT_TRUE(event.session().isEmpty());
     EXPECT_EQ(event.object()[u"timestamp"].toDouble(), 1.5);
 }

@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+using namespace zr;
+
 namespace {
 
 /// A pipe whose browser is the test itself.

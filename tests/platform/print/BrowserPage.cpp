@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
-BrowserPage::BrowserPage(BrowserProcess::TemporaryFiles files, const QStringList &arguments) {
-    m_process = BrowserProcess::start(files, arguments);
+using namespace zr;
+
+BrowserPage::BrowserPage(const QStringList &arguments, const QString &temporaryFolder) {
+    m_process = BrowserProcess::start(arguments, temporaryFolder);
     if (!m_process) {
         ADD_FAILURE() << "no browser";
         return;
@@ -34,8 +36,7 @@ QJsonValue BrowserPage::evaluate(const QString &expression) {
 void BrowserPage::navigate(const QString &url) {
     m_loaded = false;
     const DevToolsMessage reply = m_session->callAndWait("Page.navigate", DevToolsParams().add("url", url));
-    ASSERT_EQ(reply.object().value(u"errorText").toString(), QString())
-        << reply.json().toByteArray().constData();
+    ASSERT_EQ(reply.object().value(u"errorText").toString(), QString()) << reply.error().toStdString();
     while (!m_loaded && m_session->isOpen())
         DevToolsPipe::waitForEvents();
 }

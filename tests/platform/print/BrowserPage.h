@@ -10,19 +10,19 @@
 class BrowserPage {
 public:
     /// The browser is started as the product starts it, unless told otherwise.
-    explicit BrowserPage(BrowserProcess::TemporaryFiles files = BrowserProcess::TemporaryFiles::Refused,
-                         const QStringList &arguments = BrowserProcess::arguments());
+    explicit BrowserPage(const QStringList &arguments = zr::BrowserProcess::arguments(),
+                         const QString &temporaryFolder = {});
 
-    /// The value of a script expression, awaited where it is a promise; undefined where it throws.
+    /// The value of a script expression, awaited if it is a promise; undefined if it throws.
     QJsonValue evaluate(const QString &expression);
     /// Goes to a URL and waits for its load event.
     void navigate(const QString &url);
-    DevToolsSession &session() { return *m_session; }
+    zr::DevToolsSession &session() { return *m_session; }
 
 private:
-    std::unique_ptr<BrowserProcess> m_process;
-    std::unique_ptr<DevToolsPipe> m_pipe;
-    std::unique_ptr<DevToolsSession> m_browser;
-    std::unique_ptr<DevToolsSession> m_session;
+    std::unique_ptr<zr::BrowserProcess> m_process;
+    std::unique_ptr<zr::DevToolsPipe> m_pipe;
+    std::unique_ptr<zr::DevToolsSession> m_browser;
+    std::unique_ptr<zr::DevToolsSession> m_session;
     bool m_loaded = false;
 };

@@ -5,6 +5,7 @@
 #include "tests/support/Picture.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -31,6 +32,18 @@ public:
                                                 QStringLiteral("-F"), QStringLiteral("text"), path()}));
     }
     Picture picture() const { return rasterised(path(), Rasteriser::MuPDF); }
+    /// Where the letters of the text begin, from the left, in points.
+    QList<double> letterPositions() const {
+        QList<double> positions;
+        const QString page = QString::fromUtf8(
+            outputOf(QStringLiteral("mutool"), {QStringLiteral("draw"), QStringLiteral("-q"),
+                                                QStringLiteral("-F"), QStringLiteral("stext"), path()}));
+        static const QRegularExpression letter(
+            QStringLiteral("<char [^>]*?\\bx=\"([-0-9.]+)\"[^>]*\\bc=\"[a-z]\""));
+        for (const QRegularExpressionMatch &match : letter.globalMatch(page))
+            positions << match.captured(1).toDouble();
+        return positions;
+    }
 
 private:
     QTemporaryDir m_folder;
@@ -152,6 +165,29 @@ TEST(PagePreparation, NothingOfOneDocumentStaysForTheNext) {
             .isNull());
     const Picture after = PDFFile(converted(plain)).picture();
     EXPECT_EQ(before.rgb, after.rgb);
+}
+
+TEST(PagePreparation, LettersStandAsFarApartAsTheirFontSays) {
+    const QHash<QChar, double> advances = {{u'i', 0.277}, {u'm', 0.831}, {u'e', 0.533}};
+    const QByteArray font =
+        outputOf(QStringLiteral("python3"),
+                 {QStringLiteral(ZR_SOURCE_DIR "/tests/platform/print/make_font.py"), QStringLiteral("e=533"),
+                  QStringLiteral("i=277"), QStringLiteral("m=831")});
+    ASSERT_FALSE(font.isEmpty());
+    const QString text = QStringLiteral("immimeemiieimmeimimeiiimmmeeemiemiemime");
+    for (const double size : {7.0, 9.5, 13.0, 16.0}) {
+        const QByteArray pdf = converted(
+            QStringLiteral("<!doctype html><style>@font-face{font-family:f;src:url(data:font/ttf;base64,%1)}"
+                           "body{margin:0}p{margin:0;font:%2px f}</style><p>%3")
+                .arg(QString::fromLatin1(font.toBase64()), QString::number(size), text));
+        const QList<double> positions = PDFFile(pdf).letterPositions();
+        ASSERT_EQ(positions.size(), text.size()) << size;
+        double expected = 0;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            EXPECT_NEAR(positions[i], expected, 0.05) << size << " pixels, letter " << i;
+            expected += advances.value(text[i]) * size;
+        }
+    }
 }
 
 TEST(PagePreparation, AShortDocumentFillsTheWindow) {

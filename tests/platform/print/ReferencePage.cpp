@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 constexpr int windowWidth = 800;
@@ -53,8 +55,7 @@ QStringList drawingArguments() {
 
 } // namespace
 
-ReferencePage::ReferencePage(const QString &url)
-    : m_page(BrowserProcess::TemporaryFiles::Allowed, drawingArguments()) {
+ReferencePage::ReferencePage(const QString &url) : m_page(drawingArguments(), m_folder.path()) {
     m_page.session().callAndWait("Emulation.setScriptExecutionDisabled", DevToolsParams().add("value", true));
     m_page.session().callAndWait("Emulation.setEmulatedMedia", DevToolsParams().add("media", "screen"));
     m_page.navigate(url);

@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QStringList>
+#include <QTemporaryDir>
 
 /// A document in the engine itself, started as the product starts it, to hold PDF pages against.
 class ReferencePage {
@@ -33,6 +34,7 @@ public:
     BrowserPage &page() { return m_page; }
 
 private:
-    Picture shot(const DevToolsParams &params);
+    Picture shot(const zr::DevToolsParams &params);
+    const QTemporaryDir m_folder; ///< pictures are made by way of files, which the browser leaves behind
     BrowserPage m_page;
 };

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 const StyleViewport tall{.heightChanges = true};

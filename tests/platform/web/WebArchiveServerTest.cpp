@@ -8,9 +8,12 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <unistd.h>
+
+using namespace zr;
 
 namespace {
 
@@ -235,7 +238,8 @@ TEST(WebArchiveServer, PropertyListsOfAnotherWriterAreServedWhole) {
 TEST(WebArchiveServer, TheBrowsersOwnSnapshotsComeBackWhole) {
     QByteArray snapshot;
     {
-        BrowserPage page(BrowserProcess::TemporaryFiles::Allowed);
+        const QTemporaryDir folder;
+        BrowserPage page(BrowserProcess::arguments(), folder.path());
         page.navigate(QStringLiteral("file://" ZR_SOURCE_DIR "/tests/documents/page/index.html"));
         snapshot = page.session()
                        .callAndWait("Page.captureSnapshot", DevToolsParams().add("format", "mhtml"))

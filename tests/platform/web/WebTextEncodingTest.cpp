@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 /// The engine's own decoder, fed many byte sequences at once.

@@ -11,11 +11,21 @@
 #include "tests/support/PDFReader.h"
 
 #include <QElapsedTimer>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace {
 
 const QRectF screen(0, 0, 800, 1131);
+
+/// Runs the main run loop until the condition holds; false if it still doesn't after a minute.
+bool runUntil(const std::function<bool()> &condition) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < 60000)
+        NSRunLoop::mainRunLoop().runUntilDate(0.001);
+    return condition();
+}
 
 /// Notes what it is told.
 struct Delegate : WebFrameLoadDelegate {
@@ -40,11 +50,7 @@ struct Delegate : WebFrameLoadDelegate {
                       QLatin1StringView(frame == sender->mainFrame() ? " main" : " sub");
     }
     bool wait(int ends = 1) {
-        QElapsedTimer timer;
-        timer.start();
-        while (mainEnds < ends && timer.elapsed() < 60000)
-            NSRunLoop::mainRunLoop().runUntilDate(0.001);
-        return mainEnds >= ends;
+        return runUntil([&] { return mainEnds >= ends; });
     }
     QStringList events;
     NSError lastError;
@@ -120,8 +126,7 @@ TEST(WebView, ANewLoadEndsTheOneInHand) {
     HTTPServer server([&](const HTTPServer::Request &) { return HTTPServer::Response{.gate = &gate}; });
     Loader loader;
     loader.frame()->loadRequest(server.url(QStringLiteral("/")));
-    while (server.connections() == 0)
-        NSRunLoop::mainRunLoop().runUntilDate(0.001);
+    ASSERT_TRUE(runUntil([&] { return server.connections() > 0; }));
     loader.frame()->loadHTMLString(QStringLiteral("<p>second"));
     ASSERT_TRUE(loader.delegate.wait());
     EXPECT_EQ(loader.pdf().text(), QStringLiteral("second"));
@@ -139,8 +144,7 @@ TEST(WebView, StoppedLoadsTellNobody) {
     loader.frame()->loadData({});
     loader.view->stopLoading();
     loader.frame()->loadRequest(server.url(QStringLiteral("/")));
-    while (server.connections() == 0)
-        NSRunLoop::mainRunLoop().runUntilDate(0.001);
+    ASSERT_TRUE(runUntil([&] { return server.connections() > 0; }));
     loader.frame()->stopLoading();
     gate.open();
     NSRunLoop::mainRunLoop().runUntilDate(0.05);
@@ -148,6 +152,23 @@ TEST(WebView, StoppedLoadsTellNobody) {
     loader.frame()->loadHTMLString(QStringLiteral("<p>later"));
     ASSERT_TRUE(loader.delegate.wait());
     EXPECT_EQ(loader.pdf().text(), QStringLiteral("later"));
+}
+
+TEST(WebView, StoppingEndsThePrintingThatIsGoingOn) {
+    Loader loader;
+    loader.frame()->loadHTMLString(QStringLiteral("<p>") + QString(400000, u'x'));
+    ASSERT_TRUE(loader.delegate.wait());
+    WebDocumentView *document = loader.frame()->frameView()->documentView();
+    ASSERT_TRUE(document);
+    QElapsedTimer timer;
+    timer.start();
+    QTimer::singleShot(0, [&] { loader.view->stopLoading(); });
+    EXPECT_TRUE(document->dataWithPDFInsideRect(screen).isNull());
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(document->error().localizedDescription(), QStringLiteral("The view was stopped"));
+    loader.frame()->loadHTMLString(QStringLiteral("<p>next"));
+    ASSERT_TRUE(loader.delegate.wait(2));
+    EXPECT_EQ(loader.pdf().text(), QStringLiteral("next"));
 }
 
 TEST(WebView, MayBeThrownAwayAtAnyTime) {
@@ -185,8 +206,7 @@ TEST(WebView, WithoutADelegateLoadingIsJustDone) {
     WebView view(screen);
     view.mainFrame()->loadData({});
     view.mainFrame()->loadRequest(server.url(QStringLiteral("/")));
-    while (!view.mainFrame()->frameView()->documentView())
-        NSRunLoop::mainRunLoop().runUntilDate(0.001);
+    ASSERT_TRUE(runUntil([&] { return view.mainFrame()->frameView()->documentView() != nullptr; }));
     EXPECT_EQ(view.mainFrame()->frameView()->documentView()->frame(), QRectF(0, 0, 800, 1131));
 }
 
