@@ -89,7 +89,7 @@ public:
         return fetch(QVariant(QString::fromUtf16(url)), std::move(block));
     }
 
-    /// A request is taken as it is, and shared where it can be changed. For a URL, or a string that is one, a
+    /// A request is taken as it is, and shared if it can be changed. For a URL, or a string that is one, a
     /// GET that passes by local caches, with a time-out of 60 seconds. Anything else is logged.
     void setURLOrRequest(const QVariant &urlOrRequest);
     void setURLOrRequest(const Request &request);

@@ -18,8 +18,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 struct Answer {
-    QString error; ///< nil where there is none
-    QVariant tree; ///< nil where it is no XML
+    QString error; ///< nil if there is none
+    QVariant tree; ///< nil if it is no XML
 };
 
 /// Results are read inside the completion block, which runs on the network thread.
@@ -76,7 +76,7 @@ int main(int argc, char *argv[]) {
         err << "feed: not an XML document: " << argument << "\n";
         return 65;
     }
-    // RSS has its entries below the channel, RSS 1.0 beside it, Atom at the root.
+    // RSS has its entries below the channel, RSS 1.0 next to it, Atom at the root.
     const QVariant channel = ZRKit::path(feed, u"$channel/0"_s, feed);
     const QString title = text(channel, u"title"_s);
     const QVariantList entries =

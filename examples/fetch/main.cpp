@@ -47,7 +47,7 @@ QString partOf(const QString &path) {
     return path + QStringLiteral(".part");
 }
 
-/// The body goes beside its place and takes it only when it is whole.
+/// The body goes into a file next to its place and takes that only when it is whole.
 bool openFile(Job &job, ZRFetchOperation &operation) {
     QFile part(partOf(job.path));
     if (!part.open(QIODevice::WriteOnly))
@@ -123,7 +123,7 @@ void watch(bool isTerminal) {
     }
 }
 
-/// A file of its own for each: the name of the URL's last part, where it has one that no other took.
+/// A file of its own for each, named after the last part of its URL unless another has that name.
 void nameFiles(const QString &folder) {
     std::set<QString> taken;
     for (std::size_t i = 0; i < jobs.size(); ++i) {

@@ -19,31 +19,20 @@ constexpr qsizetype mostDropped = qsizetype(256) * 1024;
 constexpr long bufferSize = 100L * 1024;
 
 /// A delegate's answer to a challenge: the first counts.
-class Answer : public NSURLAuthenticationChallengeSender {
-public:
-    enum class Kind { None, Credential, Continue, Cancel };
-
-    void useCredential(const NSURLCredential &credential, const NSURLAuthenticationChallenge &) override {
-        if (take(Kind::Credential))
-            m_credential = credential;
+struct Answer : NSURLAuthenticationChallengeSender {
+    void useCredential(const NSURLCredential &used, const NSURLAuthenticationChallenge &) override {
+        if (!std::exchange(isGiven, true))
+            credential = used;
     }
     void continueWithoutCredentialForAuthenticationChallenge(const NSURLAuthenticationChallenge &) override {
-        take(Kind::Continue);
+        isGiven = true;
     }
-    void cancelAuthenticationChallenge(const NSURLAuthenticationChallenge &) override { take(Kind::Cancel); }
-
-    Kind kind() const { return m_kind; }
-    const NSURLCredential &credential() const { return m_credential; }
-
-private:
-    bool take(Kind kind) {
-        if (m_kind != Kind::None)
-            return false;
-        m_kind = kind;
-        return true;
+    void cancelAuthenticationChallenge(const NSURLAuthenticationChallenge &) override {
+        isCancelled |= !std::exchange(isGiven, true);
     }
-    Kind m_kind = Kind::None;
-    NSURLCredential m_credential;
+    bool isGiven = false;
+    bool isCancelled = false;
+    NSURLCredential credential;
 };
 
 NSURLErrorCode codeOfCurl(CURLcode code) {
@@ -299,10 +288,10 @@ ServerTrust::Decision HTTPTransfer::judgeServer(const NSServerTrust &trust) {
                                                            QString(), NSURLAuthenticationMethodServerTrust,
                                                            trust),
                                       0, nullptr, &answer));
-    if (answer.kind() == Answer::Kind::Credential && answer.credential().isTrust())
-        return ServerTrust::Decision::Accept;
-    m_attempt.trustCancelled = answer.kind() == Answer::Kind::Cancel;
-    return m_attempt.trustCancelled ? ServerTrust::Decision::Refuse : ServerTrust::Decision::Evaluate;
+    m_attempt.trustCancelled = answer.isCancelled;
+    return answer.credential.isTrust() ? ServerTrust::Decision::Accept
+           : answer.isCancelled        ? ServerTrust::Decision::Refuse
+                                       : ServerTrust::Decision::Evaluate;
 }
 
 bool HTTPTransfer::takeHeaderLine(QByteArrayView line) {
@@ -401,9 +390,9 @@ HTTPTransfer::challenge(const std::shared_ptr<NSHTTPURLResponse> &response) {
         Answer answer;
         tell(&NSURLConnectionDelegate::connectionDidReceiveAuthenticationChallenge,
              NSURLAuthenticationChallenge(space, m_credentialsSent, response, &answer));
-        if (answer.kind() == Answer::Kind::Cancel)
+        if (answer.isCancelled)
             return Outcome::Drop;
-        m_credential = answer.credential();
+        m_credential = answer.credential;
     } else if (m_credentialsSent == 0 && !m_url.userName().isEmpty()) {
         m_credential =
             NSURLCredential(m_url.userName(QUrl::FullyDecoded), m_url.password(QUrl::FullyDecoded));

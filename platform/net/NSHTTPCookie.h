@@ -35,9 +35,9 @@ public:
     void setExpiresDate(const QDateTime &date) { m_cookie.setExpirationDate(date); }
     void setSecure(bool secure) { m_cookie.setSecure(secure); }
 
-    /// The cookies of a response's "Set-Cookie" field, in their order, without those that the URL's host may not
-    /// set: for other hosts, or for a whole public suffix such as "co.uk". Several in one field are told apart by
-    /// their commas.
+    /// The cookies of a response's "Set-Cookie" field, in their order, without those that the URL's host may
+    /// not set: for other hosts, or for a whole public suffix such as "co.uk". Several in one field are told
+    /// apart by their commas.
     static QList<NSHTTPCookie> cookiesWithResponseHeaderFields(const QVariantMap &headerFields,
                                                                const QUrl &url);
     /// The cookie of one "Set-Cookie" line; nil if it holds none, or none that the URL's host may set.

@@ -18,7 +18,7 @@ inline const QString NSURLAuthenticationMethodNegotiate =
 inline const QString NSURLAuthenticationMethodServerTrust =
     QStringLiteral("NSURLAuthenticationMethodServerTrust");
 
-/// What asks for authentication. A value.
+/// What asks for authentication. A value; any thread.
 class NSURLProtectionSpace {
 public:
     NSURLProtectionSpace(const QString &host, int port, const QString &protocol, const QString &realm,
@@ -30,7 +30,7 @@ public:
     int port() const { return m_port; }
     /// The URL's scheme.
     QString protocol() const { return m_protocol; }
-    /// nil where there is none.
+    /// nil if there is none.
     QString realm() const { return m_realm; }
     QString authenticationMethod() const { return m_method; }
     /// What the server has shown, once it has; for NSURLAuthenticationMethodServerTrust only.
@@ -47,7 +47,7 @@ private:
 
 class NSURLAuthenticationChallenge;
 
-/// Whom a challenge is answered to. The first answer counts.
+/// Takes the answer to a challenge; the first one counts. On the thread of the connection.
 class NSURLAuthenticationChallengeSender {
 public:
     virtual ~NSURLAuthenticationChallengeSender() = default;
@@ -58,7 +58,7 @@ public:
     virtual void cancelAuthenticationChallenge(const NSURLAuthenticationChallenge &challenge) = 0;
 };
 
-/// A server's wish for a credential. It is valid while the delegate is being asked.
+/// A server's question for a credential. It is valid while the delegate is being asked, on that thread.
 class NSURLAuthenticationChallenge {
 public:
     /// \param sender  must outlive the challenge

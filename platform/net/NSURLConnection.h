@@ -17,7 +17,8 @@ class TransferLoop;
 class URLTransfer;
 } // namespace zr
 
-/// Who is told of a connection, always on its loop's thread. What these functions throw is logged.
+/// Who is told of a connection, always on its loop's thread. Exceptions that these functions raise are
+/// logged.
 class NSURLConnectionDelegate {
 public:
     using Connection = std::shared_ptr<NSURLConnection>;

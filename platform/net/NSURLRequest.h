@@ -22,23 +22,22 @@ class NSMutableURLRequest;
 class NSURLRequest {
 public:
     /// A GET without header fields or body.
-    /// \param timeoutInterval  the seconds without a sign of the server after which loading fails; none with
-    /// 0
+    /// \param timeoutInterval  the seconds without a sign of the server after which loading fails; 0 for none
     explicit NSURLRequest(const QUrl &url,
                           NSURLRequestCachePolicy cachePolicy = NSURLRequestUseProtocolCachePolicy,
                           double timeoutInterval = 60);
     virtual ~NSURLRequest() = default;
 
-    /// nil where the request has none.
+    /// nil if the request has none.
     QUrl URL() const { return m_url; }
     NSURLRequestCachePolicy cachePolicy() const { return m_cachePolicy; }
     double timeoutInterval() const { return m_timeoutInterval; }
     QString HTTPMethod() const { return m_method; }
     /// All header fields, by the names under which they were set.
     QVariantMap allHTTPHeaderFields() const { return m_headerFields; }
-    /// A header field's value; nil where it isn't set. Case doesn't count in names.
+    /// A header field's value; nil if it isn't set. Case doesn't count in names.
     QString valueForHTTPHeaderField(const QString &field) const;
-    /// nil where there is none.
+    /// nil if there is none.
     QByteArray HTTPBody() const { return m_body; }
     /// Whether the shared cookie store adds its cookies and takes those of the response; true by default.
     bool HTTPShouldHandleCookies() const { return m_handlesCookies; }
@@ -74,7 +73,7 @@ public:
     void setAllHTTPHeaderFields(const QVariantMap &fields);
     /// Sets a header field in the place of any it had under this name, whatever its case; nil takes it away.
     void setValue(const QString &value, const QString &field);
-    /// Appends to the field's value, after a comma; sets it where there is none.
+    /// Appends to the field's value, after a comma; sets it if there is none.
     void addValue(const QString &value, const QString &field);
 };
 

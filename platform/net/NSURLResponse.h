@@ -11,8 +11,8 @@ inline constexpr qint64 NSURLResponseUnknownLength = -1;
 /// What is known of a body before it arrives. It never changes: any thread may read it.
 class NSURLResponse {
 public:
-    /// \param MIMEType          without parameters; nil where unknown
-    /// \param textEncodingName  the character set as named by the server; nil where unknown
+    /// \param MIMEType          without parameters; nil if unknown
+    /// \param textEncodingName  the character set as the server names it; nil if unknown
     NSURLResponse(const QUrl &url, const QString &MIMEType, qint64 expectedContentLength,
                   const QString &textEncodingName)
         : m_url(url), m_mimeType(MIMEType), m_expectedContentLength(expectedContentLength),
@@ -24,7 +24,7 @@ public:
     QUrl URL() const { return m_url; }
     QString MIMEType() const { return m_mimeType; }
     /// In bytes, as the server announced it (so the packed length of a packed body);
-    /// NSURLResponseUnknownLength where it didn't.
+    /// NSURLResponseUnknownLength if it didn't.
     qint64 expectedContentLength() const { return m_expectedContentLength; }
     QString textEncodingName() const { return m_textEncodingName; }
 
@@ -45,11 +45,11 @@ public:
     /// Names are written with each word's first letter as a capital ("Content-Type", "Etag"), whatever the
     /// server wrote; the values of a field that came several times are joined with ", ".
     QVariantMap allHeaderFields() const { return m_headerFields; }
-    /// nil where the field isn't there. Case doesn't count in names.
+    /// nil if the field isn't there. Case doesn't count in names.
     QString valueForHTTPHeaderField(const QString &field) const;
 
-    /// The phrase for a status in small letters ("not found"); that of its class ("client error") where the
-    /// status has none of its own.
+    /// The phrase for a status in small letters ("not found"), or that of its class ("client error") if it
+    /// has none of its own. Any thread.
     static QString localizedStringForStatusCode(qint64 statusCode);
 
 private:

@@ -18,8 +18,8 @@ struct Judge {
     QString host;
 };
 
-/// Makes connections of the context, an SSL_CTX, ask the judge instead of verifying for themselves. The judge must
-/// live as long as handshakes of the context run.
+/// Makes connections of the context, an SSL_CTX, ask the judge instead of verifying for themselves. The judge
+/// must live as long as handshakes of the context run.
 void install(void *context, const Judge &judge);
 
 } // namespace zr::ServerTrust

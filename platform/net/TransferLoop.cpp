@@ -90,9 +90,7 @@ void TransferLoop::runBlocks() {
 
 void TransferLoop::runTransfers() {
     int count = 0;
-    m_insideCurl = true;
     curl_multi_perform(m_multi, &count);
-    m_insideCurl = false;
     while (const CURLMsg *message = curl_multi_info_read(m_multi, &count)) {
         const CURLcode code = message->data.result;
         CURL *handle = message->easy_handle;

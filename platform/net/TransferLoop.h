@@ -53,12 +53,11 @@ public:
     void keep(const std::shared_ptr<NSURLConnection> &connection) { m_connections.insert(connection); }
     void release(const std::shared_ptr<NSURLConnection> &connection) { m_connections.erase(connection); }
 
-    /// Starts the transfer that the handle describes.
+    /// Starts the transfer that the handle describes. Neither this nor remove() may be called by callbacks of
+    /// libcurl.
     void add(CURL *handle, Transfer *transfer);
     /// Ends it if it is running.
     void remove(CURL *handle);
-    /// Whether a callback of libcurl is running, in which handles can't be added or removed.
-    bool isInsideCurl() const { return m_insideCurl; }
 
 private:
     void run();
@@ -69,7 +68,6 @@ private:
     void wait();
 
     CURLM *m_multi;
-    bool m_insideCurl = false;
     std::unordered_map<CURL *, Transfer *> m_transfers;
     std::unordered_set<std::shared_ptr<NSURLConnection>> m_connections;
 

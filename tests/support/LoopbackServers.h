@@ -14,7 +14,7 @@
 
 /// nginx on loopback, with ports of its own, until destroyed.
 ///
-///     /small, /large (1 MiB), /empty, /text.txt (packed where asked for), /page.json, /feed.xml,
+///     /small, /large (1 MiB), /empty, /text.txt (packed if asked for), /page.json, /feed.xml,
 ///     /latin1.txt, /plain, /no-content, /moved (to /plain), /slow (/large at 64 KiB a second);
 ///     all files under /basic/ too, with the user "user" and the password "secret"; /basic/upload/NAME takes
 ///     a PUT and makes the file NAME, /moved-upload leads to /basic/upload/uploaded

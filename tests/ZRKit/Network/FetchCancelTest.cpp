@@ -193,8 +193,9 @@ TEST(FetchCancelling, RunningOnesMayBeReadAndFetchedByOtherThreads) {
                 }
                 for (const Operation &operation : operations) {
                     // Refused, with its description in the log, since it runs or is over.
-                    if (++readings % 20 == 0)
+                    if (++readings % 20 == 0) {
                         EXPECT_FALSE(operation->isExecuting() && operation->fetch());
+                    }
                     EXPECT_TRUE(operation->description().startsWith(QStringLiteral("<ZRFetchOperation: ")));
                     EXPECT_GE(operation->progress(), 0);
                     operation->log();

@@ -77,7 +77,7 @@ private:
             SSL_write(ssl.get(), answer.data(), int(answer.size()));
         }
     }
-    /// False where the client refuses.
+    /// False if the client refuses.
     bool renew(SSL *ssl, int fd) {
         ++m_asked;
         SSL_renegotiate(ssl);
