@@ -10,6 +10,7 @@
 #include "platform/net/NSHTTPCookie.h"
 #include "platform/net/TransferLoop.h"
 #include "platform/values/NSLog.h"
+#include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QCoreApplication>
