@@ -7,6 +7,7 @@
 #include "ZRKit/Service/ZRXPCProtocol.h"
 #include "ZRKit/Values/ZRMacros.h"
 #include "platform/values/NSLog.h"
+#include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCConnection.h"
 
 using namespace zr;

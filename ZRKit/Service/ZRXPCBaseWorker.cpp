@@ -7,6 +7,7 @@
 #include "ZRKit/Values/NSString+ZRKit.h"
 #include "platform/base/NSException.h"
 #include "platform/values/NSLog.h"
+#include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCConnection.h"
 #include "platform/xpc/NSXPCListener.h"
 

@@ -10,6 +10,7 @@
 #include <QVariantList>
 #include <QVariantMap>
 #include <optional>
+#include <type_traits>
 
 /// An application's folders, and short operations on single files; normally of
 /// NSFileManager::defaultManager().
@@ -25,6 +26,8 @@ namespace ZRKit {
 /// Whether the application's folders are named by its name from now on; false at first. For the start of the
 /// program.
 void zrUseAppName(bool flag);
+template <typename T>
+requires(!std::is_same_v<T, bool>) void zrUseAppName(T) = delete;
 
 // Folders of the user, which need not exist; see NSSearchPathDirectory for where they are.
 

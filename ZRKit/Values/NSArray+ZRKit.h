@@ -46,6 +46,31 @@ QVariant blockResult(T &&value) {
         return QVariant::fromValue(std::forward<T>(value));
 }
 
+// What zrSelect() and zrMatch() of arrays and sets do.
+template <typename Collection, typename Block>
+Collection selectedFrom(const Collection &collection, Block &block) {
+    Collection selected;
+    const NSEnumeration enumeration(collection);
+    for (const auto &element : enumeration.elements()) {
+        const bool isSelected = block(element);
+        enumeration.verify();
+        if (isSelected)
+            selected << element;
+    }
+    return selected;
+}
+template <typename Collection, typename Block>
+typename Collection::value_type firstMatchIn(const Collection &collection, Block &block) {
+    const NSEnumeration enumeration(collection);
+    for (const auto &element : enumeration.elements()) {
+        const bool isHit = block(element);
+        enumeration.verify();
+        if (isHit)
+            return element;
+    }
+    return {};
+}
+
 /// The number of elements.
 template <typename T>
 qsizetype len(const QList<T> &array) {
@@ -110,15 +135,7 @@ QVariantList zrMap(const QList<T> &array, Block block) {
 /// The elements for which the block answers true.
 template <typename T, typename Block>
 QList<T> zrSelect(const QList<T> &array, Block block) {
-    QList<T> selected;
-    const NSEnumeration enumeration(array);
-    for (const T &element : enumeration.elements()) {
-        const bool isSelected = block(element);
-        enumeration.verify();
-        if (isSelected)
-            selected.append(element);
-    }
-    return selected;
+    return selectedFrom(array, block);
 }
 
 /// The same as zrSelect().
@@ -130,14 +147,7 @@ QList<T> zrFilter(const QList<T> &array, Block block) {
 /// The first element for which the block answers true, with no further call; nil if there is none.
 template <typename T, typename Block>
 T zrMatch(const QList<T> &array, Block block) {
-    const NSEnumeration enumeration(array);
-    for (const T &element : enumeration.elements()) {
-        const bool isHit = block(element);
-        enumeration.verify();
-        if (isHit)
-            return element;
-    }
-    return T();
+    return firstMatchIn(array, block);
 }
 
 /// The same as zrMatch().

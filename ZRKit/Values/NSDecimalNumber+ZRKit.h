@@ -3,6 +3,7 @@
 
 #include "platform/values/NSDecimalNumber.h"
 
+#include <concepts>
 #include <optional>
 
 /// Money helpers on decimal numbers. An amount is an integer of hundredths, such as cents. Nothing here
@@ -11,9 +12,13 @@ namespace ZRKit {
 
 /// integer × 10^-places, exactly: 12345 with 2 is 123.45. The exponent is carried in 16 bits.
 NSDecimalNumber decimalNumberWithInteger(qint64 integer, qint64 shiftDecimalPlaces);
+template <std::floating_point Number>
+NSDecimalNumber decimalNumberWithInteger(Number, qint64) = delete;
 
 /// An amount's number: 12345 is 123.45.
 NSDecimalNumber decimalNumberWithAmountInteger(qint64 amount);
+template <std::floating_point Number>
+NSDecimalNumber decimalNumberWithAmountInteger(Number) = delete;
 
 /// The integer part, towards zero: 123.99 is 123, -1.5 is -1. Beyond 64 bits the nearest limit; 0 for
 /// not-a-number.

@@ -32,8 +32,7 @@ void performBlock(const AnyObject &receiver, std::function<void()> block, double
 }
 
 void performBlockAfterUIRefresh(const AnyObject &receiver, std::function<void()> block) {
-    if (!receiver.isNil())
-        zr::DispatchQueue::mainQueue().asyncAfter(std::chrono::nanoseconds(10'000'000), std::move(block));
+    performAfterDelay(receiver, 0.01, std::move(block));
 }
 
 void performBlockOnMainThread(const AnyObject &receiver, std::function<void()> block) {

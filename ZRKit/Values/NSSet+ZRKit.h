@@ -27,15 +27,7 @@ NSSet zrMap(const QSet<T> &set, Block block) {
 /// The members for which the block answers true.
 template <typename T, typename Block>
 QSet<T> zrSelect(const QSet<T> &set, Block block) {
-    QSet<T> selected;
-    const NSEnumeration enumeration(set);
-    for (const T &member : enumeration.elements()) {
-        const bool isSelected = block(member);
-        enumeration.verify();
-        if (isSelected)
-            selected.insert(member);
-    }
-    return selected;
+    return selectedFrom(set, block);
 }
 
 /// The same as zrSelect().
@@ -47,14 +39,7 @@ QSet<T> zrFilter(const QSet<T> &set, Block block) {
 /// Some member for which the block answers true, with no further call; nil if there is none.
 template <typename T, typename Block>
 T zrAny(const QSet<T> &set, Block block) {
-    const NSEnumeration enumeration(set);
-    for (const T &member : enumeration.elements()) {
-        const bool isHit = block(member);
-        enumeration.verify();
-        if (isHit)
-            return member;
-    }
-    return T();
+    return firstMatchIn(set, block);
 }
 
 /// The same as zrAny().

@@ -25,6 +25,17 @@ QString callStack() {
     return text;
 }
 
+/// An entry of the application's information, which fails an assertion if it is missing or empty.
+QString fromInfo(const char *key, const char *function, int line) {
+    const QString value =
+        NSBundle::mainBundle().objectForInfoDictionaryKey(QString::fromLatin1(key)).toString();
+    const QByteArray condition =
+        QByteArray("([[[[NSBundle mainBundle] infoDictionary] objectForKey:@\"") + key + "\"] length])";
+    if (value.isEmpty())
+        zxAssertFailed(function, condition.constData(), "ZRMacros", line);
+    return value;
+}
+
 } // namespace
 
 void zxAssertFailed(const char *function, const char *condition, const char *file, int line,
@@ -34,24 +45,11 @@ void zxAssertFailed(const char *function, const char *condition, const char *fil
 }
 
 QString zxAppName() {
-    QString name =
-        NSBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleName")).toString();
-    if (name.isEmpty())
-        zxAssertFailed("NSString *zxAppName()",
-                       "([[[[NSBundle mainBundle] infoDictionary] objectForKey:@\"CFBundleName\"] length])",
-                       "ZRMacros", 424);
-    return name;
+    return fromInfo("CFBundleName", "NSString *zxAppName()", 424);
 }
 
 QString zxAppID() {
-    QString identifier =
-        NSBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleIdentifier")).toString();
-    if (identifier.isEmpty())
-        zxAssertFailed(
-            "NSString *zxAppID()",
-            "([[[[NSBundle mainBundle] infoDictionary] objectForKey:@\"CFBundleIdentifier\"] length])",
-            "ZRMacros", 429);
-    return identifier;
+    return fromInfo("CFBundleIdentifier", "NSString *zxAppID()", 429);
 }
 
 } // namespace ZRKit

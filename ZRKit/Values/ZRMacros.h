@@ -7,6 +7,7 @@ namespace ZRKit {
 
 /// Writes the kit's assertion line to the log, with the current call stack, and returns: a broken
 /// precondition never ends the program. The names are those of the system's interface, not of the C++ source.
+/// Any thread.
 ///
 /// \param function   the operation's name, such as "-[ZRXPC performXPCWithObject:]"
 /// \param condition  the source text of what failed to hold
@@ -16,8 +17,8 @@ namespace ZRKit {
 void zxAssertFailed(const char *function, const char *condition, const char *file, int line,
                     const char *message = "Assertion");
 
-/// The application's name, "CFBundleName" of its NSBundle, and its identifier, "CFBundleIdentifier". Where
-/// that is missing or empty, an assertion line is logged and it is given all the same, nil or "". Any thread.
+/// The application's name, "CFBundleName" of its NSBundle, and its identifier, "CFBundleIdentifier"; nil or
+/// "" if that is missing or empty, which fails an assertion. Any thread.
 QString zxAppName();
 QString zxAppID();
 

@@ -30,6 +30,7 @@ void elements() {
 
 void joining() {
     expect(join({a, 1, NSNull()}, QStringLiteral("-")) == QStringLiteral("a-1-<null>"));
+    expect(join(QStringList{a, b}, u", ") == QStringLiteral("a, b"));
     const QVariant bold = QVariant::fromValue(NSAttributedString(a, {{QStringLiteral("weight"), 700}}));
     const NSMutableAttributedString joined =
         joinAttributedStrings({bold, bold}, NSAttributedString(QStringLiteral(", ")));
@@ -46,6 +47,7 @@ void blocks() {
     expect(zrMatch(numbers, isEven) == QVariant(2));
     expect(zrAny(numbers, isEven) == QVariant(2));
     expect(zrReduce(numbers, 0, [](int sum, const QVariant &n) { return sum + n.toInt(); }) == 10);
+    expect(zrReduce(numbers, 0, [](double sum, const QVariant &n) { return sum + n.toInt() / 4.0; }) == 2.5);
 }
 
 void sorting() {

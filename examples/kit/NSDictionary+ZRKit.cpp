@@ -47,6 +47,8 @@ void objects() {
     Song song;
     mapValuesToObject(QVariantMap{{S("title"), S("Sol")}, {S("year"), 1999}, {S("unknown"), 1}}, &song);
     expect(song.title == S("Sol") && song.year == 1999);
+    mapValuesToObject(QVariantMap{{S("year"), 1999.9}}, &song);
+    expect(song.year == 1999);
     song.owner = &song; // no archive takes it
     expect(dictionaryWithValuesOfObject(&song) == QVariantMap({{S("title"), S("Sol")}, {S("year"), 1999}}));
 }

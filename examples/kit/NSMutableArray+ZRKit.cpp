@@ -15,6 +15,8 @@ EXAMPLE(NSMutableArray_ZRKit) {
     expect(!popLast(stack).isValid());
     addFormat(stack, "%@ has %d", QStringLiteral("a"), 3);
     expect(stack.first() == QStringLiteral("a has 3"));
+    addFormat(stack, "%05.2f|%-4d|%#x", 3.14159, 7, 255);
+    expect(popLast(stack) == QStringLiteral("03.14|7   |0xff"));
     addObjectIfNotNil(stack, QVariant());
     addObjectIfNotNil(stack, NSNull());
     expect(stack.size() == 2);

@@ -99,6 +99,7 @@ void slashPaths() {
     expect(!path(feed, S("items/9/title")).isValid() && !path(feed, S("items/x")).isValid());
     expect(!path(feed, S("items/1/note")).isValid() && path(feed, S("items/1/note"), false) == NSNull());
     expect(path(feed, S("items/0/title"), S("untitled")) == S("untitled"));
+    expect(path(feed, u"items/0/title", u"untitled") == S("untitled"));
     expect(paths(feed, {S("items/0/title"), S("items/1/title")}) == S("Two"));
     expect(stringAtPath(feed, S("items/0/id")) == S("1") && stringAtPath(feed, S("items/0/x")).isNull());
 }

@@ -2,6 +2,7 @@
 #include "ZRKit/Values/NSSet+ZRKit.h"
 
 #include "examples/kit/Example.h"
+#include "platform/values/NSDecimalNumber.h"
 
 #include <QObject>
 
@@ -18,6 +19,7 @@ public:
 
 void blocks() {
     const NSSet numbers{1, 2, 3};
+    expect(numbers == NSSet({1.0, 2u, QVariant::fromValue(NSDecimalNumber(3))}));
     const auto isOdd = [](const QVariant &n) { return n.toInt() % 2 == 1; };
     expect(zrMap(numbers, [](const QVariant &n) { return n.toInt() / 2; }) == NSSet({0, 1}));
     expect(zrSelect(numbers, isOdd) == NSSet({1, 3}));

@@ -6,7 +6,6 @@
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QStringList>
-#include <algorithm>
 
 NSCountedSet::NSCountedSet(const QVariantList &array) {
     for (const QVariant &object : array)
@@ -18,22 +17,16 @@ NSCountedSet::NSCountedSet(const NSSet &set) {
         addObject(object);
 }
 
-void NSCountedSet::add(const QVariant &object, qsizetype times) {
-    const qsizetype count = countForObject(object) + times;
-    if (count > 0)
-        m_counts.insert(object, count);
-    else
-        m_counts.remove(object);
-}
-
 void NSCountedSet::addObject(const QVariant &object) {
     if (NSIsNil(object))
         throw NSException(NSInvalidArgumentException, QStringLiteral("A member of a set can't be nil."));
-    add(object, 1);
+    ++m_counts[object];
 }
 
 void NSCountedSet::removeObject(const QVariant &object) {
-    add(object, -1);
+    const auto at = m_counts.find(object);
+    if (at != m_counts.end() && --*at == 0)
+        m_counts.erase(at);
 }
 
 NSSet NSCountedSet::set() const {
@@ -50,22 +43,4 @@ QString NSCountedSet::description() const {
     return lines.isEmpty()
                ? QStringLiteral("{()}")
                : QStringLiteral("{(\n") + lines.join(QStringLiteral(",\n")) + QStringLiteral("\n)}");
-}
-
-void NSCountedSet::unionSet(const NSCountedSet &other) {
-    const auto counts = other.m_counts;
-    for (auto it = counts.cbegin(); it != counts.cend(); ++it)
-        add(it.key(), it.value());
-}
-
-void NSCountedSet::minusSet(const NSCountedSet &other) {
-    const auto counts = other.m_counts;
-    for (auto it = counts.cbegin(); it != counts.cend(); ++it)
-        add(it.key(), -it.value());
-}
-
-void NSCountedSet::intersectSet(const NSCountedSet &other) {
-    const auto counts = m_counts;
-    for (auto it = counts.cbegin(); it != counts.cend(); ++it)
-        add(it.key(), std::min(it.value(), other.countForObject(it.key())) - it.value());
 }

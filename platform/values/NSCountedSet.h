@@ -41,16 +41,9 @@ public:
     /// As a set is described, each member followed by its count: `"a" [2]`.
     QString description() const;
 
-    /// Adds the other's counts, takes them away, keeps the smaller of both.
-    void unionSet(const NSCountedSet &other);
-    void minusSet(const NSCountedSet &other);
-    void intersectSet(const NSCountedSet &other);
-
     friend bool operator==(const NSCountedSet &, const NSCountedSet &) = default;
 
 private:
-    void add(const QVariant &object, qsizetype times);
-
     QHash<QVariant, qsizetype> m_counts;
 };
 

@@ -31,14 +31,16 @@ public:
 
     /// Zero.
     constexpr NSDecimalNumber() = default;
-    /// The exact value of an integer.
+    /// The exact value of an integer; a character is none.
     template <std::integral Integer>
-    constexpr explicit NSDecimalNumber(Integer integer)
+    requires(!std::is_same_v<Integer, char> &&
+             !std::is_same_v<Integer, char16_t>) constexpr explicit NSDecimalNumber(Integer integer)
         : NSDecimalNumber(isBelowZero(integer) ? 0 - quint64(integer) : quint64(integer),
                           isBelowZero(integer)) {}
     /// The number a text stands for: sign, digits with an optional point, optional exponent ("-12.50",
     /// "1e-3"). A number too small is zero, one too large and any other text not-a-number.
     explicit NSDecimalNumber(const QString &text);
+    explicit NSDecimalNumber(const char16_t *text) : NSDecimalNumber(QString::fromUtf16(text)) {}
     /// sign × (high × 2^64 + low) × 10^exponent; not-a-number if that is too large or too small.
     NSDecimalNumber(quint64 mantissaHigh, quint64 mantissaLow, int exponent, bool negative);
 

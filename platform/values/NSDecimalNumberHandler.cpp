@@ -2,28 +2,16 @@
 #include "platform/values/NSDecimalNumberHandler.h"
 
 void NSDecimalNumberHandler::exceptionDuringOperation(NSCalculationError error) const {
-    switch (error) {
-    case NSCalculationLossOfPrecision:
-        if (m_exactness)
-            throw NSException(NSDecimalNumberExactnessException,
-                              QStringLiteral("a decimal result has more than 38 digits"));
-        break;
-    case NSCalculationUnderflow:
-        if (m_underflow)
-            throw NSException(NSDecimalNumberUnderflowException,
-                              QStringLiteral("a decimal result is too small"));
-        break;
-    case NSCalculationOverflow:
-        if (m_overflow)
-            throw NSException(NSDecimalNumberOverflowException,
-                              QStringLiteral("a decimal result is too large"));
-        break;
-    case NSCalculationDivideByZero:
-        if (m_divideByZero)
-            throw NSException(NSDecimalNumberDivideByZeroException,
-                              QStringLiteral("a decimal number was divided by zero"));
-        break;
-    case NSCalculationNoError:
-        break;
-    }
+    const auto raiseIf = [](bool asked, const QString &name, const char *reason) {
+        if (asked)
+            throw NSException(name, QString::fromLatin1(reason));
+    };
+    raiseIf(m_exactness && error == NSCalculationLossOfPrecision, NSDecimalNumberExactnessException,
+            "a decimal result has more than 38 digits");
+    raiseIf(m_underflow && error == NSCalculationUnderflow, NSDecimalNumberUnderflowException,
+            "a decimal result is too small");
+    raiseIf(m_overflow && error == NSCalculationOverflow, NSDecimalNumberOverflowException,
+            "a decimal result is too large");
+    raiseIf(m_divideByZero && error == NSCalculationDivideByZero, NSDecimalNumberDivideByZeroException,
+            "a decimal number was divided by zero");
 }

@@ -14,7 +14,6 @@
 #include <QObject>
 #include <QUrl>
 #include <algorithm>
-#include <limits>
 
 using namespace zr;
 
@@ -135,52 +134,43 @@ QVariant objectValue(const QVariant &receiver, const QString &key) {
 
 using Values = QVariantList;
 
-__extension__ typedef __int128 WideInteger;
-
-bool isInteger(const QVariant &value) {
-    const int type = value.typeId();
-    return kindOf(value) == ValueKind::Number && type != QMetaType::Float && type != QMetaType::Double;
-}
-
-WideInteger integerOf(const QVariant &value) {
-    const Number number = numberOf(value);
-    return number.sort == Number::Signed ? WideInteger(number.whole) : WideInteger(number.large);
-}
-
-NSDecimalNumber decimalOf(const QVariant &value) {
+NSDecimalNumber decimalOf(const QVariant &given) {
+    QVariant made;
+    const QVariant &value = plain(given, made);
     if (kindOf(value) == ValueKind::Decimal)
         return held<NSDecimalNumber>(value);
-    if (!isInteger(value))
-        return NSDecimalNumber::decimalNumberWithDouble(NSObjectRuntime::doubleValue(value));
-    const WideInteger whole = integerOf(value);
-    return whole < 0 ? NSDecimalNumber(qint64(whole)) : NSDecimalNumber(quint64(whole));
+    const Number number = kindOf(value) == ValueKind::Number
+                              ? numberOf(value)
+                              : Number{Number::Real, 0, 0, NSObjectRuntime::doubleValue(value)};
+    return number.sort == Number::Signed     ? NSDecimalNumber(number.whole)
+           : number.sort == Number::Unsigned ? NSDecimalNumber(number.large)
+                                             : NSDecimalNumber::decimalNumberWithDouble(number.real);
 }
 
 QVariant sumOf(const Values &values) {
-    WideInteger whole = 0;
     double real = 0;
     NSDecimalNumber decimal;
     bool allIntegers = true, anyDecimal = false;
-    for (const QVariant &value : values) {
-        if (isAbsent(value))
+    for (const QVariant &given : values) {
+        QVariant made;
+        const QVariant &value = plain(given, made);
+        const ValueKind kind = kindOf(value);
+        if (kind == ValueKind::Nil || kind == ValueKind::Null)
             continue;
-        if (isInteger(value))
-            whole += integerOf(value);
-        else
-            allIntegers = false;
-        anyDecimal |= kindOf(value) == ValueKind::Decimal;
+        allIntegers &= kind == ValueKind::Number && numberOf(value).sort != Number::Real;
+        anyDecimal |= kind == ValueKind::Decimal;
         real += NSObjectRuntime::doubleValue(value);
     }
-    if (anyDecimal) {
-        for (const QVariant &value : values)
-            decimal = isAbsent(value) ? decimal : decimal.decimalNumberByAdding(decimalOf(value));
+    if (!allIntegers && !anyDecimal)
+        return real;
+    for (const QVariant &value : values)
+        decimal = isAbsent(value) ? decimal : decimal.decimalNumberByAdding(decimalOf(value));
+    if (anyDecimal)
         return QVariant::fromValue(decimal);
-    }
-    if (allIntegers && whole >= std::numeric_limits<qint64>::min() &&
-        whole <= std::numeric_limits<qint64>::max())
-        return qint64(whole);
-    if (allIntegers && whole > 0 && whole <= std::numeric_limits<quint64>::max())
-        return quint64(whole);
+    if (decimal == NSDecimalNumber(decimal.longLongValue()))
+        return decimal.longLongValue();
+    if (decimal == NSDecimalNumber(decimal.unsignedLongLongValue()))
+        return decimal.unsignedLongLongValue();
     return real;
 }
 
@@ -312,18 +302,16 @@ void setObjectValue(QVariant &receiver, const QVariant &value, const QString &ke
     raiseUndefined(receiver, key);
 }
 
-template <typename Dictionary>
+/// Into a plain dictionary in place; of one of another class the entries go out, and back in.
 void store(QVariant &receiver, const QVariant &value, const QString &key) {
-    // In place: a dictionary of its own needs no copy.
-    auto &dictionary = *static_cast<Dictionary *>(receiver.data());
-    if (NSIsNil(value))
-        dictionary.remove(key);
-    else
-        dictionary.insert(key, value);
-}
-
-/// Into a dictionary of another class: what it is made of goes out, and back in.
-void storeElsewhere(QVariant &receiver, const QVariant &value, const QString &key) {
+    if (receiver.typeId() == QMetaType::QVariantMap) {
+        auto &dictionary = *static_cast<QVariantMap *>(receiver.data());
+        if (NSIsNil(value))
+            dictionary.remove(key);
+        else
+            dictionary.insert(key, value);
+        return;
+    }
     DictionaryEntries entries = entriesOf(receiver);
     const auto at =
         std::find_if(entries.begin(), entries.end(), [&](const auto &entry) { return entry.first == key; });
@@ -341,6 +329,8 @@ void storeElsewhere(QVariant &receiver, const QVariant &value, const QString &ke
         for (const auto &[name, entry] : entries)
             map.insert(name, entry);
         changed = map;
+        if (QVariant same = map; same.convert(receiver.metaType()))
+            changed = same;
     }
     receiver = changed;
 }
@@ -393,28 +383,17 @@ QVariant valueForKey(const QVariant &receiver, const QString &key) {
 
 QVariant valueForKeyPath(const QVariant &receiver, const QString &keyPath) {
     QVariant value = receiver;
-    QStringView rest = keyPath;
-    for (;;) {
+    for (QString rest = keyPath;;) {
         const ValueKind kind = kindOf(value);
-        if (kind == ValueKind::Nil)
-            return {};
-        const qsizetype point = rest.indexOf(QLatin1Char('.'));
-        const QStringView key = point < 0 ? rest : rest.first(point);
-        rest = point < 0 ? QStringView() : rest.sliced(point + 1);
-        const bool isOperation = key.startsWith(QLatin1Char('@'));
-        if (isOperation && (kind == ValueKind::Array || kind == ValueKind::Set))
-            return applyOperator(value, key.toString(), rest.toString());
-        if (kind == ValueKind::Dictionary && !isOperation) {
-            // The key only lives for the search, so it needs no memory of its own.
-            QVariant made;
-            const QVariant *found = entryOf(value, QString::fromRawData(key.data(), key.size()), made);
-            QVariant next = found && !NSIsNil(*found) ? *found : QVariant();
-            value = std::move(next);
-        } else {
-            value = valueForKey(value, key.toString());
-        }
-        if (point < 0)
+        const auto [key, next] = splitPath(rest);
+        if (isOperator(key) && (kind == ValueKind::Array || kind == ValueKind::Set))
+            return applyOperator(value, key, next);
+        value = valueForKey(value, key);
+        if (key.size() == rest.size())
             return value;
+        if (NSIsNil(value))
+            return {};
+        rest = next;
     }
 }
 
@@ -423,13 +402,7 @@ void setValueForKey(QVariant &receiver, const QVariant &value, const QString &ke
     case ValueKind::Nil:
         return;
     case ValueKind::Dictionary:
-        if (receiver.typeId() == QMetaType::QVariantHash) {
-            store<QVariantHash>(receiver, value, key);
-        } else if (receiver.typeId() == QMetaType::QVariantMap) {
-            store<QVariantMap>(receiver, value, key);
-        } else {
-            storeElsewhere(receiver, value, key);
-        }
+        store(receiver, value, key);
         return;
     case ValueKind::Array: {
         QVariantList elements = arrayOf(receiver);
@@ -469,24 +442,6 @@ void setValueForKeyPath(QVariant &receiver, const QVariant &value, const QString
     // Objects are changed where they are; values are copies, which go back to where they came from.
     if (kind != ValueKind::Object)
         setValueForKey(receiver, next, key);
-}
-
-QVariant valueForKey(QObject *receiver, const QString &key) {
-    return valueForKey(QVariant::fromValue(receiver), key);
-}
-
-QVariant valueForKeyPath(QObject *receiver, const QString &keyPath) {
-    return valueForKeyPath(QVariant::fromValue(receiver), keyPath);
-}
-
-void setValueForKey(QObject *receiver, const QVariant &value, const QString &key) {
-    QVariant object = QVariant::fromValue(receiver);
-    setValueForKey(object, value, key);
-}
-
-void setValueForKeyPath(QObject *receiver, const QVariant &value, const QString &keyPath) {
-    QVariant object = QVariant::fromValue(receiver);
-    setValueForKeyPath(object, value, keyPath);
 }
 
 } // namespace NSKeyValueCoding

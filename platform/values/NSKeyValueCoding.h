@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <QVariant>
-
-class QObject;
 
 /// Raised for a key that the receiver doesn't have. The user info holds the key under
 /// "NSUnknownUserInfoKey".
@@ -26,7 +25,9 @@ namespace NSKeyValueCoding {
 ///   URLs "absoluteString", "scheme", "host", "path" and "query"; dates "timeIntervalSince1970".
 /// Raises NSUndefinedKeyException for any other key.
 QVariant valueForKey(const QVariant &receiver, const QString &key);
-QVariant valueForKey(QObject *receiver, const QString &key);
+inline QVariant valueForKey(QObject *receiver, const QString &key) {
+    return valueForKey(QVariant::fromValue(receiver), key);
+}
 
 /// The value at the end of keys joined by points, nil as soon as one is nil. On an array or set a key that
 /// begins with "@" is an operator over the values of the rest of the path, taken from each element:
@@ -40,7 +41,9 @@ QVariant valueForKey(QObject *receiver, const QString &key);
 ///   of the arrays or sets that are the receiver's elements; the last gives a set.
 /// Raises NSInvalidArgumentException for other operators and for a missing rest, otherwise as valueForKey().
 QVariant valueForKeyPath(const QVariant &receiver, const QString &keyPath);
-QVariant valueForKeyPath(QObject *receiver, const QString &keyPath);
+inline QVariant valueForKeyPath(QObject *receiver, const QString &keyPath) {
+    return valueForKeyPath(QVariant::fromValue(receiver), keyPath);
+}
 
 /// Sets the receiver's value for the key; nothing for a nil receiver.
 /// - Dictionary: stores the value, nil removes the entry. Array, set: sets the key of each element.
@@ -51,10 +54,16 @@ QVariant valueForKeyPath(QObject *receiver, const QString &keyPath);
 /// Raises NSUndefinedKeyException for any other key or value, NSInvalidArgumentException for nil as a number
 /// and for a value that the property can't take.
 void setValueForKey(QVariant &receiver, const QVariant &value, const QString &key);
-void setValueForKey(QObject *receiver, const QVariant &value, const QString &key);
+inline void setValueForKey(QObject *receiver, const QVariant &value, const QString &key) {
+    QVariant object = QVariant::fromValue(receiver);
+    setValueForKey(object, value, key);
+}
 
 /// Sets the value at the end of keys joined by points. Nothing happens if a value on the way is nil.
 void setValueForKeyPath(QVariant &receiver, const QVariant &value, const QString &keyPath);
-void setValueForKeyPath(QObject *receiver, const QVariant &value, const QString &keyPath);
+inline void setValueForKeyPath(QObject *receiver, const QVariant &value, const QString &keyPath) {
+    QVariant object = QVariant::fromValue(receiver);
+    setValueForKeyPath(object, value, keyPath);
+}
 
 } // namespace NSKeyValueCoding

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSNotificationCenter.h"
 
+#include "platform/base/FirstException.h"
 #include "platform/base/NSException.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
@@ -8,7 +9,6 @@
 #include "platform/values/ValueKind.h"
 
 #include <algorithm>
-#include <exception>
 
 using namespace zr;
 
@@ -160,17 +160,10 @@ void NSNotificationCenter::postNotification(const NSNotification &notification) 
         std::inplace_merge(told.begin(), told.begin() + qsizetype(ofAny), told.end(),
                            [](const auto &a, const auto &b) { return a->number < b->number; });
     }
-    std::exception_ptr failure;
-    for (const auto &registration : told) {
-        try {
-            registration->tell(notification);
-        } catch (...) {
-            if (!failure)
-                failure = std::current_exception();
-        }
-    }
-    if (failure)
-        std::rethrow_exception(failure);
+    FirstException failure;
+    for (const auto &registration : told)
+        failure.guard([&] { registration->tell(notification); });
+    failure.rethrow();
 }
 
 void NSNotificationCenter::postNotificationName(const QString &name, const QVariant &object,

@@ -110,11 +110,6 @@ std::optional<QVariant> answer(const QVariant &receiver, const char *name) {
     return callMember(own, member, {});
 }
 
-QMetaType argumentType(const QVariant &receiver, const NSSelector &selector, int index) {
-    const Member member = memberFor(receiver, selector);
-    return member ? parameterType(*metaObjectOf(receiver), member, index) : QMetaType();
-}
-
 QVariant perform(const QVariant &receiver, const NSSelector &selector, const QVariantList &arguments) {
     if (kindOf(receiver) == ValueKind::Nil)
         return {};

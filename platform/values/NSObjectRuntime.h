@@ -75,9 +75,6 @@ bool respondsTo(const QVariant &receiver, const NSSelector &selector);
 /// What the value answers to a message without arguments; std::nullopt if it doesn't respond.
 std::optional<QVariant> answer(const QVariant &receiver, const char *name);
 
-/// The type of an argument of a message that the receiver responds to; an invalid type otherwise.
-QMetaType argumentType(const QVariant &receiver, const NSSelector &selector, int index = 0);
-
 /// Sends a message and gives its result (nil for void and for a nil receiver). Arguments are converted to the
 /// parameters' types, nil to a default value. A gadget is a value: the message goes to a copy. Raises
 /// NSInvalidArgumentException if the receiver doesn't respond, if the number of arguments differs, or if one

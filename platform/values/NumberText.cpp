@@ -6,8 +6,6 @@
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
-#include <limits>
-#include <type_traits>
 
 namespace {
 
@@ -20,29 +18,6 @@ QStringView withoutSpace(QStringView text) {
     while (at < text.size() && text[at].isSpace())
         ++at;
     return text.sliced(at);
-}
-
-bool takeSign(QStringView &text) {
-    const bool negative = text.startsWith(QLatin1Char('-'));
-    if (negative || text.startsWith(QLatin1Char('+')))
-        text = text.sliced(1);
-    return negative;
-}
-
-/// The digits at the start as a number; the largest value if it doesn't fit, and then `fits` is false.
-quint64 magnitude(QStringView text, bool &fits) {
-    quint64 sum = 0;
-    fits = true;
-    for (const QChar c : text) {
-        if (!isDigit(c))
-            break;
-        const unsigned digit = c.unicode() - u'0';
-        if (__builtin_mul_overflow(sum, quint64(10), &sum) || __builtin_add_overflow(sum, digit, &sum)) {
-            fits = false;
-            return std::numeric_limits<quint64>::max();
-        }
-    }
-    return sum;
 }
 
 /// The extent of digits, fraction and exponent at the start; 0 if there is no digit.
@@ -72,21 +47,17 @@ qsizetype numberLength(QStringView text) {
     return end;
 }
 
-template <typename Number>
-Number parsed(const char *text) {
+locale_t plainLocale() {
     static const locale_t c = ::newlocale(LC_ALL_MASK, "C", nullptr);
-    if constexpr (std::is_same_v<Number, float>)
-        return ::strtof_l(text, nullptr, c);
-    else
-        return ::strtod_l(text, nullptr, c);
+    return c;
 }
 
-template <typename Number>
-Number realValue(QStringView text) {
+/// The number at the start as the C library reads it, which would also take hexadecimal ones, infinities and
+/// the like.
+QByteArray numberIn(QStringView text) {
     text = withoutSpace(text);
-    const bool negative = takeSign(text);
-    const Number number = parsed<Number>(text.first(numberLength(text)).toLatin1().constData());
-    return negative ? -number : number;
+    const qsizetype sign = text.startsWith(u'-') || text.startsWith(u'+') ? 1 : 0;
+    return text.first(sign + numberLength(text.sliced(sign))).toLatin1();
 }
 
 template <typename Number>
@@ -110,7 +81,8 @@ namespace zr::NumberText {
 
 bool boolValue(QStringView text) {
     text = withoutSpace(text);
-    takeSign(text);
+    if (text.startsWith(u'-') || text.startsWith(u'+'))
+        text = text.sliced(1);
     while (text.startsWith(QLatin1Char('0')))
         text = text.sliced(1);
     if (text.isEmpty())
@@ -121,31 +93,19 @@ bool boolValue(QStringView text) {
 }
 
 qint64 longLongValue(QStringView text) {
-    text = withoutSpace(text);
-    const bool negative = takeSign(text);
-    bool fits = true;
-    const quint64 size = magnitude(text, fits);
-    constexpr auto largest = quint64(std::numeric_limits<qint64>::max());
-    if (negative)
-        return size > largest ? std::numeric_limits<qint64>::min() : -qint64(size);
-    return size > largest ? std::numeric_limits<qint64>::max() : qint64(size);
+    return ::strtoll_l(withoutSpace(text).toLatin1().constData(), nullptr, 10, plainLocale());
 }
 
 quint64 unsignedLongLongValue(QStringView text) {
-    while (!text.isEmpty() && (text.front() == u' ' || (text.front() >= u'\t' && text.front() <= u'\r')))
-        text = text.sliced(1);
-    const bool negative = takeSign(text);
-    bool fits = true;
-    const quint64 size = magnitude(text, fits);
-    return negative && fits ? quint64(0) - size : size;
+    return ::strtoull_l(text.toLatin1().constData(), nullptr, 10, plainLocale());
 }
 
 double doubleValue(QStringView text) {
-    return realValue<double>(text);
+    return ::strtod_l(numberIn(text).constData(), nullptr, plainLocale());
 }
 
 float floatValue(QStringView text) {
-    return realValue<float>(text);
+    return ::strtof_l(numberIn(text).constData(), nullptr, plainLocale());
 }
 
 QString text(double number) {

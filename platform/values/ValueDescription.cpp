@@ -19,40 +19,18 @@ namespace {
 using namespace NSObjectRuntime;
 
 QString dataText(const QByteArray &data) {
-    const QByteArray hex = data.toHex();
-    QString text = QStringLiteral("<");
-    for (qsizetype at = 0; at < hex.size(); at += 8) {
-        if (at > 0)
-            text += QLatin1Char(' ');
-        text += QLatin1String(hex.constData() + at, std::min<qsizetype>(8, hex.size() - at));
-    }
-    return text + QLatin1Char('>');
+    QString hex = QString::fromLatin1(data.toHex());
+    for (qsizetype at = (hex.size() - 1) / 8 * 8; at > 0; at -= 8)
+        hex.insert(at, u' ');
+    return u'<' + hex + u'>';
 }
 
-QString quoted(const QString &string) {
-    QString text = QStringLiteral("\"");
-    for (const QChar c : string) {
-        switch (c.unicode()) {
-        case u'"':
-            text += QStringLiteral("\\\"");
-            break;
-        case u'\\':
-            text += QStringLiteral("\\\\");
-            break;
-        case u'\n':
-            text += QStringLiteral("\\n");
-            break;
-        case u'\r':
-            text += QStringLiteral("\\r");
-            break;
-        case u'\t':
-            text += QStringLiteral("\\t");
-            break;
-        default:
-            text += c;
-        }
-    }
-    return text + QLatin1Char('"');
+QString quoted(QString text) {
+    const std::pair<char16_t, const char *> escapes[] = {
+        {u'\\', "\\\\"}, {u'"', "\\\""}, {u'\n', "\\n"}, {u'\r', "\\r"}, {u'\t', "\\t"}};
+    for (const auto &[character, escape] : escapes)
+        text.replace(QChar(character), QLatin1String(escape));
+    return u'"' + text + u'"';
 }
 
 QString pairText(double a, double b) {
@@ -103,29 +81,24 @@ QString objectText(const QVariant &value) {
     return otherText(value);
 }
 
-void writeNested(QString &out, const QVariant &value, int indent);
-
-void writeLines(QString &out, const QStringList &lines, QLatin1String open, QLatin1String close,
-                QLatin1String between, QLatin1String last, int indent) {
-    out += open;
+void writeLines(QString &out, const QStringList &lines, const char *open, const char *close,
+                const char *between, const char *last, int indent) {
+    out += QLatin1String(open);
     for (qsizetype i = 0; i < lines.size(); ++i) {
-        out += QLatin1Char('\n') + QString((qsizetype(indent) + 1) * 4, QLatin1Char(' ')) + lines[i];
-        out += i + 1 < lines.size() ? between : last;
+        out += u'\n' + QString((qsizetype(indent) + 1) * 4, u' ') + lines[i];
+        out += QLatin1String(i + 1 < lines.size() ? between : last);
     }
     if (!lines.isEmpty())
-        out += QLatin1Char('\n') + QString(qsizetype(indent) * 4, QLatin1Char(' '));
-    out += close;
+        out += u'\n' + QString(qsizetype(indent) * 4, u' ');
+    out += QLatin1String(close);
 }
 
 void write(QString &out, const QVariant &given, int indent) {
     QVariant made;
     const QVariant &value = plain(given, made);
-    const auto nested = [&](const QVariant &element) {
-        QString text;
-        writeNested(text, element, indent + 1);
-        return text;
-    };
-    switch (kindOf(value)) {
+    QStringList lines;
+    const ValueKind kind = kindOf(value);
+    switch (kind) {
     case ValueKind::Nil:
         out += QStringLiteral("(null)");
         return;
@@ -149,33 +122,24 @@ void write(QString &out, const QVariant &given, int indent) {
     case ValueKind::URL:
         out += QString::fromLatin1(held<QUrl>(value).toEncoded());
         return;
-    case ValueKind::Array: {
-        QStringList lines;
+    case ValueKind::Array:
+    case ValueKind::Set:
         for (const QVariantList elements = arrayOf(value); const QVariant &element : elements)
-            lines << nested(element);
-        writeLines(out, lines, QLatin1String("("), QLatin1String(")"), QLatin1String(","), {}, indent);
+            lines << descriptionInside(element, indent + 1);
+        if (kind == ValueKind::Set)
+            lines.sort();
+        writeLines(out, lines, kind == ValueKind::Set ? "{(" : "(", kind == ValueKind::Set ? ")}" : ")", ",",
+                   "", indent);
         return;
-    }
-    case ValueKind::Set: {
-        QStringList lines;
-        for (const QVariant &element : held<NSSet>(value))
-            lines << nested(element);
-        lines.sort();
-        writeLines(out, lines, QLatin1String("{("), QLatin1String(")}"), QLatin1String(","), {}, indent);
-        return;
-    }
-    case ValueKind::Dictionary: {
+    case ValueKind::Dictionary:
         if (describesItself(value)) {
             out += value.toString();
             return;
         }
-        QStringList lines;
         for (const auto &[key, entry] : entriesOf(value))
-            lines << key + QStringLiteral(" = ") + nested(entry);
-        writeLines(out, lines, QLatin1String("{"), QLatin1String("}"), QLatin1String(";"), QLatin1String(";"),
-                   indent);
+            lines << key + QStringLiteral(" = ") + descriptionInside(entry, indent + 1);
+        writeLines(out, lines, "{", "}", ";", ";", indent);
         return;
-    }
     case ValueKind::Object:
     case ValueKind::Gadget:
         out += objectText(value);
@@ -184,15 +148,6 @@ void write(QString &out, const QVariant &given, int indent) {
         out += otherText(value);
         return;
     }
-}
-
-void writeNested(QString &out, const QVariant &given, int indent) {
-    QVariant made;
-    const QVariant &value = plain(given, made);
-    if (kindOf(value) == ValueKind::String)
-        out += quoted(held<QString>(value));
-    else
-        write(out, value, indent);
 }
 
 } // namespace
@@ -216,9 +171,14 @@ QString description(const QVariant &value, int level) {
     return text;
 }
 
-QString descriptionInside(const QVariant &value, int level) {
+QString descriptionInside(const QVariant &given, int level) {
+    QVariant made;
+    const QVariant &value = plain(given, made);
     QString text;
-    writeNested(text, value, level);
+    if (kindOf(value) == ValueKind::String)
+        text = quoted(held<QString>(value));
+    else
+        write(text, value, level);
     return text;
 }
 

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <optional>
 
 using namespace zr;
 
@@ -25,75 +26,46 @@ NSComparisonResult order(const T &a, const T &b) {
     return a < b ? NSOrderedAscending : b < a ? NSOrderedDescending : NSOrderedSame;
 }
 
-NSComparisonResult reversed(NSComparisonResult result) {
-    return NSComparisonResult(-int(result));
-}
-
 /// Whether the number is an integer that 64 bits hold.
 bool isInteger(double number) {
     return number == std::floor(number) && number >= -0x1p63 && number < 0x1p64;
-}
-
-/// An integer against a double without rounding the integer.
-NSComparisonResult orderWholeReal(const Number &whole, double real) {
-    if (std::isnan(real))
-        return NSOrderedDescending;
-    if (real < -0x1p63)
-        return NSOrderedDescending;
-    if (real >= 0x1p64)
-        return NSOrderedAscending;
-    const double floor = std::floor(real);
-    NSComparisonResult result;
-    if (whole.sort == Number::Unsigned)
-        result = floor < 0x1p63 ? NSOrderedDescending : order(whole.large, quint64(floor));
-    else
-        result = floor >= 0x1p63 ? NSOrderedAscending : order(whole.whole, qint64(floor));
-    return result == NSOrderedSame && real > floor ? NSOrderedAscending : result;
-}
-
-NSComparisonResult orderNumbers(const Number &a, const Number &b) {
-    if (a.sort == Number::Real && b.sort == Number::Real) {
-        if (std::isnan(a.real) || std::isnan(b.real))
-            return order(!std::isnan(a.real), !std::isnan(b.real));
-        return order(a.real, b.real);
-    }
-    if (b.sort == Number::Real)
-        return orderWholeReal(a, b.real);
-    if (a.sort == Number::Real)
-        return reversed(orderWholeReal(b, a.real));
-    if (a.sort != b.sort)
-        return a.sort == Number::Unsigned ? NSOrderedDescending : NSOrderedAscending;
-    return a.sort == Number::Signed ? order(a.whole, b.whole) : order(a.large, b.large);
-}
-
-/// A whole double that an integer may equal counts as what it is exactly, any other as the decimal of its
-/// shortest text, so that 0.1 equals 0.1.
-NSComparisonResult orderDecimalNumber(const NSDecimalNumber &decimal, const Number &number) {
-    if (number.sort == Number::Signed)
-        return order(decimal, NSDecimalNumber(number.whole));
-    if (number.sort == Number::Unsigned)
-        return order(decimal, NSDecimalNumber(number.large));
-    if (isInteger(number.real))
-        return number.real < 0 ? order(decimal, NSDecimalNumber(qint64(number.real)))
-                               : order(decimal, NSDecimalNumber(quint64(number.real)));
-    const NSDecimalNumber other = NSDecimalNumber::decimalNumberWithDouble(number.real);
-    if (!decimal.isNaN() && other.doubleValue() == number.real)
-        return order(decimal, other);
-    return orderNumbers({Number::Real, 0, 0, decimal.doubleValue()}, number);
 }
 
 bool isNumeric(ValueKind kind) {
     return kind == ValueKind::Number || kind == ValueKind::Decimal;
 }
 
+/// What a number counts as beside numbers of other types; nothing for a double that no decimal is. A whole
+/// double that an integer may equal is what it is exactly, any other the decimal of its shortest text, so
+/// that 0.1 equals 0.1.
+std::optional<NSDecimalNumber> decimalOf(const QVariant &value, ValueKind kind) {
+    if (kind == ValueKind::Decimal)
+        return held<NSDecimalNumber>(value);
+    const Number number = numberOf(value);
+    if (number.sort == Number::Signed)
+        return NSDecimalNumber(number.whole);
+    if (number.sort == Number::Unsigned)
+        return NSDecimalNumber(number.large);
+    if (isInteger(number.real))
+        return number.real < 0 ? NSDecimalNumber(qint64(number.real)) : NSDecimalNumber(quint64(number.real));
+    const NSDecimalNumber decimal = NSDecimalNumber::decimalNumberWithDouble(number.real);
+    return std::isnan(number.real) || decimal.doubleValue() == number.real ? std::optional(decimal)
+                                                                           : std::nullopt;
+}
+
 NSComparisonResult orderNumeric(const QVariant &a, ValueKind kindA, const QVariant &b, ValueKind kindB) {
-    if (kindA == ValueKind::Number && kindB == ValueKind::Number)
-        return orderNumbers(numberOf(a), numberOf(b));
-    if (kindB == ValueKind::Number)
-        return orderDecimalNumber(held<NSDecimalNumber>(a), numberOf(b));
-    if (kindA == ValueKind::Number)
-        return reversed(orderDecimalNumber(held<NSDecimalNumber>(b), numberOf(a)));
-    return order(held<NSDecimalNumber>(a), held<NSDecimalNumber>(b));
+    if (kindA == ValueKind::Number && kindB == ValueKind::Number) {
+        const Number one = numberOf(a), other = numberOf(b);
+        if (one.sort == Number::Signed && other.sort == Number::Signed)
+            return order(one.whole, other.whole);
+        if (one.sort == Number::Real && other.sort == Number::Real && !std::isnan(one.real) &&
+            !std::isnan(other.real))
+            return order(one.real, other.real);
+    }
+    const auto one = decimalOf(a, kindA), other = decimalOf(b, kindB);
+    if ((one && one->isNaN()) || (other && other->isNaN()) || (one && other))
+        return order(one.value_or(NSDecimalNumber()), other.value_or(NSDecimalNumber()));
+    return order(NSObjectRuntime::doubleValue(a), NSObjectRuntime::doubleValue(b));
 }
 
 // ---- Containers
@@ -127,23 +99,17 @@ size_t mixed(quint64 value, size_t seed) {
 /// Equal numbers have equal hashes, whatever their types: integers by their bits, others by the nearest
 /// double.
 size_t numericHash(const QVariant &value, ValueKind kind, size_t seed) {
-    Number number;
-    if (kind == ValueKind::Number)
-        number = numberOf(value);
-    else if (const auto &decimal = held<NSDecimalNumber>(value);
-             !decimal.isNaN() && decimal == NSDecimalNumber(decimal.longLongValue()))
-        number.whole = decimal.longLongValue();
-    else if (!decimal.isNaN() && decimal == NSDecimalNumber(decimal.unsignedLongLongValue()))
-        number = {Number::Unsigned, 0, decimal.unsignedLongLongValue(), 0};
-    else
-        number = {Number::Real, 0, 0, decimal.doubleValue()};
-    if (number.sort == Number::Signed)
-        return mixed(quint64(number.whole), seed);
-    if (number.sort == Number::Unsigned)
-        return mixed(number.large, seed);
-    if (kind == ValueKind::Number && isInteger(number.real))
-        return mixed(number.real < 0 ? quint64(qint64(number.real)) : quint64(number.real), seed);
-    return mixed(std::isnan(number.real) ? 1 : std::bit_cast<quint64>(number.real), ~seed);
+    if (kind == ValueKind::Number && numberOf(value).sort == Number::Signed)
+        return mixed(quint64(numberOf(value).whole), seed);
+    const auto decimal = decimalOf(value, kind);
+    if (decimal && !decimal->isNaN() && decimal->exponent() >= 0) {
+        if (const qint64 whole = decimal->longLongValue(); *decimal == NSDecimalNumber(whole))
+            return mixed(quint64(whole), seed);
+        if (const quint64 whole = decimal->unsignedLongLongValue(); *decimal == NSDecimalNumber(whole))
+            return mixed(whole, seed);
+    }
+    const double real = NSObjectRuntime::doubleValue(value);
+    return mixed(std::isnan(real) ? 1 : std::bit_cast<quint64>(real), ~seed);
 }
 
 size_t arrayHash(const QVariantList &elements, size_t seed) {

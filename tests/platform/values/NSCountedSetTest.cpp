@@ -55,21 +55,4 @@ TEST(NSCountedSet, IsAnObjectWithACount) {
     EXPECT_EQ(NSCountedSet().description(), QStringLiteral("{()}"));
 }
 
-TEST(NSCountedSet, CombinesCounts) {
-    const NSCountedSet one(QVariantList{a, a, b}), other(QVariantList{a, 1});
-    NSCountedSet set = one;
-    set.unionSet(other);
-    EXPECT_EQ(set, NSCountedSet(QVariantList{a, a, a, b, 1}));
-    set.minusSet(one);
-    EXPECT_EQ(set, other);
-    set = one;
-    set.intersectSet(other);
-    EXPECT_EQ(set, NSCountedSet(QVariantList{a}));
-    set = one;
-    set.unionSet(set);
-    EXPECT_EQ(set.countForObject(a), 4);
-    set.minusSet(set);
-    EXPECT_EQ(set, NSCountedSet());
-}
-
 } // namespace

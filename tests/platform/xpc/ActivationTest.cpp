@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/base/WriteAll.h"
+#include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCServiceMonitor.h"
 #include "platform/xpc/XPCActivator.h"
 #include "platform/xpc/XPCCall.h"

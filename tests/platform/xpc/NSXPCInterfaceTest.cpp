@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCInterface.h"
 
 #include "tests/platform/xpc/TestWorker.h"
