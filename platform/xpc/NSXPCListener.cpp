@@ -166,7 +166,7 @@ private:
             wake();
     }
 
-    /// How long a leaving service has to wait before it looks again: 0 when nobody waits for it any more.
+    /// How long a leaving service has to wait before it looks again: 0 if nobody waits for it any more.
     int millisecondsUntilQuiet() const {
         std::set<std::shared_ptr<NSXPCConnection>> connections;
         {

@@ -146,7 +146,7 @@ std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name,
          {},
          {"LISTEN_FDS=1", "LISTEN_PID=", QByteArray("LISTEN_FDNAMES=") + XPCServiceProcess::activatorName},
          {input.get(), -1, log, socket.listening.get()}});
-    // From here on only the service listens: when it dies, whoever waits at its socket is told.
+    // From here on only the service listens: when it dies, the connections that wait at its socket end.
     socket.listening.reset();
     ChildProcess &child = instance->child;
     if (child.failure) {
