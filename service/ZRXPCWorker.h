@@ -9,8 +9,8 @@
 /// |--------------|-------------------------------------------------------------------|
 /// | "data"       | the document: bytes, HTML text, or a URL                          |
 /// | "utiType"    | its uniform type identifier                                       |
-/// | "pdfTitle"   | title of the PDF; none where it is missing                        |
-/// | "pdfCreator" | creator of the PDF; none where it is missing                      |
+/// | "pdfTitle"   | title of the PDF; none if it is missing                           |
+/// | "pdfCreator" | creator of the PDF; none if it is missing                         |
 /// | "tagged"     | true for structure tags, which cost time and bytes; off otherwise |
 ///
 /// The result is {"data": the PDF}.
@@ -24,6 +24,6 @@ public:
 
     /// Converts the task's document. If the client goes meanwhile, the conversion is given up.
     void work() override;
-    /// The PDF with the task's title and creator, and now as its creation date; nil where the data is no PDF.
+    /// The PDF with the task's title and creator, and now as its creation date; nil if the data is no PDF.
     QByteArray writePDFWithData(const QByteArray &data) const;
 };

@@ -5,6 +5,8 @@
 #include <csignal>
 #include <ctime>
 
+namespace zr {
+
 /// Keeps SIGPIPE from the current thread while it lives: writing to a connection whose other end is gone is
 /// an error like any, and must not end the process. libcurl leaves this to its user, as OpenSSL writes
 /// without MSG_NOSIGNAL.
@@ -33,3 +35,5 @@ private:
     sigset_t m_before;
     bool m_wasPending;
 };
+
+} // namespace zr

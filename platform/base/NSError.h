@@ -30,7 +30,7 @@ public:
     qint64 code() const { return m_code; }
     QVariantMap userInfo() const { return m_userInfo; }
 
-    /// The message for people; a text made from domain and code where the user info holds none.
+    /// The message for people; if the user info holds none, a text made from domain and code.
     QString localizedDescription() const;
     /// One line for logs: domain, code and message; "(null)" for nil.
     QString description() const;

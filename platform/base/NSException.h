@@ -14,12 +14,12 @@ public:
     QString name() const { return m_name; }
     QString reason() const { return m_reason; }
     QVariantMap userInfo() const { return m_userInfo; }
-    /// The reason, or the name where there is no reason.
+    /// The reason, or the name if there is no reason.
     QString description() const { return m_reason.isEmpty() ? m_name : m_reason; }
     /// The reason as UTF-8.
     const char *what() const noexcept override { return m_what.constData(); }
 
-    /// The description of whatever exception is being handled; call it inside a catch block only.
+    /// The description of the exception that is being handled, of any type; call it inside a catch block only.
     static QString currentDescription();
 
 private:

@@ -10,12 +10,10 @@
 #include "platform/xpc/XPCThread.h"
 
 #include <QCoreApplication>
-#include <QThread>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <mutex>
 #include <poll.h>
@@ -168,7 +166,7 @@ private:
             wake();
     }
 
-    /// How long a leaving service has to wait before it looks again: 0 when nobody waits for it any more.
+    /// How long a leaving service has to wait before it looks again: 0 if nobody waits for it any more.
     int millisecondsUntilQuiet() const {
         std::set<std::shared_ptr<NSXPCConnection>> connections;
         {
@@ -258,15 +256,14 @@ void NSXPCListener::resume() {
         m_core->start(this, {});
         return;
     }
-    // Qt takes the first thread that asks for the main one.
-    QThread::currentThread();
-    m_core->start(this, XPCServiceProcess::watchTermination());
     std::unique_ptr<QCoreApplication> application;
     static int count = 1;
     static char name[] = "service";
     static char *arguments[] = {name, nullptr};
     if (!QCoreApplication::instance())
         application = std::make_unique<QCoreApplication>(count, arguments);
+    // Only now: workers may need the application object as soon as there is a connection.
+    m_core->start(this, XPCServiceProcess::watchTermination());
     for (;;)
         QCoreApplication::exec();
 }

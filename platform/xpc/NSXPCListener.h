@@ -10,8 +10,8 @@
 /// sees them. Any thread, unless said otherwise.
 class NSXPCListener {
 public:
-    /// The listener of the service that this process is: whoever started the process passed its socket, by systemd's
-    /// socket-activation protocol. One a process. The first call takes possession of the socket; make it before other
+    /// The listener of the service that this process is. Its socket was passed to the process when that was started, by
+    /// systemd's socket-activation protocol. One a process. The first call takes possession of the socket; make it before other
     /// processes are started.
     ///
     /// A service that was started by the client library ends as soon as its host has gone.

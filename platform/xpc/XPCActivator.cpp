@@ -108,11 +108,8 @@ FileDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t 
         }
         *error = QStringLiteral("%1: %2").arg(name, QString::fromLocal8Bit(std::strerror(errno)));
         const std::lock_guard lock(m_mutex);
-        if (const auto found = m_instances.find(name);
-            found != m_instances.end() && found->second == instance) {
-            instance->lifeline.reset();
-            m_instances.erase(found);
-        }
+        instance->lifeline.reset();
+        std::erase_if(m_instances, [&](const auto &each) { return each.second == instance; });
     }
     return {};
 }
@@ -149,7 +146,7 @@ std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name,
          {},
          {"LISTEN_FDS=1", "LISTEN_PID=", QByteArray("LISTEN_FDNAMES=") + XPCServiceProcess::activatorName},
          {input.get(), -1, log, socket.listening.get()}});
-    // From here on only the service listens: when it dies, whoever waits at its socket is told.
+    // From here on only the service listens: when it dies, the connections that wait at its socket end.
     socket.listening.reset();
     ChildProcess &child = instance->child;
     if (child.failure) {
@@ -169,6 +166,7 @@ std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name,
 void XPCActivator::ended(const std::shared_ptr<Instance> &instance) {
     const pid_t pid = instance->child.pid;
     int status = -1;
+    std::vector<Watcher> watchers;
     {
         const std::lock_guard lock(m_mutex);
         // This child only: the host's others are the host's.
@@ -177,17 +175,11 @@ void XPCActivator::ended(const std::shared_ptr<Instance> &instance) {
             taken.si_pid == pid)
             status =
                 taken.si_code == CLD_EXITED ? W_EXITCODE(taken.si_status, 0) : W_EXITCODE(0, taken.si_status);
-        if (const auto found = m_instances.find(instance->name);
-            found != m_instances.end() && found->second == instance)
-            m_instances.erase(found);
-    }
-    XPCReactor::shared().remove(instance->token, instance->child.process.get());
-    std::vector<Watcher> watchers;
-    {
-        const std::lock_guard lock(m_mutex);
+        std::erase_if(m_instances, [&](const auto &each) { return each.second == instance; });
         std::copy_if(m_watchers.begin(), m_watchers.end(), std::back_inserter(watchers),
                      [&](const Watcher &watcher) { return watcher.name == instance->name; });
     }
+    XPCReactor::shared().remove(instance->token, instance->child.process.get());
     if (watchers.empty())
         return;
     XPCThreadDetach("xpc-exit", [watchers = std::move(watchers), pid, status] {
@@ -198,9 +190,9 @@ void XPCActivator::ended(const std::shared_ptr<Instance> &instance) {
 
 void XPCActivator::connectionWasLost(const QString &name, pid_t process) {
     const std::lock_guard lock(m_mutex);
-    const auto found = m_instances.find(name);
-    if (found != m_instances.end() && found->second->child.pid == process && isEnding(process))
-        m_instances.erase(found);
+    std::erase_if(m_instances, [&](const auto &each) {
+        return each.first == name && each.second->child.pid == process && isEnding(process);
+    });
 }
 
 void XPCActivator::stop() {

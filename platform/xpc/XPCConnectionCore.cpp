@@ -208,7 +208,7 @@ void XPCConnectionCore::send(const QString &selector, const QVariantList &values
         }
         link = m_link;
     }
-    // Whoever waits for a reply is told by the connection's thread when it finds the link lost.
+    // If a reply is due, the connection's thread tells its sender when it finds the link lost.
     if (!link->send(frame) && !wantsReply)
         failLater(errorHandler, interrupted());
 }
@@ -295,7 +295,7 @@ void XPCConnectionCore::run() {
         NSError failure;
         {
             const std::lock_guard lock(m_mutex);
-            // A service that is ending is not to be connected to again, from before anybody hears of the loss.
+            // Before anybody is told of the loss: nobody is to connect to a service that is ending.
             if (m_reconnects && m_process && m_state != State::Invalid)
                 XPCActivator::shared().connectionWasLost(m_name, m_process);
             m_link.reset();

@@ -32,17 +32,17 @@ public:
     XPCLink(const XPCLink &) = delete;
     XPCLink &operator=(const XPCLink &) = delete;
 
-    /// Waits for the next frame and reads it; false when the link has ended, for whatever reason.
+    /// Waits for the next frame and reads it; false if the link has ended.
     bool read(XPCFrame &frame);
-    /// Writes the frame or keeps it for writing; false when the link has ended.
+    /// Writes the frame or keeps it for writing; false if the link has ended.
     bool send(const XPCFrame &frame);
     /// Ends the link for both sides; a waiting read() returns.
     void close();
 
     /// True as soon as the peer has gone, even while unread frames are left.
     bool isLost() const;
-    /// Called once, on a thread of the machinery and at once, when the peer has gone or the link was closed.
-    /// Called within this call if it has happened already.
+    /// Called once, as soon as the peer has gone or the link was closed, on a thread of the machinery.
+    /// Within this call if that has happened already.
     void setLossHandler(std::function<void()> handler);
 
     /// The peer's process as it was when the connection was made; 0 if it isn't known.

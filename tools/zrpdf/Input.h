@@ -20,16 +20,16 @@ public:
     const QByteArray &argument() const { return m_argument; }
     /// The argument fit for a line of text: control characters escaped, overlong ones cut.
     QByteArray shown() const;
-    /// Why it can't be read, or nothing. Looks at the file each time.
+    /// Why it can't be read; empty if it can. Looks at the file each time.
     QByteArray problem() const;
     /// The document's URL; empty for streams.
     const QUrl &url() const { return m_url; }
     /// The local file behind a file or file URL, or the stream's; empty if there is none.
     const QByteArray &path() const { return m_path; }
-    /// Opens a stream for reading; -1 with errno set where that fails.
+    /// Opens a stream for reading; -1 with errno set if that fails.
     int openStream() const;
 
-    /// Where its PDF goes unless that is said: beside a file, else in the current folder.
+    /// Where its PDF goes by default: beside a file, otherwise in the current folder.
     /// \param folder  the folder to put it instead; null for none
     QByteArray defaultOutput(const QByteArray &folder) const;
 

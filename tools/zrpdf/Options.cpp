@@ -74,7 +74,7 @@ const std::array table{
            [](Options &o, const QByteArray &) { return o.action = Options::Action::Version, Problem(); }},
 };
 
-/// Applies an option; `value` is null where none came with it, and is then the next argument.
+/// Applies an option; if no value came with it, `value` is null, and the next argument is taken.
 Problem applyOption(const Option *option, const QByteArray &shown, QByteArray value,
                     QList<QByteArray>::const_iterator &next, QList<QByteArray>::const_iterator end,
                     Options &options) {
@@ -172,7 +172,7 @@ PNG, JPEG, GIF, WebP and web archives (MHTML, webarchive) are documents.
 
 Output
   -o, --output FILE        the PDF of the only input; - for standard output
-  -d, --directory FOLDER   PDFs go there; the folder is made where it is missing
+  -d, --directory FOLDER   PDFs go there; the folder is made if it is missing
                            (default: beside the input under its base name and .pdf;
                            for URLs and standard input, in the current folder)
   -f, --force              replace files that exist already

@@ -12,11 +12,11 @@ struct Options {
 
     Action action = Action::Convert;
     QList<QByteArray> inputs;
-    QByteArray output; ///< null where it wasn't given, "-" for standard output
-    QByteArray folder; ///< null where it wasn't given
-    QString title;     ///< null where it wasn't given
-    QString creator;   ///< null where it wasn't given
-    QString type;      ///< null where it wasn't given
+    QByteArray output; ///< null if it wasn't given, "-" for standard output
+    QByteArray folder; ///< null if it wasn't given
+    QString title;     ///< null if it wasn't given
+    QString creator;   ///< null if it wasn't given
+    QString type;      ///< null if it wasn't given
     int jobs = 1;
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
     bool tagged = false;

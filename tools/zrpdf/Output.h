@@ -15,10 +15,9 @@ public:
 
     bool isStandardOutput() const { return m_path == "-"; }
 
-    /// Says early why nothing could be written there; nothing where it can.
+    /// Why nothing can be written there, to be told early; empty if it can.
     QByteArray open();
-    /// Writes it all; says why that failed, or nothing. A signal that a handler takes interrupts the writing
-    /// to a stream.
+    /// Writes it all. Gives why that failed; empty if it didn't. An interrupt ends the writing to a stream.
     QByteArray commit(const QByteArray &content);
 
 private:

@@ -91,7 +91,7 @@ ExitCode Runner::boot(QByteArray *answer) {
     return m_outcomes.front();
 }
 
-/// Goes on to the next entry that can be worked on; those before it have failed. False where there is none.
+/// Goes on to the next entry that can be worked on; those before it have failed. False if there is none.
 bool Runner::admitNext() {
     while (!m_admitted && m_next < m_plan.entries.size()) {
         const Plan::Entry &entry = m_plan.entries[m_next];
@@ -150,7 +150,7 @@ void Runner::read(std::size_t index) {
     instance.state = State::Reading;
     instance.started = Clock::now();
     ++instance.round;
-    // Whoever writes to the stream may take for ever; the loop doesn't.
+    // The writer of the stream may take for ever; the loop doesn't.
     std::thread([this, index, round = instance.round, input = m_plan.entries[instance.entry].input] {
         QByteArray content;
         const zr::FileDescriptor stream(input.openStream());

@@ -57,7 +57,7 @@ private:
             throw std::runtime_error("cannot make a certificate");
     }
     void serve() {
-        const BlockedPipeSignal blocked;
+        const zr::BlockedPipeSignal blocked;
         for (int fd = 0; !m_ending && (fd = ::accept(m_listener, nullptr, nullptr)) >= 0; ::close(fd)) {
             m_connection = fd;
             if (!m_ending)

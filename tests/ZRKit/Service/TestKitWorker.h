@@ -10,8 +10,9 @@
 /// | "echo"          | replies with the task itself                                  |
 /// | "raise"         | throws NSException with "reason"                              |
 /// | "throw"         | throws something that is no exception class                   |
-/// | "error"         | replies with an error of the message "reason", led to by "cause" |
-/// | "unarchivableCause" | the same, led to by what no archive holds                 |
+/// | "error"         | replies with an error of the message "reason" and the cause   |
+/// |                 | "cause"                                                       |
+/// | "unarchivableCause" | the same with a cause that no archive holds               |
 /// | "nothing"       | returns without a reply                                       |
 /// | "twice"         | replies twice                                                 |
 /// | "unarchivable"  | replies with what no archive holds                            |

@@ -29,9 +29,9 @@ TEST(BlockedPipeSignalDeathTest, WithoutItABrokenPipeEndsTheProcess) {
 TEST(BlockedPipeSignal, ABrokenPipeIsAnErrorAndNothingComesLater) {
     std::signal(SIGPIPE, SIG_DFL);
     {
-        const BlockedPipeSignal blocked;
+        const zr::BlockedPipeSignal blocked;
         {
-            const BlockedPipeSignal again;
+            const zr::BlockedPipeSignal again;
             EXPECT_EQ(errorOfWriting(), EPIPE);
         }
         EXPECT_EQ(errorOfWriting(), EPIPE);
