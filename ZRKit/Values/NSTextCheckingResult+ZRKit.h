@@ -12,7 +12,7 @@ namespace ZRKit {
 
 /// The text of the whole match; nil if the match doesn't lie within the string.
 QString inString(const NSTextCheckingResult &result, const Text &string);
-/// The text of a group, 0 for the whole match: nil where the result has no such group, the empty string if
+/// The text of a group, 0 for the whole match: nil if the result has no such group, the empty string if
 /// the group took no part in the match.
 QString inString(const NSTextCheckingResult &result, const Text &string, qsizetype at);
 /// The texts of all groups from 0, each a string.

@@ -13,7 +13,7 @@
 /// A text whose stretches carry attributes: a name and a value each, such as a font or a colour.
 ///
 /// Positions count UTF-16 units. Stretches that follow one another with equal attributes are one, so two
-/// attributed strings are equal where their texts and the attributes of each unit are. A plain value: copies
+/// attributed strings are equal if their texts and the attributes of each unit are. A plain value: copies
 /// share their data, a const one may be read from any thread.
 class NSAttributedString {
     Q_GADGET
@@ -43,10 +43,10 @@ public:
     QList<Run> runs() const { return m_runs; }
 
     /// The attributes at a position, and the stretch over which they are the same. Raises NSRangeException
-    /// where the position is not below the length.
+    /// if the position is not below the length.
     QVariantMap attributesAtIndex(qsizetype location, NSRange *effectiveRange = nullptr) const;
-    /// One attribute's value at a position, nil where there is none, and the whole stretch over which it is
-    /// that. Raises NSRangeException where the position is not below the length.
+    /// One attribute's value at a position, nil if there is none, and the whole stretch over which it is that.
+    /// Raises NSRangeException if the position is not below the length.
     QVariant attributeAtIndex(const QString &name, qsizetype location,
                               NSRange *longestEffectiveRange = nullptr) const;
     /// The part in the range, with its attributes. Raises NSRangeException for a range that isn't within the
@@ -69,8 +69,8 @@ protected:
     QList<Run> m_runs;
 };
 
-/// An attributed string that can be changed. Every range that isn't within the text raises NSRangeException
-/// and changes nothing.
+/// An attributed string that can be changed, by one thread at a time. Every range that isn't within the text
+/// raises NSRangeException and changes nothing.
 class NSMutableAttributedString : public NSAttributedString {
     Q_GADGET
 
@@ -81,8 +81,8 @@ public:
     void appendAttributedString(const NSAttributedString &other);
     void insertAttributedString(const NSAttributedString &other, qsizetype location);
     void replaceCharactersInRange(NSRange range, const NSAttributedString &other);
-    /// The new text takes the attributes of the first unit it replaces; where it replaces none, those of the
-    /// unit before it, else of the one behind it.
+    /// The new text takes the attributes of the first unit it replaces. If it replaces none, it takes those of
+    /// the unit before it, or else of the one behind it.
     void replaceCharactersInRange(NSRange range, const QString &text);
     void deleteCharactersInRange(NSRange range);
     void setAttributedString(const NSAttributedString &other);
