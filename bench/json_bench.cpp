@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// JSON documents of a megabyte to values and back, beside QJsonDocument with toVariant() and fromVariant(),
-// and beside the same values made from what simdjson and RapidJSON parse.
+// JSON documents of a megabyte to values and back, beside QJsonDocument with toVariant() and fromVariant().
 #include "platform/text/NSJSONSerialization.h"
 #include "platform/values/NSNull.h"
 
@@ -9,8 +8,6 @@
 #include <QVariantMap>
 #include <benchmark/benchmark.h>
 #include <random>
-#include <rapidjson/reader.h>
-#include <simdjson.h>
 
 namespace {
 
@@ -85,107 +82,6 @@ void readQt(benchmark::State &state) {
     report(state);
 }
 
-QVariant fromSimdjson(simdjson::dom::element element) {
-    switch (element.type()) {
-    case simdjson::dom::element_type::ARRAY: {
-        QVariantList list;
-        for (const simdjson::dom::element child : simdjson::dom::array(element))
-            list.append(fromSimdjson(child));
-        return list;
-    }
-    case simdjson::dom::element_type::OBJECT: {
-        QVariantMap map;
-        for (const auto &[key, child] : simdjson::dom::object(element))
-            map.insert(map.cend(), QString::fromUtf8(key.data(), qsizetype(key.size())), fromSimdjson(child));
-        return map;
-    }
-    case simdjson::dom::element_type::STRING: {
-        const std::string_view text(element);
-        return QString::fromUtf8(text.data(), qsizetype(text.size()));
-    }
-    case simdjson::dom::element_type::INT64:
-        return qlonglong(int64_t(element));
-    case simdjson::dom::element_type::UINT64:
-        return qulonglong(uint64_t(element));
-    case simdjson::dom::element_type::DOUBLE:
-        return double(element);
-    case simdjson::dom::element_type::BOOL:
-        return bool(element);
-    default:
-        return NSNull();
-    }
-}
-
-void readSimdjson(benchmark::State &state) {
-    const QByteArray text = document(int(state.range(0)));
-    simdjson::dom::parser parser;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(fromSimdjson(parser.parse(text.constData(), size_t(text.size()))));
-    report(state);
-}
-
-/// RapidJSON's events straight into values, as our own reader does it.
-struct Builder : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Builder> {
-    struct Open {
-        QVariantList list;
-        QVariantMap map;
-        QString key;
-        bool isMap = false;
-    };
-    std::vector<Open> open{Open()};
-
-    bool add(const QVariant &value) {
-        Open &top = open.back();
-        if (top.isMap)
-            top.map.insert(top.map.cend(), top.key, value);
-        else
-            top.list.append(value);
-        return true;
-    }
-    bool close() {
-        const Open top = std::move(open.back());
-        open.pop_back();
-        return top.isMap ? add(top.map) : add(top.list);
-    }
-    bool Null() { return add(NSNull()); }
-    bool Bool(bool b) { return add(b); }
-    bool Int(int i) { return add(qlonglong(i)); }
-    bool Uint(unsigned i) { return add(qlonglong(i)); }
-    bool Int64(int64_t i) { return add(qlonglong(i)); }
-    bool Uint64(uint64_t i) { return add(qulonglong(i)); }
-    bool Double(double d) { return add(d); }
-    bool String(const char *text, rapidjson::SizeType size, bool) {
-        return add(QString::fromUtf8(text, size));
-    }
-    bool Key(const char *text, rapidjson::SizeType size, bool) {
-        open.back().key = QString::fromUtf8(text, size);
-        return true;
-    }
-    bool StartObject() {
-        open.emplace_back().isMap = true;
-        return true;
-    }
-    bool StartArray() {
-        open.emplace_back();
-        return true;
-    }
-    bool EndObject(rapidjson::SizeType) { return close(); }
-    bool EndArray(rapidjson::SizeType) { return close(); }
-};
-
-void readRapidJSON(benchmark::State &state) {
-    const QByteArray text = document(int(state.range(0)));
-    for (auto _ : state) {
-        Builder builder;
-        rapidjson::Reader reader;
-        rapidjson::StringStream stream(text.constData());
-        reader.Parse<rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag>(stream,
-                                                                                                 builder);
-        benchmark::DoNotOptimize(builder.open.back().list);
-    }
-    report(state);
-}
-
 void write(benchmark::State &state) {
     const QVariant value = values(int(state.range(0)));
     for (auto _ : state)
@@ -204,7 +100,5 @@ void writeQt(benchmark::State &state) {
 
 BENCHMARK(read)->DenseRange(Records, Text)->Unit(benchmark::kMillisecond);
 BENCHMARK(readQt)->DenseRange(Records, Text)->Unit(benchmark::kMillisecond);
-BENCHMARK(readSimdjson)->DenseRange(Records, Text)->Unit(benchmark::kMillisecond);
-BENCHMARK(readRapidJSON)->DenseRange(Records, Text)->Unit(benchmark::kMillisecond);
 BENCHMARK(write)->DenseRange(Records, Text)->Unit(benchmark::kMillisecond);
 BENCHMARK(writeQt)->DenseRange(Records, Text)->Unit(benchmark::kMillisecond);
