@@ -134,13 +134,16 @@ void TransferLoop::run() {
         passDeadlines();
         wait();
     }
-    const auto connections = std::move(m_connections);
+    std::vector<std::function<void()>> dropped;
+    {
+        const std::lock_guard lock(m_mutex);
+        dropped.swap(m_blocks);
+    }
+    const auto connections = m_connections;
     for (const auto &connection : connections)
         connection->cancel();
-    const std::vector<std::function<void()>> dropped = [this] {
-        const std::lock_guard lock(m_mutex);
-        return std::move(m_blocks);
-    }();
+    // What the cancellations left to do.
+    runBlocks();
 }
 
 } // namespace zr
