@@ -20,7 +20,7 @@ QByteArray written(const QVariant &value, NSJSONWritingOptions options) {
 
 } // namespace
 
-QVariant ZRKit::fromJSON(const Text &string) {
+QVariant ZRKit::fromJSON(const AnyText &string) {
     return fromJSONData(NSDataUsingUTF8(QString(string)));
 }
 

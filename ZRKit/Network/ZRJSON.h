@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ZRKit/Values/Text.h"
+#include "ZRKit/Values/AnyText.h"
 
 #include <QByteArray>
 #include <QString>
@@ -14,7 +14,7 @@
 namespace ZRKit {
 
 /// The value of a JSON text; nil if it isn't one.
-QVariant fromJSON(const Text &string);
+QVariant fromJSON(const AnyText &string);
 /// The value of a JSON text in UTF-8; nil if it isn't one.
 QVariant fromJSONData(const QByteArray &data);
 

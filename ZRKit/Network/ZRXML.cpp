@@ -57,11 +57,12 @@ std::optional<QVariantMap> ZRXML::parseData(const QByteArray &data) {
     return root();
 }
 
-std::optional<QVariantMap> ZRXML::parseString(const ZRKit::Text &string) {
+std::optional<QVariantMap> ZRXML::parseString(const ZRKit::AnyText &string) {
     return parseData(ZRKit::data(string));
 }
 
-std::optional<QVariantMap> ZRXML::parse(const QVariant &stringOrData) {
+std::optional<QVariantMap> ZRXML::parse(const ZRKit::AnyObject &object) {
+    const QVariant &stringOrData = object.value();
     switch (kindOf(stringOrData)) {
     case ValueKind::String:
         return parseString(held<QString>(stringOrData));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ZRKit/Values/Text.h"
+#include "ZRKit/Values/AnyObject.h"
 #include "platform/text/NSXMLParser.h"
 
 #include <QObject>
@@ -34,25 +34,17 @@ public:
     /// The root node of the document; nil if it can't be parsed to its end.
     std::optional<QVariantMap> parseData(const QByteArray &data);
     /// The same of the string's UTF-8.
-    std::optional<QVariantMap> parseString(const ZRKit::Text &string);
+    std::optional<QVariantMap> parseString(const ZRKit::AnyText &string);
     /// parseString() of a string, parseData() of data.
     /// \throws NSException ZRXMLArgumentException for anything else; a subclass's name takes the place of
     /// ZRXML
-    std::optional<QVariantMap> parse(const QVariant &stringOrData);
-    template <ZRKit::OtherText T>
-    std::optional<QVariantMap> parse(const T &string) {
-        return parseString(string);
-    }
+    std::optional<QVariantMap> parse(const ZRKit::AnyObject &stringOrData);
 
     /// parse() of a new parser object.
     template <std::derived_from<ZRXML> Class = ZRXML>
-    static std::optional<QVariantMap> dictionaryByParsingXML(const QVariant &stringOrData) {
+    static std::optional<QVariantMap> dictionaryByParsingXML(const ZRKit::AnyObject &stringOrData) {
         Class parser;
         return parser.parse(stringOrData);
-    }
-    template <std::derived_from<ZRXML> Class = ZRXML, ZRKit::OtherText T>
-    static std::optional<QVariantMap> dictionaryByParsingXML(const T &string) {
-        return dictionaryByParsingXML<Class>(QVariant(ZRKit::Text(string)));
     }
 
     /// The text collected since it was last given to a node.

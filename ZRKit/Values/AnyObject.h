@@ -14,7 +14,8 @@ namespace ZRKit {
 /// characters, which are texts. A value; any thread, as the object allows.
 class AnyObject {
     template <typename Value>
-    static constexpr bool IsCharacter = std::same_as<Value, QChar> || std::same_as<Value, char16_t>;
+    static constexpr bool IsCharacter =
+        std::same_as<Value, QChar> || std::same_as<Value, char16_t> || std::same_as<Value, char>;
 
 public:
     /// nil.

@@ -19,6 +19,8 @@ public:
     AnyText(QStringView text) : QString(text.toString()) {}
     template <std::same_as<char16_t> Unit>
     AnyText(Unit unit) : QString(QChar(unit)) {}
+    template <std::same_as<char> Character>
+    AnyText(Character character) : QString(QLatin1Char(character)) {}
 };
 
 } // namespace ZRKit

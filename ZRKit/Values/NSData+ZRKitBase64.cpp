@@ -22,11 +22,11 @@ QString base64EncodedString(const QByteArray &data) {
     return data.isNull() ? QString() : Base64::encoded(data);
 }
 
-QByteArray dataWithBase64EncodedString(const Text &text) {
+QByteArray dataWithBase64EncodedString(const AnyText &text) {
     return text.isNull() ? QByteArray() : Base64::decodedLeniently(text);
 }
 
-QString dataURLWithMimeType(const QByteArray &data, const Text &mimeType) {
+QString dataURLWithMimeType(const QByteArray &data, const AnyText &mimeType) {
     return data.isNull() ? QString() : NSFormat("data:%@;base64,%@", {mimeType, base64EncodedString(data)});
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ZRKit/Values/Text.h"
+#include "ZRKit/Values/AnyText.h"
 
 #include <QByteArray>
 #include <QString>
@@ -14,9 +14,9 @@ QString base64EncodedString(const QByteArray &data);
 /// The bytes of a Base64 text, read leniently: white space and "=" are skipped wherever they stand, padding
 /// is not required. nil for nil, for a text with any other character outside the alphabet and for one with a
 /// lone character left over; no bytes for "".
-QByteArray dataWithBase64EncodedString(const Text &text);
+QByteArray dataWithBase64EncodedString(const AnyText &text);
 /// "data:%@;base64,%@" with the type as given and the bytes in Base64 (RFC 2397).
-QString dataURLWithMimeType(const QByteArray &data, const Text &mimeType);
+QString dataURLWithMimeType(const QByteArray &data, const AnyText &mimeType);
 /// The text that the bytes are in UTF-8; nil if they are not.
 QString string(const QByteArray &data);
 /// The digest as lower-case hexadecimal: 32, 40 and 64 characters.

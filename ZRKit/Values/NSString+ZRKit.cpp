@@ -2,6 +2,7 @@
 #include "ZRKit/Values/NSString+ZRKit.h"
 
 #include "platform/base/NSException.h"
+#include "platform/values/ValueKind.h"
 
 #include <QLocale>
 #include <algorithm>
@@ -33,67 +34,65 @@ QString escapedUnit(QChar unit) {
 
 } // namespace
 
-bool isBlank(const Text &text) {
+bool isBlank(const AnyText &text) {
     return !text.isNull() && QStringView(text).trimmed().isEmpty();
 }
 
-bool empty(const Text &text) {
+bool empty(const AnyText &text) {
     return isBlank(text);
 }
 
-bool contains(const Text &text, const Text &part) {
+bool contains(const AnyText &text, const AnyText &part) {
     return !part.isEmpty() && text.contains(part);
 }
 
-bool eq(const Text &text, const QVariant &object) {
-    if (text.isNull() || object.typeId() != QMetaType::QString)
-        return false;
-    const auto &other = *static_cast<const QString *>(object.constData());
-    return !other.isNull() && text == other;
+bool eq(const AnyText &text, const AnyObject &object) {
+    const QVariant &value = object.value();
+    return !text.isNull() && zr::kindOf(value) == zr::ValueKind::String && text == zr::held<QString>(value);
 }
 
-bool isValidEmail(const Text &text) {
+bool isValidEmail(const AnyText &text) {
     return text.contains(u'@') || text.contains(u'.');
 }
 
-qint64 len(const Text &text) {
+qint64 len(const AnyText &text) {
     return text.size();
 }
 
-NSRange range(const Text &text) {
+NSRange range(const AnyText &text) {
     return {0, text.size()};
 }
 
-QString stringValueWithDefault(const Text &text, const Text &defaultValue) {
+QString stringValueWithDefault(const AnyText &text, const AnyText &defaultValue) {
     return isBlank(text) ? defaultValue : text;
 }
 
-QString lower(const Text &text) {
+QString lower(const AnyText &text) {
     // With ICU's mapping, which knows the final sigma.
     return text.isEmpty() ? QString(text) : QLocale::c().toLower(text);
 }
 
-QString upper(const Text &text) {
+QString upper(const AnyText &text) {
     return text.isEmpty() ? QString(text) : QLocale::c().toUpper(text);
 }
 
-QString strip(const Text &text) {
+QString strip(const AnyText &text) {
     return text.trimmed();
 }
 
-QString lstrip(const Text &text) {
+QString lstrip(const AnyText &text) {
     const auto first = std::find_if_not(text.begin(), text.end(), isSpace);
     return first == text.begin() ? QString(text) : text.sliced(first - text.begin());
 }
 
-QString rstrip(const Text &text) {
+QString rstrip(const AnyText &text) {
     qsizetype end = text.size();
     while (end > 0 && text[end - 1].isSpace())
         --end;
     return end == text.size() ? QString(text) : text.first(end);
 }
 
-QString stringByLTrimmingCharactersInSet(const Text &text, const NSCharacterSet &set) {
+QString stringByLTrimmingCharactersInSet(const AnyText &text, const NSCharacterSet &set) {
     requireSet(text, set, "stringByLTrimmingCharactersInSet:");
     qsizetype start = 0;
     while (start < text.size() && set.characterIsMember(text[start].unicode()))
@@ -101,7 +100,7 @@ QString stringByLTrimmingCharactersInSet(const Text &text, const NSCharacterSet 
     return start == 0 ? QString(text) : text.sliced(start);
 }
 
-QString stringByRTrimmingCharactersInSet(const Text &text, const NSCharacterSet &set) {
+QString stringByRTrimmingCharactersInSet(const AnyText &text, const NSCharacterSet &set) {
     requireSet(text, set, "stringByRTrimmingCharactersInSet:");
     qsizetype end = text.size();
     while (end > 0 && set.characterIsMember(text[end - 1].unicode()))
@@ -109,7 +108,7 @@ QString stringByRTrimmingCharactersInSet(const Text &text, const NSCharacterSet 
     return end == text.size() ? QString(text) : text.first(end);
 }
 
-QVariantList split(const Text &text) {
+QVariantList split(const AnyText &text) {
     QVariantList pieces;
     auto start = std::find_if_not(text.begin(), text.end(), isSpace);
     while (start != text.end()) {
@@ -120,7 +119,7 @@ QVariantList split(const Text &text) {
     return pieces;
 }
 
-QVariantList splitBy(const Text &text, const Text &separator) {
+QVariantList splitBy(const AnyText &text, const AnyText &separator) {
     if (text.isNull())
         return {};
     if (separator.isEmpty())
@@ -131,15 +130,15 @@ QVariantList splitBy(const Text &text, const Text &separator) {
     return pieces;
 }
 
-QString collapse(const Text &text) {
+QString collapse(const AnyText &text) {
     return text.isEmpty() ? QString(text) : text.simplified();
 }
 
-QString stripAllBlanks(const Text &text) {
+QString stripAllBlanks(const AnyText &text) {
     return QString(text).removeIf(isSpace);
 }
 
-QString sliceFrom(const Text &text, qint64 from, qint64 to) {
+QString sliceFrom(const AnyText &text, qint64 from, qint64 to) {
     if (text.isNull())
         return {};
     const qint64 length = text.size();
@@ -151,12 +150,7 @@ QString sliceFrom(const Text &text, qint64 from, qint64 to) {
     return end > from ? text.sliced(from, std::min(length, end) - from) : QStringLiteral("");
 }
 
-QString replace(const Text &text, const Text &search, const QString &replacement) {
-    return search.isEmpty() || replacement.isNull() ? QString(text)
-                                                    : QString(text).replace(search, replacement);
-}
-
-QString escape(const Text &text) {
+QString escape(const AnyText &text) {
     return QString(text)
         .replace(u'&', QStringLiteral("&amp;"))
         .replace(u'<', QStringLiteral("&lt;"))
@@ -164,11 +158,11 @@ QString escape(const Text &text) {
         .replace(u'"', QStringLiteral("&quot;"));
 }
 
-QString escapeWithBreakLine(const Text &text) {
+QString escapeWithBreakLine(const AnyText &text) {
     return escape(text).replace(u'\n', QStringLiteral("<br/>"));
 }
 
-QString repr(const Text &text) {
+QString repr(const AnyText &text) {
     if (text.isNull())
         return {};
     const bool escapes = std::any_of(text.begin(), text.end(),
@@ -183,7 +177,7 @@ QString repr(const Text &text) {
     return quoted + u'"';
 }
 
-qint64 computeLevenshteinDistanceWithString(const Text &text, const Text &other) {
+qint64 computeLevenshteinDistanceWithString(const AnyText &text, const AnyText &other) {
     if (text.isNull())
         return 0;
     if (text.isEmpty() || other.isEmpty())
@@ -202,7 +196,7 @@ qint64 computeLevenshteinDistanceWithString(const Text &text, const Text &other)
     return row.back();
 }
 
-double computeLevenshteinDistanceQuotientWithString(const Text &text, const Text &other) {
+double computeLevenshteinDistanceQuotientWithString(const AnyText &text, const AnyText &other) {
     if (text.isNull())
         return 0;
     const qint64 distance = computeLevenshteinDistanceWithString(text, other);

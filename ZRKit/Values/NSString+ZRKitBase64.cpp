@@ -9,23 +9,23 @@ using namespace zr;
 
 namespace ZRKit {
 
-QString base64EncodedString(const Text &text) {
+QString base64EncodedString(const AnyText &text) {
     return base64EncodedString(data(text));
 }
 
-QByteArray dataWithBase64DecodedString(const Text &text) {
+QByteArray dataWithBase64DecodedString(const AnyText &text) {
     return text.isNull() ? QByteArray() : Base64::decodedByLength(text);
 }
 
-QString zrMD5HexString(const Text &text) {
+QString zrMD5HexString(const AnyText &text) {
     return zrMD5HexString(data(text));
 }
 
-QString zrSHA1HexString(const Text &text) {
+QString zrSHA1HexString(const AnyText &text) {
     return zrSHA1HexString(data(text));
 }
 
-QString zrSHA256HexString(const Text &text) {
+QString zrSHA256HexString(const AnyText &text) {
     return zrSHA256HexString(data(text));
 }
 

@@ -23,7 +23,7 @@ QString targetPath(const QVariant &file) {
 
 } // namespace
 
-QByteArray data(const Text &text) {
+QByteArray data(const AnyText &text) {
     return NSDataUsingUTF8(QString(text));
 }
 
@@ -31,15 +31,15 @@ QString stringWithData(const QByteArray &data) {
     return data.isNull() ? QString() : NSStringFromUTF8(data);
 }
 
-QString fetch(const Text &text) {
+QString fetch(const AnyText &text) {
     return stringWithData(NSDataWithContentsOfURL(URL(text)));
 }
 
-QString loadFile(const Text &path) {
+QString loadFile(const AnyText &path) {
     return stringWithData(NSDataWithContentsOfFile(path));
 }
 
-QString loadAsString(const Text &text) {
+QString loadAsString(const AnyText &text) {
     const QByteArray content = NSDataWithContentsOfFile(text);
     if (content.isNull())
         return {};
@@ -48,8 +48,8 @@ QString loadAsString(const Text &text) {
     return decoded.isNull() ? QString::fromLatin1(content) : decoded;
 }
 
-bool saveToFile(const Text &text, const QVariant &file) {
-    const QByteArray path = NSFileSystemRepresentation(targetPath(file));
+bool saveToFile(const AnyText &text, const AnyObject &file) {
+    const QByteArray path = NSFileSystemRepresentation(targetPath(file.value()));
     const QByteArray content = data(text);
     if (content.isNull() || path.isNull())
         return false;
@@ -57,7 +57,7 @@ bool saveToFile(const Text &text, const QVariant &file) {
     return !target.open() && !target.commit(content);
 }
 
-QString joinPath(const Text &path, const Text &component) {
+QString joinPath(const AnyText &path, const AnyText &component) {
     if (path.isNull())
         return {};
     QString joined = path;

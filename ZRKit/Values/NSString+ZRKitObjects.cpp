@@ -14,8 +14,22 @@ namespace ZRKit {
 
 namespace {
 
+QString withoutLoneSurrogates(QString text) {
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate())
+            ++i;
+        else if (text[i].isSurrogate())
+            text[i] = QChar::ReplacementCharacter;
+    }
+    return text;
+}
+
+QString percentEncoded(const QString &text) {
+    return text.isEmpty() ? text : QString::fromLatin1(QUrl::toPercentEncoding(withoutLoneSurrogates(text)));
+}
+
 QString pair(const QString &key, const QVariant &value) {
-    return urlEncode(QVariant(key)) + u'=' + urlEncode(QVariant(toString(value)));
+    return urlEncode(key) + u'=' + urlEncode(toString(value));
 }
 
 QString withQuery(const QString &text, const QStringList &pairs) {
@@ -64,28 +78,31 @@ QString withoutPercentEscapes(QStringView text) {
 
 } // namespace
 
-QString replace(const Text &text, const Text &search, const QVariant &replacement) {
-    return replace(text, search, toString(replacement));
+QString replace(const AnyText &text, const AnyText &search, const AnyObject &replacement) {
+    const QString with = toString(replacement.value());
+    return search.isEmpty() || with.isNull() ? QString(text) : QString(text).replace(search, with);
 }
 
-QString replaceRegEx(const Text &text, const NSRegularExpression &expression, const Text &withTemplate) {
+QString replaceRegEx(const AnyText &text, const NSRegularExpression &expression,
+                     const AnyText &withTemplate) {
     return expression ? expression.stringByReplacingMatchesInString(text, 0, range(text), withTemplate)
                       : QString();
 }
 
-QString urlEncode(const QVariant &object) {
-    switch (kindOf(object)) {
+QString urlEncode(const AnyObject &object) {
+    const QVariant &value = object.value();
+    if (value.metaType() == QMetaType::fromType<QString>())
+        return percentEncoded(held<QString>(value));
+    switch (kindOf(value)) {
     case ValueKind::Nil:
     case ValueKind::Null:
         return QStringLiteral("");
-    case ValueKind::Data: {
-        const QString text = NSStringFromUTF8(held<QByteArray>(object));
-        return text.isNull() ? QStringLiteral("") : urlEncode(text);
-    }
+    case ValueKind::Data:
+        return percentEncoded(QStringLiteral("") + NSStringFromUTF8(held<QByteArray>(value)));
     case ValueKind::URL:
-        return urlEncode(QString::fromLatin1(held<QUrl>(object).toEncoded()));
+        return percentEncoded(QString::fromLatin1(held<QUrl>(value).toEncoded()));
     default:
-        return urlEncode(stringDefault(object, QStringLiteral("")));
+        return percentEncoded(stringDefault(value, QStringLiteral("")));
     }
 }
 
@@ -98,15 +115,15 @@ QString queryStringWithDictionary(const ZRCollection &dictionary) {
     return queryStringWithDictionary(dictionary.toVariantMap());
 }
 
-QString addQuery(const Text &text, const QVariantMap &dictionary) {
+QString addQuery(const AnyText &text, const QVariantMap &dictionary) {
     return withQuery(text, pairsOf(dictionary));
 }
 
-QString addQuery(const Text &text, const ZRCollection &dictionary) {
+QString addQuery(const AnyText &text, const ZRCollection &dictionary) {
     return withQuery(text, pairsOf(dictionary));
 }
 
-QVariantMap parseQuery(const Text &text) {
+QVariantMap parseQuery(const AnyText &text) {
     QVariantMap query;
     if (text.isNull())
         return query;
@@ -125,11 +142,11 @@ QVariantMap parseQuery(const Text &text) {
     return query;
 }
 
-NSMutableAttributedString attributedString(const Text &text) {
+NSMutableAttributedString attributedString(const AnyText &text) {
     return NSMutableAttributedString(text);
 }
 
-NSMutableAttributedString attributedStringWithAttributes(const Text &text, const QVariantMap &attributes) {
+NSMutableAttributedString attributedStringWithAttributes(const AnyText &text, const QVariantMap &attributes) {
     return NSMutableAttributedString(text, attributes);
 }
 

@@ -15,17 +15,17 @@ QString textOf(NSRange range, const QString &string) {
 
 } // namespace
 
-QString inString(const NSTextCheckingResult &result, const Text &string) {
+QString inString(const NSTextCheckingResult &result, const AnyText &string) {
     return textOf(result.range(), string);
 }
 
-QString inString(const NSTextCheckingResult &result, const Text &string, qsizetype at) {
+QString inString(const NSTextCheckingResult &result, const AnyText &string, qsizetype at) {
     if (at < 0 || at >= result.numberOfRanges())
         return {};
     return textOf(result.rangeAtIndex(at), string);
 }
 
-QVariantList groupsInString(const NSTextCheckingResult &result, const Text &string) {
+QVariantList groupsInString(const NSTextCheckingResult &result, const AnyText &string) {
     QVariantList groups;
     for (qsizetype i = 0; i < result.numberOfRanges(); ++i) {
         const QString text = inString(result, string, i);

@@ -67,7 +67,7 @@ struct ZRRegex::Configured {
     NSRegularExpression regex;
 };
 
-ZRRegex ZRRegex::regexWithPattern(const ZRKit::Text &pattern, NSRegularExpressionOptions options,
+ZRRegex ZRRegex::regexWithPattern(const ZRKit::AnyText &pattern, NSRegularExpressionOptions options,
                                   bool cache) {
     if (!cache)
         return ZRRegex(pattern, options);
@@ -79,7 +79,7 @@ ZRRegex ZRRegex::regexWithPattern(const ZRKit::Text &pattern, NSRegularExpressio
     return made;
 }
 
-ZRRegex::ZRRegex(const ZRKit::Text &pattern, NSRegularExpressionOptions options)
+ZRRegex::ZRRegex(const ZRKit::AnyText &pattern, NSRegularExpressionOptions options)
     : m_configured(std::make_shared<const Configured>(pattern, options)) {
 }
 
@@ -99,7 +99,7 @@ NSRegularExpression ZRRegex::regex() const {
     return m_configured->regex;
 }
 
-std::optional<QVariantList> ZRRegex::allStringMatchesinString(const ZRKit::Text &string) const {
+std::optional<QVariantList> ZRRegex::allStringMatchesinString(const ZRKit::AnyText &string) const {
     if (m_configured->regex.isNil())
         return std::nullopt;
     QVariantList texts;
@@ -108,7 +108,7 @@ std::optional<QVariantList> ZRRegex::allStringMatchesinString(const ZRKit::Text 
     return texts;
 }
 
-void ZRRegex::enumerateMatchesInString(const ZRKit::Text &string, NSMatchingOptions options,
+void ZRRegex::enumerateMatchesInString(const ZRKit::AnyText &string, NSMatchingOptions options,
                                        const Block &usingBlock) const {
     const NSMatchingOptions searching =
         options & ~quint64(NSMatchingReportProgress | NSMatchingReportCompletion);
@@ -120,7 +120,7 @@ void ZRRegex::enumerateMatchesInString(const ZRKit::Text &string, NSMatchingOpti
         });
 }
 
-QString ZRRegexMatch::stringForGroupName(const ZRKit::Text &name) const {
+QString ZRRegexMatch::stringForGroupName(const ZRKit::AnyText &name) const {
     const std::optional<QVariantMap> mappings = m_regex.groupNameMappings();
     if (!mappings || !mappings->contains(name))
         return {};

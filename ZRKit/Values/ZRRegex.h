@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ZRKit/Values/Text.h"
+#include "ZRKit/Values/AnyText.h"
 #include "platform/text/NSRegularExpression.h"
 
 #include <QMetaType>
@@ -34,12 +34,12 @@ public:
 
     /// With `cache`, the object that was made before for this pattern with these options, as long as the
     /// process's cache keeps it (the last 500 that were asked for); otherwise a new one.
-    static ZRRegex regexWithPattern(const ZRKit::Text &pattern, NSRegularExpressionOptions options,
+    static ZRRegex regexWithPattern(const ZRKit::AnyText &pattern, NSRegularExpressionOptions options,
                                     bool cache);
 
     /// A pattern that can't be compiled is logged, and makes an object whose regex() is nil. So is a name
     /// that is defined twice; it stands for the later group.
-    explicit ZRRegex(const ZRKit::Text &pattern, NSRegularExpressionOptions options = DefaultOptions);
+    explicit ZRRegex(const ZRKit::AnyText &pattern, NSRegularExpressionOptions options = DefaultOptions);
 
     /// As given, with its names.
     QString pattern() const;
@@ -50,12 +50,12 @@ public:
     NSRegularExpression regex() const;
 
     /// The texts of all matches, in order; none if the search is given up. nil if the pattern couldn't be compiled.
-    std::optional<QVariantList> allStringMatchesinString(const ZRKit::Text &string) const;
+    std::optional<QVariantList> allStringMatchesinString(const ZRKit::AnyText &string) const;
     /// Calls the block for each match as it is found, so also for those before a search is given up. Reports
     /// without a match, which options can ask for, don't reach it.
-    void enumerateMatchesInString(const ZRKit::Text &string, NSMatchingOptions options,
+    void enumerateMatchesInString(const ZRKit::AnyText &string, NSMatchingOptions options,
                                   const Block &usingBlock) const;
-    void enumerateMatchesInString(const ZRKit::Text &string, const Block &usingBlock) const {
+    void enumerateMatchesInString(const ZRKit::AnyText &string, const Block &usingBlock) const {
         enumerateMatchesInString(string, 0, usingBlock);
     }
 
@@ -81,15 +81,15 @@ class ZRRegexMatch : public NSTextCheckingResult {
 
 public:
     /// \param text  the string that was searched
-    ZRRegexMatch(const ZRRegex &regex, const ZRKit::Text &text,
+    ZRRegexMatch(const ZRRegex &regex, const ZRKit::AnyText &text,
                  const NSTextCheckingResult &textCheckingResult)
         : m_regex(regex), m_text(text), m_match(textCheckingResult) {}
 
     /// The text of a named group, the empty string if it took no part; nil for a name that the pattern
     /// doesn't have.
-    QString stringForGroupName(const ZRKit::Text &name) const;
-    QString objectForKeyedSubscript(const ZRKit::Text &name) const { return stringForGroupName(name); }
-    QString operator[](const ZRKit::Text &name) const { return stringForGroupName(name); }
+    QString stringForGroupName(const ZRKit::AnyText &name) const;
+    QString objectForKeyedSubscript(const ZRKit::AnyText &name) const { return stringForGroupName(name); }
+    QString operator[](const ZRKit::AnyText &name) const { return stringForGroupName(name); }
     /// The text of the whole match.
     QString stringValue() const;
     QString text() const { return m_text; }

@@ -62,7 +62,9 @@ public:
             m_writer.SetIndent(' ', 2);
     }
 
-    void value(const QVariant &value) {
+    void value(const QVariant &given) {
+        QVariant made;
+        const QVariant &value = plain(given, made);
         switch (kindOf(value)) {
         case ValueKind::Nil:
             refuse(QStringLiteral("Invalid value in JSON write: nil"));

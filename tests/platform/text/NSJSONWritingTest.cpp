@@ -5,6 +5,8 @@
 #include "platform/values/NSSet.h"
 
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QStringList>
 #include <QUrl>
 #include <QVariantHash>
@@ -65,6 +67,15 @@ TEST(NSJSONWriting, EachKind) {
     EXPECT_EQ(write(QVariant::fromValue(QMap<QString, int>{{u"a"_s, 1}})), "{\"a\":1}");
     EXPECT_EQ(write(QVariant::fromValue(QList<double>{1.5, 2})), "[1.5,2]");
     EXPECT_EQ(element(QVariant::fromValue(Qt::AlignRight)), "2");
+}
+
+TEST(NSJSONWriting, AJSONValueIsWrittenAsWhatItHolds) {
+    EXPECT_EQ(element(QVariant::fromValue(QJsonValue(1.5))), "1.5");
+    EXPECT_EQ(element(QVariant::fromValue(QJsonValue(u"a"_s))), "\"a\"");
+    EXPECT_EQ(element(QVariant::fromValue(QJsonValue(true))), "true");
+    EXPECT_EQ(element(QVariant::fromValue(QJsonValue(QJsonValue::Null))), "null");
+    EXPECT_EQ(element(QVariant::fromValue(QJsonValue(QJsonArray{1, QJsonObject{{u"k"_s, u"v"_s}}}))),
+              "[1,{\"k\":\"v\"}]");
 }
 
 TEST(NSJSONWriting, EveryArithmeticType) {
