@@ -17,13 +17,14 @@ class ZRXPCOperation;
 ///     const QVariant reply = client.performXPCWithObject(
 ///         QVariantMap{{QStringLiteral("data"), QStringLiteral("<h1>Hello</h1>")}});
 ///
-/// Tasks run one at a time, in the order in which they were given, each on a connection of its own. There is no time limit
-/// and no second try: if the service is lost during a task, that task never finishes, its caller waits for ever, and so
-/// does every later one. Hosts that want to know watch the service with NSXPCServiceMonitor. All operations may be called
-/// on any thread. A client may be destroyed at any time; its tasks then still run to their end.
+/// Tasks run one at a time, in the order in which they were given, each on a connection of its own. There is no time
+/// limit and no second try: if the service is lost during a task, that task never finishes, its caller waits for
+/// ever, and so does every later one. Hosts that want to know watch the service with NSXPCServiceMonitor. All
+/// operations may be called on any thread. A client may be destroyed at any time; its tasks then still run to their
+/// end.
 ///
-/// An error that comes back has the domain "com.velmora.error", the code 101 and a message; if the service knows the cause,
-/// it is in the user info under NSUnderlyingErrorKey, an NSError.
+/// An error that comes back has the domain "com.velmora.error", the code 101 and a message; if the service knows the
+/// cause, it is in the user info under NSUnderlyingErrorKey, an NSError.
 class ZRXPC : public QObject {
     Q_OBJECT
     Q_PROPERTY(NSOperationQueue *operationQueue READ operationQueue)
@@ -40,8 +41,8 @@ public:
     /// Queues a task that only makes sure that the service runs.
     void performXPCBoot();
 
-    /// Sends the task past the queue and returns at once. The block is called on a thread of the connection machinery, or
-    /// never if the service is lost.
+    /// Sends the task past the queue and returns at once. The block is called on a thread of the connection
+    /// machinery, or never if the service is lost.
     void performXPCAsyncWithObject(const QVariant &object, const Block &block);
     /// Queues the task and waits until it is finished.
     /// \return the result; nil, after a line in the log, if there is none

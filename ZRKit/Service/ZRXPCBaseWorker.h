@@ -10,8 +10,8 @@
 
 class NSXPCConnection;
 
-/// The worker of a service: takes tasks from one connection, one after another, and replies to each once. Tasks run on the
-/// connection's thread; those of different connections run at the same time.
+/// The worker of a service: takes tasks from one connection, one after another, and replies to each once. Tasks run
+/// on the connection's thread; those of different connections run at the same time.
 ///
 /// A subclass overrides work() and has an invokable default constructor:
 ///
@@ -41,8 +41,8 @@ public:
 
     /// Runs a task on the calling thread, and has replied, with an error if need be, when it returns.
     ///
-    /// What work() raises becomes an error reply. A task that is replied to twice raises std::bad_function_call, because
-    /// its reply block is used up.
+    /// What work() raises becomes an error reply. A task that is replied to twice raises std::bad_function_call,
+    /// because its reply block is used up.
     void performWithData(const QByteArray &data, const Reply &block) override;
 
     /// The task's work: calls doneWithResult() or doneWithErrorMessage() exactly once before it returns.
@@ -57,7 +57,7 @@ public:
     /// Replies with the result. One that can't be archived is logged, and the reply has neither result nor error.
     void doneWithResult(const QVariant &result);
     /// Replies with an error of domain "com.velmora.error", code 101 and the message, which is logged.
-    /// \param cause  what led to it, for the client under NSUnderlyingErrorKey of the error's user info; nil for nothing
+    /// \param cause  what led to it, for the error's user info under NSUnderlyingErrorKey; nil if nothing is known
     void doneWithErrorMessage(const QString &message, const NSError &cause = {});
 
     /// The connection that this worker serves; nil once that is gone. A task that takes long sets its hangup handler

@@ -6,8 +6,8 @@
 
 /// One task on its way to a service and back. Any thread.
 ///
-/// It finishes when the reply is there. Cancelled before it starts, it finishes without contacting the service; cancelled
-/// later, it waits for its reply all the same.
+/// It finishes when the reply is there. Cancelled before it starts, it finishes without contacting the service;
+/// cancelled later, it waits for its reply all the same.
 class ZRXPCOperation : public ZROperationConcurrent {
     Q_OBJECT
     Q_PROPERTY(QVariant taskInfo READ taskInfo WRITE setTaskInfo)

@@ -6,8 +6,8 @@
 #include <QByteArray>
 #include <functional>
 
-/// What a client may ask of a service's worker. A proxy's operations may be called on any thread; a worker's are called on
-/// its connection's.
+/// What a client may ask of a service's worker. A proxy's operations may be called on any thread; a worker's are
+/// called on its connection's.
 class ZRXPCProtocol {
 public:
     /// Takes the archived result, or nil and an error.

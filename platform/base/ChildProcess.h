@@ -11,9 +11,9 @@ namespace zr {
 
 /// A program that was started. Its owner waits for its end and reaps it.
 ///
-/// It gets a session of its own (keys pressed in the host's terminal don't reach it), default signal handling, the root
-/// folder as working folder, and no descriptors but those that it is given. Its start costs the same however large
-/// this process is. Any thread.
+/// It gets a session of its own (keys pressed in the host's terminal don't reach it), default signal handling, the
+/// root folder as working folder, and no descriptors but those that it is given. Its start costs the same however
+/// large this process is. Any thread.
 struct ChildProcess {
     struct Plan {
         QByteArray executable; ///< an absolute path

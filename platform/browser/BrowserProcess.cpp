@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/browser/BrowserProcess.h"
 
+#include "platform/base/ChildProcess.h"
 #include "platform/base/SystemError.h"
 #include "platform/values/NSLog.h"
 
@@ -10,14 +11,10 @@
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
-
-extern char **environ;
 
 using namespace zr;
 
@@ -28,9 +25,6 @@ constexpr int pipeCapacity = 1 << 20;
 
 /// Milliseconds that a keeper gets to end its browser; it needs some ten.
 constexpr int keeperPatience = 3000;
-
-/// The descriptors that the keeper expects, in its own numbering.
-enum KeeperFd { CommandFd = 3, ReplyFd = 4, LifelineFd = 5 };
 
 bool isProgram(const QString &path) {
     QFile file(path);
@@ -49,12 +43,6 @@ QString keeperProgram() {
     return {};
 }
 
-/// The descriptor, moved out of the way of those that the keeper expects.
-FileDescriptor outOfTheWay(int descriptor) {
-    const FileDescriptor first(descriptor);
-    return FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, LifelineFd + 1));
-}
-
 struct Ends {
     FileDescriptor first, second;
     explicit operator bool() const { return first && second; }
@@ -65,70 +53,25 @@ Ends makePipe() {
     if (::pipe2(fds, O_CLOEXEC) != 0)
         return {};
     ::fcntl(fds[0], F_SETPIPE_SZ, pipeCapacity);
-    return {outOfTheWay(fds[0]), outOfTheWay(fds[1])};
+    return {FileDescriptor(fds[0]), FileDescriptor(fds[1])};
 }
 
 Ends makeLifeline() {
     int fds[2] = {-1, -1};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0)
         return {};
-    return {outOfTheWay(fds[0]), outOfTheWay(fds[1])};
+    return {FileDescriptor(fds[0]), FileDescriptor(fds[1])};
 }
 
-/// This process's environment without what tells the service of its activation.
+/// What the browser's environment has besides ours.
 std::vector<QByteArray> browserEnvironment(const QString &temporaryFolder) {
     // Even a download that is refused begins with a temporary file. On systems without a place for shared memory, that
     // is made among them, too.
-    const QByteArray folder = !temporaryFolder.isNull()                ? QFile::encodeName(temporaryFolder)
-                              : ::access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/null"
-                                                                       : QByteArray();
-    std::vector<QByteArray> kept;
-    for (char **entry = environ; *entry; ++entry) {
-        const QByteArray variable(*entry);
-        if (!variable.startsWith("LISTEN_") && !variable.startsWith("NOTIFY_SOCKET=") &&
-            (folder.isNull() || !variable.startsWith("TMPDIR=")))
-            kept.push_back(variable);
-    }
-    if (!folder.isNull())
-        kept.push_back("TMPDIR=" + folder);
-    return kept;
-}
-
-std::vector<char *> pointers(const std::vector<QByteArray> &texts) {
-    std::vector<char *> list;
-    for (const QByteArray &text : texts)
-        list.push_back(const_cast<char *>(text.constData()));
-    list.push_back(nullptr);
-    return list;
-}
-
-/// -1 and errno if it can't be started.
-pid_t spawn(const std::vector<QByteArray> &command, const std::vector<QByteArray> &environment,
-            const Ends &commands, const Ends &replies, const Ends &life) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (const int standard : {0, 1, 2})
-        posix_spawn_file_actions_addopen(&actions, standard, "/dev/null", O_RDWR, 0);
-    posix_spawn_file_actions_adddup2(&actions, commands.first.get(), CommandFd);
-    posix_spawn_file_actions_adddup2(&actions, replies.second.get(), ReplyFd);
-    posix_spawn_file_actions_adddup2(&actions, life.second.get(), LifelineFd);
-
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t all, none;
-    sigfillset(&all);
-    sigemptyset(&none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-
-    pid_t pid = -1;
-    const int failure = ::posix_spawn(&pid, command[0].constData(), &actions, &attributes,
-                                      pointers(command).data(), pointers(environment).data());
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    errno = failure;
-    return failure ? -1 : pid;
+    if (!temporaryFolder.isNull())
+        return {"TMPDIR=" + QFile::encodeName(temporaryFolder)};
+    if (::access("/dev/shm", W_OK | X_OK) == 0)
+        return {"TMPDIR=/dev/null"};
+    return {};
 }
 
 } // namespace
@@ -222,22 +165,30 @@ std::unique_ptr<BrowserProcess> BrowserProcess::start(const QStringList &argumen
             (NSLog(QStringLiteral("The browser runs without its sandbox, which root cannot have")), true);
         Q_UNUSED(said);
     }
-    std::vector<QByteArray> command = {QFile::encodeName(keeper), QFile::encodeName(browser)};
+    std::vector<QByteArray> command = {QFile::encodeName(QFileInfo(browser).absoluteFilePath())};
     for (const QString &argument : arguments)
         command.push_back(argument.toLocal8Bit());
 
     Ends commands = makePipe();
     Ends replies = makePipe();
     Ends lifeline = makeLifeline();
-    const pid_t pid = commands && replies && lifeline
-                          ? spawn(command, browserEnvironment(temporaryFolder), commands, replies, lifeline)
-                          : -1;
-    if (pid < 0) {
-        NSLog("Cannot start the browser: %@", QString::fromStdString(systemError().message()));
+    ChildProcess child;
+    if (commands && replies && lifeline)
+        child = ChildProcess::start(
+            {QFile::encodeName(keeper),
+             command,
+             browserEnvironment(temporaryFolder),
+             {-1, -1, -1, commands.first.get(), replies.second.get(), lifeline.second.get()}});
+    else
+        child.failure = errno;
+    if (child.failure) {
+        NSLog("Cannot start the browser: %@", QString::fromStdString(systemError(child.failure).message()));
+        if (child.pid > 0)
+            ::waitpid(child.pid, nullptr, 0);
         return nullptr;
     }
     std::unique_ptr<BrowserProcess> process(new BrowserProcess);
-    process->m_keeper = pid;
+    process->m_keeper = std::move(child);
     process->m_commands = std::move(commands.second);
     process->m_replies = std::move(replies.first);
     process->m_lifeline = std::move(lifeline.first);
@@ -265,13 +216,12 @@ BrowserProcess::~BrowserProcess() {
     m_commands.reset();
     m_replies.reset();
     m_lifeline.reset();
-    const FileDescriptor keeper(int(::syscall(SYS_pidfd_open, m_keeper, 0)));
-    pollfd ended = {keeper.get(), POLLIN, 0};
+    pollfd ended = {m_keeper.process.get(), POLLIN, 0};
     // A stopped keeper would never end by itself.
-    if (!keeper || ::poll(&ended, 1, keeperPatience) == 0)
-        ::kill(m_keeper, SIGKILL);
+    if (::poll(&ended, 1, keeperPatience) == 0)
+        ::kill(m_keeper.pid, SIGKILL);
     int status = 0;
-    while (::waitpid(m_keeper, &status, 0) < 0 && errno == EINTR) {
+    while (::waitpid(m_keeper.pid, &status, 0) < 0 && errno == EINTR) {
     }
     // A keeper that was killed could not see to the end of what its browser left.
     if (WIFSIGNALED(status) && m_browser > 0)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/base/FileDescriptor.h"
+#include "platform/base/ChildProcess.h"
 
 #include <QString>
 #include <QStringList>
@@ -40,7 +40,7 @@ public:
     int commandFd() const { return m_commands.get(); }
     int replyFd() const { return m_replies.get(); }
 
-    pid_t keeperPid() const { return m_keeper; }
+    pid_t keeperPid() const { return m_keeper.pid; }
     /// The browser's own process id; waits for the keeper to have started it. -1 if it could not.
     pid_t browserPid();
 
@@ -54,7 +54,7 @@ private:
     FileDescriptor m_commands;
     FileDescriptor m_replies;
     FileDescriptor m_lifeline;
-    pid_t m_keeper = -1;
+    ChildProcess m_keeper;
     pid_t m_browser = -1;
 };
 

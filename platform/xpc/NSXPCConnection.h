@@ -35,17 +35,17 @@ inline constexpr int NSXPCConnectionReplyInvalid = 4101;
 ///     connection->resume();
 ///     connection->remoteObjectProxyWithErrorHandler<Greeter>(onError)->greet(name, onReply);
 ///
-/// If the other side is lost, the error handlers of messages that wait for a reply are called, their reply blocks never.
-/// A connection by service name is then interrupted: the next message finds, or starts, the service again. Any other
-/// connection is invalid from then on. All operations may be called on any thread.
+/// If the other side is lost, the error handlers of messages that wait for a reply are called, their reply blocks
+/// never. A connection by service name is then interrupted: the next message finds, or starts, the service again. Any
+/// other connection is invalid from then on. All operations may be called on any thread.
 ///
 /// A service is looked for in this order:
 /// 1. the socket `<name>.sock` in the user's runtime folder, if a socket unit listens there;
 /// 2. the instance of that name that this process has started already;
 /// 3. the executable `XPCServices/<name>` beside this program, then `libexec/zrkit/<name>` under the parent of this
 ///    program's folder, then the same under the prefix the library was installed to.
-/// "name@instance" is another process of the same executable. A service that this process has started lives no longer than
-/// this process.
+/// "name@instance" is another process of the same executable. A service that this process has started lives no longer
+/// than this process.
 class NSXPCConnection {
 public:
     using ErrorHandler = NSXPCDetail::ErrorHandler;
@@ -83,10 +83,10 @@ public:
     void setInterruptionHandler(Handler handler);
     /// Called once, as the connection's last call, when it is invalid for good.
     void setInvalidationHandler(Handler handler);
-    /// Called once, as soon as the other side has gone or the connection is invalidated, even while one of its messages
-    /// is being handled: work for somebody who has left can be given up. Runs on a thread of the machinery, or within
-    /// this call if it is too late for that; it must not block. Setting another handler, or none, replaces it.
-    /// A side that shuts only its sending half counts as gone.
+    /// Called once, as soon as the other side has gone or the connection is invalidated, even while one of its
+    /// messages is being handled: work for somebody who has left can be given up. Runs on a thread of the machinery,
+    /// or within this call if it is too late for that; it must not block. Setting another handler, or none, replaces
+    /// it. A side that shuts only its sending half counts as gone.
     void setHangupHandler(Handler handler);
 
     /// Starts or, after as many calls of suspend(), restarts delivery. The first call connects.
@@ -96,8 +96,8 @@ public:
     /// Ends the connection; what waits for a reply gets its error handler called.
     void invalidate();
 
-    /// An object that sends its messages to the other side. Raises an NSException if the remote-object interface isn't one
-    /// of that protocol.
+    /// An object that sends its messages to the other side. Raises an NSException if the remote-object interface
+    /// isn't one of that protocol.
     /// \param errorHandler  called for each message whose reply can't come; may be empty
     template <typename Protocol>
     std::shared_ptr<Protocol> remoteObjectProxyWithErrorHandler(ErrorHandler errorHandler) {

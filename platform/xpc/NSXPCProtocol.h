@@ -50,8 +50,8 @@ struct NSXPCMethods {};
 template <typename Protocol>
 struct NSXPCProtocolDescription;
 
-/// How a parameter of a type travels: as a value of a keyed archive, nil as an invalid one. `from` is false if the value is
-/// of another kind.
+/// How a parameter of a type travels: as a value of a keyed archive, nil as an invalid one. `from` is false if the
+/// value is of another kind.
 template <typename T>
 struct NSXPCValue {
     static QVariant to(const T &value) {

@@ -21,9 +21,9 @@ class XPCConnectionCore;
 ///         }
 ///     };
 ///
-/// A message is on its way when forward() returns; later exactly one of its reply block and the error handler runs, on
-/// the connection's own thread. A message without a reply block has the error handler called only if it fails. Values
-/// that can't be archived raise an NSException. Proxies may be used on any thread.
+/// A message is on its way when forward() returns; later exactly one of its reply block and the error handler runs,
+/// on the connection's own thread. A message without a reply block has the error handler called only if it fails.
+/// Values that can't be archived raise an NSException. Proxies may be used on any thread.
 class NSXPCProxy {
 public:
     NSXPCProxy(std::shared_ptr<zr::XPCConnectionCore> connection, NSXPCDetail::ErrorHandler errorHandler)

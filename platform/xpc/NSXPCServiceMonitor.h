@@ -8,8 +8,8 @@
 
 /// Tells a host when a service that it uses ends.
 ///
-/// The client side of a task waits for its reply for as long as it takes, even if the service is gone. A host that wants to
-/// know watches the service as well. Any thread.
+/// The client side of a task waits for its reply for as long as it takes, even if the service is gone. A host that
+/// wants to know watches the service as well. Any thread.
 class NSXPCServiceMonitor {
 public:
     /// How an instance ended.
@@ -21,9 +21,9 @@ public:
     };
     using Handler = std::function<void(const Exit &)>;
 
-    /// Finds the service, or starts it if it doesn't run yet. The handler is called on a thread of the machinery each time
-    /// an instance ends that this process has started. Of a socket unit's service only the first end is told, with pid 0.
-    /// It is also called with pid 0 if there is no such service.
+    /// Finds the service, or starts it if it doesn't run yet. The handler is called on a thread of the machinery each
+    /// time an instance ends that this process has started. Of a socket unit's service only the first end is told,
+    /// with pid 0. It is also called with pid 0 if there is no such service.
     NSXPCServiceMonitor(const QString &serviceName, Handler handler);
     /// Waits for a handler that is being called, unless it is the handler that calls.
     ~NSXPCServiceMonitor();

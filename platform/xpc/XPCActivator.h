@@ -17,8 +17,8 @@ namespace zr {
 
 /// Finds services by name and starts those that nothing else has started. One a process; any thread.
 ///
-/// Where a name is looked for stands in NSXPCConnection.h. If a started service ends before this process it is reaped,
-/// and the next connection starts it again.
+/// Where a name is looked for stands in NSXPCConnection.h. If a started service ends before this process it is
+/// reaped, and the next connection starts it again.
 class XPCActivator {
 public:
     /// Called once when a started service has ended, on a thread of the machinery.

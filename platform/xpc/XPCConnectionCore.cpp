@@ -241,7 +241,8 @@ void XPCConnectionCore::setListenerHandlers(Handler ended, Handler handled) {
 }
 
 std::chrono::steady_clock::time_point XPCConnectionCore::graceEnd() const {
-    // A client that has just connected is about to send; one that takes its reply at all does so without such a pause.
+    // A client that has just connected is about to send; one that takes its reply at all does so without such a
+    // pause.
     constexpr std::chrono::milliseconds quiet(250);
     constexpr std::chrono::seconds untaken(5);
     std::shared_ptr<XPCLink> link;

@@ -90,7 +90,8 @@ bool XPCLink::send(const XPCFrame &frame) {
     return true;
 }
 
-/// Writes what the socket takes and waits for room for the rest. If the peer has gone, the link is lost and the lock open.
+/// Writes what the socket takes and waits for room for the rest. If the peer has gone, the link is lost and the lock
+/// open.
 void XPCLink::write(std::unique_lock<std::mutex> &lock) {
     while (!m_unwritten.empty()) {
         std::array<iovec, 16> vector{};

@@ -18,8 +18,8 @@ inline constexpr char activatorName[] = "activator";
 /// not inherited by further processes; none, with the text of what is wrong.
 FileDescriptor takeSocket(QString *error);
 
-/// If this process was started by the client library: ends it as soon as its host has gone, whatever its other threads
-/// are doing.
+/// If this process was started by the client library: ends it as soon as its host has gone, whatever its other
+/// threads are doing.
 void watchLifeline();
 
 /// Turns SIGTERM and SIGINT into bytes that can be read from the returned descriptor. A second signal ends

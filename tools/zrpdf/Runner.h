@@ -16,9 +16,9 @@
 
 /// Carries a plan out: hands documents to service instances, one at a time to each, and writes what comes back.
 ///
-/// A client waits for its reply for as long as it takes, even if the service is gone. So the runner keeps the clock and
-/// watches the instances' lives: one that takes too long for a document is ended, one that ended is lost, and the next
-/// document gets a new one. One loop on one thread makes all decisions.
+/// A client waits for its reply for as long as it takes, even if the service is gone. So the runner keeps the clock
+/// and watches the instances' lives: one that takes too long for a document is ended, one that ended is lost, and the
+/// next document gets a new one. One loop on one thread makes all decisions.
 class Runner {
 public:
     Runner(const Options &options, const Plan &plan, Reporter &reporter, Events &events);
