@@ -75,5 +75,7 @@ function(zr_test name)
   # Tests fork children that use threads; the thread sanitizer asks to be told that this is meant.
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
                        PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}"
-                                  ENVIRONMENT "TSAN_OPTIONS=die_after_fork=0")
+                                  ENVIRONMENT "TSAN_OPTIONS=die_after_fork=0"
+                                  ENVIRONMENT_MODIFICATION "TMPDIR=set:${ZR_TEST_FOLDER}"
+                                  FIXTURES_REQUIRED test_folder)
 endfunction()

@@ -7,7 +7,7 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <array>
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
@@ -23,7 +23,7 @@ namespace {
 /// Large replies pass in few reads with a pipe this large; it is what an ordinary user may ask for.
 constexpr int pipeCapacity = 1 << 20;
 
-/// Milliseconds that a keeper gets to end its browser; it needs some ten.
+/// Milliseconds that a keeper gets to end its browser, or to answer; it needs some ten at most.
 constexpr int keeperPatience = 3000;
 
 bool isProgram(const QString &path) {
@@ -78,27 +78,19 @@ std::vector<QByteArray> browserEnvironment(const QString &temporaryFolder) {
 
 QString BrowserProcess::executable() {
     static const QString found = [] {
-        static constexpr std::array paths = {
-            "/usr/lib/chromium/chromium-headless-shell",
-            "/usr/lib/chromium-browser/headless_shell",
-            "/usr/lib64/chromium-browser/headless_shell",
-            "/usr/lib/chromium/headless_shell",
+        QStringList candidates = {
+            QStringLiteral("/usr/lib/chromium/chromium-headless-shell"),
+            QStringLiteral("/usr/lib/chromium-browser/headless_shell"),
+            QStringLiteral("/usr/lib64/chromium-browser/headless_shell"),
+            QStringLiteral("/usr/lib/chromium/headless_shell"),
         };
-        static constexpr std::array names = {"chromium-headless-shell", "chrome-headless-shell",
-                                             "headless_shell"};
-        for (const char *path : paths) {
-            if (isProgram(QString::fromLatin1(path)))
-                return QString::fromLatin1(path);
-        }
         const QStringList folders = QString::fromLocal8Bit(qgetenv("PATH")).split(u':', Qt::SkipEmptyParts);
-        for (const char *name : names) {
-            for (const QString &folder : folders) {
-                QString path = folder + u'/' + QString::fromLatin1(name);
-                if (isProgram(path))
-                    return path;
-            }
+        for (const char *name : {"chromium-headless-shell", "chrome-headless-shell", "headless_shell"}) {
+            for (const QString &folder : folders)
+                candidates << folder + u'/' + QString::fromLatin1(name);
         }
-        return QString();
+        const auto program = std::find_if(candidates.cbegin(), candidates.cend(), isProgram);
+        return program == candidates.cend() ? QString() : *program;
     }();
     return found;
 }
@@ -203,10 +195,14 @@ pid_t BrowserProcess::browserPid() {
 }
 
 bool BrowserProcess::isKept() {
-    if (browserPid() < 0 || ::send(m_lifeline.get(), "?", 1, MSG_NOSIGNAL) != 1)
-        return false;
     char answer = 0;
-    return ::recv(m_lifeline.get(), &answer, 1, 0) == 1;
+    // A late answer to an earlier question says nothing.
+    while (browserPid() > 0 && ::recv(m_lifeline.get(), &answer, 1, MSG_DONTWAIT) == 1) {
+    }
+    if (m_browser < 0 || ::send(m_lifeline.get(), "?", 1, MSG_NOSIGNAL) != 1)
+        return false;
+    pollfd answered = {m_lifeline.get(), POLLIN, 0};
+    return ::poll(&answered, 1, keeperPatience) == 0 || ::recv(m_lifeline.get(), &answer, 1, 0) == 1;
 }
 
 BrowserProcess::~BrowserProcess() {

@@ -44,8 +44,8 @@ public:
     /// The browser's own process id; waits for the keeper to have started it. -1 if it could not.
     pid_t browserPid();
 
-    /// Whether the keeper lives: asks it, and waits for the answer. Its death ends the browser only a moment later, so a
-    /// browser that still answers may be as good as dead.
+    /// Whether the keeper lives: asks it, and waits for the answer. A stopped one counts as alive after a while. Its
+    /// death ends the browser only a moment later, so a browser that still answers may be as good as dead.
     bool isKept();
 
 private:

@@ -20,29 +20,63 @@ bool is(QStringView text, QStringView name) {
     return text.compare(name, Qt::CaseInsensitive) == 0;
 }
 
-/// Walks over a sheet's tokens, tells what it finds, and knows nothing of what they mean.
-class Walker {
-public:
-    explicit Walker(QStringView css) : m_css(css) {}
-    virtual ~Walker() = default;
+/// What follows the v of a viewport unit, large, small or dynamic; empty for other units.
+QStringView viewportSide(QStringView unit) {
+    if (unit.size() < 2 || unit.size() > 5)
+        return {};
+    const QChar first = unit[0].toLower();
+    if (unit.size() > 2 && (first == u's' || first == u'l' || first == u'd') && unit[1].toLower() == u'v')
+        unit = unit.sliced(1);
+    return unit[0].toLower() == u'v' ? unit.sliced(1) : QStringView();
+}
 
-    void walk() {
+bool isLogical(QStringView unit) {
+    const QStringView side = viewportSide(unit);
+    return is(side, u"i") || is(side, u"b");
+}
+
+/// Pixels to one of a unit; 0 for units that the paper does not change.
+double pixelsOf(QStringView unit, const StyleViewport &viewport) {
+    const QStringView side = viewportSide(unit);
+    if (side.isEmpty())
+        return 0;
+    const double width = viewport.widthChanges ? viewport.width / 100 : 0;
+    const double height = viewport.heightChanges ? viewport.height / 100 : 0;
+    const bool changes = viewport.widthChanges || viewport.heightChanges;
+    if (is(side, u"h"))
+        return height;
+    if (is(side, u"w"))
+        return width;
+    if (is(side, u"b"))
+        return viewport.isVertical ? width : height;
+    if (is(side, u"i"))
+        return viewport.isVertical ? height : width;
+    if (is(side, u"min") && changes)
+        return std::min(viewport.width, viewport.height) / 100;
+    if (is(side, u"max") && changes)
+        return std::max(viewport.width, viewport.height) / 100;
+    return 0;
+}
+
+bool isContainerUnit(QStringView unit) {
+    static constexpr std::array units = {u"cqw", u"cqh", u"cqi", u"cqb", u"cqmin", u"cqmax"};
+    return std::any_of(units.begin(), units.end(), [&](const char16_t *name) { return is(unit, name); });
+}
+
+/// Reads a sheet's tokens, notes what matters of them and writes the sheet anew.
+class Reader {
+public:
+    Reader(QStringView css, const StyleViewport &viewport, const QHash<QString, bool> &outcomes = {})
+        : m_css(css), m_viewport(viewport), m_outcomes(outcomes) {
         while (m_at < m_css.size())
             step();
+        frozen += text(m_copied, css.size());
     }
-
-protected:
-    virtual void unit(qsizetype from, qsizetype unitFrom, qsizetype to) = 0;
-    virtual void name(QStringView) {}
-    /// A media rule's or media function's condition.
-    virtual void condition(qsizetype from, qsizetype to, bool inFunction) = 0;
-    virtual void importRuleSeen() {}
-    /// A whole page rule.
-    virtual void pageRule(qsizetype from, qsizetype to) = 0;
-
-    QStringView text(qsizetype from, qsizetype to) const { return m_css.sliced(from, to - from); }
+    StyleScan scan;
+    QString frozen;
 
 private:
+    QStringView text(qsizetype from, qsizetype to) const { return m_css.sliced(from, to - from); }
     char16_t at(qsizetype i) const { return i < m_css.size() ? m_css[i].unicode() : u'\0'; }
 
     void step() {
@@ -176,7 +210,7 @@ private:
             balance(u"{;}");
             condition(start, m_at, false);
         } else if (is(rule, u"import")) {
-            importRuleSeen();
+            scan.imports = true;
             importRule();
         } else if (is(rule, u"page")) {
             balance(u"{;}");
@@ -219,139 +253,38 @@ private:
         }
     }
 
-    QStringView m_css;
-    qsizetype m_at = 0;
-};
-
-/// What follows the v of a viewport unit, large, small or dynamic; empty for other units.
-QStringView viewportSide(QStringView unit) {
-    if (unit.size() < 2 || unit.size() > 5)
-        return {};
-    const QChar first = unit[0].toLower();
-    if (unit.size() > 2 && (first == u's' || first == u'l' || first == u'd') && unit[1].toLower() == u'v')
-        unit = unit.sliced(1);
-    return unit[0].toLower() == u'v' ? unit.sliced(1) : QStringView();
-}
-
-bool isLogical(QStringView unit) {
-    const QStringView side = viewportSide(unit);
-    return is(side, u"i") || is(side, u"b");
-}
-
-/// Pixels to one of a unit; 0 for units that the paper does not change.
-double pixelsOf(QStringView unit, const StyleViewport &viewport) {
-    const QStringView side = viewportSide(unit);
-    if (side.isEmpty())
-        return 0;
-    const double width = viewport.widthChanges ? viewport.width / 100 : 0;
-    const double height = viewport.heightChanges ? viewport.height / 100 : 0;
-    const bool changes = viewport.widthChanges || viewport.heightChanges;
-    if (is(side, u"h"))
-        return height;
-    if (is(side, u"w"))
-        return width;
-    if (is(side, u"b"))
-        return viewport.isVertical ? width : height;
-    if (is(side, u"i"))
-        return viewport.isVertical ? height : width;
-    if (is(side, u"min") && changes)
-        return std::min(viewport.width, viewport.height) / 100;
-    if (is(side, u"max") && changes)
-        return std::max(viewport.width, viewport.height) / 100;
-    return 0;
-}
-
-bool isContainerUnit(QStringView unit) {
-    static constexpr std::array units = {u"cqw", u"cqh", u"cqi", u"cqb", u"cqmin", u"cqmax"};
-    return std::any_of(units.begin(), units.end(), [&](const char16_t *name) { return is(unit, name); });
-}
-
-class UnitFinder final : public Walker {
-public:
-    UnitFinder(QStringView css, const StyleViewport &viewport) : Walker(css), m_viewport(viewport) { walk(); }
-    bool found() const { return m_found; }
-
-private:
-    void unit(qsizetype, qsizetype unitFrom, qsizetype to) override {
-        m_found |= pixelsOf(text(unitFrom, to), m_viewport) != 0;
-    }
-    void condition(qsizetype, qsizetype, bool) override {}
-    void pageRule(qsizetype, qsizetype) override {}
-    const StyleViewport &m_viewport;
-    bool m_found = false;
-};
-
-bool conditionDepends(QStringView condition, const StyleViewport &viewport) {
-    const auto names = [&](const char16_t *feature) {
-        return condition.contains(feature, Qt::CaseInsensitive);
-    };
-    return (viewport.heightChanges && names(u"height")) || (viewport.widthChanges && names(u"width")) ||
-           names(u"orientation") || names(u"aspect-ratio") || UnitFinder(condition, viewport).found();
-}
-
-class Scanner final : public Walker {
-public:
-    Scanner(QStringView css, const StyleViewport &viewport) : Walker(css), m_viewport(viewport) { walk(); }
-    StyleScan result;
-
-private:
-    void unit(qsizetype, qsizetype unitFrom, qsizetype to) override {
-        const QStringView unit = text(unitFrom, to);
-        result.dependsOnViewport |= pixelsOf(unit, m_viewport) != 0;
-        result.hasContainerUnits |= isContainerUnit(unit);
-        result.hasLogicalUnits |= isLogical(unit);
-    }
-    void name(QStringView word) override {
-        result.hidesSkippedContent |= is(word, u"content-visibility");
-        result.hasContainers |= is(word, u"container") || is(word, u"container-type");
-    }
-    void condition(qsizetype from, qsizetype to, bool) override {
-        const QStringView condition = text(from, to).trimmed();
-        if (!conditionDepends(condition, m_viewport))
-            return;
-        result.dependsOnViewport = true;
-        result.conditions << condition.toString();
-    }
-    void importRuleSeen() override { result.imports = true; }
-    void pageRule(qsizetype from, qsizetype to) override {
-        result.hasImportantPageRule |= text(from, to).contains(u"important", Qt::CaseInsensitive);
-    }
-    const StyleViewport &m_viewport;
-};
-
-class Freezer final : public Walker {
-public:
-    Freezer(QStringView css, const StyleViewport &viewport, const QHash<QString, bool> &outcomes)
-        : Walker(css), m_viewport(viewport), m_outcomes(outcomes) {
-        m_result.reserve(css.size() + css.size() / 16);
-        walk();
-        m_result += text(m_copied, css.size());
-    }
-    QString take() { return std::move(m_result); }
-
-private:
-    void unit(qsizetype from, qsizetype unitFrom, qsizetype to) override {
+    void unit(qsizetype from, qsizetype unitFrom, qsizetype to) {
         const QStringView name = text(unitFrom, to);
         const double pixels = pixelsOf(name, m_viewport);
+        scan.dependsOnViewport |= pixels != 0;
+        scan.hasContainerUnits |= isContainerUnit(name);
+        scan.hasLogicalUnits |= isLogical(name);
         // Which way an element's lines run is its own affair: units of a container know it.
         if (m_viewport.isContainer && isLogical(name)) {
             replace(unitFrom, to,
-                    viewportSide(name).compare(u"i", Qt::CaseInsensitive) ? QStringLiteral("cqb")
-                                                                          : QStringLiteral("cqi"));
-            return;
+                    is(viewportSide(name), u"i") ? QStringLiteral("cqi") : QStringLiteral("cqb"));
+        } else if (pixels != 0) {
+            const QStringView number = text(from, unitFrom);
+            // The sign is also what keeps two numbers apart.
+            const bool isSigned = number.front() == u'+';
+            const double value = number.sliced(isSigned ? 1 : 0).toDouble() * pixels;
+            replace(from, to,
+                    (isSigned ? QStringLiteral("+") : QString()) + QString::number(value, 'g', 12) +
+                        QStringLiteral("px"));
         }
-        if (pixels == 0)
-            return;
-        const QStringView number = text(from, unitFrom);
-        // The sign is also what keeps two numbers apart.
-        const bool isSigned = number.front() == u'+';
-        const double value = number.sliced(isSigned ? 1 : 0).toDouble() * pixels;
-        replace(from, to,
-                (isSigned ? QStringLiteral("+") : QString()) + QString::number(value, 'g', 12) +
-                    QStringLiteral("px"));
     }
-    void condition(qsizetype from, qsizetype to, bool inFunction) override {
-        const auto outcome = m_outcomes.constFind(text(from, to).trimmed().toString());
+    void name(QStringView word) {
+        scan.hidesSkippedContent |= is(word, u"content-visibility");
+        scan.hasContainers |= is(word, u"container") || is(word, u"container-type");
+    }
+    /// A media rule's or media function's condition.
+    void condition(qsizetype from, qsizetype to, bool inFunction) {
+        const QString condition = text(from, to).trimmed().toString();
+        if (dependsOnViewport(condition)) {
+            scan.dependsOnViewport = true;
+            scan.conditions << condition;
+        }
+        const auto outcome = m_outcomes.constFind(condition);
         if (outcome == m_outcomes.cend())
             return;
         if (inFunction)
@@ -359,27 +292,41 @@ private:
         else
             replace(from, to, *outcome ? QStringLiteral(" all ") : QStringLiteral(" not all "));
     }
-    void pageRule(qsizetype from, qsizetype to) override { replace(from, to, QStringLiteral(" ")); }
+    bool dependsOnViewport(const QString &condition) const {
+        const auto names = [&](QLatin1StringView feature) {
+            return condition.contains(feature, Qt::CaseInsensitive);
+        };
+        return (m_viewport.heightChanges && names(QLatin1StringView("height"))) ||
+               (m_viewport.widthChanges && names(QLatin1StringView("width"))) ||
+               names(QLatin1StringView("orientation")) || names(QLatin1StringView("aspect-ratio")) ||
+               Reader(condition, m_viewport).scan.dependsOnViewport;
+    }
+    /// A whole page rule.
+    void pageRule(qsizetype from, qsizetype to) {
+        scan.hasImportantPageRule |= text(from, to).contains(u"important", Qt::CaseInsensitive);
+        replace(from, to, QStringLiteral(" "));
+    }
 
     void replace(qsizetype from, qsizetype to, const QString &with) {
-        m_result += text(m_copied, from);
-        m_result += with;
+        frozen += text(m_copied, from);
+        frozen += with;
         m_copied = to;
     }
 
+    const QStringView m_css;
     const StyleViewport &m_viewport;
-    const QHash<QString, bool> &m_outcomes;
-    QString m_result;
+    const QHash<QString, bool> m_outcomes;
+    qsizetype m_at = 0;
     qsizetype m_copied = 0;
 };
 
 } // namespace
 
 StyleScan zr::scanStyle(const QString &css, const StyleViewport &viewport) {
-    return Scanner(css, viewport).result;
+    return Reader(css, viewport).scan;
 }
 
 QString zr::frozenStyle(const QString &css, const StyleViewport &viewport,
                         const QHash<QString, bool> &outcomes) {
-    return Freezer(css, viewport, outcomes).take();
+    return Reader(css, viewport, outcomes).frozen;
 }

@@ -32,18 +32,26 @@ protected:
         static int count = 0;
         return QStringLiteral("com.velmora.zrpdf@%1-%2").arg(::getpid()).arg(++count);
     }
-    NSError failure(const QVariant &task) {
-        NSError got;
-        client.performXPCSynchronousWithObject(task, [&](const QVariant &result, const NSError &error) {
-            EXPECT_FALSE(result.isValid());
-            got = error;
+    using Reply = std::pair<QVariant, NSError>;
+    /// The reply to a task; a test that would wait for ever fails instead.
+    static Reply perform(ZRXPC &client, const QVariant &task) {
+        const auto replies = std::make_shared<Inbox<Reply>>();
+        client.performXPCAsyncWithObject(task, [replies](const QVariant &result, const NSError &error) {
+            replies->put({result, error});
         });
-        return got;
+        const std::optional<Reply> reply = replies->take();
+        EXPECT_TRUE(reply) << "no reply";
+        return reply.value_or(Reply());
+    }
+    NSError failure(const QVariant &task) {
+        const Reply reply = perform(client, task);
+        EXPECT_FALSE(reply.first.isValid());
+        return reply.second;
     }
     QByteArray convert(const QVariantMap &task) {
-        const QVariantMap reply = client.performXPCWithObject(task).toMap();
-        EXPECT_EQ(reply.keys(), QStringList{QStringLiteral("data")});
-        return reply.value(QStringLiteral("data")).toByteArray();
+        const QVariantMap result = perform(client, task).first.toMap();
+        EXPECT_EQ(result.keys(), QStringList{QStringLiteral("data")});
+        return result.value(QStringLiteral("data")).toByteArray();
     }
 
     const RuntimeFolder runtime;
@@ -141,7 +149,7 @@ TEST_F(Service, TheReplyTellsWhyTheDocumentCouldNotBeLoaded) {
 }
 
 TEST_F(Service, ABootProbeNeedsNoBrowser) {
-    EXPECT_EQ(client.performXPCWithObject(QVariantMap{{QStringLiteral("__boot"), true}}),
+    EXPECT_EQ(perform(client, QVariantMap{{QStringLiteral("__boot"), true}}).first,
               QVariant(QVariantMap{{QStringLiteral("boot"), QStringLiteral("success")}}));
 }
 
@@ -204,12 +212,9 @@ TEST_F(Service, SixteenClientsAtOnceMixUpNothing) {
             ZRXPC own(name);
             for (int n = 0; n < 4; ++n) {
                 const QString title = QStringLiteral("%1-%2").arg(i).arg(n);
+                const QVariantMap task{{QStringLiteral("data"), html}, {QStringLiteral("pdfTitle"), title}};
                 const QByteArray pdf =
-                    own.performXPCWithObject(
-                           QVariantMap{{QStringLiteral("data"), html}, {QStringLiteral("pdfTitle"), title}})
-                        .toMap()
-                        .value(QStringLiteral("data"))
-                        .toByteArray();
+                    perform(own, task).first.toMap().value(QStringLiteral("data")).toByteArray();
                 right += PDFDocument(pdf).documentAttributes().value(PDFDocumentTitleAttribute).toString() ==
                          title;
             }
