@@ -2,14 +2,18 @@
 #include "platform/documents/WebArchive.h"
 
 #include "platform/archive/NSPropertyList.h"
+#include "platform/base/ASCII.h"
 #include "platform/documents/WebDocumentSniffer.h"
 #include "platform/documents/WebMIMEMessage.h"
 #include "platform/documents/WebReferenceRewriter.h"
-#include "platform/documents/WebTextEncoding.h"
 
+#include <QStringDecoder>
 #include <QUrl>
 #include <QVariantMap>
+#include <algorithm>
 #include <utility>
+
+namespace zr {
 
 namespace {
 
@@ -21,9 +25,7 @@ QByteArray schemeOf(QByteArrayView url) {
     if (colon < 1)
         return {};
     for (const char c : url.first(colon)) {
-        const bool isSchemeChar = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                                  (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
-        if (!isSchemeChar)
+        if (!isASCIILetter(uchar(c)) && !isASCIIDigit(uchar(c)) && c != '+' && c != '-' && c != '.')
             return {};
     }
     return url.first(colon).toByteArray().toLower();
@@ -138,15 +140,20 @@ const WebMIMEPart *mainPart(const WebMIMEPart &part) {
 } // namespace
 
 QByteArray WebResource::contentType() const {
-    if (mimeType.isEmpty() || textEncodingName.isEmpty())
-        return mimeType;
-    return mimeType + "; charset=" + textEncodingName;
+    const auto isPlain = [](const QByteArray &text) {
+        return !text.isEmpty() && std::all_of(text.begin(), text.end(), [](char c) {
+            return c > ' ' && c < 0x7F && !QByteArrayView("()<>@,;:\\\"[]?={}").contains(c);
+        });
+    };
+    if (!isPlain(mimeType))
+        return {};
+    return isPlain(textEncodingName) ? mimeType + "; charset=" + textEncodingName : mimeType;
 }
 
 /// Gathers resources under the names the archive gives them, then settles where the engine finds each.
 class WebArchive::Builder {
 public:
-    /// Adds a resource; the first one is the main one. False where there are too many.
+    /// Adds a resource; the first one is the main one. False if there are too many.
     bool add(WebResource resource, const QByteArray &contentID = {}) {
         if (m_archive.m_resources.size() >= maximumResources)
             return false;
@@ -158,7 +165,7 @@ public:
         else if (scheme == "file")
             resource.url = madeUpURLForFile(name);
         else
-            resource.url = madeUpURL(index);
+            resource.url = index == 0 ? QByteArray(madeUpOrigin) : madeUpURL(index);
         if (m_archive.m_byURL.contains(lookupKey(resource.url))) {
             // Two frames may show one address differently: only their content IDs tell them apart.
             if (contentID.isEmpty())
@@ -209,24 +216,25 @@ private:
         });
         for (WebResource &resource : m_archive.m_resources) {
             const bool isStyleSheet = resource.mimeType == "text/css";
-            if (!isStyleSheet && !isMarkup(kindOf(resource)))
+            const WebDocumentKind kind = kindOf(resource);
+            if (!isStyleSheet && !isMarkup(kind))
                 continue;
             bringToASCIIBase(resource);
-            resource.data = isStyleSheet ? rewriter.rewriteStyleSheet(resource.data)
-                                         : rewriter.rewriteMarkup(resource.data);
+            resource.data = isStyleSheet
+                                ? rewriter.rewriteStyleSheet(resource.data)
+                                : rewriter.rewriteMarkup(resource.data, kind != WebDocumentKind::HTML);
         }
     }
 
     /// References can only be found byte by byte: text in UTF-16 or UTF-32 becomes UTF-8 first.
     static void bringToASCIIBase(WebResource &resource) {
-        int mark = 0;
-        WebTextEncoding encoding = WebTextEncodingOfByteOrderMark(resource.data, &mark);
-        if (encoding == WebTextEncoding::None)
-            encoding = WebTextEncodingForLabel(resource.textEncodingName);
-        if (encoding != WebTextEncoding::UTF16BE && encoding != WebTextEncoding::UTF16LE &&
-            encoding != WebTextEncoding::UTF32BE && encoding != WebTextEncoding::UTF32LE)
+        auto encoding = QStringConverter::encodingForData(resource.data);
+        if (!encoding)
+            encoding = QStringConverter::encodingForName(resource.textEncodingName.constData());
+        if (!encoding || *encoding == QStringConverter::Utf8 || *encoding == QStringConverter::Latin1 ||
+            *encoding == QStringConverter::System)
             return;
-        resource.data = WebDecodeText(QByteArrayView(resource.data).sliced(mark), encoding).toUtf8();
+        resource.data = QString(QStringDecoder(*encoding)(resource.data)).toUtf8();
         resource.textEncodingName = "utf-8";
     }
 
@@ -330,3 +338,5 @@ const WebResource *WebArchive::resourceForURL(const QByteArray &url) const {
     const auto found = m_byURL.constFind(lookupKey(url));
     return found == m_byURL.constEnd() ? nullptr : &m_resources[*found];
 }
+
+} // namespace zr

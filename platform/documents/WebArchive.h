@@ -6,16 +6,16 @@
 #include <optional>
 #include <vector>
 
-struct WebMIMEPart;
+namespace zr {
 
 /// One resource of an archive: a page, a style sheet, a picture, a font.
 struct WebResource {
     QByteArray url; ///< where the engine asks for it
     QByteArray data;
-    QByteArray mimeType;         ///< in lower case, without parameters; empty where unknown
-    QByteArray textEncodingName; ///< empty where unknown
+    QByteArray mimeType;         ///< in lower case, without parameters; empty if unknown
+    QByteArray textEncodingName; ///< empty if unknown
 
-    /// The value of a Content-Type header field.
+    /// The value of a Content-Type header field, without what no such field can hold; empty if there is none.
     QByteArray contentType() const;
 };
 
@@ -31,14 +31,14 @@ public:
     /// The host of parts without a web address; reserved names resolve nowhere (RFC 2606).
     static constexpr const char *madeUpOrigin = "https://archive.invalid/";
 
-    /// Reads an archive of either kind; nothing where the bytes are none, are damaged beyond use, or hold a
+    /// Reads an archive of either kind; nothing if the bytes are none, are damaged beyond use, or hold a
     /// main resource that the engine can't show.
     static std::optional<WebArchive> archiveWithData(const QByteArray &data);
     static std::optional<WebArchive> archiveWithMIMEMessage(const QByteArray &data);
     static std::optional<WebArchive> archiveWithPropertyList(const QByteArray &data);
 
     const WebResource &mainResource() const { return m_resources.front(); }
-    /// The resource at a URL the engine asks for, nullptr where the archive has none. Fragments don't count,
+    /// The resource at a URL the engine asks for, nullptr if the archive has none. Fragments don't count,
     /// nor how characters are escaped, nor whether http or https is asked for.
     const WebResource *resourceForURL(const QByteArray &url) const;
     /// All resources, the main one first.
@@ -49,3 +49,5 @@ private:
     std::vector<WebResource> m_resources;
     QHash<QByteArray, size_t> m_byURL;
 };
+
+} // namespace zr

@@ -1,20 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "platform/documents/WebDocumentSniffer.h"
 
-#include "platform/documents/WebTextEncoding.h"
+#include "platform/base/ASCII.h"
+#include "platform/documents/WebMIMEMessage.h"
+#include "platform/text/MarkupScanner.h"
 
 #include <QSet>
+#include <QStringDecoder>
 #include <algorithm>
 
+namespace zr {
+
 namespace {
-
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f';
-}
-
-bool isNameEnd(char c) {
-    return isBlank(c) || c == '>' || c == '/';
-}
 
 struct Signature {
     QByteArrayView bytes;
@@ -83,153 +80,79 @@ const QSet<QByteArray> &htmlElements() {
     return elements;
 }
 
-/// Reads the start of markup: what is before the root element, and the root element's tag.
+/// What markup tells before its root element, and by that element's tag.
 struct Prologue {
     bool hasXMLDeclaration = false;
     bool hasHTMLDoctype = false;
     bool hasComment = false;
-    QByteArray root;           ///< the root's name as written, empty where there is none
-    QByteArrayView attributes; ///< the rest of the root's tag
-};
+    QByteArray root;         ///< the root's name as written, empty if there is none
+    QByteArray nameSpace;    ///< of the root
+    bool hasVersion = false; ///< of the root
 
-Prologue readPrologue(QByteArrayView data) {
-    Prologue prologue;
-    qsizetype at = 0;
-    const auto skipPast = [&](QByteArrayView end) {
-        const qsizetype found = data.indexOf(end, at);
-        at = found < 0 ? data.size() : found + end.size();
-    };
-    // Past the ">" that ends a document type: an internal subset and quoted text hold others.
-    const auto skipDoctype = [&] {
-        char quote = 0;
-        int depth = 0;
-        for (; at < data.size(); ++at) {
-            const char c = data[at];
-            if (quote) {
-                quote = c == quote ? 0 : quote;
-            } else if (c == '"' || c == '\'') {
-                quote = c;
-            } else if (c == '[' || c == ']') {
-                depth += c == '[' ? 1 : -1;
-            } else if (c == '>' && depth <= 0) {
-                ++at;
+    explicit Prologue(QByteArrayView data) {
+        using Scanner = MarkupScanner<QLatin1StringView>;
+        Scanner scanner{QLatin1StringView(data), Scanner::Syntax::XML};
+        while (scanner.next()) {
+            const QByteArrayView token(scanner.text().data(), scanner.text().size());
+            switch (scanner.token()) {
+            case Scanner::Token::Comment:
+                hasComment = true;
+                break;
+            case Scanner::Token::Instruction:
+                hasXMLDeclaration = hasXMLDeclaration || scanner.name() == QLatin1StringView("xml");
+                break;
+            case Scanner::Token::Declaration: {
+                const QByteArray start =
+                    token.first(std::min<qsizetype>(token.size(), 64)).toByteArray().simplified();
+                hasHTMLDoctype = start.toLower().startsWith("<!doctype html");
+                break;
+            }
+            case Scanner::Token::Text:
+                if (!std::all_of(token.begin(), token.end(), [](char c) { return isASCIISpace(uchar(c)); }))
+                    return;
+                break;
+            case Scanner::Token::StartTag:
+                readRoot(scanner);
+                return;
+            default:
                 return;
             }
         }
-    };
-    while (true) {
-        while (at < data.size() && isBlank(data[at]))
-            ++at;
-        const QByteArrayView rest = data.sliced(at);
-        if (rest.startsWith("<?")) {
-            if (rest.size() > 5 && rest.startsWith("<?xml") && isBlank(rest[5]))
-                prologue.hasXMLDeclaration = true;
-            skipPast(prologue.hasXMLDeclaration ? QByteArrayView("?>") : QByteArrayView(">"));
-        } else if (rest.startsWith("<!--")) {
-            prologue.hasComment = true;
-            at += 2;
-            skipPast("-->");
-        } else if (rest.size() > 9 && rest.first(9).compare("<!doctype", Qt::CaseInsensitive) == 0) {
-            qsizetype name = 9;
-            while (name < rest.size() && isBlank(rest[name]))
-                ++name;
-            prologue.hasHTMLDoctype =
-                rest.size() >= name + 4 && rest.sliced(name, 4).compare("html", Qt::CaseInsensitive) == 0;
-            skipDoctype();
-        } else {
-            break;
+    }
+
+private:
+    void readRoot(const MarkupScanner<QLatin1StringView> &scanner) {
+        root = QByteArray(scanner.name().data(), scanner.name().size());
+        const qsizetype colon = root.indexOf(':');
+        const QByteArray declares = colon < 0 ? QByteArray("xmlns") : "xmlns:" + root.left(colon);
+        for (auto attributes = scanner.attributes(); attributes.next();) {
+            hasVersion = hasVersion || attributes.name() == QLatin1StringView("version");
+            if (attributes.name() == QLatin1StringView(declares))
+                nameSpace = QByteArray(attributes.value().data(), attributes.value().size());
         }
     }
-    const QByteArrayView rest = data.sliced(at);
-    if (rest.size() < 2 || rest[0] != '<' || !QChar::isLetter(uint(uchar(rest[1]))))
-        return prologue;
-    qsizetype end = 1;
-    while (end < rest.size() && !isNameEnd(rest[end]))
-        ++end;
-    prologue.root = rest.sliced(1, end - 1).toByteArray();
-    char quote = 0;
-    qsizetype close = end;
-    for (; close < rest.size() && (quote || rest[close] != '>'); ++close) {
-        if (quote ? rest[close] == quote : rest[close] == '"' || rest[close] == '\'')
-            quote = quote ? 0 : rest[close];
-    }
-    prologue.attributes = rest.sliced(end, close - end);
-    return prologue;
-}
+};
 
 WebDocumentKind kindOfMarkup(QByteArrayView data) {
-    const Prologue prologue = readPrologue(data);
-    const qsizetype colon = prologue.root.indexOf(':');
-    const QByteArray prefix = prologue.root.left(qMax<qsizetype>(colon, 0));
-    const QByteArray localName = prologue.root.mid(colon + 1);
-    const auto isIn = [&](QByteArrayView nameSpace) {
-        const QByteArray attribute = prefix.isEmpty() ? QByteArray("xmlns") : "xmlns:" + prefix;
-        return prologue.attributes.contains(attribute) && prologue.attributes.contains(nameSpace);
-    };
-    if (localName == "svg" && isIn("http://www.w3.org/2000/svg"))
+    const Prologue prologue(data);
+    const QByteArray localName = prologue.root.mid(prologue.root.indexOf(':') + 1);
+    const QByteArray lowerRoot = prologue.root.toLower();
+    if (localName == "svg" && prologue.nameSpace == "http://www.w3.org/2000/svg")
         return WebDocumentKind::SVG;
+    const bool isList = localName == "plist";
     if (prologue.hasXMLDeclaration) {
-        if (localName == "html")
-            return isIn("http://www.w3.org/1999/xhtml") ? WebDocumentKind::XHTML : WebDocumentKind::HTML;
-        if (localName == "plist")
+        if (localName == "html" && prologue.nameSpace == "http://www.w3.org/1999/xhtml")
+            return WebDocumentKind::XHTML;
+        if (isList)
             return WebDocumentKind::PropertyListArchive;
-        if (prologue.root.toLower() == "html" || prologue.hasHTMLDoctype)
-            return WebDocumentKind::HTML;
-        return WebDocumentKind::XML;
+        const bool isHTML = localName == "html" || lowerRoot == "html" || prologue.hasHTMLDoctype;
+        return isHTML ? WebDocumentKind::HTML : WebDocumentKind::XML;
     }
-    if (localName == "plist" && !prologue.hasHTMLDoctype && prologue.attributes.contains("version"))
+    if (isList && prologue.hasVersion && !prologue.hasHTMLDoctype)
         return WebDocumentKind::PropertyListArchive;
-    if (prologue.hasHTMLDoctype || prologue.hasComment || htmlElements().contains(prologue.root.toLower()))
+    if (prologue.hasHTMLDoctype || prologue.hasComment || htmlElements().contains(lowerRoot))
         return WebDocumentKind::HTML;
     return WebDocumentKind::Unsupported;
-}
-
-bool isHeaderNameChar(char c) {
-    return c > ' ' && c < 0x7F && c != ':';
-}
-
-/// A MIME message: header fields from the first line on, among them a content type of several parts or of
-/// HTML.
-bool isMIMEMessage(QByteArrayView data) {
-    bool hasVersion = false, hasParts = false, hasHTML = false, hasBoundary = false, first = true;
-    bool inContentType = false;
-    for (qsizetype at = 0; at < data.size();) {
-        qsizetype end = data.indexOf('\n', at);
-        end = end < 0 ? data.size() : end;
-        QByteArrayView line = data.sliced(at, end - at);
-        at = end + 1;
-        if (line.endsWith('\r'))
-            line.chop(1);
-        if (line.isEmpty()) {
-            if (first)
-                continue;
-            break;
-        }
-        if (line[0] == ' ' || line[0] == '\t') {
-            if (first)
-                return false;
-            hasBoundary |= inContentType && line.toByteArray().toLower().contains("boundary");
-            continue;
-        }
-        if (first && line.startsWith("From ")) {
-            first = false;
-            continue;
-        }
-        first = false;
-        const qsizetype colon = line.indexOf(':');
-        if (colon < 1 || !std::all_of(line.begin(), line.begin() + colon, isHeaderNameChar))
-            return false;
-        const QByteArray name = line.first(colon).toByteArray().toLower();
-        const QByteArray value = line.sliced(colon + 1).trimmed().toByteArray().toLower();
-        inContentType = name == "content-type";
-        if (inContentType) {
-            hasParts = value.startsWith("multipart/");
-            hasHTML = value.startsWith("text/html") || value.startsWith("application/xhtml+xml");
-            hasBoundary = value.contains("boundary");
-        }
-        hasVersion |= name == "mime-version";
-    }
-    return (hasParts && hasBoundary) || (hasVersion && hasHTML);
 }
 
 /// Control characters that no text holds, by the standard's rule, within the bytes it looks at.
@@ -249,21 +172,9 @@ WebDocumentKind kindOfText(QByteArrayView text) {
     const WebDocumentKind markup = kindOfMarkup(text);
     if (markup != WebDocumentKind::Unsupported)
         return markup;
-    if (isMIMEMessage(text))
+    if (WebMIMEMessage::mayHoldPage(text))
         return WebDocumentKind::MHTML;
     return isBinary(text) ? WebDocumentKind::Unsupported : WebDocumentKind::PlainText;
-}
-
-/// UTF-16 that begins with markup and has no byte-order mark.
-WebTextEncoding encodingOfBareUTF16(QByteArrayView data) {
-    if (data.size() < 4)
-        return WebTextEncoding::None;
-    const auto isMarkup = [&](char a, char b) { return a == '<' && b > ' ' && uchar(b) < 0x7F; };
-    if (data[1] == 0 && data[3] == 0 && isMarkup(data[0], data[2]))
-        return WebTextEncoding::UTF16LE;
-    if (data[0] == 0 && data[2] == 0 && isMarkup(data[1], data[3]))
-        return WebTextEncoding::UTF16BE;
-    return WebTextEncoding::None;
 }
 
 struct TypeOfKind {
@@ -304,16 +215,13 @@ WebDocumentKind WebDocumentSniffer::kindOfData(const QByteArray &data) {
     const WebDocumentKind kind = kindOfSignature(data);
     if (kind != WebDocumentKind::Unsupported)
         return kind;
-    int mark = 0;
-    WebTextEncoding encoding = WebTextEncodingOfByteOrderMark(data, &mark);
-    if (encoding == WebTextEncoding::UTF8)
-        return kindOfText(QByteArrayView(data).sliced(mark));
-    if (encoding == WebTextEncoding::None)
-        encoding = encodingOfBareUTF16(data);
-    if (encoding == WebTextEncoding::None)
+    const auto encoding = QStringConverter::encodingForData(data, u'<');
+    if (!encoding)
         return kindOfText(data);
-    const WebDocumentKind decoded =
-        kindOfText(WebDecodeText(QByteArrayView(data).sliced(mark), encoding).toUtf8());
+    if (*encoding == QStringConverter::Utf8)
+        return kindOfText(QByteArrayView(data).sliced(3));
+    const QString text = QStringDecoder(*encoding)(data);
+    const WebDocumentKind decoded = kindOfText(text.toUtf8());
     // A MIME message is bytes in itself: in UTF-16 it is the text of one.
     return decoded == WebDocumentKind::MHTML ? WebDocumentKind::PlainText : decoded;
 }
@@ -346,3 +254,5 @@ QByteArray WebDocumentSniffer::mimeTypeOfKind(WebDocumentKind kind) {
 bool WebDocumentSniffer::isPicture(WebDocumentKind kind) {
     return kind >= WebDocumentKind::PNG && kind <= WebDocumentKind::JXL;
 }
+
+} // namespace zr

@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
+namespace zr {
+
 /// What a document's bytes are.
 enum class WebDocumentKind {
     Unsupported, ///< nothing the engine shows as a document, or no bytes at all
@@ -38,3 +40,5 @@ public:
     static QByteArray mimeTypeOfKind(WebDocumentKind kind);
     static bool isPicture(WebDocumentKind kind);
 };
+
+} // namespace zr

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/documents/WebMIMEMessage.h"
 
-#include "platform/documents/WebTextEncoding.h"
+#include "platform/base/ASCII.h"
 
-#include <utility>
+#include <QRegularExpression>
+#include <QStringDecoder>
+#include <algorithm>
+
+namespace zr {
 
 namespace {
 
@@ -29,54 +33,68 @@ QByteArrayView takeLine(QByteArrayView data, qsizetype &at) {
 
 using Fields = QHash<QByteArray, QByteArray>;
 
-/// Reads header fields, unfolded, up to the empty line; the first of several of one name counts.
-Fields takeFields(QByteArrayView data, qsizetype &at) {
+/// The header fields of an entity, unfolded, up to the empty line; the first of several of one name counts.
+struct Header {
     Fields fields;
-    QByteArray name, value;
-    const auto keep = [&] {
-        if (!name.isEmpty() && !fields.contains(name))
-            fields.insert(name, value.trimmed());
-        name.clear();
-        value.clear();
-    };
-    const qsizetype start = at;
-    while (at < data.size() && at - start < maximumHeader) {
-        const QByteArrayView line = takeLine(data, at);
-        if (line.isEmpty())
-            break;
-        if (isBlank(line[0])) {
-            value += ' ';
-            value += line.trimmed();
-            continue;
-        }
-        const qsizetype colon = line.indexOf(':');
-        if (colon < 1)
-            continue;
-        keep();
-        name = line.first(colon).trimmed().toByteArray().toLower();
-        value = line.sliced(colon + 1).toByteArray();
-    }
-    keep();
-    return fields;
-}
+    bool isStrict = true; ///< no line is anything else
 
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
+    static Header take(QByteArrayView data, qsizetype &at) {
+        Header header;
+        QByteArray name, value;
+        const auto keep = [&] {
+            if (!name.isEmpty() && !header.fields.contains(name))
+                header.fields.insert(name, value.trimmed());
+            name.clear();
+            value.clear();
+        };
+        const qsizetype start = at;
+        while (at < data.size() && at - start < maximumHeader) {
+            const QByteArrayView line = takeLine(data, at);
+            if (line.isEmpty())
+                break;
+            if (isBlank(line[0])) {
+                header.isStrict = header.isStrict && !name.isEmpty();
+                value += ' ' + line.trimmed().toByteArray();
+                continue;
+            }
+            const qsizetype colon = line.indexOf(':');
+            header.isStrict =
+                header.isStrict && colon > 0 &&
+                std::all_of(line.begin(), line.begin() + colon, [](char c) { return c > ' ' && c < 0x7F; });
+            if (colon < 1)
+                continue;
+            keep();
+            name = line.first(colon).trimmed().toByteArray().toLower();
+            value = line.sliced(colon + 1).toByteArray();
+        }
+        keep();
+        return header;
+    }
+};
+
+/// What is before a whole message: the line that mailboxes begin it with, and empty lines.
+qsizetype startOfMessage(QByteArrayView data) {
+    qsizetype at = 0;
+    const auto skipEmptyLines = [&] {
+        while (at < data.size() && (data[at] == '\n' || data[at] == '\r'))
+            ++at;
+    };
+    skipEmptyLines();
+    if (data.sliced(at).startsWith("From "))
+        takeLine(data, at);
+    skipEmptyLines();
+    return at;
 }
 
 QByteArray decodeHexEscapes(QByteArrayView text, char escape) {
     QByteArray out;
     out.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == escape && i + 2 < text.size() && hexDigit(text[i + 1]) >= 0 &&
-            hexDigit(text[i + 2]) >= 0) {
-            out += char(hexDigit(text[i + 1]) << 4 | hexDigit(text[i + 2]));
+        const bool isEscape = text[i] == escape && i + 2 < text.size();
+        const int high = isEscape ? hexDigitValue(uchar(text[i + 1])) : -1;
+        const int low = isEscape ? hexDigitValue(uchar(text[i + 2])) : -1;
+        if (high >= 0 && low >= 0) {
+            out += char(high << 4 | low);
             i += 2;
         } else {
             out += text[i];
@@ -85,94 +103,63 @@ QByteArray decodeHexEscapes(QByteArrayView text, char escape) {
     return out;
 }
 
-/// Drops comments in parentheses (RFC 5322) outside of quoted text.
-QByteArray withoutComments(QByteArrayView text) {
-    QByteArray out;
+/// Cuts a field with parameters at its semicolons, and drops comments in parentheses (RFC 5322) and the quotes of values.
+/// A value's quoted characters stand for themselves.
+QByteArrayList readPieces(QByteArrayView field) {
+    QByteArrayList pieces{QByteArray()};
     int depth = 0;
-    bool quoted = false;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (c == '\\' && (quoted || depth > 0) && i + 1 < text.size()) {
-            if (depth == 0)
-                out.append(text.sliced(i, 2));
+    bool isQuoted = false;
+    for (qsizetype i = 0; i < field.size(); ++i) {
+        const char c = field[i];
+        const bool isEscape = c == '\\' && (isQuoted || depth > 0) && i + 1 < field.size();
+        if (isEscape)
             ++i;
-            continue;
-        }
-        if (c == '"' && depth == 0)
-            quoted = !quoted;
-        if (c == '(' && !quoted)
+        else if (c == '"' && depth == 0)
+            isQuoted = !isQuoted;
+        else if (c == '(' && !isQuoted)
             ++depth;
-        if (depth == 0)
-            out += c;
-        if (c == ')' && !quoted && depth > 0)
+        else if (c == ')' && depth > 0)
             --depth;
+        else if (c == ';' && !isQuoted && depth == 0)
+            pieces.append(QByteArray());
+        else if (depth == 0)
+            pieces.last() += isQuoted || !isBlank(c) ? c : ' ';
+        if (isEscape && depth == 0)
+            pieces.last() += field[i];
     }
-    return out;
+    return pieces;
 }
 
-/// Splits "type/subtype; name=value; ..." with quoted values and the extended parameters of RFC 2231.
+/// The media type of a Content-Type field, in lower case; its parameters with the extended ones of RFC 2231 put together.
 QByteArray readContentType(QByteArrayView field, Fields &parameters) {
-    const QByteArray text = withoutComments(field);
-    qsizetype at = text.indexOf(';');
-    QByteArray type = text.left(at < 0 ? text.size() : at).trimmed().toLower();
-    Fields pieces;
-    while (at >= 0 && at < text.size()) {
-        ++at;
-        qsizetype equals = at;
-        while (equals < text.size() && text[equals] != '=' && text[equals] != ';')
-            ++equals;
-        const QByteArray name = text.mid(at, equals - at).trimmed().toLower();
-        if (equals >= text.size() || text[equals] == ';') {
-            at = equals;
-            continue;
-        }
-        at = equals + 1;
-        while (at < text.size() && isBlank(text[at]))
-            ++at;
-        QByteArray value;
-        if (at < text.size() && text[at] == '"') {
-            for (++at; at < text.size() && text[at] != '"'; ++at) {
-                if (text[at] == '\\' && at + 1 < text.size())
-                    ++at;
-                value += text[at];
-            }
-            at = text.indexOf(';', at);
-        } else {
-            const qsizetype end = text.indexOf(';', at);
-            value = text.mid(at, end < 0 ? -1 : end - at).trimmed();
-            at = end;
-        }
-        if (!name.isEmpty() && !pieces.contains(name))
-            pieces.insert(name, value);
+    const QByteArrayList pieces = readPieces(field);
+    Fields written;
+    for (const QByteArray &piece : pieces.sliced(1)) {
+        const qsizetype equals = piece.indexOf('=');
+        const QByteArray name = piece.left(equals).trimmed().toLower();
+        if (equals > 0 && !name.isEmpty() && !written.contains(name))
+            written.insert(name, piece.mid(equals + 1).trimmed());
     }
-    const auto decodeExtended = [](const QByteArray &value, bool first) {
-        const qsizetype language = first ? value.indexOf('\'', value.indexOf('\'') + 1) : -1;
+    const auto decodeExtended = [](const QByteArray &value, bool isFirst) {
+        const qsizetype language = isFirst ? value.indexOf('\'', value.indexOf('\'') + 1) : -1;
         return decodeHexEscapes(QByteArrayView(value).sliced(language + 1), '%');
     };
-    for (const QByteArrayView known : {"boundary", "start", "charset", "type"}) {
-        const QByteArray name = known.toByteArray();
-        if (pieces.contains(name)) {
-            parameters.insert(name, pieces.value(name));
-            continue;
-        }
-        if (pieces.contains(name + '*')) {
-            parameters.insert(name, decodeExtended(pieces.value(name + '*'), true));
-            continue;
-        }
-        QByteArray whole;
-        for (int n = 0;; ++n) {
-            const QByteArray piece = name + '*' + QByteArray::number(n);
-            if (pieces.contains(piece))
-                whole += pieces.value(piece);
-            else if (pieces.contains(piece + '*'))
-                whole += decodeExtended(pieces.value(piece + '*'), n == 0);
-            else
+    for (const char *known : {"boundary", "start", "charset"}) {
+        const QByteArray name = known;
+        QByteArray value = written.value(name);
+        if (value.isNull() && written.contains(name + '*'))
+            value = decodeExtended(written.value(name + '*'), true);
+        for (int n = 0; !written.contains(name) && !written.contains(name + '*'); ++n) {
+            const QByteArray part = name + '*' + QByteArray::number(n);
+            if (!written.contains(part) && !written.contains(part + '*'))
                 break;
+            value += written.contains(part) ? written.value(part)
+                                            : decodeExtended(written.value(part + '*'), n == 0);
         }
-        if (!whole.isNull())
-            parameters.insert(name, whole);
+        if (!value.isNull())
+            parameters.insert(name, value);
     }
-    return type;
+    return pieces.first().trimmed().toLower();
 }
 
 QByteArray withoutBrackets(QByteArray text) {
@@ -184,12 +171,10 @@ QByteArray withoutBrackets(QByteArray text) {
 
 /// A URL of a header field: encoded words decoded, and the blanks of folding gone.
 QByteArray readURL(const QByteArray &field) {
-    QByteArray url = WebMIMEMessage::decodeEncodedWords(field);
-    url = withoutBrackets(url);
+    QByteArray url = withoutBrackets(WebMIMEMessage::decodeEncodedWords(field));
     if (url.startsWith('"') && url.endsWith('"') && url.size() > 1)
         url = url.mid(1, url.size() - 2);
-    url.replace(' ', "").replace('\t', "");
-    return url;
+    return url.replace(' ', "").replace('\t', "");
 }
 
 class Reader {
@@ -197,12 +182,8 @@ public:
     bool read(QByteArrayView data, WebMIMEPart &part, int depth) {
         if (depth > maximumDepth || ++m_count > maximumParts)
             return false;
-        qsizetype at = 0;
-        if (depth == 0 && data.startsWith("From "))
-            takeLine(data, at);
-        while (depth == 0 && at < data.size() && (data[at] == '\n' || data[at] == '\r'))
-            ++at;
-        const Fields fields = takeFields(data, at);
+        qsizetype at = depth == 0 ? startOfMessage(data) : 0;
+        const Fields fields = Header::take(data, at).fields;
         part.type = readContentType(fields.value("content-type"), part.parameters);
         if (part.type.isEmpty())
             part.type = "text/plain";
@@ -213,14 +194,13 @@ public:
         if (part.isMultipart())
             return readParts(body, part, depth);
         const QByteArray encoding =
-            withoutComments(fields.value("content-transfer-encoding")).trimmed().toLower();
+            readPieces(fields.value("content-transfer-encoding")).first().trimmed().toLower();
         if (part.type == "message/rfc822" && encoding != "base64" && encoding != "quoted-printable") {
             part.type = "multipart/mixed";
-            part.parts.emplace_back();
-            return read(body, part.parts.back(), depth + 1);
+            return addPart(body, part, depth);
         }
         if (encoding == "base64")
-            part.body = WebMIMEMessage::decodeBase64(body);
+            part.body = QByteArray::fromBase64(QByteArray::fromRawData(body.data(), body.size()));
         else if (encoding == "quoted-printable")
             part.body = WebMIMEMessage::decodeQuotedPrintable(body);
         else
@@ -235,31 +215,22 @@ private:
             return false;
         const QByteArray delimiter = "--" + boundary;
         qsizetype start = -1;
-        for (qsizetype at = 0; at < body.size();) {
-            const qsizetype found = body.indexOf(delimiter, at);
-            if (found < 0)
-                break;
-            if (found > 0 && body[found - 1] != '\n') {
-                at = found + 1;
+        for (qsizetype at = 0, found; (found = body.indexOf(delimiter, at)) >= 0;) {
+            at = found + 1;
+            if (found > 0 && body[found - 1] != '\n')
                 continue;
-            }
             qsizetype next = found;
-            QByteArrayView rest = takeLine(body, next).sliced(delimiter.size());
+            const QByteArrayView rest = takeLine(body, next).sliced(delimiter.size());
             const bool isLast = rest.startsWith("--");
-            while (!rest.isEmpty() && isBlank(rest.front()))
-                rest = rest.sliced(1);
-            if (!isLast && !rest.isEmpty()) {
-                at = found + 1;
+            if (!isLast && !rest.trimmed().isEmpty())
                 continue;
-            }
             if (start >= 0 && !addPart(withoutLastLineEnd(body.sliced(start, found - start)), part, depth))
                 return false;
-            start = isLast ? -1 : next;
             if (isLast)
                 return true;
-            at = next;
+            at = start = next;
         }
-        return start < 0 || addPart(body.sliced(qMin(start, body.size())), part, depth);
+        return start < 0 || addPart(body.sliced(start), part, depth);
     }
 
     bool addPart(QByteArrayView data, WebMIMEPart &part, int depth) {
@@ -288,6 +259,18 @@ std::optional<WebMIMEPart> WebMIMEMessage::messageWithData(const QByteArray &dat
     return root;
 }
 
+bool WebMIMEMessage::mayHoldPage(QByteArrayView data) {
+    qsizetype at = startOfMessage(data);
+    const Header header = Header::take(data, at);
+    if (!header.isStrict)
+        return false;
+    const QByteArray type = header.fields.value("content-type").toLower();
+    if (type.startsWith("multipart/"))
+        return type.contains("boundary");
+    return header.fields.contains("mime-version") &&
+           (type.startsWith("text/html") || type.startsWith("application/xhtml+xml"));
+}
+
 QByteArray WebMIMEMessage::decodeQuotedPrintable(QByteArrayView body) {
     QByteArray out;
     out.reserve(body.size());
@@ -300,54 +283,32 @@ QByteArray WebMIMEMessage::decodeQuotedPrintable(QByteArrayView body) {
         const bool isSoft = line.endsWith('=');
         if (isSoft)
             line.chop(1);
-        if (line.contains('='))
-            out += decodeHexEscapes(line, '=');
-        else
-            out += line;
+        out += decodeHexEscapes(line, '=');
         if (!isSoft)
             out += lineEnd;
     }
     return out;
 }
 
-QByteArray WebMIMEMessage::decodeBase64(QByteArrayView body) {
-    return QByteArray::fromBase64(QByteArray::fromRawData(body.data(), body.size()));
+QByteArray WebMIMEMessage::decodeEncodedWords(const QByteArray &text) {
+    // Blanks between two encoded words only part them.
+    static const QRegularExpression words(QStringLiteral(
+        R"(=\?([^?*\s]+)(?:\*[^?\s]*)?\?([BbQq])\?([^?]*)\?=(?:\s+(?==\?[^?\s]+\?[BbQq]\?[^?]*\?=))?)"));
+    QByteArray out;
+    qsizetype copied = 0;
+    // One unit of Latin-1 is one byte of the text.
+    for (auto each = words.globalMatch(QString::fromLatin1(text)); each.hasNext();) {
+        const QRegularExpressionMatch word = each.next();
+        QStringDecoder decoder(word.captured(1).toLatin1().constData());
+        if (!decoder.isValid())
+            continue;
+        QByteArray bytes = word.captured(3).toLatin1();
+        bytes = word.captured(2).toLower() == u'b' ? QByteArray::fromBase64(bytes)
+                                                   : decodeHexEscapes(bytes.replace('_', ' '), '=');
+        out += text.mid(copied, word.capturedStart() - copied) + QString(decoder(bytes)).toUtf8();
+        copied = word.capturedEnd();
+    }
+    return out + text.mid(copied);
 }
 
-QByteArray WebMIMEMessage::decodeEncodedWords(QByteArrayView text) {
-    QByteArray out;
-    qsizetype at = 0;
-    bool afterWord = false;
-    while (at < text.size()) {
-        const qsizetype start = text.indexOf("=?", at);
-        if (start < 0)
-            break;
-        const qsizetype charsetEnd = text.indexOf('?', start + 2);
-        const qsizetype wayEnd = charsetEnd < 0 ? -1 : text.indexOf('?', charsetEnd + 1);
-        const qsizetype end = wayEnd < 0 ? -1 : text.indexOf("?=", wayEnd + 1);
-        if (end < 0)
-            break;
-        QByteArray charset = text.sliced(start + 2, charsetEnd - start - 2).toByteArray();
-        charset.truncate(charset.indexOf('*') < 0 ? charset.size() : charset.indexOf('*'));
-        const QByteArrayView way = text.sliced(charsetEnd + 1, wayEnd - charsetEnd - 1);
-        const WebTextEncoding encoding = WebTextEncodingForLabel(charset);
-        const bool isBase64 = way.compare("B", Qt::CaseInsensitive) == 0;
-        const QByteArrayView between = text.sliced(at, start - at);
-        if (encoding == WebTextEncoding::None || (!isBase64 && way.compare("Q", Qt::CaseInsensitive) != 0)) {
-            out += text.sliced(at, start + 2 - at);
-            at = start + 2;
-            afterWord = false;
-            continue;
-        }
-        // Blanks between two encoded words only part them.
-        if (!afterWord || !between.trimmed().isEmpty())
-            out += between;
-        QByteArray word = text.sliced(wayEnd + 1, end - wayEnd - 1).toByteArray();
-        word = isBase64 ? QByteArray::fromBase64(word) : decodeHexEscapes(word.replace('_', ' '), '=');
-        out += WebDecodeText(word, encoding).toUtf8();
-        at = end + 2;
-        afterWord = true;
-    }
-    out += text.sliced(at);
-    return out;
-}
+} // namespace zr

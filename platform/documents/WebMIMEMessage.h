@@ -4,14 +4,14 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QHash>
-#include <QString>
 #include <optional>
 #include <vector>
 
-/// One entity of a MIME message (RFC 2045): its header fields that matter to web pages, and its decoded body
-/// or its parts.
+namespace zr {
+
+/// One entity of a MIME message (RFC 2045): its header fields that matter to web pages, and its decoded body or its parts.
 struct WebMIMEPart {
-    QByteArray type;                          ///< "text/html" in lower case; "text/plain" where none is given
+    QByteArray type;                          ///< "text/html" in lower case; "text/plain" if none is given
     QHash<QByteArray, QByteArray> parameters; ///< of the content type, names in lower case
     QByteArray contentID;                     ///< without its angle brackets
     QByteArray location;                      ///< Content-Location (RFC 2557), unfolded and decoded
@@ -22,15 +22,19 @@ struct WebMIMEPart {
     bool isMultipart() const { return type.startsWith("multipart/"); }
 };
 
-/// Reads MIME messages: multiparts within multiparts, quoted-printable and base64, folded header fields,
-/// encoded words and extended parameters, lines ending in LF or CRLF, and a missing last boundary.
+/// Reads MIME messages: multiparts within multiparts, quoted-printable and base64, folded header fields, encoded words
+/// and extended parameters, lines ending in LF or CRLF, and a missing last boundary. Any thread.
 class WebMIMEMessage {
 public:
-    /// Reads a whole message; nothing where it is none or beyond the limits of depth and number of parts.
+    /// Reads a whole message; nothing if it is none, or beyond the limits of depth and number of parts.
     static std::optional<WebMIMEPart> messageWithData(const QByteArray &data);
+    /// Whether bytes begin as a message that holds a web page: nothing but header fields up to the first empty line,
+    /// among them a content type of several parts or, with a MIME version, of HTML.
+    static bool mayHoldPage(QByteArrayView data);
 
     static QByteArray decodeQuotedPrintable(QByteArrayView body);
-    static QByteArray decodeBase64(QByteArrayView body);
-    /// Text of a header field with its encoded words (RFC 2047) decoded, as UTF-8.
-    static QByteArray decodeEncodedWords(QByteArrayView text);
+    /// The text of a header field with its encoded words (RFC 2047) decoded, as UTF-8.
+    static QByteArray decodeEncodedWords(const QByteArray &text);
 };
+
+} // namespace zr

@@ -1,93 +1,49 @@
 // SPDX-License-Identifier: MIT
 #include "platform/documents/WebReferenceRewriter.h"
 
-#include <QChar>
+#include "platform/base/ASCII.h"
+#include "platform/text/MarkupScanner.h"
+
+namespace zr {
 
 namespace {
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f';
-}
-
 bool isURLEnd(char c) {
-    return isBlank(c) || c == '"' || c == '\'' || c == '<' || c == '>' || c == ')' || c == '`';
+    return isASCIISpace(uchar(c)) || QByteArrayView("\"'<>)`").contains(c);
 }
 
 bool isSchemeChar(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '+' ||
-           c == '-' || c == '.';
-}
-
-bool startsWith(QByteArrayView text, QByteArrayView lowerCaseStart) {
-    return text.size() >= lowerCaseStart.size() &&
-           text.first(lowerCaseStart.size()).compare(lowerCaseStart, Qt::CaseInsensitive) == 0;
-}
-
-/// The end of a tag that starts at `at`: past its ">", which quoted values may hold too.
-qsizetype endOfTag(QByteArrayView markup, qsizetype at) {
-    char quote = 0, last = 0;
-    for (; at < markup.size(); ++at) {
-        const char c = markup[at];
-        if (quote) {
-            if (c == quote)
-                quote = 0;
-        } else if ((c == '"' || c == '\'') && last == '=') {
-            quote = c;
-        } else if (c == '>') {
-            return at + 1;
-        }
-        if (!isBlank(c))
-            last = c;
-    }
-    return markup.size();
-}
-
-qsizetype indexOfEndTag(QByteArrayView markup, QByteArrayView name, qsizetype from) {
-    for (qsizetype at = markup.indexOf("</", from); at >= 0; at = markup.indexOf("</", at + 2)) {
-        if (startsWith(markup.sliced(at + 2), name))
-            return at;
-    }
-    return markup.size();
+    return isASCIILetter(uchar(c)) || isASCIIDigit(uchar(c)) || c == '+' || c == '-' || c == '.';
 }
 
 } // namespace
 
-QByteArray WebReferenceRewriter::rewriteMarkup(const QByteArray &markup) const {
-    const QByteArrayView view(markup);
+QByteArray WebReferenceRewriter::rewriteMarkup(const QByteArray &markup, bool isXML) const {
+    using Scanner = MarkupScanner<QLatin1StringView>;
+    Scanner scanner(QLatin1StringView(markup), isXML ? Scanner::Syntax::XML : Scanner::Syntax::HTML);
     QByteArray out;
     out.reserve(markup.size() + markup.size() / 16);
-    for (qsizetype at = 0; at < view.size();) {
-        const qsizetype open = view.indexOf('<', at);
-        if (open < 0) {
-            out += view.sliced(at);
+    bool isInStyle = false;
+    while (scanner.next()) {
+        const QByteArrayView token(scanner.text().data(), scanner.text().size());
+        switch (scanner.token()) {
+        case Scanner::Token::StartTag:
+            isInStyle = scanner.isNamed(QLatin1StringView("style")) && !scanner.isSelfClosing();
+            rewrite(token, scanner.isNamed(QLatin1StringView("base")), out);
             break;
-        }
-        out += view.sliced(at, open - at);
-        const QByteArrayView rest = view.sliced(open);
-        if (rest.startsWith("<!--")) {
-            const qsizetype end = view.indexOf("-->", open + 2);
-            at = end < 0 ? view.size() : end + 3;
-            out += view.sliced(open, at - open);
-            continue;
-        }
-        const bool isTag = rest.size() > 1 && (QChar::isLetter(uint(uchar(rest[1]))) || rest[1] == '?');
-        if (!isTag) {
-            out += '<';
-            at = open + 1;
-            continue;
-        }
-        at = endOfTag(view, open + 1);
-        rewrite(view.sliced(open, at - open), startsWith(rest, "<base"), out);
-        for (const QByteArrayView raw : {"style", "script"}) {
-            if (!startsWith(rest.sliced(1), raw) || rest.size() <= raw.size() + 1 ||
-                isSchemeChar(rest[raw.size() + 1]))
-                continue;
-            const qsizetype end = indexOfEndTag(view, raw, at);
-            if (raw == "style")
-                rewrite(view.sliced(at, end - at), false, out);
+        case Scanner::Token::Instruction:
+            rewrite(token, false, out);
+            break;
+        case Scanner::Token::Text:
+        case Scanner::Token::CDATA:
+            if (isInStyle)
+                rewrite(token, false, out);
             else
-                out += view.sliced(at, end - at);
-            at = end;
+                out += token;
+            break;
+        default:
+            isInStyle = isInStyle && scanner.token() != Scanner::Token::EndTag;
+            out += token;
         }
     }
     return out;
@@ -134,3 +90,5 @@ void WebReferenceRewriter::rewrite(QByteArrayView text, bool isBase, QByteArray 
     }
     out += text.sliced(copied);
 }
+
+} // namespace zr

@@ -35,7 +35,8 @@ QString selfContainedMarkup(const QUrl &url) {
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || file.size() > largestReadFile)
         return {};
     const std::optional<WebDocument> document = WebDocument::documentWithData(file.readAll(), "text/html");
-    if (!document || document->archive() || WebDocumentTraits::mayDependOnAddress(document->text()))
+    if (!document || document->mimeType().isEmpty() ||
+        WebDocumentTraits::mayDependOnAddress(document->text()))
         return {};
     return document->text();
 }
@@ -71,6 +72,12 @@ WebSource sourceFor(const WebDocument &document, const QUrl &baseURL) {
     if (document.archive())
         return {.url = QString::fromUtf8(document.archive()->mainResource().url),
                 .archive = document.archive()};
+    if (!document.encodedData().isNull())
+        return {.body = document.encodedData(),
+                .contentType = document.encodedType(),
+                .decoded = [document, baseURL](const QString &text) {
+                    return sourceFor(document.decoded(text), baseURL);
+                }};
     if (document.isPicture())
         return {.markup = document.text(), .isPicture = true};
     const bool hasAddress = isWebAddress(baseURL);

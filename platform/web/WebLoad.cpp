@@ -21,6 +21,12 @@ constexpr char settleScript[] =
 
 constexpr char decodeScript[] = "document.images[0].decode().then(()=>true,()=>false)";
 
+/// The text of a frame's own bytes in the encoding that the engine reads them in. The decoders that scripts have don't
+/// know the one that makes a whole document a single replacement character.
+const QString textScript = QStringLiteral("fetch('data:;base64,%1').then(r=>r.arrayBuffer()).then(b=>{try{"
+                                          "return new TextDecoder(document.characterSet)"
+                                          ".decode(b)}catch{return'\\uFFFD'}})");
+
 /// How the browser answers what was asked of a document that has gone.
 constexpr QLatin1StringView navigatedText("Inspected target navigated or closed");
 
@@ -75,7 +81,39 @@ void WebLoad::begin() {
     m_gate.open(m_source, weak_from_this(), [weak = weak_from_this()] {
         const std::shared_ptr<WebLoad> load = weak.lock();
         if (load && load->isLoading())
-            load->goThere();
+            load->m_source.decoded ? load->decode() : load->goThere();
+    });
+}
+
+void WebLoad::decode() {
+    // In a frame at another origin, so that the page's own encoding has no part in it.
+    const QString frame =
+        QStringLiteral("<iframe src='%1'></iframe>").arg(QLatin1StringView(WebArchive::madeUpOrigin));
+    m_session.call("Page.setDocumentContent", DevToolsParams().add("frameId", m_mainFrame).add("html", frame),
+                   during([this](const DevToolsMessage &reply) {
+                       if (reply.isError())
+                           fail(errorFor(reply.error()));
+                   }));
+    const auto takeText = [this](const DevToolsMessage &reply) {
+        const QJsonValue text = reply.object()[u"result"][u"value"];
+        if (text.isString()) {
+            m_source = m_source.decoded(text.toString());
+            begin();
+        } else {
+            fail(errorFor(QStringLiteral("The text cannot be decoded")));
+        }
+    };
+    afterLoadEvent([this, takeText] {
+        m_session.call("Page.createIsolatedWorld", DevToolsParams().add("frameId", m_decodingFrame),
+                       during([this, takeText](const DevToolsMessage &reply) {
+                           const QString bytes = QString::fromLatin1(m_source.body.toBase64());
+                           m_session.call("Runtime.evaluate",
+                                          DevToolsParams()
+                                              .add("expression", textScript.arg(bytes))
+                                              .add("awaitPromise", true)
+                                              .add("contextId", reply.object()[u"executionContextId"]),
+                                          during(takeText));
+                       }));
     });
 }
 
@@ -260,7 +298,10 @@ void WebLoad::archiveCame(const WebArchive &archive) {
 
 void WebLoad::frameAttached(const QJsonObject &event) {
     m_leavesTraces = true;
-    if (isLoading())
+    if (m_source.decoded) {
+        if (event[u"parentFrameId"].toString() == m_mainFrame)
+            m_decodingFrame = event[u"frameId"].toString();
+    } else if (isLoading())
         m_events.didAttachFrame(event[u"frameId"].toString(), event[u"parentFrameId"].toString());
 }
 

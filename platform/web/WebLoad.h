@@ -67,6 +67,7 @@ private:
     DevToolsPipe::ReplyHandler during(std::function<void(const DevToolsMessage &)> handler);
     void proveLife();
     void begin();
+    void decode();
     void goThere();
     void navigate(const QString &url, const std::function<void()> &committed);
     void setContent(const QString &markup);
@@ -91,6 +92,7 @@ private:
     bool m_mayLoadFonts = false;
     bool m_leavesTraces = false;
     bool m_isReplaced = false;
+    QString m_decodingFrame;
     QString m_loader; ///< names the navigation that brought the document, if one did
     NSError m_documentError;
     QSet<QString> m_failedFrames;

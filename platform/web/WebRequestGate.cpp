@@ -15,6 +15,9 @@ namespace {
 constexpr char everyDocument[] =
     "[{\"resourceType\":\"Document\"},{\"resourceType\":\"Document\",\"requestStage\":\"Response\"}]";
 
+/// Keeps a document that is decoded from loading anything, and from moving on.
+constexpr char decodingPolicy[] = "sandbox allow-same-origin; default-src 'none'; connect-src data:";
+
 /// Names no request: the load makes none for its document.
 const QString noRequest = QStringLiteral("none");
 
@@ -76,6 +79,7 @@ void WebRequestGate::open(const WebSource &source, const std::weak_ptr<Listener>
     m_documents.clear();
     m_body = source.body;
     m_contentType = source.contentType;
+    m_isDecoding = bool(source.decoded);
     if (source.archive) {
         m_server = std::make_unique<WebArchiveServer>(m_session, *source.archive);
         m_server->start(ready);
@@ -98,7 +102,7 @@ void WebRequestGate::requestPaused(const QJsonObject &event) {
     else if (event.contains(u"responseStatusCode") && !event.contains(u"responseErrorReason"))
         // A request that has failed has no body, and asking for one ends some browsers.
         responsePaused(event);
-    else if (isMain && !m_contentType.isEmpty())
+    else if ((isMain || m_isDecoding) && !m_contentType.isEmpty())
         fulfill(request, m_contentType, m_body);
     else
         proceed(request);
@@ -160,8 +164,15 @@ void WebRequestGate::refuse(const QJsonValue &request) {
 
 void WebRequestGate::fulfill(const QJsonValue &request, const QByteArray &contentType,
                              const QByteArray &body) {
-    const QJsonArray headers{QJsonObject{{QStringLiteral("name"), QStringLiteral("Content-Type")},
-                                         {QStringLiteral("value"), QString::fromLatin1(contentType)}}};
+    const auto field = [](const char *name, const QByteArray &value) {
+        return QJsonObject{{QStringLiteral("name"), QLatin1StringView(name)},
+                           {QStringLiteral("value"), QString::fromLatin1(value)}};
+    };
+    QJsonArray headers{field("Content-Type", contentType)};
+    if (m_isDecoding) {
+        headers.append(field("X-Content-Type-Options", "nosniff"));
+        headers.append(field("Content-Security-Policy", decodingPolicy));
+    }
     m_session.call("Fetch.fulfillRequest", DevToolsParams()
                                                .add("requestId", request)
                                                .add("responseCode", 200)

@@ -65,6 +65,7 @@ private:
     const QString m_mainFrame;
     std::weak_ptr<Listener> m_listener;
     QByteArray m_body, m_contentType;
+    bool m_isDecoding = false; ///< the body is for a frame, which may load nothing else
     std::unique_ptr<WebArchiveServer> m_server;
     QString m_mainRequest;               ///< the load's own; empty until it is made
     QSet<QString> m_parts;               ///< requests for what layout needs

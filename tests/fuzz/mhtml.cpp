@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+using namespace zr;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     const QByteArray data(reinterpret_cast<const char *>(bytes), qsizetype(size));
     const auto archive = WebArchive::archiveWithMIMEMessage(data);

@@ -4,9 +4,11 @@
 
 #include "platform/pdf/PDFDocument.h"
 #include "tests/support/HTTPServer.h"
+#include "tests/support/LogCapture.h"
 
 #include <QFile>
 #include <QProcess>
+#include <QStringEncoder>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -81,6 +83,19 @@ public:
                         {QStringLiteral("--qdf"), QStringLiteral("--object-streams=disable"), path(),
                          QStringLiteral("-")})
             .contains("(" + url + ")");
+    }
+    /// Where the page's links lead to outside.
+    QByteArrayList links() const {
+        QByteArrayList found;
+        for (const QByteArray &line :
+             outputOf(QStringLiteral("qpdf"),
+                      {QStringLiteral("--qdf"), QStringLiteral("--object-streams=disable"), path(),
+                       QStringLiteral("-")})
+                 .split('\n')) {
+            if (const qsizetype at = line.indexOf("/URI ("); at >= 0)
+                found << line.mid(at + 6, line.lastIndexOf(')') - at - 6);
+        }
+        return found;
     }
     /// The colour of a pixel of the page, one a point, as "r,g,b".
     QByteArray colourAt(int x, int y) const {
@@ -178,6 +193,130 @@ TEST(DocumentKinds, HTMLInAnyEncoding) {
                 "<meta http-equiv=content-type content='text/html; charset=shift_jis'><p>\x93\xFA\x96\x7B"))
             .text(),
         QString::fromUtf8("日本"));
+}
+
+TEST(DocumentKinds, OldEncodingsAreReadAsDeclared) {
+    for (const auto &[name, text] : std::initializer_list<std::pair<const char *, const char *>>{
+             {"windows-1251", "Съешь же ещё этих булок"},
+             {"koi8-r", "Съешь же этих булок"},
+             {"iso-8859-7", "Τιμολόγιο για υπηρεσίες"},
+             {"windows-1257", "Sąskaita už paslaugas"},
+             {"macintosh", "élèves français"},
+             {"shift_jis", "請求書をお送りします"},
+             {"euc-jp", "請求書をお送りします"},
+             {"iso-2022-jp", "請求書をお送りします"},
+             {"euc-kr", "한국어 시험 문서"},
+             {"gb18030", "这是一份发票"},
+             {"big5", "這是一份發票"}}) {
+        const QString expected = QString::fromUtf8(text);
+        const QByteArray label(name), end = label == "iso-2022-jp" ? "\x1B(B" : "";
+        const QByteArray encoded = QStringEncoder(name)(expected) + end;
+        const QByteArray body = "<body><p>" + encoded + "</p></body></html>";
+        for (const QByteArray &page :
+             {"<html><head><meta charset=" + label + "></head>" + body,
+              "<html><head><meta content='text/html;charset=\"" + label.toUpper() +
+                  "\"' http-equiv=Content-Type></head>" + body,
+              "<html><head><style>" + QByteArray(5000, ' ') + "</style><meta charset=" + label + "></head>" +
+                  body,
+              "<?xml version=\"1.0\" encoding=\"" + label +
+                  "\"?><html xmlns=\"http://www.w3.org/1999/xhtml\"><head><title>x</title></head>" + body})
+            EXPECT_EQ(Converted(page).text(), expected) << page.left(150).constData();
+        EXPECT_EQ(
+            Converted(QUrl::fromEncoded("data:text/plain;charset=" + label + ";base64," + encoded.toBase64()))
+                .text(),
+            expected)
+            << name;
+    }
+}
+
+TEST(DocumentKinds, OldEncodingsThatNothingDeclaresAreRecognised) {
+    for (const auto &[name, text] : std::initializer_list<std::pair<const char *, const char *>>{
+             {"windows-1252",
+              "Les élèves français étudient à l’école où la bibliothèque a été rénovée cet été."},
+             {"windows-1252", "Müller & Söhne – Straße 5, größer"},
+             {"windows-1251", "Счёт на оплату услуг за ноябрь. Итого к оплате: 1200 рублей."},
+             {"windows-1251", "Привет, мир!"},
+             {"koi8-r", "Съешь же этих мягких французских булок да выпей чаю."},
+             {"windows-1250", "Zażółć gęślą jaźń, to jest tekst po polsku, a ten śpi."},
+             {"windows-1254", "Türkçe bir metin, şöyle böyle değil ığüşöç"},
+             {"shift_jis", "テスト文書です。"},
+             {"euc-jp", "日本語の文章をここに書きます。カタカナもあります。"},
+             {"euc-kr", "한국어 문장을 여기에 씁니다. 충분한 길이가 필요합니다."},
+             {"big5", "這是一段繁體中文的文字，用來測試編碼的判定。"},
+             {"gb18030", "这是一份发票，请查收。"}}) {
+        const QString expected = QString::fromUtf8(text);
+        const QByteArray encoded = QStringEncoder(name)(expected);
+        EXPECT_EQ(Converted("<p>" + QByteArray(encoded).replace("&", "&amp;")).text(), expected) << name;
+        EXPECT_EQ(Converted(encoded).text(), expected) << name;
+    }
+    const QByteArray escapes = QStringEncoder("iso-2022-jp")(QString::fromUtf8("日本語の文章"));
+    EXPECT_EQ(Converted(escapes).text(), QString::fromUtf8("日本語の文章"));
+}
+
+TEST(DocumentKinds, AnOldEncodingChangesNothingButTheText) {
+    HTTPServer server([](const HTTPServer::Request &) {
+        return HTTPServer::Response{.contentType = "image/png",
+                                    .body = contentsOf(documents + QStringLiteral("red.png"))};
+    });
+    const QByteArray page =
+        "<meta charset=windows-1252><style>body{margin:0;background:#0f0}img{display:block}</style><img "
+        "src=\"" +
+        server.url(QStringLiteral("/red.png")).toEncoded() +
+        "\"><img alt=\"\" src=nowhere.png><a href=nowhere.html>caf\xE9</a> <a "
+        "href=https://example.com/>x</a><iframe srcdoc=inner></iframe>";
+    const LogCapture log;
+    const Converted made(page);
+    EXPECT_TRUE(made.text().contains(QString::fromUtf8("café x"))) << made.text().toStdString();
+    EXPECT_EQ(made.colourAt(8, 8), "255,0,0");
+    EXPECT_EQ(made.colourAt(790, 1100), "0,255,0");
+    EXPECT_EQ(made.links(), QByteArrayList{"https://example.com/"});
+    EXPECT_EQ(server.requests().size(), 1);
+    EXPECT_EQ(log.lines(),
+              (QStringList{QStringLiteral("didFinishLoadForFrame <WebFrame: sub-frame, about:srcdoc>"),
+                           QStringLiteral("didFinishLoadForFrame <WebFrame: main, about:blank>")}));
+}
+
+TEST(DocumentKinds, ADocumentThatReloadsItselfIsDecodedAllTheSame) {
+    for (const char *target :
+         {"", ";url=about:blank", ";url=https://no-such-host.invalid/", ";url=data:text/html,no"}) {
+        const QByteArray page = "<meta http-equiv=refresh content='0" + QByteArray(target) + "'><p>caf\xE9";
+        EXPECT_EQ(Converted(page).text(), QString::fromUtf8("café")) << target;
+    }
+}
+
+TEST(DocumentKinds, MalformedBytesBecomeReplacementCharacters) {
+    EXPECT_EQ(Converted(QByteArray("<meta charset=utf-8><p>a\xFF"
+                                   "b"))
+                  .text(),
+              QString::fromUtf8("a\uFFFDb"));
+    EXPECT_EQ(Converted(QByteArray("<meta charset=shift_jis><p>a\x82<b>b</b>")).text(),
+              QString::fromUtf8("a\uFFFDb"));
+    EXPECT_EQ(Converted(QByteArray("<meta charset=iso-2022-kr><p>caf\xE9")).text(),
+              QString::fromUtf8("\uFFFD"));
+}
+
+TEST(DocumentKinds, ClaimsThatCountForNothingChangeNothing) {
+    for (const char *page : {"<!-- charset=koi8-r --><p>\xC3\xA9", "<p title='charset=koi8-r'>\xC3\xA9",
+                             "<meta name=x content='charset=koi8-r'><p>\xC3\xA9"})
+        EXPECT_EQ(Converted(QByteArray(page)).text(), QString::fromUtf8("é")) << page;
+    EXPECT_EQ(Converted(QByteArray("<meta charset=iso-8859-5><p>\xC3\xA9")).text(), QString::fromUtf8("УЉ"));
+}
+
+TEST(DocumentKinds, PartsOfArchivesAreReadInTheirOwnEncodings) {
+    const QByteArray start =
+        "MIME-Version: 1.0\nContent-Type: multipart/related; boundary=b\n\n--b\nContent-Type: "
+        "text/html; charset=koi8-r\n\n<p>\xF0\xD2\xC9\xD7\xC5\xD4<iframe src=f></iframe>\n--b\n";
+    EXPECT_EQ(
+        Converted(start +
+                  "Content-Type: text/html; charset=windows-1253\nContent-Location: f\n\n\xE1\xE2\xE3\n--b--")
+            .text(),
+        QString::fromUtf8("αβγ Привет"));
+    EXPECT_EQ(
+        Converted(
+            start +
+            "Content-Type: text/html\nContent-Location: f\n\n<meta charset=windows-1253>\xE1\xE2\xE3\n--b--")
+            .text(),
+        QString::fromUtf8("αβγ Привет"));
 }
 
 TEST(DocumentKinds, XHTMLIsParsedAsXML) {

@@ -6,6 +6,8 @@
 #include <QVariantMap>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 QByteArray part(const QByteArray &header, const QByteArray &body) {
@@ -131,7 +133,7 @@ TEST(WebArchive, RelativeLocationsResolveAgainstBasesAndTheMainResource) {
     const auto nameless = related({part("Content-Type: text/html", "<img src=i.png>"),
                                    part("Content-Type: image/png\r\nContent-Location: i.png", "1")});
     ASSERT_TRUE(nameless);
-    EXPECT_TRUE(nameless->mainResource().url.startsWith(WebArchive::madeUpOrigin));
+    EXPECT_EQ(nameless->mainResource().url, WebArchive::madeUpOrigin);
     EXPECT_NE(nameless->resourceForURL(QByteArray(WebArchive::madeUpOrigin) + "i.png"), nullptr);
 }
 
@@ -174,6 +176,19 @@ TEST(WebArchive, UTF16PagesAreRewrittenToo) {
     ASSERT_TRUE(archive);
     EXPECT_TRUE(archive->mainResource().data.startsWith("<img src=\"https://"));
     EXPECT_EQ(archive->mainResource().contentType(), "text/html; charset=utf-8");
+}
+
+TEST(WebArchive, TypesThatNoHeaderFieldCanHoldAreLeftOut) {
+    const auto typed = [](const char *type, const char *encoding) {
+        return listed({{mainKey, resource("https://a.example/", "text/html", "x")},
+                       {subKey, QVariantList{resource("https://a.example/b", type, "y", encoding)}}})
+            ->resources()[1]
+            .contentType();
+    };
+    EXPECT_EQ(typed("text/css", "koi8-r"), "text/css; charset=koi8-r");
+    EXPECT_EQ(typed("text/css", "koi8-r\r\nRefresh: 0"), "text/css");
+    EXPECT_EQ(typed("text/css", "\xC3\xA9"), "text/css");
+    EXPECT_EQ(typed("text/css\nRefresh: 0", "koi8-r"), QByteArray());
 }
 
 TEST(WebArchive, MIMEMessagesThatAreNoArchive) {

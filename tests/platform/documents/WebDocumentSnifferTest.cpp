@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/documents/WebDocumentSniffer.h"
 
-#include "platform/documents/WebTextEncoding.h"
-
 #include <QStringEncoder>
 #include <gtest/gtest.h>
+
+using namespace zr;
 
 using Kind = WebDocumentKind;
 
@@ -55,7 +55,8 @@ TEST(WebDocumentSniffer, HTMLBeginsWithItsDoctypeOrAnElementOfItsOwn) {
                              "<span>x</span>",
                              "<svg width=1>",
                              "<!-- a --><!-- b --><html>",
-                             "<?php echo ?><html>"})
+                             "<?php echo ?><html>",
+                             "<?xml:namespace prefix = o ns = \"urn:x\" /><p>x<?php ?>"})
         EXPECT_EQ(kind(html), Kind::HTML) << html;
     for (const char *text : {"< p>", "<pq>", "<unknown>", "<3 you", "a <p>", "<"})
         EXPECT_EQ(kind(text), Kind::PlainText) << text;
@@ -94,6 +95,7 @@ TEST(WebDocumentSniffer, OtherXML) {
     EXPECT_EQ(kind("<?xml version=\"1.0\"?><rss version=\"2.0\"/>"), Kind::XML);
     EXPECT_EQ(kind("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict/></plist>"),
               Kind::PropertyListArchive);
+    EXPECT_EQ(kind("<plist><dict/></plist>"), Kind::PlainText);
     EXPECT_EQ(kind("<!DOCTYPE plist PUBLIC \"x\" \"y\"><plist version=\"1.0\">"), Kind::PropertyListArchive);
 }
 

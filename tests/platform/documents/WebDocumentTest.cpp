@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/documents/WebDocument.h"
 
+#include <QStringEncoder>
 #include <gtest/gtest.h>
+
+using namespace zr;
 
 namespace {
 
@@ -13,17 +16,98 @@ std::optional<WebDocument> document(const QByteArray &data, const QByteArray &mi
 } // namespace
 
 TEST(WebDocument, HTMLIsItsDecodedText) {
-    const auto made = document("<p>caf\xE9 au lait");
+    const auto made = document("<p>caf\xC3\xA9 au lait");
     ASSERT_TRUE(made);
     EXPECT_EQ(made->text(), QString::fromUtf8("<p>café au lait"));
     EXPECT_EQ(made->mimeType(), "text/html");
     EXPECT_EQ(made->blankURL(), "about:blank");
     EXPECT_FALSE(made->archive());
+    EXPECT_TRUE(made->encodedData().isNull());
+}
+
+TEST(WebDocument, UTF8IsTextAtOnceUnlessAnotherEncodingIsClaimed) {
+    for (const char *text :
+         {"<p>\xC3\xA9", "<meta charset=utf-8><p>\xC3\xA9", "<META CHARSET = ' UTF8 '><p>\xC3\xA9",
+          "<meta http-equiv=content-type content=\"text/html; charset=utf-8\"><p>\xC3\xA9",
+          "<?xml version=\"1.0\" encoding=\"UTF-8\"?><svg "
+          "xmlns=\"http://www.w3.org/2000/svg\">\xC3\xA9</svg>",
+          "<p>the charset is \xC3\xA9", "<meta charset=koi8-r><p>ASCII", "<p>charset=big5 \xC3\xA9",
+          "<meta charset=utf-8x><p>\xC3\xA9", "<meta charset><meta charset=\"\"><p charset=koi8-r>\xC3\xA9",
+          "<!-- <meta charset=koi8-r> --><p>\xC3\xA9", "<meta name=x content='charset=koi8-r'><p>\xC3\xA9",
+          "<title><meta charset=koi8-r></title><p title='<meta charset=koi8-r>'>\xC3\xA9"}) {
+        const auto made = document(text);
+        ASSERT_TRUE(made) << text;
+        EXPECT_TRUE(made->encodedData().isNull()) << text;
+        EXPECT_TRUE(made->text().contains(QString::fromUtf8(text))) << text;
+    }
+    for (const char *text :
+         {"<meta charset=iso-8859-5><p>\xC3\xA9",
+          "<META\nHTTP-EQUIV=content-type CONTENT='text/html;CHARSET = \"koi8-r\"'><p>\xC3\xA9",
+          "<?xml version='1.0' encoding = 'big5' ?><p>\xC3\xA9", "<p>caf\xE9", "\x1B$B$\"\x1B(B",
+          "<meta charset=utf-8>\xFF"}) {
+        const auto made = document(text);
+        ASSERT_TRUE(made) << text;
+        EXPECT_EQ(made->encodedData(), text);
+        EXPECT_TRUE(made->text().isNull() && made->mimeType().isEmpty()) << text;
+    }
+    const QByteArray style = "<style>" + QByteArray(5000, ' ') + "</style>",
+                     meta = "<meta charset=koi8-r>\xC3\xA9";
+    EXPECT_TRUE(document("<html><head>" + style + "</head><body>" + meta)->encodedData().isNull());
+    EXPECT_FALSE(document("<html><head>" + style + meta + "</head><body>")->encodedData().isNull());
+    EXPECT_FALSE(document("<html><head></head><body>" + meta)->encodedData().isNull());
+    // Nothing in plain text is a declaration.
+    EXPECT_EQ(document("charset=koi8-r \xC3\xA9")->mimeType(), "text/html");
+}
+
+TEST(WebDocument, ByteOrderMarksAndUTF16AreTextAtOnceWhateverIsClaimed) {
+    const QString text = QString::fromUtf8("<meta charset=koi8-r><p>é 日本 😀");
+    for (const auto form : {QStringConverter::Utf8, QStringConverter::Utf16LE, QStringConverter::Utf16BE,
+                            QStringConverter::Utf32LE, QStringConverter::Utf32BE}) {
+        QStringEncoder encoder(form, QStringConverter::Flag::WriteBom);
+        const QByteArray bytes = encoder(text);
+        EXPECT_EQ(document(bytes)->text(), text);
+        EXPECT_EQ(document(bytes, "text/html", "koi8-r")->text(), text);
+    }
+    for (const auto form : {QStringConverter::Utf16LE, QStringConverter::Utf16BE}) {
+        QStringEncoder encoder(form);
+        const QByteArray bytes = encoder(text);
+        EXPECT_EQ(document(bytes)->text(), text);
+        EXPECT_EQ(document(bytes, "text/html", "utf-16")->encodedType(), "text/html; charset=utf-16");
+    }
+    EXPECT_EQ(document("\xEF\xBB\xBF"
+                       "a\xFF"
+                       "b",
+                       "text/html")
+                  ->text(),
+              QString::fromUtf8("a\uFFFDb"));
+    EXPECT_EQ(document(QByteArray("\xFF\xFE<\0p", 5), "text/html")->text(), QString::fromUtf8("<\uFFFD"));
+    const auto empty = document("\xEF\xBB\xBF", "text/html");
+    EXPECT_TRUE(empty->text().isEmpty() && empty->encodedData().isNull());
+}
+
+TEST(WebDocument, TheCharsetFromOutsideGoesToTheEngine) {
+    EXPECT_EQ(document("<p>x", "text/html", "koi8-r")->encodedType(), "text/html; charset=koi8-r");
+    EXPECT_EQ(document("x", "text/css", "koi8-r")->encodedType(), "text/plain; charset=koi8-r");
+    EXPECT_EQ(document("<svg/>", "image/svg+xml", "latin1")->encodedType(), "text/html; charset=latin1");
+    EXPECT_EQ(document("\xC3\xA9", "text/html", " UTF-8 ")->text(), QString::fromUtf8("é"));
+    EXPECT_EQ(document("\xFF", "text/html", "utf-8")->encodedType(), "text/html; charset=utf-8");
+    // What no header field can hold is left out.
+    EXPECT_EQ(document("\xFF", "text/html", "koi8-r\r\nRefresh: 0")->encodedType(), "text/html");
+}
+
+TEST(WebDocument, OnceDecodedADocumentIsWhatItsKindMakesOfTheText) {
+    const QString xhtml = QString::fromUtf8("<html xmlns=\"http://www.w3.org/1999/xhtml\">é</html>");
+    EXPECT_EQ(document("\xE9", "application/xhtml+xml")->decoded(xhtml).mimeType(), "application/xhtml+xml");
+    EXPECT_EQ(document("\xE9", "application/xhtml+xml")->decoded(QStringLiteral("<p>")).mimeType(),
+              "text/html");
+    const WebDocument text = document("\xE9 <")->decoded(QString::fromUtf8("é <"));
+    EXPECT_TRUE(text.text().contains(QString::fromUtf8("\né &lt;</pre>")));
+    EXPECT_TRUE(text.encodedData().isNull());
 }
 
 TEST(WebDocument, WellFormedXMLIsParsedAsItsVocabulary) {
-    const auto xhtml = document("<?xml version=\"1.0\" encoding=\"iso-8859-1\"?><html "
-                                "xmlns=\"http://www.w3.org/1999/xhtml\"><body>\xE9<div/></body></html>");
+    const auto xhtml = document("<?xml version=\"1.0\" encoding=\"utf-8\"?><html "
+                                "xmlns=\"http://www.w3.org/1999/xhtml\"><body>\xC3\xA9<div/></body></html>");
     ASSERT_TRUE(xhtml);
     EXPECT_EQ(xhtml->mimeType(), "application/xhtml+xml");
     EXPECT_TRUE(xhtml->text().contains(QChar(0xE9)));
@@ -78,7 +162,6 @@ TEST(WebDocument, AMIMETypeFromOutsideCountsMoreThanTheBytes) {
     EXPECT_TRUE(document("<p>x", "text/plain")->text().contains(QStringLiteral("&lt;p>x")));
     EXPECT_EQ(document("just text", "text/html")->text(), QStringLiteral("just text"));
     EXPECT_EQ(document("<p>x", "application/octet-stream")->text(), QStringLiteral("<p>x"));
-    EXPECT_EQ(document("<p>\xC3\xA9", "text/html", "iso-8859-1")->text(), QString::fromUtf8("<p>Ã©"));
     EXPECT_FALSE(document("<p>x", "application/pdf"));
 }
 

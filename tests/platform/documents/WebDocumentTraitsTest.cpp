@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/documents/WebDocumentTraits.h"
 
+#include <QElapsedTimer>
 #include <QString>
 #include <gtest/gtest.h>
 
-using namespace WebDocumentTraits;
+using namespace zr::WebDocumentTraits;
 
 TEST(WebDocumentTraits, FontsAreLoadedForFontFacesAndImports) {
     for (const char *yes : {"<style>@font-face{}</style>", "@FONT-FACE {", "@import 'x'", "@f\\6fnt-face{}"})
@@ -33,7 +34,12 @@ TEST(WebDocumentTraits, TracesAreLeftByWhatActsOnThePage) {
                             "<template>",
                             "<meta name=viewport name=referrer>",
                             "<meta name=viewport <meta http-equiv=refresh>",
-                            "<meta\nname\n=\n\"theme-color\">"})
+                            "<meta\nname\n=\n\"theme-color\">",
+                            "<meta name=author content=\"a>b\" http-equiv=refresh>",
+                            "<meta name=author content='a>b' name=referrer>",
+                            "<meta name=author a=b\"c d=\"x>y\" http-equiv=refresh>",
+                            "<meta name=author a=b=\"c d='e\" f>g' http-equiv=refresh>",
+                            "<meta name=author a=\v\"x d='y\" >z' http-equiv=refresh>"})
         EXPECT_TRUE(mayLeaveTraces(QString::fromUtf8(yes))) << yes;
     for (const char *no : {"", "<p>text", "<meta charset=utf-8>", "<META CHARSET='utf-8'/>",
                            "<meta name=viewport content='width=1'>",
@@ -49,6 +55,25 @@ TEST(WebDocumentTraits, ReloadsComeFromMetaElements) {
         EXPECT_TRUE(mayReload(QString::fromUtf8(yes))) << yes;
     for (const char *no : {"refresh", "<meta charset=utf-8>", "<p http-equiv=refresh>"})
         EXPECT_FALSE(mayReload(QString::fromUtf8(no))) << no;
+}
+
+TEST(WebDocumentTraits, TextThatIsNoValidUTF16CouldBeAnything) {
+    const QString text = QChar(0xD800) + QStringLiteral("<p>text");
+    EXPECT_TRUE(mayLoadFonts(text) && mayLeaveTraces(text) && mayReload(text) && mayDependOnAddress(text));
+}
+
+TEST(WebDocumentTraits, HostileMarkupIsLookedThroughInItsOrder) {
+    for (const char *piece : {"<a ", "href ", "<a href ", "<b href ", "<meta ", "<meta name=author ", "url(",
+                              "src", "@ ", "\"'", "<!--", "</"}) {
+        const QString markup = QString::fromLatin1(piece).repeated((4 << 20) / qstrlen(piece));
+        QElapsedTimer timer;
+        timer.start();
+        mayLoadFonts(markup);
+        mayLeaveTraces(markup);
+        mayDependOnAddress(markup);
+        EXPECT_EQ(withoutReloads(markup), markup);
+        EXPECT_LT(timer.elapsed(), 10000) << piece;
+    }
 }
 
 TEST(WebDocumentTraits, ReloadsAreMadeHarmlessAndNothingElseIsTouched) {
@@ -93,6 +118,7 @@ TEST(WebDocumentTraits, ReferencesDependOnTheAddress) {
                             "<area href='http://example.org/'>",
                             "<svg><use href='#a'>",
                             "<svg><image xlink:href=x>",
+                            "<svg><image><animate attributeName=href to=x>",
                             "p{background:url(x.png)}",
                             "p{background:URL( 'x' )}",
                             "@import 'x'",

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 WebMIMEPart read(const QByteArray &data) {

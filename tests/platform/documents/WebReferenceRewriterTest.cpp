@@ -4,6 +4,8 @@
 #include <QElapsedTimer>
 #include <gtest/gtest.h>
 
+using namespace zr;
+
 namespace {
 
 WebReferenceRewriter rewriter() {
@@ -19,7 +21,7 @@ WebReferenceRewriter rewriter() {
 }
 
 QByteArray markup(const QByteArray &text) {
-    return rewriter().rewriteMarkup(text);
+    return rewriter().rewriteMarkup(text, false);
 }
 
 } // namespace
@@ -51,6 +53,21 @@ TEST(WebReferenceRewriter, UnclosedTagsAndQuotesHoldToTheEnd) {
     EXPECT_EQ(markup("<p title=it's><img src=cid:a>"), "<p title=it's><img src=A>");
 }
 
+TEST(WebReferenceRewriter, ElementsThatHoldTextOnlyKeepIt) {
+    for (const char *text : {"<title><img src=cid:a></title>", "<textarea><img src=cid:a></textarea>",
+                             "<xmp><img src=cid:a></xmp>"})
+        EXPECT_EQ(markup(text), text);
+}
+
+TEST(WebReferenceRewriter, XMLEndsElementsWithTheirStartTags) {
+    const auto xml = [](const char *text) { return rewriter().rewriteMarkup(text, true); };
+    EXPECT_EQ(xml("<script src='cid:a'/><img src='cid:a'/>"), "<script src='A'/><img src='A'/>");
+    EXPECT_EQ(xml("<style/>url(cid:a)<style>url(cid:a)<![CDATA[url(cid:a)]]></style>url(cid:a)"),
+              "<style/>url(cid:a)<style>url(A)<![CDATA[url(A)]]></style>url(cid:a)");
+    EXPECT_EQ(xml("<![CDATA[<img src='cid:a'/>]]><\xC3\xA9 src='cid:a'/>"),
+              "<![CDATA[<img src='cid:a'/>]]><\xC3\xA9 src='A'/>");
+}
+
 TEST(WebReferenceRewriter, StyleSheetsAreRewrittenEverywhere) {
     EXPECT_EQ(rewriter().rewriteStyleSheet("@import 'cid:a'; p{background:url( cid:a )} q{color:red}"),
               "@import 'A'; p{background:url( A )} q{color:red}");
@@ -61,7 +78,7 @@ TEST(WebReferenceRewriter, TakesTimeInProportion) {
         QElapsedTimer timer;
         timer.start();
         const QByteArray text = "<p " + QByteArray("cid:").repeated(size / 4);
-        EXPECT_EQ(rewriter().rewriteMarkup(text), text);
+        EXPECT_EQ(rewriter().rewriteMarkup(text, false), text);
         return timer.elapsed();
     };
     EXPECT_LT(milliseconds(8 << 20), 5000);
