@@ -15,17 +15,18 @@ struct WebResource {
     QByteArray mimeType;         ///< in lower case, without parameters; empty if unknown
     QByteArray textEncodingName; ///< empty if unknown
 
-    /// The value of a Content-Type header field, without what no such field can hold; empty if there is none.
+    /// The value of a Content-Type header field, without what no such field can hold; empty if there is
+    /// none.
     QByteArray contentType() const;
 };
 
 /// A web page saved with its parts in one file: a MIME message (MHTML, RFC 2557) or a property list with
 /// WebMainResource, WebSubresources and WebSubframeArchives, binary or XML.
 ///
-/// Resources keep their http and https URLs, so the page's references, links and relative addresses stay what
-/// they were. Everything else that an archive can name a part by (cid:, file:, no URL at all) moves to a host
-/// that exists nowhere, and the references inside of pages and style sheets are rewritten with it: serving
-/// the archive never needs another scheme, and never reaches a local file. A value; any thread.
+/// Resources keep their http and https URLs, so the page's references, links and relative addresses stay
+/// what they were. Everything else that an archive can name a part by (cid:, file:, no URL at all) moves to
+/// a host that exists nowhere, and the references inside of pages and style sheets are rewritten with it:
+/// serving the archive never needs another scheme, and never reaches a local file. A value; any thread.
 class WebArchive {
 public:
     /// The host of parts without a web address; reserved names resolve nowhere (RFC 2606).

@@ -67,7 +67,8 @@ bool isUTF8Label(QByteArrayView label) {
            label.compare("utf8", Qt::CaseInsensitive) == 0;
 }
 
-/// Whether the value of an attribute claims an encoding other than UTF-8; a label that means nothing claims nothing.
+/// Whether the value of an attribute claims an encoding other than UTF-8; a label that means nothing claims
+/// nothing.
 bool isAnotherEncoding(QLatin1StringView label) {
     const QByteArray name = QByteArray(label.data(), label.size()).trimmed();
     return !name.isEmpty() && !isUTF8Label(name) && QStringDecoder(name.constData()).isValid();
@@ -84,8 +85,8 @@ QLatin1StringView charsetOfContent(QLatin1StringView content) {
     return QLatin1StringView(first, std::find_if(first, content.end(), isEnd));
 }
 
-/// Whether markup whose bytes are UTF-8 claims to be in another encoding, by an XML declaration or by a meta element in the
-/// first kilobyte or the head.
+/// Whether markup whose bytes are UTF-8 claims to be in another encoding, by an XML declaration or by a
+/// meta element in the first kilobyte or the head.
 bool declaresAnotherEncoding(const QByteArray &markup) {
     using Scanner = MarkupScanner<QLatin1StringView>;
     Scanner scanner{QLatin1StringView(markup)};

@@ -10,18 +10,18 @@
 
 namespace zr {
 
-/// A document that came as bytes, made ready for the engine: text to be parsed as one MIME type, an archive to be served
-/// from, or bytes whose encoding the engine has to find out first.
+/// A document that came as bytes, made ready for the engine: text to be parsed as one MIME type, an archive
+/// to be served from, or bytes whose encoding the engine has to find out first.
 ///
-/// XML that is not well-formed is read as HTML, as browsers read it when it is called HTML; plain text and pictures become
-/// the HTML that shows them. A value; any thread.
+/// XML that is not well-formed is read as HTML, as browsers read it when it is called HTML; plain text and
+/// pictures become the HTML that shows them. A value; any thread.
 class WebDocument {
 public:
-    /// Makes a document ready. The MIME type and charset come from outside, such as from a server; without them the bytes
-    /// themselves tell. Nothing if the engine can't show the document.
+    /// Makes a document ready. The MIME type and charset come from outside, such as from a server; without
+    /// them the bytes themselves tell. Nothing if the engine can't show the document.
     ///
-    /// Bytes are text at once if they are UTF-8 and neither the charset nor the document claims another encoding, and if
-    /// they begin with a byte-order mark, or as markup does in UTF-16.
+    /// Bytes are text at once if they are UTF-8 and neither the charset nor the document claims another
+    /// encoding, and if they begin with a byte-order mark, or as markup does in UTF-16.
     static std::optional<WebDocument>
     documentWithData(const QByteArray &data, const QByteArray &mimeType = {}, const QByteArray &charset = {});
 
@@ -41,9 +41,9 @@ public:
     /// Whether the text only shows one picture, which is all that the document is.
     bool isPicture() const { return m_isPicture; }
 
-    /// A URL of the smallest document of the text's MIME type, whose content the text can replace: the engine
-    /// then parses it by that type. "about:blank" for HTML. Empty for other XML, whose tree the engine shows
-    /// only if it comes from an address.
+    /// A URL of the smallest document of the text's MIME type, whose content the text can replace: the
+    /// engine then parses it by that type. "about:blank" for HTML. Empty for other XML, whose tree the
+    /// engine shows only if it comes from an address.
     QByteArray blankURL() const;
 
 private:

@@ -28,9 +28,9 @@ enum class WebDocumentKind {
 
 /// Tells what a document is from its bytes alone, for documents that come without a MIME type.
 ///
-/// It follows the WHATWG MIME Sniffing Standard and adds what that leaves to file names and headers: the XML
-/// vocabularies behind declaration, comments and document type, all HTML elements, UTF-16 and UTF-32, and the
-/// two kinds of web archives. Any thread.
+/// It follows the WHATWG MIME Sniffing Standard and adds what that leaves to file names and headers: the
+/// XML vocabularies behind declaration, comments and document type, all HTML elements, UTF-16 and UTF-32,
+/// and the two kinds of web archives. Any thread.
 class WebDocumentSniffer {
 public:
     static WebDocumentKind kindOfData(const QByteArray &data);

@@ -9,8 +9,8 @@ namespace zr::WebDocumentTraits {
 
 namespace {
 
-/// Matches without regard to case, anywhere in the markup: within tags, comments and text alike, because only the engine
-/// knows which of them a place is in.
+/// Matches without regard to case, anywhere in the markup: within tags, comments and text alike, because
+/// only the engine knows which of them a place is in.
 class Finder {
 public:
     explicit Finder(const char *pattern)
@@ -27,15 +27,16 @@ private:
     QRegularExpression m_expression;
 };
 
-// A meta element is harmless if its attributes are written plainly, so that its end is certain, have no character
-// references, and tell of the document only: a charset, a name known to change nothing, or a pragma that decides nothing
-// once the markup is text.
+// A meta element is harmless if its attributes are written plainly, so that its end is certain, have no
+// character references, and tell of the document only: a charset, a name known to change nothing, or a
+// pragma that decides nothing once the markup is text.
 constexpr char activeMeta[] =
     R"(<meta(?!(?=(?:[ \t\n\f\r/]++|[^ \t\n\f\r/<>&"'=]++)"
     R"((?:[ \t\n\f\r]*+=[ \t\n\f\r]*+(?:"[^<>&"]*+"|'[^<>&']*+'|[^ \t\n\f\r<>&"'=]++))?)*+(?:>|\z)))"
     R"((?=[^>]*(?:charset|http-equiv|name\s*=)))"
     R"((?![^>]*http-equiv(?!\s*=\s*["']?\s*(?:content-type|x-ua-compatible))))"
-    R"((?![^>]*name\s*=(?!\s*["']?\s*(?:viewport|author|description|generator|keywords|robots|application-name|date)))))";
+    R"((?![^>]*name\s*=(?!\s*["']?\s*(?:viewport|author|description|generator)"
+    R"(|keywords|robots|application-name|date)))))";
 
 } // namespace
 
@@ -81,7 +82,8 @@ bool mayDependOnAddress(const QString &markup) {
         R"(|(?:src|srcset|srcdoc|poster|background)\s*=|src\(|@import|image\(|image-set\()"
         R"(|url\((?!\s*["']?\s*(?:data:|#))|href\s*=(?!\s*["']?\s*)"
         R"((?:https?://|mailto:|tel:)))");
-    // Links to the web lead there from anywhere; other elements fetch what they refer to, relative to who asks.
+    // Links to the web lead there from anywhere; other elements fetch what they refer to, relative to who
+    // asks.
     static const Finder fetching(R"(<(?!a\s)[^<]*href\s*=|^[^<]*href\s*=)");
     return depending.finds(markup) || fetching.finds(markup);
 }

@@ -103,8 +103,8 @@ QByteArray decodeHexEscapes(QByteArrayView text, char escape) {
     return out;
 }
 
-/// Cuts a field with parameters at its semicolons, and drops comments in parentheses (RFC 5322) and the quotes of values.
-/// A value's quoted characters stand for themselves.
+/// Cuts a field with parameters at its semicolons, and drops comments in parentheses (RFC 5322) and the
+/// quotes of values. A value's quoted characters stand for themselves.
 QByteArrayList readPieces(QByteArrayView field) {
     QByteArrayList pieces{QByteArray()};
     int depth = 0;
@@ -130,7 +130,8 @@ QByteArrayList readPieces(QByteArrayView field) {
     return pieces;
 }
 
-/// The media type of a Content-Type field, in lower case; its parameters with the extended ones of RFC 2231 put together.
+/// The media type of a Content-Type field, in lower case; its parameters with the extended ones of RFC 2231
+/// put together.
 QByteArray readContentType(QByteArrayView field, Fields &parameters) {
     const QByteArrayList pieces = readPieces(field);
     Fields written;

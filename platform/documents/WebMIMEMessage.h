@@ -9,7 +9,8 @@
 
 namespace zr {
 
-/// One entity of a MIME message (RFC 2045): its header fields that matter to web pages, and its decoded body or its parts.
+/// One entity of a MIME message (RFC 2045): its header fields that matter to web pages, and its decoded
+/// body or its parts.
 struct WebMIMEPart {
     QByteArray type;                          ///< "text/html" in lower case; "text/plain" if none is given
     QHash<QByteArray, QByteArray> parameters; ///< of the content type, names in lower case
@@ -22,14 +23,15 @@ struct WebMIMEPart {
     bool isMultipart() const { return type.startsWith("multipart/"); }
 };
 
-/// Reads MIME messages: multiparts within multiparts, quoted-printable and base64, folded header fields, encoded words
-/// and extended parameters, lines ending in LF or CRLF, and a missing last boundary. Any thread.
+/// Reads MIME messages: multiparts within multiparts, quoted-printable and base64, folded header fields,
+/// encoded words and extended parameters, lines ending in LF or CRLF, and a missing last boundary. Any
+/// thread.
 class WebMIMEMessage {
 public:
     /// Reads a whole message; nothing if it is none, or beyond the limits of depth and number of parts.
     static std::optional<WebMIMEPart> messageWithData(const QByteArray &data);
-    /// Whether bytes begin as a message that holds a web page: nothing but header fields up to the first empty line,
-    /// among them a content type of several parts or, with a MIME version, of HTML.
+    /// Whether bytes begin as a message that holds a web page: nothing but header fields up to the first
+    /// empty line, among them a content type of several parts or, with a MIME version, of HTML.
     static bool mayHoldPage(QByteArrayView data);
 
     static QByteArray decodeQuotedPrintable(QByteArrayView body);

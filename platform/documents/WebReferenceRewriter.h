@@ -10,12 +10,12 @@ namespace zr {
 
 /// Replaces references inside of markup and style sheets, and nothing a reader of the page sees.
 ///
-/// In markup it looks at tags and style elements only, in style sheets everywhere. The bytes are in any encoding that has
-/// ASCII as its base; all others stay as they are. Any thread.
+/// In markup it looks at tags and style elements only, in style sheets everywhere. The bytes are in any
+/// encoding that has ASCII as its base; all others stay as they are. Any thread.
 class WebReferenceRewriter {
 public:
-    /// Gets a URL without its fragment, with character references resolved; `isBase` inside of a base element. Answers
-    /// what to put in its place, or a null array to leave it.
+    /// Gets a URL without its fragment, with character references resolved; `isBase` inside of a base
+    /// element. Answers what to put in its place, or a null array to leave it.
     using Replacement = std::function<QByteArray(const QByteArray &url, bool isBase)>;
 
     /// `schemes` are the ones to look for, such as "cid", in lower case.

@@ -29,10 +29,11 @@ private:
     qsizetype m_at;
 };
 
-/// Cuts markup into tags, comments and the text between them, as a parser does. What it returns are views of it.
+/// Cuts markup into tags, comments and the text between them, as a parser does. What it returns are views
+/// of it.
 ///
-/// `View` is QStringView for text, and QLatin1StringView for bytes in any encoding that has ASCII as its base.
-/// Elements whose content is text only (title, style, script and their like) are known. Any thread.
+/// `View` is QStringView for text, and QLatin1StringView for bytes in any encoding that has ASCII as its
+/// base. Elements whose content is text only (title, style, script and their like) are known. Any thread.
 template <typename View>
 class MarkupScanner {
 public:
