@@ -60,9 +60,10 @@ bool mayReload(const QString &markup) {
 
 QString withoutReloads(const QString &markup) {
     QString out = markup;
-    MarkupScanner<QStringView> scanner(markup);
+    using Scanner = MarkupScanner<QStringView>;
+    Scanner scanner(markup);
     while (scanner.next()) {
-        if (scanner.token() != scanner.Token::StartTag || !scanner.isNamed(QLatin1StringView("meta")))
+        if (scanner.token() != Scanner::Token::StartTag || !scanner.isNamed(QLatin1StringView("meta")))
             continue;
         for (MarkupAttributes<QStringView> attributes = scanner.attributes(); attributes.next();) {
             // What a value with character references says is not looked into.
