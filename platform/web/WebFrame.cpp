@@ -22,23 +22,32 @@ namespace {
 /// Files above this size are left to the browser altogether.
 constexpr qint64 largestReadFile = 32 << 20;
 
-/// The markup of a local HTML file that looks the same wherever it is loaded from; null for everything else.
-/// Loaded as text, such a file is done in half the time, and its page can serve further documents.
-QString selfContainedMarkup(const QUrl &url) {
+/// What to load for an address. A local HTML file that looks the same wherever it is loaded from is loaded as text: that
+/// takes half the time, and its page can serve further documents.
+WebSource sourceFor(const QUrl &url) {
+    const WebSource address{.url = url.toString(QUrl::FullyEncoded)};
     if (!url.isLocalFile() || url.hasQuery() || url.hasFragment() || !url.host().isEmpty())
-        return {};
+        return address;
     const QString path = url.toLocalFile();
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (suffix != QLatin1StringView("html") && suffix != QLatin1StringView("htm"))
-        return {};
+        return address;
     QFile file(path);
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || file.size() > largestReadFile)
-        return {};
+        return address;
     const std::optional<WebDocument> document = WebDocument::documentWithData(file.readAll(), "text/html");
-    if (!document || document->mimeType().isEmpty() ||
-        WebDocumentTraits::mayDependOnAddress(document->text()))
-        return {};
-    return document->text();
+    if (!document)
+        return address;
+    const auto choose = [address](const QString &text) {
+        return WebDocumentTraits::mayDependOnAddress(text) ? address : WebSource{.markup = text};
+    };
+    const QByteArray &encoded = document->encodedData();
+    if (encoded.isNull())
+        return choose(document->text());
+    // Most references are ASCII in any encoding: what has none is decoded, and looked through again.
+    if (WebDocumentTraits::mayDependOnAddress(QString::fromLatin1(encoded)))
+        return address;
+    return {.body = encoded, .contentType = document->encodedType(), .decoded = choose};
 }
 
 /// The bytes of a local web archive, whatever its name; null for every other file.
@@ -151,10 +160,7 @@ void WebFrame::loadRequest(const QUrl &url) {
         loadData(archive);
         return;
     }
-    const QString markup = selfContainedMarkup(url);
-    m_loader.load(markup.isNull() ? WebSource{.url = url.toString(QUrl::FullyEncoded)}
-                                  : WebSource{.markup = markup},
-                  url);
+    m_loader.load(sourceFor(url), url);
 }
 
 void WebFrame::loadData(const QByteArray &data, const QString &mimeType, const QString &textEncodingName,

@@ -74,9 +74,10 @@ void WebLoad::start() {
 void WebLoad::begin() {
     const bool isMarkup = m_source.url.isEmpty();
     m_mayLoadFonts = !isMarkup || WebDocumentTraits::mayLoadFonts(m_source.markup);
-    m_leavesTraces =
-        !isMarkup || !m_source.blankUrl.isEmpty() || WebDocumentTraits::mayLeaveTraces(m_source.markup);
-    if (isMarkup && WebDocumentTraits::mayReload(m_source.markup))
+    m_leavesTraces = m_leavesTraces || !isMarkup || !m_source.blankUrl.isEmpty() ||
+                     WebDocumentTraits::mayLeaveTraces(m_source.markup);
+    m_mayReload = isMarkup && WebDocumentTraits::mayReload(m_source.markup);
+    if (m_mayReload)
         m_source.markup = WebDocumentTraits::withoutReloads(m_source.markup);
     m_gate.open(m_source, weak_from_this(), [weak = weak_from_this()] {
         const std::shared_ptr<WebLoad> load = weak.lock();

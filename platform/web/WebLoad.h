@@ -43,6 +43,8 @@ public:
     bool hasFinished() const { return m_stage == Stage::Finished; }
     /// Whether something of the document may outlive its replacement by another one in the same page.
     bool leavesTraces() const { return m_leavesTraces; }
+    /// Whether the document may replace itself by another one after a while.
+    bool mayReload() const { return m_mayReload; }
     /// Whether the document has put another one into its place since it was loaded.
     bool isReplaced() const { return m_isReplaced; }
     /// What the browser's error means here.
@@ -91,6 +93,7 @@ private:
     bool m_loadEventSeen = false;
     bool m_mayLoadFonts = false;
     bool m_leavesTraces = false;
+    bool m_mayReload = false;
     bool m_isReplaced = false;
     QString m_decodingFrame;
     QString m_loader; ///< names the navigation that brought the document, if one did

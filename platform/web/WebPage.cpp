@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebPage.h"
 
-#include "platform/documents/WebDocumentTraits.h"
-
 using namespace zr;
 
 WebPage::WebPage(DevToolsPipe &pipe, const QByteArray &context, const QByteArray &target,
@@ -66,8 +64,6 @@ void WebPage::setPreferences(const WebPreferences &preferences) {
 
 void WebPage::load(WebSource source, WebLoad::Events events) {
     ++m_loads;
-    // A reload that was scheduled may come at any later time.
-    m_isSpent = m_isSpent || WebDocumentTraits::mayReload(source.markup);
     m_load = std::make_shared<WebLoad>(m_session, m_gate, m_frame, std::move(source), std::move(events));
     m_load->start();
 }
@@ -86,7 +82,8 @@ void WebPage::stop() {
     if (!load)
         return;
     m_leavesTraces = load->leavesTraces();
-    m_isSpent = m_isSpent || !load->hasFinished();
+    // A reload that was scheduled may come at any later time.
+    m_isSpent = m_isSpent || !load->hasFinished() || load->mayReload();
     if (load->isLoading())
         m_session.call("Page.stopLoading");
 }

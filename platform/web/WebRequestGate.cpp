@@ -58,7 +58,7 @@ WebRequestGate::WebRequestGate(DevToolsSession &session, const QString &mainFram
             m_parts.remove(event[u"requestId"].toString());
     });
     on("Page.frameRequestedNavigation", [this](const QJsonObject &event) {
-        m_hasMetOutside = m_hasMetOutside || isOutside(event[u"url"].toString());
+        m_hasMetOutside = m_hasMetOutside || (!m_isDecoding && isOutside(event[u"url"].toString()));
     });
 }
 
@@ -183,7 +183,8 @@ void WebRequestGate::fulfill(const QJsonValue &request, const QByteArray &conten
 void WebRequestGate::requestStarted(const QJsonObject &event) {
     const QString request = event[u"requestId"].toString();
     const QString type = event[u"type"].toString();
-    m_hasMetOutside = m_hasMetOutside || isOutside(event[u"request"][u"url"].toString());
+    // What is decoded is answered from memory, and may ask for nothing.
+    m_hasMetOutside = m_hasMetOutside || (!m_isDecoding && isOutside(event[u"request"][u"url"].toString()));
     if (type == QLatin1StringView("Document")) {
         const QString frame = event[u"frameId"].toString();
         m_documents.insert(request, frame);

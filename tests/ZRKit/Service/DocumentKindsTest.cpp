@@ -284,6 +284,19 @@ TEST(DocumentKinds, ADocumentThatReloadsItselfIsDecodedAllTheSame) {
     }
 }
 
+TEST(DocumentKinds, FilesInOldEncodingsAreReadFromWhereTheyAre) {
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.html"));
+    writeFile(folder.filePath(QStringLiteral("red.png")), contentsOf(documents + QStringLiteral("red.png")));
+    for (const char *page : {"<meta charset=koi8-r><p>\xF0\xD2\xC9\xD7\xC5\xD4",
+                             "<meta charset=koi8-r><img src=red.png><p>\xF0\xD2\xC9\xD7\xC5\xD4"}) {
+        writeFile(path, page);
+        const Converted made = Converted::file(path);
+        EXPECT_EQ(made.text(), QString::fromUtf8("Привет")) << page;
+        EXPECT_EQ(made.pictures(), QByteArray(page).contains("red.png")) << page;
+    }
+}
+
 TEST(DocumentKinds, MalformedBytesBecomeReplacementCharacters) {
     EXPECT_EQ(Converted(QByteArray("<meta charset=utf-8><p>a\xFF"
                                    "b"))
