@@ -50,7 +50,7 @@ public:
 
     constexpr NSRoundingMode roundingMode() const { return m_mode; }
     constexpr qint16 scale() const { return m_scale; }
-    /// Raises the error's exception where this handler was told to.
+    /// Raises the error's exception if this handler was told to.
     void exceptionDuringOperation(NSCalculationError error) const;
 
 private:
