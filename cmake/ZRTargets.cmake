@@ -73,9 +73,11 @@ function(zr_test name)
     set(T_TIMEOUT 120)
   endif()
   # Tests fork children that use threads; the thread sanitizer asks to be told that this is meant.
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-                       PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}"
-                                  ENVIRONMENT "TSAN_OPTIONS=die_after_fork=0"
-                                  ENVIRONMENT_MODIFICATION "TMPDIR=set:${ZR_TEST_FOLDER}"
-                                  FIXTURES_REQUIRED test_folder)
+  set(properties TIMEOUT ${T_TIMEOUT} ENVIRONMENT "TSAN_OPTIONS=die_after_fork=0"
+      ENVIRONMENT_MODIFICATION "TMPDIR=set:${ZR_TEST_FOLDER}" FIXTURES_REQUIRED test_folder)
+  # An empty value would take the next property's name for its own.
+  if(T_LABELS)
+    list(APPEND properties LABELS ${T_LABELS})
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()
