@@ -90,8 +90,12 @@ QString joinPath(const AnyText &path, const AnyText &component);
 /// The object's text in UTF-8, all bytes but ASCII letters, digits and "-_.~" as "%XX" with upper-case digits (RFC
 /// 3986). A surrogate without a partner counts as U+FFFD. A string is its own text, data is read as UTF-8 ("" for
 /// other data), a URL is taken in its encoded form, anything else by its stringValue or description. "" for nil and
-/// the null marker, but nil for a nil string.
+/// the null marker, but nil for a nil QString.
 QString urlEncode(const AnyObject &object);
+template <std::same_as<QString> String>
+QString urlEncode(const String &text) {
+    return text.isNull() ? QString() : urlEncode(AnyObject(text));
+}
 /// "key=value" for each entry in the order of the keys, joined by "&"; urlEncode() of the key and of the
 /// value's toString(). "" for no entries.
 QString queryStringWithDictionary(const QVariantMap &dictionary);

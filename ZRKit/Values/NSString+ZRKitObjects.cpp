@@ -91,8 +91,6 @@ QString replaceRegEx(const AnyText &text, const NSRegularExpression &expression,
 
 QString urlEncode(const AnyObject &object) {
     const QVariant &value = object.value();
-    if (value.metaType() == QMetaType::fromType<QString>())
-        return percentEncoded(held<QString>(value));
     switch (kindOf(value)) {
     case ValueKind::Nil:
     case ValueKind::Null:

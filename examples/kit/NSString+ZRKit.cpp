@@ -43,6 +43,7 @@ void pieces() {
 
 void replacing() {
     expect(replace(QStringLiteral("a-b"), QStringLiteral("-"), 12) == QStringLiteral("a12b"));
+    expect(replace(u"a b", u' ', u'+') == QStringLiteral("a+b"));
     const NSRegularExpression digits(QStringLiteral("(\\d)(\\d)"));
     expect(replaceRegEx(QStringLiteral("x12"), digits, QStringLiteral("$2$1")) == QStringLiteral("x21"));
 }
