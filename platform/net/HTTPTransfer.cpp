@@ -96,8 +96,9 @@ std::optional<Offer> bestOffer(const QList<HTTPHeaderFields::Challenge> &offered
     };
     for (const auto &[scheme, method] : known) {
         // libcurl, too, goes by the first of each scheme.
-        const auto at = std::find_if(offered.begin(), offered.end(),
-                                     [&](const auto &challenge) { return challenge.scheme == scheme; });
+        const auto at = std::find_if(offered.begin(), offered.end(), [&name = scheme](const auto &challenge) {
+            return challenge.scheme == name;
+        });
         if (at != offered.end() && (scheme != u"digest" || canDigest(*at, withBody)))
             return Offer{method, *at};
     }
