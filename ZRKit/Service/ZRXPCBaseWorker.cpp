@@ -66,12 +66,7 @@ void ZRXPCBaseWorker::performWithData(const QByteArray &data, const Reply &block
     } catch (...) {
         doneWithErrorMessage(NSException::currentDescription());
     }
-    bool hasReplied = true;
-    {
-        const std::lock_guard lock(m_mutex);
-        hasReplied = !m_block;
-    }
-    if (!hasReplied)
+    if (replyBlock())
         doneWithErrorMessage(
             QStringLiteral("You have to call `doneWithResult` or `doneWithErrorMessage` at least once!"));
 }
@@ -112,14 +107,14 @@ void ZRXPCBaseWorker::doneWithErrorMessage(const QString &message, const NSError
 
 /// Calls the block without asking whether there is one: a second reply must not go by in silence.
 void ZRXPCBaseWorker::reply(const QByteArray &data, const NSError &error) {
-    Reply block;
-    {
-        const std::lock_guard lock(m_mutex);
-        block = m_block;
-    }
-    block(data, error);
+    replyBlock()(data, error);
     const std::lock_guard lock(m_mutex);
     m_block = nullptr;
+}
+
+ZRXPCBaseWorker::Reply ZRXPCBaseWorker::replyBlock() const {
+    const std::lock_guard lock(m_mutex);
+    return m_block;
 }
 
 std::shared_ptr<NSXPCConnection> ZRXPCBaseWorker::xpcConnection() const {

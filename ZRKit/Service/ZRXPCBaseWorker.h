@@ -67,6 +67,7 @@ public:
 
 private:
     void reply(const QByteArray &data, const NSError &error);
+    Reply replyBlock() const;
     void setObject(const QVariant &object);
 
     mutable std::mutex m_mutex;
