@@ -45,6 +45,7 @@ EXAMPLE(ZRXPC) {
         ended.set_value(exit.description());
     });
     const pid_t process = monitor.processIdentifier();
+    ZRXPC(u"com.velmora.zrpdf@2"_s).performXPCWithObject(QVariantMap{{u"__boot"_s, true}}); // it is up then
     expect(process > 0 && ::kill(process, SIGTERM) == 0);
     expect(ended.get_future().get() == u"exited with code 0");
 }

@@ -256,6 +256,7 @@ void NSXPCListener::resume() {
         m_core->start(this, {});
         return;
     }
+    FileDescriptor termination = XPCServiceProcess::watchTermination();
     std::unique_ptr<QCoreApplication> application;
     static int count = 1;
     static char name[] = "service";
@@ -263,7 +264,7 @@ void NSXPCListener::resume() {
     if (!QCoreApplication::instance())
         application = std::make_unique<QCoreApplication>(count, arguments);
     // Only now: workers may need the application object as soon as there is a connection.
-    m_core->start(this, XPCServiceProcess::watchTermination());
+    m_core->start(this, std::move(termination));
     for (;;)
         QCoreApplication::exec();
 }

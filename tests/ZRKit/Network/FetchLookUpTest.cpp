@@ -11,6 +11,7 @@
 #include <future>
 #include <net/if.h>
 #include <netinet/in.h>
+#include <optional>
 #include <poll.h>
 #include <sched.h>
 #include <sys/ioctl.h>
@@ -80,8 +81,12 @@ private:
 template <typename Checks>
 void checkWithSilentNameServer(Checks checks) {
     const pid_t trial = ::fork();
-    if (trial == 0)
-        ::_exit(SilentNameServer().begin() ? 0 : 1);
+    if (trial == 0) {
+        std::optional<SilentNameServer> server(std::in_place);
+        const bool begins = server->begin();
+        server.reset(); // with its folder
+        ::_exit(begins ? 0 : 1);
+    }
     int status = -1;
     ASSERT_EQ(::waitpid(trial, &status, 0), trial);
     if (status != 0)

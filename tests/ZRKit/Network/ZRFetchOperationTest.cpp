@@ -216,6 +216,7 @@ TEST(FetchSetUp, IncompleteDownloadsHaveAFolderOfTheirOwn) {
     EXPECT_EQ(path, QDir(NSTemporaryDirectory()).filePath(QStringLiteral("ZRDownloadsIncomplete")));
     EXPECT_TRUE(QFileInfo(path).isDir());
     EXPECT_EQ(make()->incompleteDownloadDirectoryPath(), path);
+    EXPECT_TRUE(QDir().rmdir(path));
 }
 
 TEST(FetchSetUp, ACopyCarriesWhatRepeatsTheFetch) {
