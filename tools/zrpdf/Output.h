@@ -26,4 +26,3 @@ private:
     bool m_isStream = false;
     std::optional<zr::AtomicFile> m_file;
 };
-

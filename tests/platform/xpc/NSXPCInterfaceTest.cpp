@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCInterface.h"
+#include "platform/values/NSNull.h"
 
 #include "tests/platform/xpc/TestWorker.h"
 
