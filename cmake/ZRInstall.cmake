@@ -11,12 +11,15 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZRKitConfig.cmake ${CMAKE_CURRENT_BINA
         DESTINATION ${ZR_CMAKE_DIR})
 
 file(RELATIVE_PATH ZR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+# Everything that is installed, whatever else the build has.
+add_custom_target(zr_installed DEPENDS zrpdf com.velmora.zrpdf zrkit-keeper)
 # A linker reads archives from left to right: who uses comes before what it uses.
 set(ZR_PC_LIBRARIES)
 foreach(library IN LISTS ZR_LIBRARIES)
   get_target_property(type ${library} TYPE)
   if(NOT type STREQUAL INTERFACE_LIBRARY)
     string(PREPEND ZR_PC_LIBRARIES "-l${library} ")
+    add_dependencies(zr_installed ${library})
   endif()
 endforeach()
 configure_file(cmake/zrkit.pc.in zrkit.pc @ONLY)
