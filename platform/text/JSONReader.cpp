@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/NSJSONSerialization.h"
+#include "platform/text/RapidJSON.h"
 #include "platform/text/UTF8.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
@@ -9,9 +10,6 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <rapidjson/error/en.h>
-#include <rapidjson/memorystream.h>
-#include <rapidjson/reader.h>
 #include <vector>
 
 namespace zr {

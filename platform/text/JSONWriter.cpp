@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/JSONKeys.h"
 #include "platform/text/NSJSONSerialization.h"
+#include "platform/text/RapidJSON.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/ValueKind.h"
@@ -10,7 +11,6 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <rapidjson/prettywriter.h>
 
 namespace zr {
 
