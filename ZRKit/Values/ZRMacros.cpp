@@ -27,8 +27,7 @@ QString callStack() {
 
 /// An entry of the application's information, which fails an assertion if it is missing or empty.
 QString fromInfo(const char *key, const char *function, int line) {
-    const QString value =
-        NSBundle::mainBundle().objectForInfoDictionaryKey(QString::fromLatin1(key)).toString();
+    QString value = NSBundle::mainBundle().objectForInfoDictionaryKey(QString::fromLatin1(key)).toString();
     const QByteArray condition =
         QByteArray("([[[[NSBundle mainBundle] infoDictionary] objectForKey:@\"") + key + "\"] length])";
     if (value.isEmpty())

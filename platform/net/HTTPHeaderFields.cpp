@@ -22,7 +22,7 @@ QRegularExpressionMatchIterator matches(const QString &pattern, const QString &t
 
 /// A quoted string without its quotes, which need not be closed, and backslashes; anything else trimmed.
 QString unquoted(const QString &value) {
-    const QString text = value.trimmed();
+    QString text = value.trimmed();
     if (!text.startsWith(u'"'))
         return text;
     QString result = QStringLiteral("");
@@ -76,7 +76,7 @@ QString characterSet(const QVariantMap &fields) {
         QStringLiteral(";\\s*(%1)?(?:=(%2|[^;]*))?").arg(QLatin1String(token), QLatin1String(quoted)), type);
     while (found.hasNext()) {
         const QRegularExpressionMatch parameter = found.next();
-        const QString content = unquoted(parameter.captured(2));
+        QString content = unquoted(parameter.captured(2));
         if (isSameName(parameter.captured(1), QStringLiteral("charset")) && !content.isEmpty())
             return content;
     }

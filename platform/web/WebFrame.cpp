@@ -25,7 +25,7 @@ constexpr qint64 largestReadFile = 32 << 20;
 /// What to load for an address. A local HTML file that looks the same wherever it is loaded from is loaded as text: that
 /// takes half the time, and its page can serve further documents.
 WebSource sourceFor(const QUrl &url) {
-    const WebSource address{.url = url.toString(QUrl::FullyEncoded)};
+    WebSource address{.url = url.toString(QUrl::FullyEncoded)};
     if (!url.isLocalFile() || url.hasQuery() || url.hasFragment() || !url.host().isEmpty())
         return address;
     const QString path = url.toLocalFile();
