@@ -5,10 +5,10 @@
 #include "platform/base/WriteAll.h"
 
 #include <QCryptographicHash>
+#include <QRandomGenerator>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -126,10 +126,7 @@ std::error_code AtomicFile::publishNameless() {
 }
 
 std::error_code AtomicFile::commitNeighbour(const QByteArray &content) {
-    quint64 random = 0;
-    if (::getrandom(&random, sizeof random, 0) != sizeof random)
-        random = quint64(::getpid());
-    const QByteArray name = hiddenName(QByteArray::number(random, 36));
+    const QByteArray name = hiddenName(QByteArray::number(QRandomGenerator::system()->generate64(), 36));
     m_file.reset(::openat(m_folder.get(), name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!m_file)
         return systemError();

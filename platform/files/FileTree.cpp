@@ -6,6 +6,7 @@
 #include "platform/base/WriteAll.h"
 #include "platform/files/FolderCursor.h"
 
+#include <QRandomGenerator>
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -14,7 +15,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <memory>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -372,10 +372,8 @@ std::error_code FileTree::copy(const QByteArray &from, const QByteArray &to) {
         if (std::mismatch(real.begin(), real.end(), folder.begin(), folder.end()).first == real.end())
             return systemError(EINVAL);
     }
-    quint64 random = 0;
-    if (::getrandom(&random, sizeof random, 0) != sizeof random)
-        random = quint64(::getpid());
-    const QByteArray made = QByteArray::fromStdString(folder) + "/.copy-" + QByteArray::number(random, 36);
+    const QByteArray made = QByteArray::fromStdString(folder) + "/.copy-" +
+                            QByteArray::number(QRandomGenerator::system()->generate64(), 36);
     error = isFolder ? copyFolder(source, made) : copyLeaf(AT_FDCWD, source, status.st_mode, AT_FDCWD, made);
     if (!error)
         error = renameNew(made, target);

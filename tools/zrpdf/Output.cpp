@@ -42,9 +42,11 @@ QByteArray Output::commit(const QByteArray &content) {
     if (!m_isStream)
         return text(m_file->commit(content));
     zr::FileDescriptor opened;
-    if (!isStandardOutput() &&
-        (opened.reset(::open(m_path.constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY)), !opened))
-        return text(zr::systemError());
+    if (!isStandardOutput()) {
+        opened.reset(::open(m_path.constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+        if (!opened)
+            return text(zr::systemError());
+    }
     std::error_code failure = zr::writeAll(isStandardOutput() ? STDOUT_FILENO : opened.get(), content,
                                            [] { return Interrupts::signal() != 0; });
     if (opened && ::close(opened.release()) != 0 && !failure)
