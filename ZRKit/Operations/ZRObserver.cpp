@@ -52,7 +52,7 @@ ZRObserver::~ZRObserver() {
     }
 }
 
-void ZRObserver::observe(QObject *observed, const QString &keyPath, NSKeyValueObservingOptions options,
+void ZRObserver::observe(QObject *observed, const ZRKit::AnyText &keyPath, NSKeyValueObservingOptions options,
                          bool once, Block block) {
     const auto info = std::make_shared<ZRObserverInfo>();
     info->setObserved(observed);
@@ -62,11 +62,11 @@ void ZRObserver::observe(QObject *observed, const QString &keyPath, NSKeyValueOb
     add(info, options);
 }
 
-void ZRObserver::observe(QObject *observed, const QString &keyPath, Block block) {
+void ZRObserver::observe(QObject *observed, const ZRKit::AnyText &keyPath, Block block) {
     observe(observed, keyPath, defaultOptions, false, std::move(block));
 }
 
-void ZRObserver::observe(QObject *observed, const QString &keyPath, NSKeyValueObservingOptions options,
+void ZRObserver::observe(QObject *observed, const ZRKit::AnyText &keyPath, NSKeyValueObservingOptions options,
                          bool /*once*/, QObject *target, const NSSelector &action) {
     const auto info = std::make_shared<ZRObserverInfo>();
     info->setObserved(observed);
@@ -76,7 +76,7 @@ void ZRObserver::observe(QObject *observed, const QString &keyPath, NSKeyValueOb
     add(info, options);
 }
 
-void ZRObserver::observe(QObject *observed, const QString &keyPath, QObject *target,
+void ZRObserver::observe(QObject *observed, const ZRKit::AnyText &keyPath, QObject *target,
                          const NSSelector &action) {
     observe(observed, keyPath, defaultOptions, false, target, action);
 }

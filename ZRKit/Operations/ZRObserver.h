@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Values/AnyText.h"
 #include "platform/observing/NSKeyValueObserving.h"
 #include "platform/values/NSSelector.h"
 
@@ -65,7 +66,7 @@ Q_DECLARE_METATYPE(std::shared_ptr<ZRObserverInfo>)
 /// it lives. (NSKeyValueObserving tells which changes are announced.)
 ///
 ///     ZRObserver observer;
-///     observer.observe(song, u"title"_qs, [](const QString &, QObject *, const QVariantMap &change, void *)
+///     observer.observe(song, "title", [](const QString &, QObject *, const QVariantMap &change, void *)
 ///     {
 ///         show(change.value(NSKeyValueChangeNewKey));
 ///     });
@@ -96,15 +97,19 @@ public:
     ~ZRObserver() override;
 
     /// Tells the block of changes; a nil block is told nothing. Of a nil object nothing is ever told.
-    void observe(QObject *observed, const QString &keyPath, NSKeyValueObservingOptions options, bool once,
-                 Block block);
-    void observe(QObject *observed, const QString &keyPath, Block block);
+    void observe(QObject *observed, const ZRKit::AnyText &keyPath, NSKeyValueObservingOptions options,
+                 bool once, Block block);
+    void observe(QObject *observed, const ZRKit::AnyText &keyPath, NSKeyValueObservingOptions options,
+                 auto once, Block block) = delete;
+    void observe(QObject *observed, const ZRKit::AnyText &keyPath, Block block);
 
     /// Sends the action to the target at changes, as long as it responds to it. Such observations are never
     /// "once", whatever is asked for. Neither object is kept alive.
-    void observe(QObject *observed, const QString &keyPath, NSKeyValueObservingOptions options, bool once,
-                 QObject *target, const NSSelector &action);
-    void observe(QObject *observed, const QString &keyPath, QObject *target, const NSSelector &action);
+    void observe(QObject *observed, const ZRKit::AnyText &keyPath, NSKeyValueObservingOptions options,
+                 bool once, QObject *target, const NSSelector &action);
+    void observe(QObject *observed, const ZRKit::AnyText &keyPath, NSKeyValueObservingOptions options,
+                 auto once, QObject *target, const NSSelector &action) = delete;
+    void observe(QObject *observed, const ZRKit::AnyText &keyPath, QObject *target, const NSSelector &action);
 
     void observeValueForKeyPath(const QString &keyPath, QObject *object, const QVariantMap &change,
                                 void *context) override;

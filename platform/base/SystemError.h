@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QString>
 #include <cerrno>
 #include <system_error>
 
@@ -9,6 +10,11 @@ namespace zr {
 /// The error of the system call that just failed on this thread, or that of the given number.
 inline std::error_code systemError(int number = errno) {
     return {number, std::generic_category()};
+}
+
+/// What people are told of it.
+inline QString systemErrorText(int number = errno) {
+    return QString::fromStdString(systemError(number).message());
 }
 
 } // namespace zr

@@ -2,12 +2,12 @@
 #include "platform/files/NSFileHandle.h"
 
 #include "platform/base/NSException.h"
+#include "platform/base/SystemError.h"
 #include "platform/base/WriteAll.h"
 #include "platform/files/NSPathUtilities.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <limits>
 #include <sys/stat.h>
@@ -18,8 +18,7 @@ namespace {
 
 [[noreturn]] void raise(const char *what) {
     throw NSException(NSFileHandleOperationException,
-                      QStringLiteral("%1: %2").arg(QString::fromLatin1(what),
-                                                   QString::fromLocal8Bit(std::strerror(errno))));
+                      QStringLiteral("%1: %2").arg(QString::fromLatin1(what), zr::systemErrorText()));
 }
 
 /// Repeats a call that a signal interrupted.

@@ -15,9 +15,10 @@ namespace {
 constexpr const char *token = "[!#$%&'*+.^_`|~0-9A-Za-z-]+";
 constexpr const char *quoted = "\"(?>[^\"\\\\]++|\\\\.)*+\"?";
 
-/// Walks over what matches a pattern.
-QRegularExpressionMatchIterator matches(const QString &pattern, const QString &text) {
-    return QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption).globalMatch(text);
+/// The expression of a pattern, in which %1 is a token and %2 a quoted string. It takes longer to make than to use.
+QRegularExpression expression(const QString &pattern) {
+    return QRegularExpression(pattern.arg(QLatin1String(token), QLatin1String(quoted)),
+                              QRegularExpression::DotMatchesEverythingOption);
 }
 
 /// A quoted string without its quotes, which need not be closed, and backslashes; anything else trimmed.
@@ -72,8 +73,8 @@ QString mediaType(const QVariantMap &fields) {
 
 QString characterSet(const QVariantMap &fields) {
     const QString type = value(fields, QStringLiteral("Content-Type"));
-    auto found = matches(
-        QStringLiteral(";\\s*(%1)?(?:=(%2|[^;]*))?").arg(QLatin1String(token), QLatin1String(quoted)), type);
+    static const QRegularExpression parameters = expression(QStringLiteral(";\\s*(%1)?(?:=(%2|[^;]*))?"));
+    auto found = parameters.globalMatch(type);
     while (found.hasNext()) {
         const QRegularExpressionMatch parameter = found.next();
         QString content = unquoted(parameter.captured(2));
@@ -104,9 +105,9 @@ qint64 bodyLength(const QVariantMap &fields) {
 QList<Challenge> challenges(const QString &authenticate) {
     QList<Challenge> found;
     // "name=value" belongs to the scheme before it; a name alone is the next scheme.
-    auto words = matches(
-        QStringLiteral("(%1)(?:\\s*=\\s*(%2|[^,\\s]*))?").arg(QLatin1String(token), QLatin1String(quoted)),
-        authenticate);
+    static const QRegularExpression wordsAndValues =
+        expression(QStringLiteral("(%1)(?:\\s*=\\s*(%2|[^,\\s]*))?"));
+    auto words = wordsAndValues.globalMatch(authenticate);
     while (words.hasNext()) {
         const QRegularExpressionMatch word = words.next();
         if (!word.hasCaptured(2) || found.isEmpty())

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/LocalTransfer.h"
 
+#include "platform/base/SystemError.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/text/DataURL.h"
 
 #include <QMimeDatabase>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,7 +33,7 @@ void LocalTransfer::start(const std::shared_ptr<NSURLRequest> &request) {
 }
 
 void LocalTransfer::failWith(NSURLErrorCode code, int error) {
-    fail(NSURLErrorWithCode(code, m_url, error ? QString::fromLocal8Bit(std::strerror(error)) : QString()));
+    fail(NSURLErrorWithCode(code, m_url, error ? systemErrorText(error) : QString()));
 }
 
 void LocalTransfer::loadData() {

@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace zr {
 
@@ -28,15 +29,16 @@ public:
     explicit Output(bool escapesSlashes) : m_escapesSlashes(escapesSlashes) {}
     void Put(char c) {
         if (c == '/' && m_escapesSlashes)
-            m_text.append('\\');
-        m_text.append(c);
+            m_text.push_back('\\');
+        m_text.push_back(c);
     }
     void Flush() {}
-    const QByteArray &text() const { return m_text; }
+    const std::string &text() const { return m_text; }
 
 private:
     const bool m_escapesSlashes;
-    QByteArray m_text;
+    // Its push_back() is inline: this runs for each character.
+    std::string m_text;
 };
 
 bool isUnsigned(const QVariant &number) {
@@ -179,10 +181,10 @@ QByteArray NSJSONSerialization::dataWithJSONObject(const QVariant &object, NSJSO
         zr::ValueWriter<rapidjson::PrettyWriter<zr::Output>>(output, options).value(object);
     else
         zr::ValueWriter<rapidjson::Writer<zr::Output>>(output, options).value(object);
-    const bool isContainer = output.text().startsWith('{') || output.text().startsWith('[');
+    const bool isContainer = output.text().starts_with('{') || output.text().starts_with('[');
     if (!isContainer && !(options & NSJSONWritingFragmentsAllowed))
         zr::refuse(QStringLiteral("Invalid top-level type in JSON write: neither an array nor a dictionary"));
-    return output.text();
+    return QByteArray::fromStdString(output.text());
 }
 
 bool NSJSONSerialization::isValidJSONObject(const QVariant &object) {

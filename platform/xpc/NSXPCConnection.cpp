@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/NSXPCConnection.h"
 
+#include "platform/base/SystemError.h"
 #include "platform/xpc/NSXPCListenerEndpoint.h"
 #include "platform/xpc/XPCActivator.h"
 #include "platform/xpc/XPCConnectionCore.h"
 #include "platform/xpc/XPCSocket.h"
-
-#include <cerrno>
-#include <cstring>
 
 using namespace zr;
 using Settings = XPCConnectionCore::Settings;
@@ -29,7 +27,7 @@ NSXPCConnection::NSXPCConnection(const NSXPCListenerEndpoint &endpoint)
           [endpoint](QString *error, pid_t *) {
               FileDescriptor socket = endpoint.connect();
               if (!socket)
-                  *error = QString::fromLocal8Bit(std::strerror(errno));
+                  *error = systemErrorText();
               return socket;
           },
           false, nullptr)) {

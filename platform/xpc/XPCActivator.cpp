@@ -2,6 +2,7 @@
 #include "platform/xpc/XPCActivator.h"
 
 #include "platform/base/ChildProcess.h"
+#include "platform/base/SystemError.h"
 #include "platform/xpc/XPCReactor.h"
 #include "platform/xpc/XPCServiceProcess.h"
 #include "platform/xpc/XPCSocket.h"
@@ -106,7 +107,7 @@ FileDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t 
             *process = instance->child.pid;
             return socket;
         }
-        *error = QStringLiteral("%1: %2").arg(name, QString::fromLocal8Bit(std::strerror(errno)));
+        *error = QStringLiteral("%1: %2").arg(name, systemErrorText());
         const std::lock_guard lock(m_mutex);
         instance->lifeline.reset();
         std::erase_if(m_instances, [&](const auto &each) { return each.second == instance; });
@@ -132,7 +133,7 @@ std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name,
     }
     std::array<int, 2> lifeline{-1, -1};
     if (::pipe2(lifeline.data(), O_CLOEXEC) != 0) {
-        *error = QString::fromLocal8Bit(std::strerror(errno));
+        *error = systemErrorText();
         return {};
     }
     const FileDescriptor input(lifeline[0]);
@@ -150,8 +151,8 @@ std::shared_ptr<XPCActivator::Instance> XPCActivator::start(const QString &name,
     socket.listening.reset();
     ChildProcess &child = instance->child;
     if (child.failure) {
-        *error = QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program),
-                                              QString::fromLocal8Bit(std::strerror(child.failure)));
+        *error =
+            QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program), systemErrorText(child.failure));
         if (child.pid > 0)
             ::waitid(P_PIDFD, id_t(child.process.get()), nullptr, WEXITED);
         return {};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/xpc/XPCSocket.h"
 
+#include "platform/base/SystemError.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -80,8 +82,7 @@ QByteArray zr::XPCRuntimeFolder() {
 XPCPrivateSocket XPCPrivateSocket::make(QString *error) {
     const auto fail = [error](const char *step, int failure = errno) {
         if (error)
-            *error = QStringLiteral("%1: %2").arg(QString::fromLatin1(step),
-                                                  QString::fromLocal8Bit(std::strerror(failure)));
+            *error = QStringLiteral("%1: %2").arg(QString::fromLatin1(step), systemErrorText(failure));
         errno = failure;
         return XPCPrivateSocket();
     };

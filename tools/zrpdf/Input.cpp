@@ -2,12 +2,12 @@
 #include "tools/zrpdf/Input.h"
 
 #include "platform/base/ASCII.h"
+#include "platform/base/SystemError.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
@@ -143,11 +143,11 @@ QByteArray Input::problem() const {
                                                                                         : "";
     struct stat status {};
     if (::stat(m_path.constData(), &status) != 0)
-        return std::strerror(errno);
+        return zr::systemErrorText().toLocal8Bit();
     if (S_ISDIR(status.st_mode))
         return "is a folder";
     if (::access(m_path.constData(), R_OK) != 0)
-        return std::strerror(errno);
+        return zr::systemErrorText().toLocal8Bit();
     return "";
 }
 

@@ -2,11 +2,11 @@
 #include "tools/zrpdf/Output.h"
 
 #include "platform/base/FileDescriptor.h"
+#include "platform/base/SystemError.h"
 #include "platform/base/WriteAll.h"
 #include "tools/zrpdf/Interrupts.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,7 +33,9 @@ Output::Output(const QByteArray &path, bool force) : m_path(path), m_force(force
 
 QByteArray Output::open() {
     if (m_isStream)
-        return isStandardOutput() || ::access(m_path.constData(), W_OK) == 0 ? "" : std::strerror(errno);
+        return isStandardOutput() || ::access(m_path.constData(), W_OK) == 0
+                   ? QByteArray("")
+                   : zr::systemErrorText().toLocal8Bit();
     m_file.emplace(m_path, m_force ? AtomicFile::Existing::Replaced : AtomicFile::Existing::Kept);
     return text(m_file->open());
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Runner.h"
 
+#include "platform/base/SystemError.h"
 #include "platform/xpc/XPCActivator.h"
 #include "tools/zrpdf/Interrupts.h"
 
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <thread>
 #include <unistd.h>
 
@@ -218,7 +218,7 @@ bool Runner::isCurrent(std::size_t index, quint64 round, State state) const {
 void Runner::readDone(std::size_t index, const QByteArray &content, int failure) {
     Instance &instance = m_instances[index];
     if (failure)
-        fail(instance, ExitCode::UnreadableInput, std::strerror(failure));
+        fail(instance, ExitCode::UnreadableInput, zr::systemErrorText(failure).toLocal8Bit());
     else if (content.isEmpty())
         fail(instance, ExitCode::UnreadableInput, "is empty");
     else

@@ -590,6 +590,28 @@ TEST(ZRObserver, ObservesKeyPaths) {
     EXPECT_EQ(seen, QStringList{QStringLiteral("inside")});
 }
 
+template <typename Once>
+concept IsAOnceFlag = requires(ZRObserver &observer, QObject *object, Once once, ZRObserver::Block block,
+                               const NSSelector &action) {
+    observer.observe(object, "title", NSKeyValueObservingOptionNew, once, block);
+    observer.observe(object, "title", NSKeyValueObservingOptionNew, once, object, action);
+};
+static_assert(IsAOnceFlag<bool> && !IsAOnceFlag<int> && !IsAOnceFlag<const char *>);
+
+TEST(ZRObserver, TakesLiteralsForKeyPaths) {
+    Song song;
+    ZRObserver observer;
+    QString seen;
+    observer.observe(&song, "title",
+                     [&](const QString &keyPath, QObject *, const QVariantMap &, void *) { seen = keyPath; });
+    observer.observe(&song, u"length", NSKeyValueObservingOptionNew, false,
+                     [&](const QString &keyPath, QObject *, const QVariantMap &, void *) { seen = keyPath; });
+    song.setTitle(QStringLiteral("a"));
+    EXPECT_EQ(seen, title);
+    song.setLength(1);
+    EXPECT_EQ(seen, length);
+}
+
 } // namespace
 
 #include "ZRObserverTest.moc"

@@ -127,6 +127,14 @@ TEST(NSCountedSetCategory, SortedByCountInEitherDirection) {
     EXPECT_EQ(ZRKit::set(even), (NSSet{a, b, c}));
 }
 
+template <typename Direction>
+concept IsADirection = requires(const NSCountedSet &set, Direction direction) {
+    ZRKit::sortedArrayByCountAscending(set, direction);
+};
+
+static_assert(IsADirection<bool>);
+static_assert(!IsADirection<int> && !IsADirection<const char *> && !IsADirection<double>);
+
 TEST(NSSetCategory, ABlockThatThrowsStopsTheOperation) {
     const auto bad = [](const QVariant &) -> bool { throw std::runtime_error("stop"); };
     EXPECT_THROW(ZRKit::zrSelect(numbers, bad), std::runtime_error);

@@ -89,6 +89,12 @@ TEST(WebView, HasTheSettingsOfAnOrdinaryViewUntilTheyAreChanged) {
     EXPECT_FALSE(preferences.tagsPDF());
 }
 
+template <typename Flag>
+concept IsAStretchFlag = requires(WebView &view, Flag flag) {
+    ZRKit::setStretch(&view, flag);
+};
+static_assert(IsAStretchFlag<bool> && !IsAStretchFlag<int> && !IsAStretchFlag<const char *>);
+
 TEST(WebView, StretchingIsAnAutoresizingMaskOfEighteen) {
     WebView view(screen);
     EXPECT_EQ(view.autoresizingMask(), 0u);
