@@ -30,3 +30,9 @@ QVariantMap NSBundle::infoDictionary() const {
     }
     return dictionary;
 }
+
+void NSBundle::setResourcePath(const QString &folder) {
+    m_resourcePath = folder.isEmpty() ? QStringLiteral(":/") : folder;
+    if (!m_resourcePath.endsWith(u'/'))
+        m_resourcePath += u'/';
+}

@@ -22,8 +22,16 @@ public:
     /// One entry; nil where there is none.
     QVariant objectForInfoDictionaryKey(const QString &key) const { return infoDictionary().value(key); }
 
+    /// The folder of the program's resources, with a slash at its end, so that a resource's path is this and its
+    /// name: ":/", what is compiled into the program, unless another was set. Any thread.
+    QString resourcePath() const { return m_resourcePath; }
+    /// Sets the folder of the program's resources: one on disk or one of those compiled in, with or without a slash at its
+    /// end; nil and "" for ":/". At the program's start, before anything asks for it.
+    void setResourcePath(const QString &folder);
+
 private:
     NSBundle() = default;
 
     QVariantMap m_entries;
+    QString m_resourcePath = QStringLiteral(":/");
 };

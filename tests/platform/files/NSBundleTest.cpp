@@ -18,6 +18,7 @@ protected:
         QCoreApplication::setApplicationName(name);
         QCoreApplication::setOrganizationDomain(domain);
         bundle.setInfoDictionary({});
+        bundle.setResourcePath({});
     }
 
     NSBundle &bundle = NSBundle::mainBundle();
@@ -48,4 +49,16 @@ TEST_F(NSBundleTest, WhatWasGivenStandsOverThem) {
     bundle.setInfoDictionary({{u"CFBundleName"_s, QVariant()}, {u"CFBundleIdentifier"_s, NSNull()}});
     EXPECT_TRUE(bundle.infoDictionary().isEmpty());
     EXPECT_FALSE(bundle.objectForInfoDictionaryKey(u"CFBundleName"_s).isValid());
+}
+
+TEST_F(NSBundleTest, ResourcesAreThoseCompiledIntoTheProgramUnlessAnotherFolderIsSet) {
+    EXPECT_EQ(bundle.resourcePath(), u":/"_s);
+    bundle.setResourcePath(u"/opt/app/resources"_s);
+    EXPECT_EQ(bundle.resourcePath(), u"/opt/app/resources/"_s);
+    bundle.setResourcePath(u"/opt/app/resources/"_s);
+    EXPECT_EQ(bundle.resourcePath(), u"/opt/app/resources/"_s);
+    bundle.setResourcePath(u""_s);
+    EXPECT_EQ(bundle.resourcePath(), u":/"_s);
+    bundle.setResourcePath(u":/pictures"_s);
+    EXPECT_EQ(bundle.resourcePath(), u":/pictures/"_s);
 }
