@@ -35,11 +35,11 @@ function(zr_include_root variable name)
   set(${variable} ${root} PARENT_SCOPE)
 endfunction()
 
-# zr_library(NAME USES libraries... SOURCES... HEADERS installed headers...): the library of the current folder,
-# with the alias ZRKit::NAME. It sees the headers of the libraries that it uses and no others. PRIVATE_USES are those that
-# only its sources see.
+# zr_library(NAME [COMPONENT name] USES libraries... SOURCES... HEADERS installed headers...): the library of the current
+# folder, with the alias ZRKit::NAME. It sees the headers of the libraries that it uses and no others. PRIVATE_USES are those
+# that only its sources see. A library of a component is found by programs that ask for that component of the package.
 function(zr_library name)
-  cmake_parse_arguments(L "" "" "USES;SOURCES;HEADERS;PRIVATE_USES" ${ARGN})
+  cmake_parse_arguments(L "" "COMPONENT" "USES;SOURCES;HEADERS;PRIVATE_USES" ${ARGN})
   zr_include_root(root ${name})
   if(L_SOURCES)
     add_library(${name} ${L_SOURCES})
@@ -57,7 +57,7 @@ function(zr_library name)
                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zrkit>)
   cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE folder)
   install(FILES ${L_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zrkit/${folder})
-  set_property(GLOBAL APPEND PROPERTY ZR_LIBRARIES ${name})
+  set_property(GLOBAL APPEND PROPERTY ZR_LIBRARIES${L_COMPONENT} ${name})
 endfunction()
 
 # zr_test(NAME [TIMEOUT seconds] [LABELS ...] LIBS ... SOURCES ...): one test program; each case is a CTest test.
