@@ -32,7 +32,8 @@ QUrl HTTPServer::url(const QString &path, const QString &host) const {
 
 QList<HTTPServer::Request> HTTPServer::requests() const {
     const std::lock_guard lock(m_mutex);
-    return m_requests;
+    // A list of its own: one that was shared would be let go of outside the lock.
+    return {m_requests.cbegin(), m_requests.cend()};
 }
 
 int HTTPServer::count(const QByteArray &path) const {

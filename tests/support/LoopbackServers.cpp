@@ -210,7 +210,7 @@ QUrl ScriptedServer::url(const QString &path) const {
 
 QList<QByteArray> ScriptedServer::requests() const {
     const std::lock_guard lock(m_mutex);
-    return m_requests;
+    return {m_requests.cbegin(), m_requests.cend()};
 }
 
 void ScriptedServer::serve() {

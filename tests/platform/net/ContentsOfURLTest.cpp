@@ -2,10 +2,11 @@
 #include "platform/net/ContentsOfURL.h"
 
 #include "tests/support/HTTPServer.h"
+#include "tests/support/ProcessTree.h"
+#include "tests/support/ServerProcess.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -108,28 +109,26 @@ TEST(ContentsOfURLs, AServerWithACertificateOfItsOwnIsRefused) {
     const QTemporaryDir folder;
     const QString key = folder.filePath(QStringLiteral("key.pem"));
     const QString certificate = folder.filePath(QStringLiteral("certificate.pem"));
-    const QString openssl = QStringLiteral("openssl");
-    QProcess request;
-    request.start(openssl, words("req -x509 -newkey rsa:2048 -nodes -batch -subj /CN=127.0.0.1 -keyout") +
-                               QStringList{key, QStringLiteral("-out"), certificate});
-    ASSERT_TRUE(request.waitForFinished());
-    ASSERT_EQ(request.exitCode(), 0) << request.readAllStandardError().toStdString();
-    QProcess server;
-    server.setProcessChannelMode(QProcess::MergedChannels);
-    server.start(openssl, words("s_server -accept 127.0.0.1:0 -www -key") +
-                              QStringList{key, QStringLiteral("-cert"), certificate});
-    QByteArray said;
-    const auto hears = [&](const char *word) {
-        while (!said.contains(word) && server.waitForReadyRead(20'000))
-            said += server.readAll();
-        return said.contains(word);
+    const QString openssl = QStringLiteral("openssl"), output = folder.filePath(QStringLiteral("output"));
+    ServerProcess server;
+    server.start(openssl,
+                 words("req -x509 -newkey rsa:2048 -nodes -batch -subj /CN=127.0.0.1 -keyout") +
+                     QStringList{key, QStringLiteral("-out"), certificate},
+                 output);
+    ASSERT_EQ(server.waitUntilItEnds(), 0) << server.said().toStdString();
+    server.start(openssl,
+                 words("s_server -accept 127.0.0.1:0 -www -key") +
+                     QStringList{key, QStringLiteral("-cert"), certificate},
+                 output);
+    const auto hears = [&](const char *words) {
+        return ProcessTree::waitUntil([&] { return server.said().contains(words); });
     };
-    ASSERT_TRUE(hears("ACCEPT 127.0.0.1:") && hears("\n")) << said.toStdString();
-    const QByteArray port = said.mid(said.indexOf("ACCEPT 127.0.0.1:") + 17).split('\n').first().trimmed();
+    const auto line = [&] { return server.said().mid(server.said().indexOf("ACCEPT 127.0.0.1:") + 17); };
+    ASSERT_TRUE(hears("ACCEPT 127.0.0.1:") && ProcessTree::waitUntil([&] { return line().contains('\n'); }))
+        << server.said().toStdString();
+    const QByteArray port = line().split('\n').first().trimmed();
     EXPECT_TRUE(NSDataWithContentsOfURL(u("https://127.0.0.1:" + port + "/")).isNull());
-    EXPECT_TRUE(hears("unknown ca")) << said.toStdString();
-    server.kill();
-    server.waitForFinished();
+    EXPECT_TRUE(hears("unknown ca")) << server.said().toStdString();
 }
 
 TEST(ContentsOfURLs, ServersThatAreNotThereAreFailures) {
