@@ -3,6 +3,7 @@
 
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "platform/base/NSException.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/dates/NSDataDetector.h"
 #include "platform/dates/WallClock.h"
 #include "platform/values/NumberText.h"
@@ -137,14 +138,14 @@ QDateTime dateFromInternetDateTimeString(const QString &text) {
 QDateTime dateFromRFC822String(const QString &text) {
     if (text.isNull())
         throw NSException(NSInvalidArgumentException, QStringLiteral("a date text is nil"));
-    static NSDateFormatter formatter = webFormatter();
+    static zr::NeverDestroyed formatter(webFormatter());
     const QString upper = text.toUpper();
     if (upper.contains(u','))
         return firstParsed(
-            formatter, upper,
+            *formatter, upper,
             {QStringLiteral("EEE, d MMM yyyy HH:mm:ss zzz"), QStringLiteral("EEE, d MMM yyyy HH:mm zzz"),
              QStringLiteral("EEE, d MMM yyyy HH:mm:ss"), QStringLiteral("EEE, d MMM yyyy HH:mm")});
-    return firstParsed(formatter, upper,
+    return firstParsed(*formatter, upper,
                        {QStringLiteral("d MMM yyyy HH:mm:ss zzz"), QStringLiteral("d MMM yyyy HH:mm zzz"),
                         QStringLiteral("d MMM yyyy HH:mm:ss"), QStringLiteral("d MMM yyyy HH:mm")});
 }
@@ -153,14 +154,14 @@ QDateTime dateFromRFC3339String(const QString &text) {
     if (text.isNull())
         return {};
     static QMutex mutex;
-    static NSDateFormatter formatter = webFormatter();
+    static zr::NeverDestroyed formatter(webFormatter());
     const QMutexLocker lock(&mutex);
     constexpr qsizetype BehindTime = 20;
     QString upper = text.toUpper();
     upper.replace(u'Z', u"-0000"_qs);
     if (upper.size() > BehindTime)
         upper = upper.first(BehindTime) + upper.sliced(BehindTime).remove(u':');
-    return firstParsed(formatter, upper,
+    return firstParsed(*formatter, upper,
                        {QStringLiteral("yyyy'-'MM'-'dd'T'HH':'mm':'ssZZZ"),
                         QStringLiteral("yyyy'-'MM'-'dd'T'HH':'mm':'ss.SSSZZZ"),
                         QStringLiteral("yyyy'-'MM'-'dd'T'HH':'mm':'ss")});
@@ -192,11 +193,11 @@ QDateTime dateFromHumanString(const QString &text, const QDateTime &now) {
 
 QDateTime dateFromString(const QString &text, const QString &format) {
     static QMutex mutex;
-    static QHash<QString, std::shared_ptr<NSDateFormatter>> formatters;
+    static zr::NeverDestroyed<QHash<QString, std::shared_ptr<NSDateFormatter>>> formatters;
     const QMutexLocker lock(&mutex);
-    auto formatter = formatters.find(format);
-    if (formatter == formatters.end()) {
-        formatter = formatters.insert(format, std::make_shared<NSDateFormatter>(webFormatter()));
+    auto formatter = formatters->find(format);
+    if (formatter == formatters->end()) {
+        formatter = formatters->insert(format, std::make_shared<NSDateFormatter>(webFormatter()));
         (*formatter)->setDateFormat(format);
     }
     return (*formatter)->dateFromString(text);

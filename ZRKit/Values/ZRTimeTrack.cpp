@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Values/ZRTimeTrack.h"
 
+#include "platform/base/NeverDestroyed.h"
 #include "platform/values/NSLog.h"
 
 #include <QHash>
@@ -17,8 +18,8 @@ struct Tracker {
 };
 
 QHash<QString, Tracker> &timers() {
-    static QHash<QString, Tracker> table;
-    return table;
+    static zr::NeverDestroyed<QHash<QString, Tracker>> table;
+    return *table;
 }
 
 QString seconds(double duration) {

@@ -6,6 +6,7 @@
 #include "platform/archive/NSPropertyList.h"
 #include "platform/archive/PropertyListDate.h"
 #include "platform/base/NSError.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 
@@ -283,7 +284,7 @@ QVariant Unarchiver::decodeDictionary(const Object &object, Value &into, int dep
 }
 
 Unarchiver::Decoder Unarchiver::decoderNamed(const QString &className) {
-    static const QHash<QString, Decoder> known = {
+    static const zr::NeverDestroyed known(QHash<QString, Decoder>{
         {QStringLiteral("NSArray"), &Unarchiver::decodeArray},
         {QStringLiteral("NSMutableArray"), &Unarchiver::decodeArray},
         {QStringLiteral("NSData"), &Unarchiver::decodeData},
@@ -301,8 +302,8 @@ Unarchiver::Decoder Unarchiver::decoderNamed(const QString &className) {
         {QStringLiteral("NSMutableString"), &Unarchiver::decodeString},
         {QStringLiteral("NSURL"), &Unarchiver::decodeUrl},
         {QStringLiteral("NSUUID"), &Unarchiver::decodeUuid},
-    };
-    return known.value(className);
+    });
+    return known->value(className);
 }
 
 Unarchiver::Decoder Unarchiver::decoderOf(const Object &object) {

@@ -20,10 +20,15 @@ public:
     NeverDestroyed &operator=(const NeverDestroyed &) = delete;
 
     T &operator*() { return *std::launder(reinterpret_cast<T *>(m_storage)); }
+    const T &operator*() const { return *std::launder(reinterpret_cast<const T *>(m_storage)); }
     T *operator->() { return &**this; }
+    const T *operator->() const { return &**this; }
 
 private:
     alignas(T) std::byte m_storage[sizeof(T)];
 };
+
+template <typename T>
+NeverDestroyed(T) -> NeverDestroyed<T>;
 
 } // namespace zr

@@ -2,6 +2,7 @@
 #include "platform/documents/WebMIMEMessage.h"
 
 #include "platform/base/ASCII.h"
+#include "platform/base/NeverDestroyed.h"
 
 #include <QRegularExpression>
 #include <QStringDecoder>
@@ -293,12 +294,12 @@ QByteArray WebMIMEMessage::decodeQuotedPrintable(QByteArrayView body) {
 
 QByteArray WebMIMEMessage::decodeEncodedWords(const QByteArray &text) {
     // Blanks between two encoded words only part them.
-    static const QRegularExpression words(QStringLiteral(
+    static const NeverDestroyed<QRegularExpression> words(QStringLiteral(
         R"(=\?([^?*\s]+)(?:\*[^?\s]*)?\?([BbQq])\?([^?]*)\?=(?:\s+(?==\?[^?\s]+\?[BbQq]\?[^?]*\?=))?)"));
     QByteArray out;
     qsizetype copied = 0;
     // One unit of Latin-1 is one byte of the text.
-    for (auto each = words.globalMatch(QString::fromLatin1(text)); each.hasNext();) {
+    for (auto each = words->globalMatch(QString::fromLatin1(text)); each.hasNext();) {
         const QRegularExpressionMatch word = each.next();
         QStringDecoder decoder(word.captured(1).toLatin1().constData());
         if (!decoder.isValid())

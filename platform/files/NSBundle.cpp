@@ -8,8 +8,8 @@
 #include <algorithm>
 
 NSBundle &NSBundle::mainBundle() {
-    static NSBundle bundle;
-    return bundle;
+    static auto *const bundle = new NSBundle;
+    return *bundle;
 }
 
 QVariantMap NSBundle::infoDictionary() const {

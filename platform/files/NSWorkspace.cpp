@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/files/NSWorkspace.h"
 
+#include "platform/base/NeverDestroyed.h"
 #include "platform/files/UniformTypes.h"
 
 #include <QHash>
@@ -15,14 +16,14 @@ namespace {
 
 /// What each known identifier builds on; in lower case.
 const QHash<QString, QStringList> &parentsOfIdentifiers() {
-    static const QHash<QString, QStringList> made = [] {
+    static const zr::NeverDestroyed made([] {
         QHash<QString, QStringList> parents;
         for (const UniformType &type : uniformTypes())
             parents.insert(QString::fromLatin1(type.identifier),
                            QString::fromLatin1(type.parents).split(u' ', Qt::SkipEmptyParts));
         return parents;
-    }();
-    return made;
+    }());
+    return *made;
 }
 
 /// The MIME types that a MIME type builds on, its aliases included.

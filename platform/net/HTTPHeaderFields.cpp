@@ -2,6 +2,7 @@
 #include "platform/net/HTTPHeaderFields.h"
 
 #include "platform/base/ASCII.h"
+#include "platform/base/NeverDestroyed.h"
 
 #include <QRegularExpression>
 #include <QStringDecoder>
@@ -73,8 +74,8 @@ QString mediaType(const QVariantMap &fields) {
 
 QString characterSet(const QVariantMap &fields) {
     const QString type = value(fields, QStringLiteral("Content-Type"));
-    static const QRegularExpression parameters = expression(QStringLiteral(";\\s*(%1)?(?:=(%2|[^;]*))?"));
-    auto found = parameters.globalMatch(type);
+    static const NeverDestroyed parameters(expression(QStringLiteral(";\\s*(%1)?(?:=(%2|[^;]*))?")));
+    auto found = parameters->globalMatch(type);
     while (found.hasNext()) {
         const QRegularExpressionMatch parameter = found.next();
         QString content = unquoted(parameter.captured(2));
@@ -105,9 +106,8 @@ qint64 bodyLength(const QVariantMap &fields) {
 QList<Challenge> challenges(const QString &authenticate) {
     QList<Challenge> found;
     // "name=value" belongs to the scheme before it; a name alone is the next scheme.
-    static const QRegularExpression wordsAndValues =
-        expression(QStringLiteral("(%1)(?:\\s*=\\s*(%2|[^,\\s]*))?"));
-    auto words = wordsAndValues.globalMatch(authenticate);
+    static const NeverDestroyed wordsAndValues(expression(QStringLiteral("(%1)(?:\\s*=\\s*(%2|[^,\\s]*))?")));
+    auto words = wordsAndValues->globalMatch(authenticate);
     while (words.hasNext()) {
         const QRegularExpressionMatch word = words.next();
         if (!word.hasCaptured(2) || found.isEmpty())

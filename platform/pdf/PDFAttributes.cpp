@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/pdf/PDFAttributes.h"
 
+#include "platform/base/NeverDestroyed.h"
 #include "platform/values/NSNull.h"
 
 #include <QRegularExpression>
@@ -44,10 +45,10 @@ QString zr::pdfDateText(const QDateTime &date) {
 }
 
 QDateTime zr::pdfDate(const QString &text) {
-    static const QRegularExpression form(
+    static const zr::NeverDestroyed<QRegularExpression> form(
         QStringLiteral("^(?:D:)?(\\d{4})(\\d\\d)?(\\d\\d)?(\\d\\d)?(\\d\\d)?(\\d\\d)?"
                        "(?:([+-])(\\d\\d)?'?(\\d\\d)?)?"));
-    const QRegularExpressionMatch match = form.match(text);
+    const QRegularExpressionMatch match = form->match(text);
     if (!match.hasMatch())
         return {};
     const auto part = [&](int group, int missing) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/pdf/PDFDocument.h"
 
+#include "platform/base/NeverDestroyed.h"
 #include "platform/pdf/PDFAttributes.h"
 #include "platform/pdf/PDFDecodeBudget.h"
 #include "platform/pdf/PDFPageBox.h"
@@ -33,9 +34,9 @@ auto attempt(const QByteArray &data, Work work) -> decltype(work()) {
 
 QString text(Object string) {
     // A language code stands between two escape characters.
-    static const QRegularExpression languageCode(QStringLiteral("\x1B[^\x1B]{0,15}\x1B"));
+    static const NeverDestroyed<QRegularExpression> languageCode(QStringLiteral("\x1B[^\x1B]{0,15}\x1B"));
     QString text = QString::fromStdString(string.getUTF8Value());
-    return text.isNull() ? QStringLiteral("") : text.remove(languageCode);
+    return text.isNull() ? QStringLiteral("") : text.remove(*languageCode);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "platform/base/ASCII.h"
 #include "platform/base/NSException.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/predicates/NSPredicate.h"
 
 #include <QHash>
@@ -21,12 +22,12 @@ void PredicateLexer::fail(const QString &format, qsizetype position, const QStri
 }
 
 bool PredicateLexer::isReserved(QStringView word) {
-    static const QStringList words =
+    static const NeverDestroyed words(
         QStringLiteral(
             "AND OR NOT IN BETWEEN CONTAINS BEGINSWITH ENDSWITH LIKE MATCHES ANY SOME ALL NONE SELF TRUE "
             "YES FALSE NO NULL NIL FIRST LAST SIZE TRUEPREDICATE FALSEPREDICATE SUBQUERY CAST")
-            .split(u' ');
-    return words.contains(word, Qt::CaseInsensitive);
+            .split(u' '));
+    return words->contains(word, Qt::CaseInsensitive);
 }
 
 bool PredicateLexer::isNameStart(QChar c) {
@@ -193,16 +194,17 @@ PredicateToken PredicateLexer::argument() {
 
 PredicateToken PredicateLexer::sign() {
     // Those that begin with another one come before it.
-    static const QStringList signs =
-        QStringLiteral("== =< => <= >= != <> && || ** = < > ! ( ) { } [ ] , . + - * /").split(u' ');
-    static const QHash<QString, QString> meanings = {{QStringLiteral("=<"), QStringLiteral("<=")},
-                                                     {QStringLiteral("=>"), QStringLiteral(">=")},
-                                                     {QStringLiteral("<>"), QStringLiteral("!=")},
-                                                     {QStringLiteral("="), QStringLiteral("==")}};
+    static const NeverDestroyed signs(
+        QStringLiteral("== =< => <= >= != <> && || ** = < > ! ( ) { } [ ] , . + - * /").split(u' '));
+    static const NeverDestroyed meanings(
+        QHash<QString, QString>{{QStringLiteral("=<"), QStringLiteral("<=")},
+                                {QStringLiteral("=>"), QStringLiteral(">=")},
+                                {QStringLiteral("<>"), QStringLiteral("!=")},
+                                {QStringLiteral("="), QStringLiteral("==")}});
     const QStringView rest = QStringView(m_format).mid(m_at);
-    for (const QString &sign : signs) {
+    for (const QString &sign : *signs) {
         if (rest.startsWith(sign)) {
-            PredicateToken token{PredicateToken::Sign, meanings.value(sign, sign), {}, m_at};
+            PredicateToken token{PredicateToken::Sign, meanings->value(sign, sign), {}, m_at};
             m_at += sign.size();
             return token;
         }

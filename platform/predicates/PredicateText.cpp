@@ -2,6 +2,7 @@
 #include "platform/predicates/PredicateText.h"
 
 #include "platform/base/NSException.h"
+#include "platform/base/NeverDestroyed.h"
 #include "platform/text/NSRegularExpression.h"
 
 #include <QHash>
@@ -29,14 +30,14 @@ NSRegularExpression compiled(const QString &pattern, NSRegularExpressionOptions 
 NSRegularExpression cached(const QString &pattern, NSRegularExpressionOptions options) {
     constexpr qsizetype Most = 64;
     static std::mutex mutex;
-    static QHash<std::pair<QString, quint64>, NSRegularExpression> expressions;
+    static NeverDestroyed<QHash<std::pair<QString, quint64>, NSRegularExpression>> expressions;
     const auto key = std::pair(pattern, options);
     const std::scoped_lock lock(mutex);
-    if (const auto it = expressions.constFind(key); it != expressions.constEnd())
+    if (const auto it = expressions->constFind(key); it != expressions->constEnd())
         return *it;
-    if (expressions.size() >= Most)
-        expressions.clear();
-    return *expressions.insert(key, compiled(pattern, options));
+    if (expressions->size() >= Most)
+        expressions->clear();
+    return *expressions->insert(key, compiled(pattern, options));
 }
 
 QString withoutDiacritics(const QString &text) {

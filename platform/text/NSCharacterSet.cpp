@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/text/NSCharacterSet.h"
 
+#include "platform/base/NeverDestroyed.h"
+
 #include <unicode/uniset.h>
 
 struct NSCharacterSet::Content : QSharedData {
@@ -26,39 +28,39 @@ NSCharacterSet NSCharacterSet::characterSetWithPattern(const char16_t *pattern) 
 }
 
 NSCharacterSet NSCharacterSet::whitespaceAndNewlineCharacterSet() {
-    static const NSCharacterSet set = characterSetWithPattern(u"[:White_Space:]");
-    return set;
+    static const zr::NeverDestroyed set(characterSetWithPattern(u"[:White_Space:]"));
+    return *set;
 }
 
 NSCharacterSet NSCharacterSet::whitespaceCharacterSet() {
-    static const NSCharacterSet set =
-        characterSetWithPattern(uR"([[:White_Space:]-[\n-\r\u0085\u2028\u2029]])");
-    return set;
+    static const zr::NeverDestroyed set(
+        characterSetWithPattern(uR"([[:White_Space:]-[\n-\r\u0085\u2028\u2029]])"));
+    return *set;
 }
 
 NSCharacterSet NSCharacterSet::newlineCharacterSet() {
-    static const NSCharacterSet set = characterSetWithPattern(uR"([\n-\r\u0085\u2028\u2029])");
-    return set;
+    static const zr::NeverDestroyed set(characterSetWithPattern(uR"([\n-\r\u0085\u2028\u2029])"));
+    return *set;
 }
 
 NSCharacterSet NSCharacterSet::decimalDigitCharacterSet() {
-    static const NSCharacterSet set = characterSetWithPattern(u"[:Nd:]");
-    return set;
+    static const zr::NeverDestroyed set(characterSetWithPattern(u"[:Nd:]"));
+    return *set;
 }
 
 NSCharacterSet NSCharacterSet::letterCharacterSet() {
-    static const NSCharacterSet set = characterSetWithPattern(u"[[:L:][:M:]]");
-    return set;
+    static const zr::NeverDestroyed set(characterSetWithPattern(u"[[:L:][:M:]]"));
+    return *set;
 }
 
 NSCharacterSet NSCharacterSet::alphanumericCharacterSet() {
-    static const NSCharacterSet set = characterSetWithPattern(u"[[:L:][:M:][:N:]]");
-    return set;
+    static const zr::NeverDestroyed set(characterSetWithPattern(u"[[:L:][:M:][:N:]]"));
+    return *set;
 }
 
 NSCharacterSet NSCharacterSet::punctuationCharacterSet() {
-    static const NSCharacterSet set = characterSetWithPattern(u"[:P:]");
-    return set;
+    static const zr::NeverDestroyed set(characterSetWithPattern(u"[:P:]"));
+    return *set;
 }
 
 NSCharacterSet NSCharacterSet::characterSetWithCharactersInString(QStringView text) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSDecimalNumber.h"
 
+#include "platform/base/NeverDestroyed.h"
 #include "platform/values/NumberText.h"
 
 #include <QHashFunctions>
@@ -26,13 +27,13 @@ constexpr int MaxDigits = NSDecimalNumber::MaxDigits;
 constexpr int LargestPower = 400;
 
 Integer powerOf10(qint64 n) {
-    static const auto powers = [] {
+    static const zr::NeverDestroyed powers([] {
         std::vector<Integer> table(LargestPower + 1, 1);
         for (size_t i = 1; i < table.size(); ++i)
             table[i] = table[i - 1] * 10;
         return table;
-    }();
-    return n <= LargestPower ? powers[size_t(n)] : boost::multiprecision::pow(Integer(10), unsigned(n));
+    }());
+    return n <= LargestPower ? (*powers)[size_t(n)] : boost::multiprecision::pow(Integer(10), unsigned(n));
 }
 
 /// Decimal digits; none for zero.
@@ -177,11 +178,11 @@ NSDecimalNumber::NSDecimalNumber(quint64 mantissaHigh, quint64 mantissaLow, int 
 }
 
 NSDecimalNumber::NSDecimalNumber(const QString &text) {
-    static const QRegularExpression form(
+    static const zr::NeverDestroyed<QRegularExpression> form(
         QStringLiteral(R"(\A([-+]?)([0-9]*+)(?:\.([0-9]*+))?(?:[eE]([-+]?[0-9]++))?\z)"));
     constexpr qsizetype Enough = 100; // digits; of those behind only counts whether there are any
     constexpr qint64 Far = Q_INT64_C(1) << 48;
-    const auto parts = form.match(text);
+    const auto parts = form->match(text);
     const QString whole = parts.captured(2), places = parts.captured(3);
     QByteArray digits = (whole + places).toLatin1();
     if (!parts.hasMatch() || digits.isEmpty()) {

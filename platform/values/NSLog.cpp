@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/values/NSLog.h"
 
+#include "platform/base/NeverDestroyed.h"
 #include "platform/values/Coercion.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/ValueKind.h"
@@ -91,7 +92,7 @@ struct Directive {
 } // namespace
 
 QString NSFormat(const char *format, std::initializer_list<NSFormatArgument> arguments) {
-    static const QRegularExpression directives(
+    static const zr::NeverDestroyed<QRegularExpression> directives(
         QStringLiteral(R"(%(?:([0-9]+)\$)?([-+ #0']*)([0-9]+|\*)?(?:\.([0-9]+|\*)?)?(hh|h|ll|l|q|j|z|t|L)?)"
                        R"(([@sSdDiuUxXoOfFeEgGaAcCp%]))"));
     const QString text = QString::fromUtf8(format);
@@ -105,7 +106,7 @@ QString NSFormat(const char *format, std::initializer_list<NSFormatArgument> arg
     };
     QString line;
     qsizetype from = 0;
-    for (auto matches = directives.globalMatch(text); matches.hasNext();) {
+    for (auto matches = directives->globalMatch(text); matches.hasNext();) {
         const QRegularExpressionMatch match = matches.next();
         line += QStringView(text).sliced(from, match.capturedStart() - from);
         from = match.capturedEnd();

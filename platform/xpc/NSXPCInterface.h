@@ -21,10 +21,11 @@ public:
 
     template <typename Protocol>
     static std::shared_ptr<const NSXPCInterface> interfaceWithProtocol() {
-        static const std::shared_ptr<const NSXPCInterface> interface(
+        // Never destroyed: connections go on while the process ends.
+        static const auto *const interface = new std::shared_ptr<const NSXPCInterface>(
             new NSXPCInterface(NSXPCProtocolDescription<Protocol>::name,
                                methods<Protocol>(typename NSXPCProtocolDescription<Protocol>::Methods())));
-        return interface;
+        return *interface;
     }
 
     QString protocolName() const { return m_name; }

@@ -13,17 +13,31 @@
 /// Gives a conversion up that takes longer than only a broken program would.
 class ConversionLimit {
 public:
+    ConversionLimit() : m_timer([this] { run(); }) {}
+    ~ConversionLimit() {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_hasEnded = true;
+        }
+        m_ended.notify_one();
+        m_timer.join();
+    }
+    ConversionLimit(const ConversionLimit &) = delete;
+    ConversionLimit &operator=(const ConversionLimit &) = delete;
     std::stop_token token() const { return m_source.get_token(); }
 
 private:
+    void run() {
+        std::unique_lock lock(m_mutex);
+        if (!m_ended.wait_for(lock, std::chrono::minutes(1), [this] { return m_hasEnded; }))
+            m_source.request_stop();
+    }
+
     std::stop_source m_source;
-    std::jthread m_timer{[source = m_source](const std::stop_token &ended) mutable {
-        std::mutex mutex;
-        std::unique_lock lock(mutex);
-        std::condition_variable_any change;
-        if (!change.wait_for(lock, ended, std::chrono::minutes(1), [&] { return ended.stop_requested(); }))
-            source.request_stop();
-    }};
+    std::mutex m_mutex;
+    std::condition_variable m_ended;
+    bool m_hasEnded = false;
+    std::thread m_timer;
 };
 
 /// One conversion and what came of it.
