@@ -72,8 +72,7 @@ function(zr_test name)
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 120)
   endif()
-  # Tests fork children that use threads; the thread sanitizer asks to be told that this is meant.
-  set(properties TIMEOUT ${T_TIMEOUT} ENVIRONMENT "TSAN_OPTIONS=die_after_fork=0"
+  set(properties TIMEOUT ${T_TIMEOUT}
       ENVIRONMENT_MODIFICATION "TMPDIR=set:${ZR_TEST_FOLDER}" FIXTURES_REQUIRED test_folder)
   # An empty value would take the next property's name for its own.
   if(T_LABELS)
