@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QImage>
+#include <QRectF>
+#include <QSize>
+#include <QSizeF>
+
+namespace zr {
+
+/// A size in whole pixels, rounded up; an empty one if that is none that a picture can have.
+QSize pixelSize(const QSizeF &size);
+
+/// A region of a picture, in its pixels and at fractions of them if need be, in as many pixels as asked for, by Lanczos'
+/// filter over three lobes. Colours are weighted by their opacity. The result is premultiplied and has 16 bits a channel; it is
+/// null if the region or the size is empty, or memory short. Any thread.
+QImage scaledRegion(const QImage &picture, const QRectF &region, const QSize &size);
+
+} // namespace zr
