@@ -19,6 +19,7 @@ using namespace zr;
 namespace {
 
 constexpr qint64 mostPixels = qint64(1) << 27;
+constexpr int noResolution = 1; ///< dots a metre
 
 qint64 pixelCount(const QSize &size) {
     return size.isEmpty() ? 0 : qint64(size.width()) * size.height();
@@ -35,25 +36,23 @@ qint64 byteCount(const QSize &size, QImage::Format format) {
     return pixelCount(size) * std::max(bits, 8) / 8;
 }
 
-/// Points a pixel, by the resolution in dots a metre that the file claims. One that claims none has the one that Qt gives to
-/// every new bitmap; such a file has a point a pixel.
-double pointsAPixel(int dotsPerMeter, int unclaimed) {
+/// Points a pixel, by the resolution in dots a metre; 1 for one that can't be meant.
+double pointsAPixel(int dotsPerMeter) {
     double dotsPerInch = dotsPerMeter * 0.0254;
-    if (dotsPerMeter == unclaimed || dotsPerInch < 1 || dotsPerInch > 100000)
+    if (dotsPerInch < 1 || dotsPerInch > 100000)
         return 1;
-    // Formats that count whole dots a metre can't say 300 to the inch otherwise.
-    constexpr double precision = 0.0254 / 2 + 1e-6;
-    if (std::abs(dotsPerInch - std::round(dotsPerInch)) <= precision)
+    // In whole dots a metre, which Qt also cuts off, 300 to the inch can't be said.
+    if (std::abs(dotsPerInch - std::round(dotsPerInch)) <= 0.0254)
         dotsPerInch = std::round(dotsPerInch);
     return 72 / dotsPerInch;
 }
 
-/// The size, at most an eighth of it in each direction and not below the other, that the JPEG decoder gives at no cost.
-QSize reduced(const QSize &size, const QSize &atLeast) {
+/// By how much the JPEG decoder may divide a size at no cost, if the result must not be below the other in either direction.
+int divisorFor(const QSize &size, const QSize &atLeast) {
     for (const int divisor : {8, 4, 2})
         if (size.width() / divisor >= atLeast.width() && size.height() / divisor >= atLeast.height())
-            return size / divisor;
-    return size;
+            return divisor;
+    return 1;
 }
 
 class Reader {
@@ -70,8 +69,9 @@ public:
 
     QList<std::shared_ptr<NSImageRep>> all() {
         QList<std::shared_ptr<NSImageRep>> representations;
-        const bool hasSeveral = m_format == "ico" || m_format == "tiff";
-        for (int index = 0; index == 0 || (hasSeveral && index < m_reader.imageCount()); ++index) {
+        // To be asked for before the first is read.
+        const int count = m_format == "ico" || m_format == "tiff" ? m_reader.imageCount() : 1;
+        for (int index = 0; index < count; ++index) {
             const auto representation = index == 0 || m_reader.jumpToImage(index) ? next() : nullptr;
             if (!representation)
                 break;
@@ -89,20 +89,29 @@ private:
         const bool isTurned = m_reader.transformation() & QImageIOHandler::TransformationRotate90;
         QSize decoded = stored;
         if (m_format == "jpeg" && !m_atLeast.isEmpty()) {
-            decoded = reduced(stored, isTurned ? m_atLeast.transposed() : m_atLeast);
-            if (decoded != stored)
-                m_reader.setScaledSize(decoded);
+            const int divisor = divisorFor(stored, isTurned ? m_atLeast.transposed() : m_atLeast);
+            // The decoder rounds up. Qt chooses its divisor by what is asked for, which therefore is rounded down.
+            decoded =
+                QSize((stored.width() + divisor - 1) / divisor, (stored.height() + divisor - 1) / divisor);
+            if (divisor > 1)
+                m_reader.setScaledSize(QSize(stored.width() / divisor, stored.height() / divisor));
         }
         m_bytes += byteCount(decoded, storedFormat);
         if (m_bytes > mostBytes())
             return nullptr;
-        QImage bitmap = m_reader.read();
-        if (bitmap.isNull())
+        // Reading keeps the bitmap that is given, with its resolution unless the file claims one. A new bitmap would have
+        // Qt's own, which is no other than that of many files.
+        QImage bitmap(decoded, storedFormat);
+        bitmap.setDotsPerMeterX(noResolution);
+        bitmap.setDotsPerMeterY(noResolution);
+        if (!m_reader.read(&bitmap) || bitmap.isNull())
             return nullptr;
-        const QImage unclaimed(1, 1, QImage::Format_Mono);
-        QSizeF pointSize =
-            QSizeF(stored.width() * pointsAPixel(bitmap.dotsPerMeterX(), unclaimed.dotsPerMeterX()),
-                   stored.height() * pointsAPixel(bitmap.dotsPerMeterY(), unclaimed.dotsPerMeterY()));
+        const bool mayClaim =
+            m_format == "png" || m_format == "jpeg" || m_format == "tiff" || m_format == "bmp";
+        QSizeF pointSize = stored;
+        if (mayClaim)
+            pointSize = QSizeF(stored.width() * pointsAPixel(bitmap.dotsPerMeterX()),
+                               stored.height() * pointsAPixel(bitmap.dotsPerMeterY()));
         if (isTurned)
             pointSize.transpose();
         if (bitmap.colorSpace().isValid())

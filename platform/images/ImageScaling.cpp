@@ -75,6 +75,7 @@ private:
 
 struct Source {
     const QImage &picture;
+    QPoint origin;
     const Planes &planes;
 };
 
@@ -86,12 +87,14 @@ struct Destination {
 int readRow(void *user, unsigned y, unsigned left, unsigned right) {
     const Source &source = *static_cast<Source *>(user);
     const QImage &picture = source.picture;
-    QImage row(picture.constScanLine(int(y)), picture.width(), 1, picture.bytesPerLine(), picture.format());
+    QImage row(picture.constScanLine(source.origin.y() + int(y)), picture.width(), 1, picture.bytesPerLine(),
+               picture.format());
     row.setColorTable(picture.colorTable());
     row.convertTo(pixelFormat);
     if (row.isNull())
         return 1;
-    const auto *const pixels = reinterpret_cast<const quint16 *>(row.constScanLine(0));
+    const auto *const pixels =
+        reinterpret_cast<const quint16 *>(row.constScanLine(0)) + source.origin.x() * channels;
     for (int channel = 0; channel < source.planes.count(); ++channel) {
         quint16 *const plane = source.planes.row(channel, y);
         for (unsigned x = left; x < right; ++x)
@@ -157,22 +160,23 @@ QSize zr::pixelSize(const QSizeF &size) {
                                                                         : QSize();
 }
 
-QImage zr::scaledRegion(const QImage &picture, const QRectF &region, const QSize &size) {
-    const QRectF inside = region & QRectF(picture.rect());
+QImage zr::scaledRegion(const QImage &picture, const QRect &within, const QRectF &region, const QSize &size) {
+    const QRect part = within & picture.rect();
+    const QRectF inside = region & QRectF(part);
     if (inside.isEmpty() || size.isEmpty())
         return {};
     if (inside.size() == QSizeF(size) && inside == QRectF(inside.toRect()))
         return picture.copy(inside.toRect()).convertToFormat(pixelFormat);
 
     const bool hasAlpha = picture.hasAlphaChannel();
-    const Graph graph = scaler(picture.size(), inside, size, hasAlpha);
+    const Graph graph = scaler(part.size(), inside.translated(-part.topLeft()), size, hasAlpha);
     unsigned inputRows = 0, outputRows = 0;
     std::size_t scratchSize = 0;
     if (!graph || zimg_filter_graph_get_input_buffering(graph.get(), &inputRows) ||
         zimg_filter_graph_get_output_buffering(graph.get(), &outputRows) ||
         zimg_filter_graph_get_tmp_size(graph.get(), &scratchSize))
         return {};
-    const Planes from(picture.width(), std::min(inputRows, unsigned(picture.height())), hasAlpha);
+    const Planes from(part.width(), std::min(inputRows, unsigned(part.height())), hasAlpha);
     const Planes to(size.width(), std::min(outputRows, unsigned(size.height())), hasAlpha);
     const Memory scratch = aligned(scratchSize);
     QImage result(size, pixelFormat);
@@ -180,7 +184,7 @@ QImage zr::scaledRegion(const QImage &picture, const QRectF &region, const QSize
         return {};
     const auto input = from.buffer<zimg_image_buffer_const>();
     const auto output = to.buffer<zimg_image_buffer>();
-    Source source{picture, from};
+    Source source{picture, part.topLeft(), from};
     Destination destination{result, to};
     const auto error = zimg_filter_graph_process(graph.get(), &input, &output, scratch.get(), readRow,
                                                  &source, writeRow, &destination);

@@ -70,6 +70,12 @@ QRectF correspondingPart(const QRectF &inner, const QRectF &outer, const QRectF 
             inner.width() * x, inner.height() * y};
 }
 
+/// The whole pixels that a region touches; it may be off by what the computation of its edges lost.
+QRect touchedPixels(const QRectF &region) {
+    constexpr double lost = 1e-6;
+    return region.adjusted(lost, lost, -lost, -lost).toAlignedRect();
+}
+
 /// The rectangle with its edges on whole numbers.
 QRectF snapped(const QRectF &rect) {
     const auto nearest = [](double edge) { return std::floor(edge + 0.5); };
@@ -201,16 +207,17 @@ QImage NSImage::CGImageForProposedRect(const QRectF &proposedRect) const {
 }
 
 QImage NSImage::scaled(const std::shared_ptr<NSImageRep> &representation, const QImage &bitmap,
-                       const QRectF &region, const QSize &size) const {
+                       const QRect &within, const QRectF &region, const QSize &size) const {
     {
         const std::lock_guard lock(m_mutex);
-        if (m_drawn.representation == representation && m_drawn.region == region && m_drawn.size == size)
+        if (m_drawn.representation == representation && m_drawn.within == within &&
+            m_drawn.region == region && m_drawn.size == size)
             return m_drawn.picture;
     }
-    const QImage picture = scaledRegion(bitmap, region, size);
+    const QImage picture = scaledRegion(bitmap, within, region, size);
     const std::lock_guard lock(m_mutex);
     if (m_cacheMode != NSImageCacheMode::Never && m_representations.contains(representation))
-        m_drawn = {representation, region, size, picture};
+        m_drawn = {representation, within, region, size, picture};
     return picture;
 }
 
@@ -239,6 +246,7 @@ void NSImage::drawInRect(const QRectF &rect, const QRectF &fromRect, NSCompositi
     // Rows of pixels are counted from the top.
     const QRectF partFromTop(part.x(), whole.height() - part.bottom(), part.width(), part.height());
     const QRectF region = correspondingPart(partFromTop, whole, QRectF(bitmap.rect()));
+    const QRect within = touchedPixels(region);
 
     painter.save();
     painter.setCompositionMode(compositionMode(operation));
@@ -252,8 +260,8 @@ void NSImage::drawInRect(const QRectF &rect, const QRectF &fromRect, NSCompositi
         const QRectF pixels = snapped(transform.mapRect(place));
         const QRectF seen = pixels & QRectF(0, 0, device.width(), device.height());
         if (!seen.isEmpty()) {
-            const QImage picture =
-                scaled(representation, bitmap, correspondingPart(seen, pixels, region), seen.size().toSize());
+            const QImage picture = scaled(representation, bitmap, within,
+                                          correspondingPart(seen, pixels, region), seen.size().toSize());
             // From here on the painter counts the device's pixels.
             painter.setWorldTransform(painter.worldTransform() * transform.inverted());
             painter.drawImage(seen.topLeft(), picture);
@@ -264,7 +272,7 @@ void NSImage::drawInRect(const QRectF &rect, const QRectF &fromRect, NSCompositi
                                .expandedTo(QSizeF(1, 1))
                                .toSize();
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        painter.drawImage(place, scaled(representation, bitmap, region, size));
+        painter.drawImage(place, scaled(representation, bitmap, within, region, size));
     }
     painter.restore();
 }

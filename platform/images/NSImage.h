@@ -8,6 +8,7 @@
 #include <QImage>
 #include <QList>
 #include <QPointF>
+#include <QRect>
 #include <QRectF>
 #include <QSize>
 #include <QString>
@@ -102,6 +103,7 @@ private:
     /// A picture as it was last drawn.
     struct Drawn {
         std::shared_ptr<NSImageRep> representation;
+        QRect within;
         QRectF region;
         QSize size;
         QImage picture;
@@ -110,7 +112,7 @@ private:
     void setOnlyRepresentation(const std::shared_ptr<NSImageRep> &representation);
     std::shared_ptr<NSImageRep> bestRepresentation(const QSizeF &pixels) const;
     QImage scaled(const std::shared_ptr<NSImageRep> &representation, const QImage &bitmap,
-                  const QRectF &region, const QSize &size) const;
+                  const QRect &within, const QRectF &region, const QSize &size) const;
 
     mutable std::mutex m_mutex; ///< of all below
     QSizeF m_size;

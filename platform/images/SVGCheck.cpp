@@ -101,6 +101,7 @@ bool zr::isHarmlessSVG(const QByteArray &data) {
     QXmlStreamReader xml(data);
     Elements elements;
     qint64 pixels = 0;
+    const bool canDrawText = qobject_cast<QGuiApplication *>(QCoreApplication::instance());
     while (!xml.atEnd()) {
         switch (xml.readNext()) {
         case QXmlStreamReader::StartElement: {
@@ -108,7 +109,8 @@ bool zr::isHarmlessSVG(const QByteArray &data) {
             if (elements.count() == 0 && name != u"svg")
                 return false;
             elements.begin(xml.attributes(), name == u"use");
-            if (elements.depth() > deepest || elements.count() > mostElements || (isText(name) && !qGuiApp))
+            if (elements.depth() > deepest || elements.count() > mostElements ||
+                (isText(name) && !canDrawText))
                 return false;
             if (name != u"image")
                 break;

@@ -147,7 +147,7 @@ TEST(ImageReading, AFileThatClaimsNoResolutionHasAPointAPixel) {
 
 TEST(ImageReading, TheSizeFollowsFromTheResolutionThatAFileClaims) {
     QImage picture = quarters(300, 150);
-    for (const int dpi : {72, 96, 144, 150, 300, 600}) {
+    for (const int dpi : {72, 96, 99, 144, 150, 300, 600}) {
         picture.setDotsPerMeterX(int(std::lround(dpi / 0.0254)));
         picture.setDotsPerMeterY(int(std::lround(dpi / 0.0254)));
         for (const char *const format : {"png", "jpeg", "bmp"})
@@ -157,6 +157,17 @@ TEST(ImageReading, TheSizeFollowsFromTheResolutionThatAFileClaims) {
     const QByteArray tiff = converted(encoded(picture, "png"),
                                       {u"-units"_s, u"PixelsPerInch"_s, u"-density"_s, u"200"_s}, u"tiff"_s);
     EXPECT_EQ(NSImage::imageWithData(tiff)->size(), QSizeF(108, 54));
+}
+
+TEST(ImageReading, AResolutionThatIsQtsOwnIsTakenAsItStands) {
+    // A file of 100 DPI has what Qt gives a new bitmap without a graphical application.
+    const QByteArray picture = encoded(quarters(300, 150), "png");
+    for (const QString &format : {u"png"_s, u"tiff"_s, u"jpeg"_s, u"bmp"_s})
+        EXPECT_EQ(NSImage::imageWithData(
+                      converted(picture, {u"-units"_s, u"PixelsPerInch"_s, u"-density"_s, u"100"_s}, format))
+                      ->size(),
+                  QSizeF(216, 108))
+            << format.toStdString();
 }
 
 TEST(ImageReading, WidthAndHeightMayDifferInResolution) {
@@ -191,7 +202,11 @@ TEST(ImageReading, PhotographsAreTurnedAsTheirDataSays) {
                           {7, {u"-transverse"_s}},
                           {8, {u"-rotate"_s, u"90"_s}}};
     for (const Case &stored : cases) {
-        QByteArray jpeg = converted(upright, stored.storing + QStringList{u"-quality"_s, u"95"_s}, u"jpeg"_s);
+        QByteArray jpeg =
+            converted(upright,
+                      stored.storing + QStringList{u"-units"_s, u"PixelsPerInch"_s, u"-density"_s, u"72"_s,
+                                                   u"-quality"_s, u"95"_s},
+                      u"jpeg"_s);
         QByteArray exif("\xFF\xE1\0\x22"
                         "Exif\0\0"
                         "MM\0*\0\0\0\x08"

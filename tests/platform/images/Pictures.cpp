@@ -95,7 +95,12 @@ QByteArray encoded(const QImage &picture, const char *format, int quality) {
     buffer.open(QIODevice::WriteOnly);
     QImageWriter writer(&buffer, format);
     writer.setQuality(quality);
-    EXPECT_TRUE(writer.write(picture)) << writer.errorString().toStdString();
+    QImage written = picture;
+    if (written.dotsPerMeterX() == QImage(1, 1, QImage::Format_Mono).dotsPerMeterX()) {
+        written.setDotsPerMeterX(2835);
+        written.setDotsPerMeterY(2835);
+    }
+    EXPECT_TRUE(writer.write(written)) << writer.errorString().toStdString();
     return data;
 }
 

@@ -16,7 +16,7 @@ QImage photograph(const QSize &size);
 /// Something like a page: rows of small strokes, a grid and a circle, black on white.
 QImage lineArt(const QSize &size);
 
-/// The picture as a file of the format.
+/// The picture as a file of the format, at 72 DPI unless it has a resolution of its own.
 QByteArray encoded(const QImage &picture, const char *format, int quality = -1);
 /// What ImageMagick makes of a picture, as a file of the format: by its arguments between the two names.
 QByteArray converted(const QByteArray &picture, const QStringList &arguments, const QString &format);

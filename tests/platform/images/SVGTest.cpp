@@ -54,8 +54,7 @@ TEST(SVG, IsDrawnWhateverTheSize) {
 TEST(SVG, ADocumentThatAsksForAHugeSizeIsSmallUntilItIsDrawn) {
     const auto image =
         NSImage::imageWithData("<svg xmlns='http://www.w3.org/2000/svg' width='900000' height='900000'/>");
-    if (image)
-        EXPECT_LE(bitmapOf(*image).width(), 4096);
+    EXPECT_TRUE(!image || bitmapOf(*image).width() <= 4096);
 }
 
 TEST(SVG, OtherXMLIsNoPicture) {
