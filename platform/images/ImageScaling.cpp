@@ -154,8 +154,9 @@ Graph scaler(const QSize &from, const QRectF &region, const QSize &to, bool hasA
 
 QSize zr::pixelSize(const QSizeF &size) {
     constexpr double most = 1 << 30;
-    const double width = std::ceil(size.width());
-    const double height = std::ceil(size.height());
+    constexpr double little = 1.0 / 1024;
+    const double width = std::ceil(size.width() - little);
+    const double height = std::ceil(size.height() - little);
     return width >= 1 && height >= 1 && width <= most && height <= most ? QSize(int(width), int(height))
                                                                         : QSize();
 }

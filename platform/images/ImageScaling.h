@@ -9,7 +9,8 @@
 
 namespace zr {
 
-/// A size in whole pixels, rounded up; an empty one if that is none that a picture can have.
+/// A size in whole pixels, rounded up, but not for less than a thousandth: computed sizes are a little off. An empty one if that
+/// is none that a picture can have.
 QSize pixelSize(const QSizeF &size);
 
 /// A region of a picture, in its pixels and at fractions of them if need be, in as many pixels as asked for, by Lanczos'

@@ -161,13 +161,19 @@ void NSImage::addRepresentation(const std::shared_ptr<NSImageRep> &representatio
 void NSImage::removeRepresentation(const std::shared_ptr<NSImageRep> &representation) {
     const std::lock_guard lock(m_mutex);
     m_representations.removeAll(representation);
-    m_drawn = {};
+    forgetDrawn();
 }
 
 void NSImage::setOnlyRepresentation(const std::shared_ptr<NSImageRep> &representation) {
     const std::lock_guard lock(m_mutex);
     m_representations = {representation};
+    forgetDrawn();
+}
+
+/// With the lock held.
+void NSImage::forgetDrawn() {
     m_drawn = {};
+    m_drawnPicture = {};
 }
 
 NSImageCacheMode NSImage::cacheMode() const {
@@ -179,7 +185,7 @@ void NSImage::setCacheMode(NSImageCacheMode mode) {
     const std::lock_guard lock(m_mutex);
     m_cacheMode = mode;
     if (mode == NSImageCacheMode::Never)
-        m_drawn = {};
+        forgetDrawn();
 }
 
 /// That with the fewest pixels of those that have enough; if none has, that with the most.
@@ -188,8 +194,9 @@ std::shared_ptr<NSImageRep> NSImage::bestRepresentation(const QSizeF &pixels) co
     bool bestIsEnough = false;
     const auto count = [](const NSImageRep &rep) { return qint64(rep.pixelsWide()) * rep.pixelsHigh(); };
     for (const auto &candidate : representations()) {
-        const bool isEnough =
-            candidate->pixelsWide() >= pixels.width() && candidate->pixelsHigh() >= pixels.height();
+        // Half a pixel doesn't count.
+        const bool isEnough = candidate->pixelsWide() + 0.5 >= pixels.width() &&
+                              candidate->pixelsHigh() + 0.5 >= pixels.height();
         if (!best || (isEnough && !bestIsEnough) ||
             (isEnough == bestIsEnough &&
              (isEnough ? count(*candidate) < count(*best) : count(*candidate) > count(*best)))) {
@@ -206,18 +213,19 @@ QImage NSImage::CGImageForProposedRect(const QRectF &proposedRect) const {
     return representation ? representation->bitmap(pixelSize(points)) : QImage();
 }
 
-QImage NSImage::scaled(const std::shared_ptr<NSImageRep> &representation, const QImage &bitmap,
-                       const QRect &within, const QRectF &region, const QSize &size) const {
+QImage NSImage::scaled(const Drawing &drawing, const QRectF &region, const QSize &size) const {
+    const Drawn wanted{drawing.representation, touchedPixels(drawing.region), region, size};
     {
         const std::lock_guard lock(m_mutex);
-        if (m_drawn.representation == representation && m_drawn.within == within &&
-            m_drawn.region == region && m_drawn.size == size)
-            return m_drawn.picture;
+        if (m_drawn == wanted)
+            return m_drawnPicture;
     }
-    const QImage picture = scaledRegion(bitmap, within, region, size);
+    const QImage picture = scaledRegion(drawing.bitmap, wanted.within, region, size);
     const std::lock_guard lock(m_mutex);
-    if (m_cacheMode != NSImageCacheMode::Never && m_representations.contains(representation))
-        m_drawn = {representation, within, region, size, picture};
+    if (m_cacheMode != NSImageCacheMode::Never && m_representations.contains(drawing.representation)) {
+        m_drawn = wanted;
+        m_drawnPicture = picture;
+    }
     return picture;
 }
 
@@ -235,46 +243,57 @@ void NSImage::drawInRect(const QRectF &rect, const QRectF &fromRect, NSCompositi
 
     QPainter &painter = context->painter();
     const QTransform transform = painter.deviceTransform();
-    const QSizeF placePixels(std::hypot(transform.m11(), transform.m12()) * place.width(),
-                             std::hypot(transform.m21(), transform.m22()) * place.height());
-    const QSizeF wholePixels(placePixels.width() / part.width() * whole.width(),
-                             placePixels.height() / part.height() * whole.height());
-    const auto representation = bestRepresentation(wholePixels);
-    const QImage bitmap = representation ? representation->bitmap(pixelSize(wholePixels)) : QImage();
-    if (bitmap.isNull())
+    const QSizeF pixels(
+        std::hypot(transform.m11(), transform.m12()) * place.width() / part.width() * whole.width(),
+        std::hypot(transform.m21(), transform.m22()) * place.height() / part.height() * whole.height());
+    Drawing drawing;
+    drawing.representation = bestRepresentation(pixels);
+    if (!drawing.representation)
+        return;
+    drawing.bitmap = drawing.representation->bitmap(pixelSize(pixels));
+    if (drawing.bitmap.isNull())
         return;
     // Rows of pixels are counted from the top.
     const QRectF partFromTop(part.x(), whole.height() - part.bottom(), part.width(), part.height());
-    const QRectF region = correspondingPart(partFromTop, whole, QRectF(bitmap.rect()));
-    const QRect within = touchedPixels(region);
+    drawing.region = correspondingPart(partFromTop, whole, QRectF(drawing.bitmap.rect()));
 
     painter.save();
     painter.setCompositionMode(compositionMode(operation));
     painter.setOpacity(painter.opacity() * fraction);
     if (context->imageInterpolation() == NSImageInterpolation::None) {
         painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
-        painter.drawImage(place, bitmap, region);
+        painter.drawImage(place, drawing.bitmap, drawing.region);
     } else if (transform.type() <= QTransform::TxScale && transform.m11() > 0 && transform.m22() > 0) {
-        // What is seen, and no more: a picture may be drawn far larger than the area.
-        const QPaintDevice &device = *painter.paintEngine()->paintDevice();
-        const QRectF pixels = snapped(transform.mapRect(place));
-        const QRectF seen = pixels & QRectF(0, 0, device.width(), device.height());
-        if (!seen.isEmpty()) {
-            const QImage picture = scaled(representation, bitmap, within,
-                                          correspondingPart(seen, pixels, region), seen.size().toSize());
-            // From here on the painter counts the device's pixels.
-            painter.setWorldTransform(painter.worldTransform() * transform.inverted());
-            painter.drawImage(seen.topLeft(), picture);
-        }
+        drawUpright(painter, place, drawing);
     } else {
-        const QSize size = QSizeF(std::min(placePixels.width(), region.width()),
-                                  std::min(placePixels.height(), region.height()))
-                               .expandedTo(QSizeF(1, 1))
-                               .toSize();
-        painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        painter.drawImage(place, scaled(representation, bitmap, within, region, size));
+        drawTurned(painter, place, drawing);
     }
     painter.restore();
+}
+
+/// What is seen, and no more: a picture may be drawn far larger than the area.
+void NSImage::drawUpright(QPainter &painter, const QRectF &place, const Drawing &drawing) const {
+    const QTransform transform = painter.deviceTransform();
+    const QPaintDevice &device = *painter.paintEngine()->paintDevice();
+    const QRectF pixels = snapped(transform.mapRect(place));
+    const QRectF seen = pixels & QRectF(0, 0, device.width(), device.height());
+    if (seen.isEmpty())
+        return;
+    const QImage picture =
+        scaled(drawing, correspondingPart(seen, pixels, drawing.region), seen.size().toSize());
+    // From here on the painter counts the device's pixels.
+    painter.setWorldTransform(painter.worldTransform() * transform.inverted());
+    painter.drawImage(seen.topLeft(), picture);
+}
+
+/// Made smaller first if it has to be; the painter turns well, and enlarges tolerably.
+void NSImage::drawTurned(QPainter &painter, const QRectF &place, const Drawing &drawing) const {
+    const QTransform transform = painter.deviceTransform();
+    const double width = std::hypot(transform.m11(), transform.m12()) * place.width();
+    const double height = std::hypot(transform.m21(), transform.m22()) * place.height();
+    const QSizeF size(std::min(width, drawing.region.width()), std::min(height, drawing.region.height()));
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(place, scaled(drawing, drawing.region, size.expandedTo(QSizeF(1, 1)).toSize()));
 }
 
 void NSImage::drawAtPoint(const QPointF &point, const QRectF &fromRect, NSCompositingOperation operation,

@@ -15,6 +15,8 @@
 #include <memory>
 #include <mutex>
 
+class QPainter;
+
 /// Whether an image keeps its picture as it was last drawn, for being drawn like that again.
 enum class NSImageCacheMode {
     Default = 0, ///< it does
@@ -25,8 +27,8 @@ enum class NSImageCacheMode {
 
 /// A picture with a size in points, 72 to the inch, and one or more representations of it in pixels.
 ///
-/// Images are shared and have identity: make them by std::make_shared<NSImage>() or by one of the functions here. Sizes are
-/// counted from the bottom left corner, upwards.
+/// Images are shared and have identity: make them by std::make_shared<NSImage>() or by one of the functions here. Places in an
+/// image are measured from its bottom left corner, upwards.
 ///
 /// Threads: everything may be called on any thread, and needs no application object. Who draws one image on several threads
 /// at once gets some order of the drawings.
@@ -100,19 +102,27 @@ public:
 private:
     friend class NSImageFocus;
 
-    /// A picture as it was last drawn.
+    /// What is drawn: a region of a representation's bitmap, in its pixels.
+    struct Drawing {
+        std::shared_ptr<NSImageRep> representation;
+        QImage bitmap;
+        QRectF region;
+    };
+    /// What was scaled last, and to which size.
     struct Drawn {
         std::shared_ptr<NSImageRep> representation;
         QRect within;
         QRectF region;
         QSize size;
-        QImage picture;
+        friend bool operator==(const Drawn &, const Drawn &) = default;
     };
 
     void setOnlyRepresentation(const std::shared_ptr<NSImageRep> &representation);
+    void forgetDrawn();
     std::shared_ptr<NSImageRep> bestRepresentation(const QSizeF &pixels) const;
-    QImage scaled(const std::shared_ptr<NSImageRep> &representation, const QImage &bitmap,
-                  const QRect &within, const QRectF &region, const QSize &size) const;
+    void drawUpright(QPainter &painter, const QRectF &place, const Drawing &drawing) const;
+    void drawTurned(QPainter &painter, const QRectF &place, const Drawing &drawing) const;
+    QImage scaled(const Drawing &drawing, const QRectF &region, const QSize &size) const;
 
     mutable std::mutex m_mutex; ///< of all below
     QSizeF m_size;
@@ -120,4 +130,5 @@ private:
     QString m_name;
     NSImageCacheMode m_cacheMode = NSImageCacheMode::Default;
     mutable Drawn m_drawn;
+    mutable QImage m_drawnPicture;
 };

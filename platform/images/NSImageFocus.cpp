@@ -1,25 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include "platform/images/NSImageFocus.h"
 
+#include "platform/images/ImageScaling.h"
 #include "platform/images/NSBitmapImageRep.h"
 #include "platform/images/NSImage.h"
 
 #include <QImage>
 #include <QPainter>
-#include <cmath>
+
+using namespace zr;
 
 namespace {
 
-constexpr double longestSide = 32767; // of what QPainter draws on
-constexpr double mostPixels = 1 << 26;
+constexpr int longestSide = 32767; // of what QPainter draws on
+constexpr qint64 mostPixels = 1 << 26;
 
 /// How many pixels an image's picture has; an empty size if it has none.
 QSize canvasSize(const QSizeF &points) {
-    const double width = std::ceil(points.width());
-    const double height = std::ceil(points.height());
-    const bool isDrawable = width >= 1 && height >= 1 && width <= longestSide && height <= longestSide &&
-                            width * height <= mostPixels;
-    return isDrawable ? QSize(int(width), int(height)) : QSize();
+    const QSize size = pixelSize(points);
+    const bool isDrawable = size.width() <= longestSide && size.height() <= longestSide &&
+                            qint64(size.width()) * size.height() <= mostPixels;
+    return isDrawable ? size : QSize();
 }
 
 } // namespace

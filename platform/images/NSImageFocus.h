@@ -10,8 +10,8 @@ class NSImage;
 /// the image is drawn otherwise. At the end that picture becomes the image's only representation, and the thread's former
 /// context its current one again. What has the focus last must lose it first.
 ///
-/// The picture has a pixel a point, rounded up, over which an image of fractional size is stretched: 100 by 66.7 points
-/// have 100 by 67 pixels. It has 8 bits a channel, and 16 while it is drawn. An image that is empty, or of more than 32,767
+/// The picture has a pixel a point, rounded up (but not for less than a thousandth), over which an image of fractional size is
+/// stretched: 100 by 66.7 points have 100 by 67 pixels. It has 8 bits a channel, and 16 while it is drawn. An image that is empty, or of more than 32,767
 /// points in one direction or 67,108,864 in all, has no picture: what is drawn goes nowhere, and it is left as it is.
 ///
 ///     {

@@ -305,6 +305,15 @@ TEST(NSImageCategory, ScaleToSizeRoundsTheProportionsToSinglePrecision) {
     EXPECT_NE(image->size().height(), 10 / 3.1);
 }
 
+TEST(NSImageCategory, WhatRoundingAddsToASizeAddsNoPixels) {
+    // Two thirds are a little more in single precision.
+    const Image image = plainImage(200, 300);
+    const Image scaled = scaleToSize(image, size(400, 300));
+    EXPECT_GT(scaled->size().width(), 200);
+    EXPECT_EQ(realSize(scaled), size(200, 300));
+    EXPECT_EQ(CGImage(scaled), CGImage(image));
+}
+
 TEST(NSImageCategory, ScaleToSizeComparesTheRoundedProportions) {
     // In double precision the image is wider than the box; in single precision both are the same.
     const double width = 100 * (1 + 1e-10);

@@ -186,6 +186,7 @@ TEST(ImageScaling, NothingComesOfNothing) {
 
 TEST(ImageScaling, SizesInPixelsAreRoundedUpAndBounded) {
     EXPECT_EQ(pixelSize(QSizeF(66.7, 1)), QSize(67, 1));
+    EXPECT_EQ(pixelSize(QSizeF(66.002, 1.00001)), QSize(67, 1));
     EXPECT_TRUE(pixelSize(QSizeF(0, 5)).isEmpty());
     EXPECT_TRUE(pixelSize(QSizeF(-1, 5)).isEmpty());
     EXPECT_TRUE(pixelSize(QSizeF(std::nan(""), 5)).isEmpty());

@@ -96,6 +96,20 @@ TEST_F(ZrpdfUsage, ItLoadsNoLibraryOfTheServicesWork) {
         EXPECT_FALSE(child.standardOutput().contains(library)) << child.standardOutput().constData();
 }
 
+TEST_F(ZrpdfUsage, NeitherItNorTheServiceLoadsGraphicsOrADatabase) {
+    for (const char *const program : {"/bin/zrpdf", "/libexec/zrkit/com.velmora.zrpdf"}) {
+        Child::Setup wanted = setup({});
+        wanted.command = {"/usr/bin/ldd", QByteArray(ZR_BINARY_DIR) + program};
+        Child child(wanted);
+        ASSERT_EQ(child.wait(), 0) << child.standardError().constData();
+        EXPECT_TRUE(child.standardOutput().contains("libQt6Core.so"));
+        for (const char *const library :
+             {"libQt6Gui", "libQt6Widgets", "libQt6Svg", "libzimg", "libsqlite3", "libGL", "libX11"})
+            EXPECT_FALSE(child.standardOutput().contains(library)) << program << '\n'
+                                                                   << child.standardOutput().constData();
+    }
+}
+
 TEST_F(ZrpdfUsage, ThePagesAndCompletionsKnowTheSameOptionsAsTheHelp) {
     const QByteArray help = run({"--help"}).output;
     const auto file = [](const char *name) {
