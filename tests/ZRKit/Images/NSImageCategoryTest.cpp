@@ -524,6 +524,13 @@ TEST(NSImageCategory, AnImageOfTheResourcesIsLoadedOnceAndKeepsItsName) {
     EXPECT_FALSE(imageNamedAtBundlePath(u"logo.png"_s));
 }
 
+TEST(NSImageCategory, TheResourcesAreThoseCompiledIntoTheProgramAtFirst) {
+    const Image image = imageNamedAtBundlePath(u"red.png"_s);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(imageNamedAtBundlePath(u"red.png"_s), image);
+    image->setName({});
+}
+
 TEST(NSImageCategory, TheRegistryComesBeforeTheFile) {
     const ResourceFolder resources;
     resources.write(u"sign.png"_s, dataForPNG(plainImage(3, 2)));
