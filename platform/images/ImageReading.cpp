@@ -19,7 +19,8 @@ using namespace zr;
 namespace {
 
 constexpr qint64 mostPixels = qint64(1) << 27;
-constexpr int noResolution = 1; ///< dots a metre
+constexpr int longestSide = 0xFFFF; ///< what is longer takes the scaler time by the square
+constexpr int noResolution = 1;     ///< dots a metre
 
 qint64 pixelCount(const QSize &size) {
     return size.isEmpty() ? 0 : qint64(size.width()) * size.height();
@@ -84,7 +85,8 @@ private:
     std::shared_ptr<NSImageRep> next() {
         const QSize stored = m_reader.size();
         const QImage::Format storedFormat = m_reader.imageFormat();
-        if (stored.isEmpty() || pixelCount(stored) > mostPixels)
+        if (stored.isEmpty() || std::max(stored.width(), stored.height()) > longestSide ||
+            pixelCount(stored) > mostPixels)
             return nullptr;
         const bool isTurned = m_reader.transformation() & QImageIOHandler::TransformationRotate90;
         QSize decoded = stored;
@@ -104,6 +106,8 @@ private:
         QImage bitmap(decoded, storedFormat);
         bitmap.setDotsPerMeterX(noResolution);
         bitmap.setDotsPerMeterY(noResolution);
+        // Of a file that is cut short some readers leave the rest as it is in memory.
+        bitmap.fill(0);
         if (!m_reader.read(&bitmap) || bitmap.isNull())
             return nullptr;
         const bool mayClaim =

@@ -48,9 +48,9 @@ public:
     /// representation for each of their pictures, animations their first one. Photographs are turned as their EXIF data
     /// says; colours are converted from the file's RGB profile to sRGB.
     ///
-    /// Limits: 134,217,728 pixels, and QImageReader::allocationLimit() for the bitmaps of a file in all; of several
-    /// pictures those that come first are read. An SVG picture may not refer to files, and needs a QGuiApplication if it has
-    /// text.
+    /// Limits: 65,535 pixels a side, 134,217,728 in all, and QImageReader::allocationLimit() for all bitmaps of a file; of
+    /// several pictures those that come first are read. An SVG picture is drawn with at most 4,096 pixels a side. It may not
+    /// refer to files, and needs a QGuiApplication if it has text.
     /// \param atLeast  if not empty, the bitmaps may be smaller than the file's, but not than this in both directions. JPEG
     ///                 pictures are read in a fraction of the time then. The size in points is the whole picture's.
     static std::shared_ptr<NSImage> imageWithData(const QByteArray &data, const QSize &atLeast = {});

@@ -7,8 +7,9 @@
 extern "C" const char *__tsan_default_suppressions() {
     // A thread's record in Qt goes with the last object made there, which an atomic counter inside Qt
     // decides; shared values that Qt's own code frees likewise. The C library has a lock of its own around
-    // its time zone.
-    return "race:QWaitCondition::~QWaitCondition\nrace:tzset_internal\ncalled_from_lib:libQt6Core.so.6\n";
+    // its time zone. Qt draws on threads of its own, whose records GLib keeps.
+    return "race:QWaitCondition::~QWaitCondition\nrace:tzset_internal\ncalled_from_lib:libQt6Core.so.6\n"
+           "called_from_lib:libQt6Gui.so.6\ncalled_from_lib:libglib-2.0.so.0\n";
 }
 #endif
 

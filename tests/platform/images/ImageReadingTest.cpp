@@ -370,6 +370,19 @@ TEST(ImageReading, APictureOfFarTooManyPixelsIsRefusedWithoutMemory) {
     EXPECT_LT(peakOfMemory() - before, 64);
 }
 
+TEST(ImageReading, APictureThatIsTooLongIsRefused) {
+    EXPECT_FALSE(NSImage::imageWithData(encoded(plain(65536, 1, Qt::red), "png")));
+    EXPECT_FALSE(NSImage::imageWithData(encoded(plain(1, 65536, Qt::red), "png")));
+    const auto longest = NSImage::imageWithData(encoded(plain(65535, 2, Qt::red), "png"));
+    ASSERT_TRUE(longest);
+    const auto small = std::make_shared<NSImage>(QSizeF(2, 2));
+    {
+        const NSImageFocus focus = small->lockFocus();
+        longest->drawInRect(QRectF(0, 0, 2, 2));
+    }
+    EXPECT_EQ(pixelOf(*small, 1, 1), QColor(Qt::red));
+}
+
 TEST(ImageReading, APictureBeyondTheProgramsLimitIsRefused) {
     const QByteArray picture = hugePNG(7000, 8, 2); // 196 MB at four bytes a pixel
     EXPECT_FALSE(NSImage::imageWithData(picture));
@@ -407,6 +420,26 @@ TEST(ImageReading, FilesThatClaimHugeSizesAreRefused) {
     EXPECT_FALSE(NSImage::imageWithData(gif));
     EXPECT_FALSE(NSImage::imageWithData(bmp));
     EXPECT_LT(peakOfMemory() - before, 64);
+}
+
+TEST(ImageReading, AFileThatIsCutShortShowsNothingOfTheMemory) {
+    const QImage white = plain(300, 300, Qt::white);
+    for (const char *const format : {"bmp", "jpeg", "png"}) {
+        const QByteArray whole = encoded(white, format);
+        // Memory that was used before.
+        QByteArray used(300 * 300 * 4, '\x5A');
+        used = QByteArray();
+        const auto image = NSImage::imageWithData(whole.left(whole.size() / 2));
+        if (!image)
+            continue;
+        const QImage bitmap = bitmapOf(*image).convertToFormat(QImage::Format_RGB32);
+        for (int y = 0; y < 300; ++y) {
+            const QColor pixel = bitmap.pixelColor(150, y);
+            EXPECT_TRUE(pixel == QColor(Qt::white) || pixel == QColor(Qt::black) ||
+                        pixel == QColor(128, 128, 128))
+                << format << ' ' << y << ' ' << pixel.name().toStdString();
+        }
+    }
 }
 
 TEST(ImageReading, NeedsNoMainThread) {
