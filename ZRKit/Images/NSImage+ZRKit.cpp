@@ -132,7 +132,7 @@ Image ZRKit::imageByScalingToSize(const Image &image, const QSizeF &size, bool p
         drawn =
             own * double(std::max(float(size.width() / own.width()), float(size.height() / own.height())));
     const QPointF origin((size.width() - drawn.width()) * 0.5, (size.height() - drawn.height()) * 0.5);
-    const auto result = std::make_shared<NSImage>(size);
+    auto result = std::make_shared<NSImage>(size);
     const NSImageFocus focus = result->lockFocus();
     image->drawInRect(QRectF(origin, drawn), QRectF(QPointF(), own));
     return result;
@@ -146,7 +146,7 @@ Image ZRKit::fitToSize(const Image &image, const QSizeF &box) {
         return image;
     const QSizeF size = sizeThatFits(image, box);
     image->setCacheMode(NSImageCacheMode::Never);
-    const auto result = std::make_shared<NSImage>(size);
+    auto result = std::make_shared<NSImage>(size);
     const NSImageFocus focus = result->lockFocus();
     if (NSGraphicsContext *const context = NSGraphicsContext::currentContext())
         context->setImageInterpolation(NSImageInterpolation::High);
@@ -159,7 +159,7 @@ Image ZRKit::scaleToSize(const Image &image, const QSizeF &box) {
         return nullptr;
     const QSizeF size = fitted(float(proportionsOf(image->size())), float(proportionsOf(box)), box);
     image->setSize(size);
-    const auto result = std::make_shared<NSImage>(size);
+    auto result = std::make_shared<NSImage>(size);
     const NSImageFocus focus = result->lockFocus();
     image->drawAtPoint(QPointF());
     return result;
@@ -169,7 +169,7 @@ Image ZRKit::imageOnColor(const Image &image, const QColor &color) {
     if (!image || image->size().width() <= 0 || image->size().height() <= 0)
         return nullptr;
     const QSizeF size = image->size();
-    const auto result = std::make_shared<NSImage>(size);
+    auto result = std::make_shared<NSImage>(size);
     const NSImageFocus focus = result->lockFocus();
     if (NSGraphicsContext *const context = NSGraphicsContext::currentContext())
         context->setFillColor(color);

@@ -94,7 +94,7 @@ int readRow(void *user, unsigned y, unsigned left, unsigned right) {
     if (row.isNull())
         return 1;
     const auto *const pixels =
-        reinterpret_cast<const quint16 *>(row.constScanLine(0)) + source.origin.x() * channels;
+        reinterpret_cast<const quint16 *>(row.constScanLine(0)) + qsizetype(source.origin.x()) * channels;
     for (int channel = 0; channel < source.planes.count(); ++channel) {
         quint16 *const plane = source.planes.row(channel, y);
         for (unsigned x = left; x < right; ++x)

@@ -220,7 +220,7 @@ QImage NSImage::scaled(const Drawing &drawing, const QRectF &region, const QSize
         if (m_drawn == wanted)
             return m_drawnPicture;
     }
-    const QImage picture = scaledRegion(drawing.bitmap, wanted.within, region, size);
+    QImage picture = scaledRegion(drawing.bitmap, wanted.within, region, size);
     const std::lock_guard lock(m_mutex);
     if (m_cacheMode != NSImageCacheMode::Never && m_representations.contains(drawing.representation)) {
         m_drawn = wanted;
