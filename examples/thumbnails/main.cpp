@@ -6,10 +6,10 @@
 //   -o, --output FOLDER  where they go; FOLDER/thumbnails unless given, made if it is missing
 //   -s, --size PIXELS    the longest side, 1 to 4096; 200 unless given. Smaller pictures keep their size
 //   -j, --jobs COUNT     how many pictures at once; as many as there are processors unless given
-//   -h, --help           says this
+//   -h, --help           prints the usage
 //
-// Which files are pictures is told by their names. Each becomes a JPEG file, or a PNG file if it has transparency, named
-// after it: photo.jpg becomes photo.jpg.jpg. A file appears when it is whole; one of an earlier time is replaced.
+// A file's name says whether it is a picture. Each picture becomes a JPEG file, or a PNG file if it has transparency, named
+// after it: photo.jpg becomes photo.jpg.jpg. A thumbnail appears when it is whole, and replaces an earlier one.
 // It ends with 0 if all were made, with 1 if some could not be, each with a line, and with 64 for arguments that it doesn't
 // understand, 66 for a folder that can't be read, and 73 for one that can't be made.
 #include "ZRKit/Images/NSImage+ZRKit.h"
@@ -42,7 +42,7 @@ struct Options {
     int jobs = std::max(1, int(std::thread::hardware_concurrency()));
 };
 
-/// How far the work is; told by the threads that work, shown by the main thread.
+/// How far the work is: working threads report, the main thread shows it.
 class Progress {
 public:
     explicit Progress(int total) : m_total(total) {}
@@ -88,7 +88,7 @@ void complain(const QString &what) {
     std::fprintf(stderr, "thumbnails: %s\n", NSFileSystemRepresentation(what).constData());
 }
 
-/// What decoders say of broken files would stand in the bar.
+/// Decoders log what is wrong with broken files, which would break the bar.
 void dropLogLines(QtMsgType, const QMessageLogContext &, const QString &) {
 }
 

@@ -19,14 +19,14 @@ using namespace zr;
 namespace {
 
 constexpr qint64 mostPixels = qint64(1) << 27;
-constexpr int longestSide = 0xFFFF; ///< what is longer takes the scaler time by the square
+constexpr int longestSide = 0xFFFF; ///< the scaler's time grows with the square of a longer one
 constexpr int noResolution = 1;     ///< dots a metre
 
 qint64 pixelCount(const QSize &size) {
     return size.isEmpty() ? 0 : qint64(size.width()) * size.height();
 }
 
-/// How many bytes the bitmaps of a file may have. The readers' own limit stops some formats only, and some after the fact.
+/// How many bytes the bitmaps of a file may take. Qt applies this limit to some formats only, and not to reduced reading.
 qint64 mostBytes() {
     const int limit = QImageReader::allocationLimit();
     return limit > 0 ? qint64(limit) << 20 : std::numeric_limits<qint64>::max();
@@ -42,13 +42,13 @@ double pointsAPixel(int dotsPerMeter) {
     double dotsPerInch = dotsPerMeter * 0.0254;
     if (dotsPerInch < 1 || dotsPerInch > 100000)
         return 1;
-    // In whole dots a metre, which Qt also cuts off, 300 to the inch can't be said.
+    // Whole dots a metre, which Qt rounds down too, can't express 300 to the inch.
     if (std::abs(dotsPerInch - std::round(dotsPerInch)) <= 0.0254)
         dotsPerInch = std::round(dotsPerInch);
     return 72 / dotsPerInch;
 }
 
-/// By how much the JPEG decoder may divide a size at no cost, if the result must not be below the other in either direction.
+/// By how much the JPEG decoder may divide a size, so that neither side gets shorter than the other size's.
 int divisorFor(const QSize &size, const QSize &atLeast) {
     for (const int divisor : {8, 4, 2})
         if (size.width() / divisor >= atLeast.width() && size.height() / divisor >= atLeast.height())
@@ -70,7 +70,7 @@ public:
 
     QList<std::shared_ptr<NSImageRep>> all() {
         QList<std::shared_ptr<NSImageRep>> representations;
-        // To be asked for before the first is read.
+        // Qt counts a TIFF file's pages only before it has read one.
         const int count = m_format == "ico" || m_format == "tiff" ? m_reader.imageCount() : 1;
         for (int index = 0; index < count; ++index) {
             const auto representation = index == 0 || m_reader.jumpToImage(index) ? next() : nullptr;
@@ -101,12 +101,12 @@ private:
         m_bytes += byteCount(decoded, storedFormat);
         if (m_bytes > mostBytes())
             return nullptr;
-        // Reading keeps the bitmap that is given, with its resolution unless the file claims one. A new bitmap would have
-        // Qt's own, which is no other than that of many files.
+        // Qt reads into the bitmap it is given and changes its resolution only if the file claims one. A bitmap of Qt's own
+        // would start with Qt's default, and a file may claim just that.
         QImage bitmap(decoded, storedFormat);
         bitmap.setDotsPerMeterX(noResolution);
         bitmap.setDotsPerMeterY(noResolution);
-        // Of a file that is cut short some readers leave the rest as it is in memory.
+        // If a file is cut short, some readers leave the rest of the memory as it is.
         bitmap.fill(0);
         if (!m_reader.read(&bitmap) || bitmap.isNull())
             return nullptr;

@@ -17,11 +17,11 @@
 
 class QPainter;
 
-/// Whether an image keeps its picture as it was last drawn, for being drawn like that again.
+/// Whether an image keeps the scaled picture that was drawn last, in case it is drawn at that size again. All but Never do.
 enum class NSImageCacheMode {
-    Default = 0, ///< it does
-    Always = 1,  ///< it does
-    BySize = 2,  ///< it does
+    Default = 0,
+    Always = 1,
+    BySize = 2,
     Never = 3,
 };
 
@@ -30,8 +30,8 @@ enum class NSImageCacheMode {
 /// Images are shared and have identity: make them by std::make_shared<NSImage>() or by one of the functions here. Places in an
 /// image are measured from its bottom left corner, upwards.
 ///
-/// Threads: everything may be called on any thread, and needs no application object. Who draws one image on several threads
-/// at once gets some order of the drawings.
+/// Threads: everything may be called on any thread and needs no application object. Several threads may draw an image at once, but
+/// only one at a time should draw into it.
 class NSImage : public std::enable_shared_from_this<NSImage> {
 public:
     /// An image without a representation. With the size (0, 0) it takes the size of the first that is added.
@@ -51,7 +51,7 @@ public:
     /// Limits: 65,535 pixels a side, 134,217,728 in all, and QImageReader::allocationLimit() for all bitmaps of a file; of
     /// several pictures those that come first are read. An SVG picture is drawn with at most 4,096 pixels a side. It may not
     /// refer to files, and needs a QGuiApplication if it has text.
-    /// \param atLeast  if not empty, the bitmaps may be smaller than the file's, but not than this in both directions. JPEG
+    /// \param atLeast  unless empty, bitmaps may be smaller than the file's, but neither narrower nor lower than this. JPEG
     ///                 pictures are read in a fraction of the time then. The size in points is the whole picture's.
     static std::shared_ptr<NSImage> imageWithData(const QByteArray &data, const QSize &atLeast = {});
     /// The same of a file. A path that begins with ":/" is that of a resource compiled into the program.

@@ -8,7 +8,7 @@ class NSImage;
 
 /// Drawing into an image, for as long as it lives: the thread's current context is the image's own picture then, at first as
 /// the image is drawn otherwise. At the end that picture becomes the image's only representation, and the thread's former
-/// context its current one again. What has the focus last must lose it first.
+/// context its current one again. Focuses end in the reverse order of their beginning.
 ///
 /// The picture has a pixel a point, rounded up (but not for less than a thousandth), over which an image of fractional size is
 /// stretched: 100 by 66.7 points have 100 by 67 pixels. It has 8 bits a channel, and 16 while it is drawn. An image that is empty, or of more than 32,767
