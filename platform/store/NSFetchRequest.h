@@ -7,6 +7,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <algorithm>
 
 /// What a fetch gives.
 enum class NSFetchRequestResultType {

@@ -35,11 +35,14 @@ public:
     friend bool operator==(const NSManagedObjectID &a, const NSManagedObjectID &b) {
         return a.m_identity == b.m_identity;
     }
-    friend size_t qHash(const NSManagedObjectID &id, size_t seed = 0) { return ::qHash(id.m_identity.get(), seed); }
+    friend size_t qHash(const NSManagedObjectID &id, size_t seed = 0) {
+        return ::qHash(id.m_identity.get(), seed);
+    }
 
 private:
     friend struct zr::ObjectIdentity;
-    explicit NSManagedObjectID(std::shared_ptr<zr::ObjectIdentity> identity) : m_identity(std::move(identity)) {}
+    explicit NSManagedObjectID(std::shared_ptr<zr::ObjectIdentity> identity)
+        : m_identity(std::move(identity)) {}
 
     std::shared_ptr<zr::ObjectIdentity> m_identity;
 };

@@ -7,6 +7,9 @@
 #include <optional>
 
 class NSEntityDescription;
+namespace zr {
+class ModelReader;
+}
 
 /// What kind of value an attribute holds, and the C++ type in which it is kept. nil stands for "no value" in each.
 enum class NSAttributeType {
@@ -48,17 +51,16 @@ public:
     bool isOptional() const { return m_optional; }
     /// Whether it is kept in memory only.
     bool isTransient() const { return m_transient; }
-    /// What the property was called in the model that a store is migrated from; the name if it says nothing else.
+    /// What the property was called in the model that a store is migrated from; its name unless the model says otherwise.
     QString renamingIdentifier() const { return m_renamingIdentifier; }
-    /// Conditions that a value must hold, evaluated on the value itself, beside the ready-made ones.
+    /// Conditions that a value must meet besides the ready-made ones, evaluated on the value itself.
     QList<NSPredicate> validationPredicates() const { return m_validationPredicates; }
 
 protected:
     NSPropertyDescription() = default;
 
 private:
-    friend class NSManagedObjectModel;
-    friend class NSModelReader;
+    friend class zr::ModelReader;
     QString m_name;
     QString m_renamingIdentifier;
     const NSEntityDescription *m_entity = nullptr;
@@ -85,8 +87,7 @@ public:
     bool isIndexed() const { return m_indexed; }
 
 private:
-    friend class NSManagedObjectModel;
-    friend class NSModelReader;
+    friend class zr::ModelReader;
     NSAttributeType m_type = NSAttributeType::String;
     QVariant m_defaultValue, m_minimum, m_maximum;
     qint64 m_minimumLength = -1, m_maximumLength = -1;
@@ -109,8 +110,7 @@ public:
     NSDeleteRule deleteRule() const { return m_deleteRule; }
 
 private:
-    friend class NSManagedObjectModel;
-    friend class NSModelReader;
+    friend class zr::ModelReader;
     const NSEntityDescription *m_destination = nullptr;
     const NSRelationshipDescription *m_inverse = nullptr;
     qint64 m_minCount = 0, m_maxCount = 0;

@@ -4,6 +4,7 @@
 #include "platform/base/NSError.h"
 #include "platform/store/NSFetchRequest.h"
 #include "platform/store/NSManagedObjectID.h"
+#include "platform/store/NSManagedObjectModel.h"
 
 #include <QList>
 #include <QVariant>
@@ -27,6 +28,8 @@ struct ObjectIdentity {
     /// Set for identifiers that began as temporary ones.
     QString temporaryName;
 
+    /// A new temporary identifier for an object of the entity.
+    static NSManagedObjectID temporary(const NSEntityDescription *entity);
     static NSManagedObjectID wrap(std::shared_ptr<ObjectIdentity> identity) {
         return NSManagedObjectID(std::move(identity));
     }
@@ -84,9 +87,9 @@ struct FetchedObject {
 
 /// What a fetch leaves to be done in memory, because the source could not do it with the same answer.
 struct FetchRemainder {
-    NSPredicate predicate;                  ///< nil: nothing
-    bool sort = false;                      ///< all of the sort descriptors
-    bool window = false;                    ///< offset and limit
+    NSPredicate predicate; ///< nil: nothing
+    bool sort = false;     ///< all of the sort descriptors
+    bool window = false;   ///< offset and limit
 };
 
 /// Where a context gets objects from and saves them to: a store, or another context. A source is used by several
@@ -101,9 +104,11 @@ public:
                           const std::function<void(const FetchRemainder &)> &begin,
                           const std::function<void(FetchedObject &&)> &found) = 0;
     /// How many objects the request finds; none if they have to be looked at in memory.
-    virtual std::optional<quint64> count(const NSFetchRequest &request, const NSEntityDescription *entity, NSError &error) = 0;
+    virtual std::optional<quint64> count(const NSFetchRequest &request, const NSEntityDescription *entity,
+                                         NSError &error) = 0;
     /// The rows of these objects of one entity, in no order; those that are gone are left out.
-    virtual NSError rows(const QList<NSManagedObjectID> &ids, const std::function<void(FetchedObject &&)> &found) = 0;
+    virtual NSError rows(const QList<NSManagedObjectID> &ids,
+                         const std::function<void(FetchedObject &&)> &found) = 0;
     /// The objects at the other end of a to-many relationship, in their order if it has one, otherwise by their rows.
     virtual NSError related(const NSManagedObjectID &id, const NSRelationshipDescription *relationship,
                             QList<NSManagedObjectID> &objects) = 0;
