@@ -64,8 +64,11 @@ const char *signOf(NSPredicateOperatorType type) {
         return " > ";
     case NSGreaterThanOrEqualToPredicateOperatorType:
         return " >= ";
+    // Of a column that is = a constant SQLite puts the constant elsewhere, too, also where its type matters.
     case NSEqualToPredicateOperatorType:
-        return " = ";
+        return " IS ";
+    case NSNotEqualToPredicateOperatorType:
+        return " IS NOT ";
     default:
         return nullptr;
     }
@@ -268,7 +271,7 @@ PredicateTranslator::Condition PredicateTranslator::comparedNatively(const Opera
         if (!isEquality(type) || left.entity->rootEntity() != right.entity->rootEntity())
             return {};
         SQLText text = left.sql;
-        text += type == NSEqualToPredicateOperatorType ? " IS " : " IS NOT ";
+        text += signOf(type);
         text += right.sql;
         return text;
     }
@@ -351,7 +354,7 @@ PredicateTranslator::Condition PredicateTranslator::comparedWithConstant(const O
         const QByteArray collation = collationFor(column.type, {});
         text += collation.isEmpty() ? QByteArray() : " COLLATE " + collation;
     }
-    text += type == NSNotEqualToPredicateOperatorType ? " IS NOT " : signOf(type);
+    text += signOf(type);
     text += bound(*value);
     return text;
 }
@@ -365,7 +368,7 @@ PredicateTranslator::Condition PredicateTranslator::comparedColumns(const Operan
         return {};
     SQLText text = left.sql;
     if (isEquality(type)) {
-        text += type == NSEqualToPredicateOperatorType ? " IS " : " IS NOT ";
+        text += signOf(type);
     } else {
         const QByteArray collation = collationFor(left.type, {});
         text += (collation.isEmpty() ? QByteArray() : " COLLATE " + collation) + signOf(type);
@@ -412,7 +415,7 @@ PredicateTranslator::Condition PredicateTranslator::comparedObjects(const Operan
         return {};
     if (*key == 0)
         return isEqual ? Never : Always;
-    text += isEqual ? " = " : " IS NOT ";
+    text += signOf(type);
     text += bound(SQLiteValue::ofInteger(*key));
     return text;
 }

@@ -119,17 +119,39 @@ NSError SQLiteStore::fetch(const NSFetchRequest &request, const NSEntityDescript
     return storeErrorOf(NSSQLiteError, ReadMessage, [&] {
         const StoreQuery query =
             queryFor(request, entity, *m_schema, m_identities, m_database->parameterLimit());
-        const StoredTable *table = m_schema->stored(entity).table;
-        const RowReader reader(*this, entity);
-        SQLiteStatement statement = m_database->prepared(
-            "SELECT " + (wantsRows ? reader.columns() : QByteArray("t0._pk, t0._entity")) + query.text.text);
-        statement.bindAll(query.text.parameters);
+        if (query.predicates.empty()) {
+            begin(query.remainder);
+            run(query, entity, wantsRows, found);
+            return;
+        }
+        std::vector<FetchedObject> objects;
+        try {
+            run(query, entity, wantsRows,
+                [&](FetchedObject &&object) { objects.push_back(std::move(object)); });
+        } catch (const NSException &) {
+            // SQLite evaluates conditions in an order of its own. Whether one of them really raises only memory can tell.
+            const StoreQuery all =
+                queryFor(request, entity, *m_schema, m_identities, m_database->parameterLimit(), true);
+            begin(all.remainder);
+            run(all, entity, wantsRows, found);
+            return;
+        }
         begin(query.remainder);
-        while (statement.step())
-            found(wantsRows
-                      ? reader.read(statement)
-                      : FetchedObject{identifier(table, statement.integer(1), statement.integer(0)), {}});
+        for (FetchedObject &object : objects)
+            found(std::move(object));
     });
+}
+
+void SQLiteStore::run(const StoreQuery &query, const NSEntityDescription *entity, bool wantsRows,
+                      const std::function<void(FetchedObject &&)> &found) {
+    const StoredTable *table = m_schema->stored(entity).table;
+    const RowReader reader(*this, entity);
+    SQLiteStatement statement = m_database->prepared(
+        "SELECT " + (wantsRows ? reader.columns() : QByteArray("t0._pk, t0._entity")) + query.text.text);
+    statement.bindAll(query.text.parameters);
+    while (statement.step())
+        found(wantsRows ? reader.read(statement)
+                        : FetchedObject{identifier(table, statement.integer(1), statement.integer(0)), {}});
 }
 
 std::optional<quint64> SQLiteStore::count(const NSFetchRequest &request, const NSEntityDescription *entity,
@@ -144,7 +166,11 @@ std::optional<quint64> SQLiteStore::count(const NSFetchRequest &request, const N
             return;
         SQLiteStatement statement =
             m_database->prepared("SELECT count(*) FROM (SELECT 1" + query.text.text + ')');
-        statement.bindAll(query.text.parameters).step();
+        try {
+            statement.bindAll(query.text.parameters).step();
+        } catch (const NSException &) {
+            return;
+        }
         count = quint64(statement.integer(0));
     });
     return count;

@@ -14,7 +14,7 @@ struct StoreQuery;
 /// The objects in one store file. One thread at a time.
 ///
 /// Its blocks are called while the file is being read: they may not call the store. Errors are in NSCocoaErrorDomain, with
-/// SQLite's own under NSUnderlyingErrorKey. What evaluating a predicate raises, fetch() and count() raise.
+/// SQLite's own under NSUnderlyingErrorKey.
 class SQLiteStore final : public ObjectSource {
 public:
     explicit SQLiteStore(OpenedStore opened);
@@ -36,6 +36,8 @@ public:
 
 private:
     class RowReader;
+    void run(const StoreQuery &query, const NSEntityDescription *entity, bool wantsRows,
+             const std::function<void(FetchedObject &&)> &found);
     NSManagedObjectID identifier(const StoredTable *table, qint64 entity, qint64 key);
     void readRows(const QList<NSManagedObjectID> &ids, const std::function<void(FetchedObject &&)> &found);
     void resolve(const ObjectChange &change, SaveOutcome &outcome);

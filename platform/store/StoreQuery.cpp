@@ -50,7 +50,8 @@ QByteArray order(const NSFetchRequest &request, PredicateTranslator &translator,
 } // namespace
 
 StoreQuery queryFor(const NSFetchRequest &request, const NSEntityDescription *entity,
-                    const StoreSchema &schema, const IdentityTable &identities, int parameterLimit) {
+                    const StoreSchema &schema, const IdentityTable &identities, int parameterLimit,
+                    bool leavesPredicate) {
     // Far below what SQLite refuses: a statement of a million bytes, and so many parameters.
     constexpr qsizetype LongestCondition = 600'000;
     PredicateTranslator translator(schema, identities, entity, parameterLimit - 16);
@@ -60,7 +61,7 @@ StoreQuery queryFor(const NSFetchRequest &request, const NSEntityDescription *en
     if (!request.predicate().isNil())
         split(request.predicate(), parts);
     for (const NSPredicate &part : std::as_const(parts)) {
-        const auto condition = translator.condition(part);
+        const auto condition = leavesPredicate ? std::nullopt : translator.condition(part);
         if (!condition || where.text.size() + condition->text.size() > LongestCondition ||
             where.parameters.size() + condition->parameters.size() > size_t(parameterLimit - 16)) {
             left.append(part);

@@ -40,6 +40,7 @@ struct StoreQuery {
 /// The fetch as SQL, as far as SQL gives the same answer as evaluating the predicate and sorting in memory. A statement has
 /// at most so many parameters.
 StoreQuery queryFor(const NSFetchRequest &request, const NSEntityDescription *entity,
-                    const StoreSchema &schema, const IdentityTable &identities, int parameterLimit);
+                    const StoreSchema &schema, const IdentityTable &identities, int parameterLimit,
+                    bool leavesPredicate = false);
 
 } // namespace zr

@@ -96,7 +96,8 @@ TEST_F(SQLiteStoreTest, EveryTypesValuesComeBackExactly) {
         {"data", {QByteArray(""), QByteArray("\0\xff", 2), QByteArray(100000, 'x')}},
         {"url", {url, QUrl(QStringLiteral("relative/path"))}},
         {"uuid", {QUuid::createUuid(), QUuid()}},
-        {"any", {QVariantList{qint64(1), text("two"), NSNull()}, QVariantMap{{text("k"), 1.5}}, text("text")}},
+        {"any",
+         {QVariantList{qint64(1), text("two"), NSNull()}, QVariantMap{{text("k"), 1.5}}, text("text")}},
         {"order", {text("a keyword of SQL")}},
         {"Order", {7}},
     };
