@@ -732,8 +732,11 @@ PredicateTranslator::countOperand(const NSExpression &expression) {
     const bool isSubquery = counted.expressionType() == NSSubqueryExpressionType;
     const NSExpression objects = isSubquery ? counted.collection() : counted;
     const auto collection = collectionOf(objects);
-    // Behind a relationship to one there may be nothing to count in, which isn't 0.
-    if (!collection || !collection->rest.isEmpty() || objects.keyPath().contains(u'.'))
+    if (!collection || !collection->rest.isEmpty())
+        return {};
+    // Behind a relationship to one there may be nothing, of which @count is nil instead of 0.
+    const bool mayBeNil = !isSubquery && expression.expressionType() == NSKeyPathExpressionType;
+    if (mayBeNil && objects.keyPath().contains(u'.'))
         return {};
     const auto count =
         countOf(*collection, counted.variable(), isSubquery ? counted.predicate() : NSPredicate());

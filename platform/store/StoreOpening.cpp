@@ -120,8 +120,9 @@ StoreMetadata matched(SQLiteDatabase &database, const NSManagedObjectModel::Ptr 
 OpenedStore openStore(const NSManagedObjectModel::Ptr &model, const QString &path,
                       const StoreOptions &options) {
     const QByteArray bytes = NSFileSystemRepresentation(path);
-    // Names of another form have a meaning of their own in SQLite.
-    if (!bytes.startsWith('/'))
+    // Other names have a meaning of their own in SQLite, which also takes a folder's name for that of a file.
+    const QByteArray name = bytes.mid(bytes.lastIndexOf('/') + 1);
+    if (!bytes.startsWith('/') || name.isEmpty() || name == "." || name == "..")
         throw StoreFailure(NSPersistentStoreOpenError,
                            QStringLiteral("A store is a file with an absolute path."));
     auto database = options.isReadOnly

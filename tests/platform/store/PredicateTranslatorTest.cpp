@@ -426,4 +426,185 @@ TEST_F(PredicateTranslatorTest, SQLAnswersAsMemoryDoes) {
     std::cout << translated << " of " << Rounds << " conditions were SQLite's alone\n";
 }
 
+/// Conditions that must be SQLite's, and what they find.
+class TranslatedPredicateTest : public PredicateTranslatorTest {
+protected:
+    void SetUp() override {
+        model = modelOf(Shop);
+        coordinator = open(model);
+        ASSERT_TRUE(coordinator);
+        ann = insertion(entity("Person"), {{text("uid"), 1}, {text("name"), text("Ann")}, {text("age"), 30}});
+        bob = insertion(entity("Person"), {{text("uid"), 2}, {text("name"), text("Bob")}});
+        cup = insertion(entity("Item"),
+                        {{text("uid"), 1}, {text("title"), text("cup")}, {text("owner"), reference(ann.id)}});
+        hat = insertion(entity("Item"),
+                        {{text("uid"), 2}, {text("title"), text("hat")}, {text("owner"), reference(bob.id)}});
+        pen = insertion(entity("Item"), {{text("uid"), 3}, {text("title"), text("pen")}});
+        bob = change(ObjectChange::Insert, bob.id, {}, {{text("uid"), 2}, {text("name"), text("Bob")}},
+                     {{text("picks"), {{}, {pen.id, cup.id}}}});
+        save(*coordinator, {ann, bob, cup, hat, pen});
+    }
+
+    QList<int> found(const char *of, const NSFetchRequest &request) {
+        const Fetched fetched = fetch(coordinator->source(), entity(of), request);
+        EXPECT_FALSE(fetched.error) << fetched.error.localizedDescription().toStdString();
+        EXPECT_TRUE(fetched.remainder.predicate.isNil())
+            << request.predicate().predicateFormat().toStdString();
+        EXPECT_FALSE(fetched.remainder.sort || fetched.remainder.window);
+        QList<int> uids;
+        for (const FetchedObject &object : fetched.objects)
+            uids << valueOf(object, "uid").toInt();
+        return uids;
+    }
+    template <typename... Arguments>
+    QList<int> found(const char *of, const char *format, const Arguments &...arguments) {
+        NSFetchRequest request;
+        request.setPredicate(NSPredicate::predicateWithFormat(text(format), arguments...));
+        return found(of, request);
+    }
+
+    ObjectChange ann, bob, cup, hat, pen;
+};
+
+using Uids = QList<int>;
+
+TEST_F(TranslatedPredicateTest, ObjectsAreComparedByTheirIdentifiers) {
+    EXPECT_EQ(found("Item", "owner == %@", reference(ann.id)), Uids{1});
+    EXPECT_EQ(found("Item", "owner != %@", reference(ann.id)), (Uids{2, 3}));
+    EXPECT_EQ(found("Item", "%@ == owner", reference(ann.id)), Uids{1});
+    EXPECT_EQ(found("Item", "owner == nil"), Uids{3});
+    EXPECT_EQ(found("Item", "owner != nil"), (Uids{1, 2}));
+    EXPECT_EQ(found("Item", "NOT owner == nil"), (Uids{1, 2}));
+    EXPECT_EQ(found("Item", "owner IN %@", QVariantList{reference(ann.id), reference(bob.id)}), (Uids{1, 2}));
+    EXPECT_EQ(found("Item", "owner IN %@", QVariantList{reference(ann.id), QVariant()}), (Uids{1, 3}));
+    EXPECT_EQ(found("Item", "owner IN %@", QVariantList()), Uids{});
+    EXPECT_EQ(found("Item", "SELF == %@", reference(hat.id)), Uids{2});
+    EXPECT_EQ(found("Item", "SELF IN %@", QVariantList{reference(hat.id), reference(pen.id)}), (Uids{2, 3}));
+    // Of another entity, in no store, and of another store: none of them is any row.
+    EXPECT_EQ(found("Item", "owner == %@", reference(cup.id)), Uids{});
+    EXPECT_EQ(found("Item", "owner == %@", reference(ObjectIdentity::temporary(entity("Person")))), Uids{});
+    EXPECT_EQ(found("Item", "owner == %@", text("Ann")), Uids{});
+    EXPECT_EQ(found("Item", "owner != %@", 7), (Uids{1, 2, 3}));
+}
+
+TEST_F(TranslatedPredicateTest, KeyPathsGoAlongRelationships) {
+    EXPECT_EQ(found("Item", "owner.name == 'Ann'"), Uids{1});
+    EXPECT_EQ(found("Item", "owner.name != 'Ann'"), (Uids{2, 3}));
+    EXPECT_EQ(found("Item", "owner.age == nil"), (Uids{2, 3}));
+    EXPECT_EQ(found("Item", "owner.name BEGINSWITH[c] 'a'"), Uids{1});
+    EXPECT_EQ(found("Person", "ANY items.title == 'cup'"), Uids{1});
+    EXPECT_EQ(found("Person", "ANY items == %@", reference(hat.id)), Uids{2});
+    EXPECT_EQ(found("Person", "items CONTAINS %@", reference(hat.id)), Uids{2});
+    EXPECT_EQ(found("Person", "%@ IN picks", reference(pen.id)), Uids{2});
+    EXPECT_EQ(found("Person", "NONE picks == %@", reference(pen.id)), Uids{1});
+    EXPECT_EQ(found("Person", "ALL items.title == 'cup'"), Uids{1});
+    EXPECT_EQ(found("Item", "ANY owner.items.title == 'hat'"), Uids{2});
+    EXPECT_EQ(found("Person", "ANY items.owner.name == 'Bob'"), Uids{2});
+    EXPECT_EQ(found("Person", "items.@count == 1"), (Uids{1, 2}));
+    EXPECT_EQ(found("Person", "count(picks) > 1"), Uids{2});
+    EXPECT_EQ(found("Person", "SUBQUERY(items, $i, $i.title == 'hat' AND $i.owner == SELF).@count == 1"),
+              Uids{2});
+    EXPECT_EQ(found("Person", "SUBQUERY(picks, $p, $p.owner.name == 'Ann' AND name == 'Bob').@count > 0"),
+              Uids{2});
+    EXPECT_EQ(found("Person", "SUBQUERY(items, $i, SUBQUERY($i.owner.picks, $p, $p.title == $i.title).@count "
+                              "== 0).@count == 1"),
+              (Uids{1, 2}));
+}
+
+TEST_F(TranslatedPredicateTest, OrdersAndWindowsAreSQLites) {
+    NSFetchRequest request;
+    request.setSortDescriptors(
+        {NSSortDescriptor(text("owner.name"), false), NSSortDescriptor(text("title"), true)});
+    EXPECT_EQ(found("Item", request), (Uids{2, 1, 3}));
+    request.setFetchLimit(1);
+    EXPECT_EQ(found("Item", request), Uids{2});
+    request.setFetchOffset(1);
+    EXPECT_EQ(found("Item", request), Uids{1});
+    request.setFetchLimit(0);
+    EXPECT_EQ(found("Item", request), (Uids{1, 3}));
+    request.setFetchOffset(5);
+    EXPECT_EQ(found("Item", request), Uids{});
+    for (const char *selector : {"caseInsensitiveCompare:", "localizedCompare:",
+                                 "localizedCaseInsensitiveCompare:", "localizedStandardCompare:"}) {
+        NSFetchRequest named;
+        named.setSortDescriptors({NSSortDescriptor(text("title"), false, text(selector))});
+        EXPECT_EQ(found("Item", named), (Uids{3, 2, 1})) << selector;
+    }
+}
+
+TEST_F(TranslatedPredicateTest, LongListsOfValuesAndObjectsWork) {
+    QVariantList numbers, objects;
+    for (int i = 0; i < 100'000; ++i) {
+        numbers << i + 2;
+        objects << reference(cup.id);
+    }
+    EXPECT_EQ(found("Item", "uid IN %@", numbers), (Uids{2, 3}));
+    EXPECT_EQ(found("Item", "SELF IN %@", objects), Uids{1});
+}
+
+TEST_F(TranslatedPredicateTest, LongChainsAreNotTooDeep) {
+    QList<NSPredicate> parts;
+    for (int i = 0; i < 5000; ++i)
+        parts << NSPredicate::predicateWithFormat(text("uid == %@"), i + 2);
+    NSFetchRequest request;
+    request.setPredicate(NSCompoundPredicate::orPredicateWithSubpredicates(parts));
+    EXPECT_EQ(found("Item", request), (Uids{2, 3}));
+}
+
+TEST_F(TranslatedPredicateTest, AListOfMoreValuesThanAStatementTakesWorksToo) {
+    NSFetchRequest request;
+    QVariantList numbers;
+    for (int i = 0; i < 300'000; ++i)
+        numbers << i + 2;
+    request.setPredicate(NSPredicate::predicateWithFormat(text("uid IN %@"), numbers));
+    request.setFetchLimit(1);
+    EXPECT_EQ(found("Item", request), Uids{2});
+}
+
+TEST_F(TranslatedPredicateTest, OnlyWhatMemoryAloneCanTellIsLeftToIt) {
+    const auto remainder = [&](const char *of, const char *format) {
+        return fetch(coordinator->source(), entity(of), format)
+            .remainder.predicate.predicateFormat()
+            .toStdString();
+    };
+    EXPECT_EQ(remainder("Person", "cached == 'x'"),
+              NSPredicate::predicateWithFormat(text("cached == 'x'")).predicateFormat().toStdString());
+    EXPECT_EQ(remainder("Person", "age > 3 AND cached == 'x' AND name != nil"),
+              NSPredicate::predicateWithFormat(text("cached == 'x'")).predicateFormat().toStdString());
+    EXPECT_NE(remainder("Person", "age > 3 OR cached == 'x'"), "");
+    EXPECT_NE(remainder("Person", "items.@sum.amount > 1"), "");
+    EXPECT_NE(remainder("Person", "unknown == 1"), "");
+    EXPECT_NE(remainder("Item", "owner.items.@count == 0"), "");
+    NSFetchRequest request;
+    request.setPredicate(
+        NSPredicate::predicateWithBlock([](const QVariant &, const QVariantMap &) { return true; }));
+    request.setSortDescriptors({NSSortDescriptor(text("cached"), true)});
+    const Fetched fetched = fetch(coordinator->source(), entity("Person"), request);
+    EXPECT_EQ(fetched.remainder.predicate.predicateKind(), NSBlockPredicateKind);
+    EXPECT_TRUE(fetched.remainder.sort);
+    EXPECT_FALSE(fetched.remainder.window);
+}
+
+TEST_F(TranslatedPredicateTest, WhetherAConditionRaisesOnlyMemoryTells) {
+    const Fetched fetched = fetch(coordinator->source(), entity("Person"), "name MATCHES '('");
+    EXPECT_FALSE(fetched.error);
+    EXPECT_FALSE(fetched.remainder.predicate.isNil());
+    EXPECT_EQ(fetched.objects.size(), 2u);
+    NSFetchRequest request;
+    request.setPredicate(NSPredicate::predicateWithFormat(text("name MATCHES '('")));
+    NSError error;
+    EXPECT_FALSE(coordinator->source().count(request, entity("Person"), error));
+    EXPECT_FALSE(error);
+}
+
+TEST_F(TranslatedPredicateTest, ATextIsNeverPartOfAStatement) {
+    for (const char *hostile : {"'", "\"", "'; DROP TABLE e_Item; --", "%", "_", "?1", "\\"}) {
+        EXPECT_EQ(found("Item", "title == %@ OR title LIKE %@ OR title IN %@", text(hostile), text(hostile),
+                        QVariantList{text(hostile)}),
+                  Uids{})
+            << hostile;
+    }
+    EXPECT_EQ(found("Item", "TRUEPREDICATE").size(), 3);
+}
+
 } // namespace
