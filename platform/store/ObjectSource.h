@@ -98,8 +98,9 @@ class ObjectSource {
 public:
     virtual ~ObjectSource() = default;
 
-    /// Calls the block for each object that the request finds, of the entity or those that inherit from it (see the request), in order.
-    /// The remainder is told first. `wantsRows` is false if identifiers are enough.
+    /// Calls the block for each object that the request finds, of the entity or those that inherit from it (see the
+    /// request), in order. The remainder is told first. `wantsRows` is false if identifiers are enough. Objects stand in
+    /// the request's predicate as their identifiers. The blocks may not call the source.
     virtual NSError fetch(const NSFetchRequest &request, const NSEntityDescription *entity, bool wantsRows,
                           const std::function<void(const FetchRemainder &)> &begin,
                           const std::function<void(FetchedObject &&)> &found) = 0;

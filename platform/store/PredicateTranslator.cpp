@@ -4,7 +4,6 @@
 #include "platform/base/NSException.h"
 #include "platform/values/Coercion.h"
 #include "platform/values/NSDecimalNumber.h"
-#include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/ValueKind.h"
 
@@ -377,18 +376,10 @@ PredicateTranslator::Condition PredicateTranslator::comparedColumns(const Operan
     return text;
 }
 
-/// The number of an object that is given as one or by its identifier; 0 if no object of the entity's table can be it.
-/// Nothing for what might be asked to compare itself.
-std::optional<qint64> PredicateTranslator::keyOf(const QVariant &object,
+/// The number of the object that an identifier names; 0 if no object of the entity's table can be it. Nothing for what might
+/// be asked to compare itself.
+std::optional<qint64> PredicateTranslator::keyOf(const QVariant &id,
                                                  const NSEntityDescription *entity) const {
-    QVariant id = object;
-    if (objectOf(object)) {
-        try {
-            id = NSKeyValueCoding::valueForKey(object, QStringLiteral("objectID"));
-        } catch (const NSException &) {
-            return {};
-        }
-    }
     if (id.metaType() != QMetaType::fromType<NSManagedObjectID>())
         return {};
     const auto given = id.value<NSManagedObjectID>();

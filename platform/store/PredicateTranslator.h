@@ -97,7 +97,7 @@ private:
     std::optional<QByteArray> join(Scope &scope, const QStringList &path, const NSEntityDescription *&entity);
 
     static std::optional<SQLiteValue> comparable(NSAttributeType type, const QVariant &constant);
-    std::optional<qint64> keyOf(const QVariant &object, const NSEntityDescription *entity) const;
+    std::optional<qint64> keyOf(const QVariant &id, const NSEntityDescription *entity) const;
 
     const StoreSchema &m_schema;
     const IdentityTable &m_identities;

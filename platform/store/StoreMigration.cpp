@@ -3,7 +3,6 @@
 
 #include "platform/store/ModelMapping.h"
 #include "platform/store/StoreFailure.h"
-#include "platform/store/StoreMetadata.h"
 
 #include <limits>
 #include <set>
@@ -209,12 +208,12 @@ private:
     std::vector<std::pair<QByteArray, qint64>> m_lastKeys;
 };
 
-void migrate(SQLiteDatabase &database, const NSManagedObjectModel::Ptr &model) {
+StoreMetadata migrate(SQLiteDatabase &database, const NSManagedObjectModel::Ptr &model) {
     SQLiteTransaction transaction(database);
     StoreMetadata metadata = StoreMetadata::read(database);
     // Another process may have been faster.
     if (metadata.hashes == model->entityVersionHashesByName())
-        return;
+        return metadata;
     const auto stored = metadata.storedModel();
     const StoreSchema from(stored, metadata.numbers);
     const StoreSchema to(model, ModelMapping::numbers(*stored, metadata.numbers, *model));
@@ -224,13 +223,14 @@ void migrate(SQLiteDatabase &database, const NSManagedObjectModel::Ptr &model) {
     metadata.model = model->data();
     metadata.write(database);
     transaction.commit();
+    return metadata;
 }
 
 } // namespace
 
-void migrateStore(SQLiteDatabase &database, const NSManagedObjectModel::Ptr &model) {
+StoreMetadata migrateStore(SQLiteDatabase &database, const NSManagedObjectModel::Ptr &model) {
     try {
-        migrate(database, model);
+        return migrate(database, model);
     } catch (const SQLiteFailure &failure) {
         const NSError error = storeError(
             NSMigrationError, QStringLiteral("The store can't be brought to the present model"), failure);

@@ -111,8 +111,7 @@ StoreMetadata matched(SQLiteDatabase &database, const NSManagedObjectModel::Ptr 
     if (!options.migrates || options.isReadOnly)
         throw StoreFailure(NSPersistentStoreIncompatibleVersionHashError,
                            QStringLiteral("The store was made with another model."));
-    migrateStore(database, model);
-    return StoreMetadata::read(database);
+    return migrateStore(database, model);
 }
 
 } // namespace
