@@ -4,9 +4,11 @@
 #include "platform/store/ObjectSource.h"
 #include "platform/store/StoreSchema.h"
 
-#include <QHash>
+#include <QHashFunctions>
 #include <QString>
+#include <array>
 #include <memory>
+#include <unordered_map>
 
 namespace zr {
 
@@ -24,13 +26,20 @@ public:
     qint64 keyOf(const NSManagedObjectID &id) const;
 
 private:
+    /// Rows are mostly read in the order of their numbers: neighbours lie together.
+    static constexpr qint64 GroupSize = 16;
+    using Group = std::array<std::weak_ptr<ObjectIdentity>, GroupSize>;
     using Place = std::pair<const StoredTable *, qint64>;
-    void insert(const Place &place, const std::shared_ptr<ObjectIdentity> &identity);
+    struct Hash {
+        size_t operator()(const Place &place) const { return qHash(place); }
+    };
+
+    std::weak_ptr<ObjectIdentity> &slot(const StoredTable *table, qint64 key);
 
     const StoreSchema &m_schema;
     QString m_store;
-    QHash<Place, std::weak_ptr<ObjectIdentity>> m_identities;
-    qsizetype m_sweepAt = 1024;
+    std::unordered_map<Place, Group, Hash> m_groups;
+    size_t m_sweepAt = 1024;
 };
 
 } // namespace zr

@@ -28,7 +28,7 @@ public:
     bool isTemporaryID() const;
     /// The entity of the object itself, not one that it inherits from. It lives as long as the model.
     const NSEntityDescription *entity() const;
-    /// "x-zrstore://<store's identifier>/<entity>/p<number>", or "x-zrstore:///<entity>/t<UUID>" while it is
+    /// "x-zrstore://<store's identifier>/<entity>/p<number>", or "x-zrstore:///<entity>/t<UUID>-<number>" while it is
     /// temporary; invalid for nil.
     QUrl URIRepresentation() const;
 

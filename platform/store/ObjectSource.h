@@ -25,8 +25,8 @@ struct ObjectIdentity {
     QString store;
     /// The row; 0 while the identifier is temporary.
     std::atomic<qint64> key = 0;
-    /// Set for identifiers that began as temporary ones.
-    QString temporaryName;
+    /// Tells temporary identifiers of this process apart; 0 for those that never were one.
+    qint64 temporaryNumber = 0;
 
     /// A new temporary identifier for an object of the entity.
     static NSManagedObjectID temporary(const NSEntityDescription *entity);

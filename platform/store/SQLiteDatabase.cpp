@@ -123,7 +123,8 @@ bool SQLiteStatement::isNull(int column) const {
 // ---- Databases
 
 SQLiteDatabase::SQLiteDatabase(const QByteArray &path, Access access) {
-    int flags = SQLITE_OPEN_FULLMUTEX | SQLITE_OPEN_EXRESCODE;
+    // One thread uses the connection at a time, so SQLite needs no lock of its own for each value.
+    int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
     flags |= access == Access::ReadWrite ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY;
     flags |= access == Access::Immutable ? SQLITE_OPEN_URI : 0;
     const int result = sqlite3_open_v2(path.constData(), &m_connection, flags, nullptr);

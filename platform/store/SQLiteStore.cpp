@@ -71,10 +71,8 @@ SQLiteStore::RowReader::RowReader(SQLiteStore &store, const NSEntityDescription 
 }
 
 FetchedObject SQLiteStore::RowReader::read(const SQLiteStatement &row) const {
-    const StoredEntity *entity = m_store.m_schema->entityNumbered(m_table, row.integer(1));
-    if (!entity)
-        throw SQLiteFailure(SQLITE_CORRUPT, QStringLiteral("An object in the store is of no known entity."));
-    FetchedObject object{m_store.identifier(m_table, row.integer(1), row.integer(0)), Row()};
+    const StoredEntity *entity = &m_store.entityNumbered(m_table, row.integer(1));
+    FetchedObject object{m_store.identifier(*entity, row.integer(0)), Row()};
     object.row->version = row.integer(2);
     object.row->values.resize(entity->columns.size());
     for (size_t i = 0; i < entity->columns.size(); ++i) {
@@ -92,10 +90,11 @@ QVariant SQLiteStore::RowReader::value(const SQLiteStatement &row, const StoredC
         return attributeValue(column.attribute->attributeType(), row.value(place.column));
     if (row.isNull(place.column))
         return {};
-    const StoredTable *table = place.destination->table;
     const bool isKnown = place.entity < 0 || row.isNull(place.entity);
-    return QVariant::fromValue(m_store.identifier(
-        table, isKnown ? place.destination->number : row.integer(place.entity), row.integer(place.column)));
+    const StoredEntity &entity =
+        isKnown ? *place.destination
+                : m_store.entityNumbered(place.destination->table, row.integer(place.entity));
+    return QVariant::fromValue(m_store.identifier(entity, row.integer(place.column)));
 }
 
 SQLiteStore::SQLiteStore(OpenedStore opened)
@@ -105,12 +104,17 @@ SQLiteStore::SQLiteStore(OpenedStore opened)
 
 SQLiteStore::~SQLiteStore() = default;
 
-NSManagedObjectID SQLiteStore::identifier(const StoredTable *table, qint64 entity, qint64 key) {
-    const StoredEntity *stored = m_schema->entityNumbered(table, entity);
-    if (!stored || key <= 0)
-        throw SQLiteFailure(SQLITE_CORRUPT,
-                            QStringLiteral("An object in the store has no valid number or entity."));
-    return m_identities.identifier(*stored, key);
+NSManagedObjectID SQLiteStore::identifier(const StoredEntity &entity, qint64 key) {
+    if (key <= 0)
+        throw SQLiteFailure(SQLITE_CORRUPT, QStringLiteral("An object in the store has no valid number."));
+    return m_identities.identifier(entity, key);
+}
+
+const StoredEntity &SQLiteStore::entityNumbered(const StoredTable *table, qint64 number) const {
+    const StoredEntity *entity = m_schema->entityNumbered(table, number);
+    if (!entity)
+        throw SQLiteFailure(SQLITE_CORRUPT, QStringLiteral("An object in the store is of no known entity."));
+    return *entity;
 }
 
 NSError SQLiteStore::fetch(const NSFetchRequest &request, const NSEntityDescription *entity, bool wantsRows,
@@ -150,8 +154,10 @@ void SQLiteStore::run(const StoreQuery &query, const NSEntityDescription *entity
         "SELECT " + (wantsRows ? reader.columns() : QByteArray("t0._pk, t0._entity")) + query.text.text);
     statement.bindAll(query.text.parameters);
     while (statement.step())
-        found(wantsRows ? reader.read(statement)
-                        : FetchedObject{identifier(table, statement.integer(1), statement.integer(0)), {}});
+        found(wantsRows
+                  ? reader.read(statement)
+                  : FetchedObject{
+                        identifier(entityNumbered(table, statement.integer(1)), statement.integer(0)), {}});
 }
 
 std::optional<quint64> SQLiteStore::count(const NSFetchRequest &request, const NSEntityDescription *entity,
@@ -218,7 +224,7 @@ NSError SQLiteStore::related(const NSManagedObjectID &id, const NSRelationshipDe
         statement.bind(1, m_identities.keyOf(id));
         objects.clear();
         while (statement.step())
-            objects.append(identifier(table, statement.integer(1), statement.integer(0)));
+            objects.append(identifier(entityNumbered(table, statement.integer(1)), statement.integer(0)));
     });
 }
 

@@ -38,7 +38,8 @@ private:
     class RowReader;
     void run(const StoreQuery &query, const NSEntityDescription *entity, bool wantsRows,
              const std::function<void(FetchedObject &&)> &found);
-    NSManagedObjectID identifier(const StoredTable *table, qint64 entity, qint64 key);
+    NSManagedObjectID identifier(const StoredEntity &entity, qint64 key);
+    const StoredEntity &entityNumbered(const StoredTable *table, qint64 number) const;
     void readRows(const QList<NSManagedObjectID> &ids, const std::function<void(FetchedObject &&)> &found);
     void resolve(const ObjectChange &change, SaveOutcome &outcome);
 

@@ -15,10 +15,11 @@ namespace zr {
 void StoreSave::write(const std::vector<ObjectChange> &changes) {
     numberInserted(changes);
     m_versions.reserve(changes.size());
+    auto next = m_inserted.cbegin();
     for (const ObjectChange &change : changes) {
         switch (change.kind) {
         case ObjectChange::Insert:
-            insert(change);
+            insert(change, (next++)->second);
             break;
         case ObjectChange::Update:
             update(change);
@@ -55,24 +56,32 @@ void StoreSave::numberInserted(const std::vector<ObjectChange> &changes) {
     }
 }
 
-void StoreSave::insert(const ObjectChange &change) {
-    const StoredEntity &entity = m_schema.stored(change.id.entity());
+SQLiteStatement StoreSave::insertStatement(const StoredEntity &entity) {
     QByteArray names, marks;
-    std::vector<SQLiteValue> values = {SQLiteValue::ofInteger(keyOf(change.id)),
-                                       SQLiteValue::ofInteger(entity.number)};
-    for (size_t i = 0; i < entity.columns.size(); ++i) {
-        if (entity.columns[i] < 0)
+    for (const int column : entity.columns) {
+        if (column < 0)
             continue;
-        const StoredColumn &column = entity.table->columns[size_t(entity.columns[i])];
-        names += ", " + column.name;
+        names += ", " + entity.table->columns[size_t(column)].name;
         marks += ", ?";
-        values.push_back(storedValue(column.property, change.row.values.at(i)));
     }
-    m_database
-        .prepared("INSERT INTO " + entity.table->name + "(_pk, _entity, _version" + names +
-                  ") VALUES(?, ?, 1" + marks + ')')
-        .bindAll(values)
-        .run();
+    return m_database.prepared("INSERT INTO " + entity.table->name + "(_pk, _entity, _version" + names +
+                               ") VALUES(?, ?, 1" + marks + ')');
+}
+
+void StoreSave::insert(const ObjectChange &change, qint64 key) {
+    const StoredEntity &entity = m_schema.stored(change.id.entity());
+    auto found = m_inserts.find(&entity);
+    if (found == m_inserts.end())
+        found = m_inserts.emplace(&entity, insertStatement(entity)).first;
+    SQLiteStatement &statement = found->second;
+    statement.bind(1, key).bind(2, entity.number);
+    int parameter = 2;
+    for (size_t i = 0; i < entity.columns.size(); ++i) {
+        if (entity.columns[i] >= 0)
+            statement.bind(++parameter, storedValue(entity.table->columns[size_t(entity.columns[i])],
+                                                    change.row.values.at(i)));
+    }
+    statement.run();
     m_versions.push_back(1);
 }
 
@@ -86,7 +95,7 @@ void StoreSave::update(const ObjectChange &change) {
             continue;
         sets += ", " + entity.table->columns[size_t(column)].name + " = ?";
         values.push_back(
-            storedValue(entity.table->columns[size_t(column)].property, change.row.values.at(size_t(index))));
+            storedValue(entity.table->columns[size_t(column)], change.row.values.at(size_t(index))));
     }
     const bool hasPairs =
         std::any_of(change.toMany.begin(), change.toMany.end(), [&](const ObjectChange::ToMany &toMany) {
@@ -163,9 +172,10 @@ void StoreSave::writePairs(const JoinSide &side, qint64 owner, const ObjectChang
     }
 }
 
-SQLiteValue StoreSave::storedValue(const NSPropertyDescription *property, const QVariant &value) const {
-    if (const auto *attribute = dynamic_cast<const NSAttributeDescription *>(property)) {
-        if (auto stored = zr::storedValue(attribute->attributeType(), value))
+SQLiteValue StoreSave::storedValue(const StoredColumn &column, const QVariant &value) const {
+    const NSPropertyDescription *property = column.property;
+    if (column.attribute) {
+        if (auto stored = zr::storedValue(column.attribute->attributeType(), value))
             return *stored;
         throw StoreFailure(
             NSPersistentStoreSaveError,

@@ -6,7 +6,7 @@
 #include "platform/store/SQLiteDatabase.h"
 
 #include <QHash>
-#include <functional>
+#include <map>
 
 namespace zr {
 
@@ -28,18 +28,20 @@ public:
 
 private:
     void numberInserted(const std::vector<ObjectChange> &changes);
-    void insert(const ObjectChange &change);
+    void insert(const ObjectChange &change, qint64 key);
+    SQLiteStatement insertStatement(const StoredEntity &entity);
     void update(const ObjectChange &change);
     void remove(const ObjectChange &change);
     void writePairs(const ObjectChange &change);
     void writePairs(const JoinSide &side, qint64 owner, const ObjectChange::ToMany &change);
 
-    SQLiteValue storedValue(const NSPropertyDescription *property, const QVariant &value) const;
+    SQLiteValue storedValue(const StoredColumn &column, const QVariant &value) const;
     qint64 keyOf(const NSManagedObjectID &id) const;
 
     SQLiteDatabase &m_database;
     const StoreSchema &m_schema;
     const IdentityTable &m_identities;
+    std::map<const StoredEntity *, SQLiteStatement> m_inserts;
     QHash<const ObjectIdentity *, qint64> m_newKeys;
     std::vector<std::pair<NSManagedObjectID, qint64>> m_inserted;
     std::vector<qint64> m_versions;
