@@ -46,7 +46,7 @@ SQLText joined(const std::vector<SQLText> &parts, const QByteArray &word, size_t
     return inParentheses(result);
 }
 
-/// "0, 1, 2" as "?, ?, ?".
+/// A question mark for each value, with commas between them.
 SQLText list(const std::vector<SQLiteValue> &values) {
     SQLText text{QByteArray("?, ").repeated(qsizetype(values.size())), values};
     text.text.chop(2);

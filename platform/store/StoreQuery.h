@@ -37,8 +37,8 @@ struct StoreQuery {
     std::vector<std::shared_ptr<const RowPredicate>> predicates;
 };
 
-/// The fetch as SQL, as far as SQL gives the same answer as evaluating the predicate and sorting in memory. A statement has
-/// at most so many parameters.
+/// The fetch as SQL, as far as SQL gives the same answer as evaluating the predicate and sorting in memory. A
+/// statement has at most `parameterLimit` parameters.
 StoreQuery queryFor(const NSFetchRequest &request, const NSEntityDescription *entity,
                     const StoreSchema &schema, const IdentityTable &identities, int parameterLimit,
                     bool leavesPredicate = false);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/store/StoreSchema.h"
 
+#include "platform/base/NSException.h"
 #include "platform/store/SQLiteValue.h"
 
 #include <algorithm>
@@ -133,6 +134,13 @@ void StoreSchema::addJoins() {
                 stored->joins.emplace_back(table.get(), "target");
         }
     }
+}
+
+const StoredEntity &StoreSchema::stored(const NSEntityDescription *entity) const {
+    const auto found = m_entities.find(entity);
+    if (found == m_entities.end())
+        throw NSException(NSInvalidArgumentException, QStringLiteral("The entity is one of another model."));
+    return *found->second;
 }
 
 const StoredEntity *StoreSchema::entityNumbered(const StoredTable *table, qint64 number) const {

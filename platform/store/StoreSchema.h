@@ -81,7 +81,8 @@ public:
     const std::vector<std::unique_ptr<StoredTable>> &tables() const { return m_tables; }
     const std::vector<std::unique_ptr<JoinTable>> &joinTables() const { return m_joinTables; }
 
-    const StoredEntity &stored(const NSEntityDescription *entity) const { return *m_entities.at(entity); }
+    /// Raises NSInvalidArgumentException for an entity of another model.
+    const StoredEntity &stored(const NSEntityDescription *entity) const;
     /// The entity of that number in a table; nullptr if there is none.
     const StoredEntity *entityNumbered(const StoredTable *table, qint64 number) const;
     /// The entity and those that inherit from it, without abstract ones.

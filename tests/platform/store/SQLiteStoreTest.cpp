@@ -4,6 +4,7 @@
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "tests/platform/store/StoreSupport.h"
+#include "tests/support/Expect.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -437,6 +438,42 @@ TEST_F(SQLiteStoreTest, ACoordinatorTakesOneSQLiteStore) {
                                                   {}, &error));
     EXPECT_EQ(error.code(), NSPersistentStoreOpenError);
     EXPECT_FALSE(QFile::exists(other.toLocalFile()));
+}
+
+TEST_F(SQLiteStoreTest, AnEntityOfAnotherModelIsRaised) {
+    use(Everything);
+    const auto other = modelOf(Everything);
+    expectException(NSInvalidArgumentException,
+                    [&] { fetch(source(), other->entityNamed(text("E")), NSFetchRequest()); });
+    expectException(NSInvalidArgumentException,
+                    [&] { source().save({insertion(other->entityNamed(text("E")), {})}); });
+    EXPECT_TRUE(fetch(source(), entity("E")).objects.empty());
+}
+
+TEST_F(SQLiteStoreTest, AFetchCanGiveIdentifiersOnly) {
+    use(Everything);
+    const auto one = insertion(entity("E"), {{text("i32"), 1}});
+    save(*coordinator, {one, insertion(entity("E"), {{text("i32"), 2}})});
+    NSFetchRequest request;
+    request.setPredicate(NSPredicate::predicateWithFormat(text("i32 == 1")));
+    const Fetched fetched = fetch(source(), entity("E"), request, false);
+    ASSERT_EQ(fetched.objects.size(), 1u);
+    EXPECT_TRUE(fetched.objects[0].id == one.id);
+    EXPECT_FALSE(fetched.objects[0].row);
+}
+
+TEST_F(SQLiteStoreTest, ACountFollowsTheWindow) {
+    use(Everything);
+    save(*coordinator, std::vector<ObjectChange>{insertion(entity("E"), {}), insertion(entity("E"), {}),
+                                                 insertion(entity("E"), {})});
+    NSFetchRequest request;
+    NSError error;
+    EXPECT_EQ(source().count(request, entity("E"), error), 3u);
+    request.setFetchOffset(1);
+    EXPECT_EQ(source().count(request, entity("E"), error), 2u);
+    request.setFetchLimit(1);
+    EXPECT_EQ(source().count(request, entity("E"), error), 1u);
+    EXPECT_FALSE(error);
 }
 
 } // namespace

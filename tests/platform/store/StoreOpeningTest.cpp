@@ -4,10 +4,12 @@
 #include "platform/store/StoreFailure.h"
 #include "platform/store/StoreMetadata.h"
 #include "tests/platform/store/StoreSupport.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/InChild.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <random>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <thread>
@@ -386,6 +388,67 @@ TEST_F(StoreOpeningTest, ThreadsShareACoordinator) {
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_EQ(count(*coordinator), size_t(Many * Saves));
+}
+
+TEST_F(StoreOpeningTest, AFullDiskLosesNothingThatWasSaved) {
+    checkInChild([&] {
+        ASSERT_NE(limitSpace(folder.path().toUtf8()), std::errc());
+        size_t saved = 0;
+        {
+            const auto coordinator = open(model);
+            ASSERT_TRUE(coordinator);
+            NSError error;
+            while (!error && saved < 10'000) {
+                std::vector<ObjectChange> changes(20, insertion(note(), {}));
+                for (ObjectChange &change : changes)
+                    change = insertion(note(), {{text("text"), QString(200, u'x')}});
+                error = coordinator->source().save(changes).error;
+                saved += error ? 0 : changes.size();
+            }
+            EXPECT_EQ(error.code(), NSPersistentStoreSaveError);
+            const int cause =
+                int(error.userInfo().value(NSUnderlyingErrorKey).value<NSError>().code() & 0xff);
+            EXPECT_TRUE(cause == SQLITE_FULL || cause == SQLITE_IOERR) << cause;
+            EXPECT_GT(saved, 0u);
+            EXPECT_EQ(count(*coordinator), saved);
+        }
+        const auto coordinator = open(model);
+        ASSERT_TRUE(coordinator);
+        EXPECT_EQ(count(*coordinator), saved);
+    });
+}
+
+TEST_F(StoreOpeningTest, ADamagedFileIsReadOrRefusedButHurtsNobody) {
+    makeStore(200);
+    const QByteArray whole = contents();
+    std::mt19937 dice(5);
+    int opened = 0, refused = 0;
+    for (int round = 0; round < 300; ++round) {
+        QByteArray damaged = whole;
+        // The metadata's own page now and then, any page otherwise.
+        const qsizetype range = round % 3 == 0 ? 8192 : damaged.size();
+        for (unsigned i = 1 + dice() % 20; i > 0; --i)
+            damaged[qsizetype(dice() % unsigned(range))] = char(dice());
+        for (const char *companion : {"-wal", "-shm", "-journal"})
+            QFile::remove(path() + QLatin1String(companion));
+        write(path(), damaged);
+        NSError error;
+        const auto coordinator = open(model, {}, &error);
+        refused += !coordinator;
+        if (!coordinator) {
+            EXPECT_EQ(error.domain(), NSCocoaErrorDomain);
+            continue;
+        }
+        ++opened;
+        NSFetchRequest request;
+        request.setPredicate(NSPredicate::predicateWithFormat(text("text CONTAINS[c] 'NOTE' AND rank >= 0")));
+        request.setSortDescriptors({NSSortDescriptor(text("text"), true, text("caseInsensitiveCompare:"))});
+        const Fetched fetched = fetch(coordinator->source(), note(), request);
+        EXPECT_TRUE(!fetched.error || fetched.error.domain() == NSCocoaErrorDomain);
+        coordinator->source().save({insertion(note(), {})});
+    }
+    EXPECT_GT(opened, 10);
+    EXPECT_GT(refused, 10);
 }
 
 } // namespace
