@@ -118,6 +118,10 @@ int guarded(void *data, int sizeA, const void *dataA, int sizeB, const void *dat
 
 } // namespace
 
+bool hasOrder(NSAttributeType type) {
+    return type <= NSAttributeType::Date;
+}
+
 QByteArray collationFor(NSAttributeType type, const QString &selector) {
     if (type == NSAttributeType::Decimal)
         return "zr_decimal";

@@ -36,6 +36,9 @@ private:
     std::vector<Operand> m_operands;
 };
 
+/// Whether an attribute's values have an order, in memory and by collationFor() in SQL.
+bool hasOrder(NSAttributeType type);
+
 /// The collation in which an attribute's values have the order that they have in memory; nil for SQLite's own. The
 /// selector is that of a sort descriptor.
 QByteArray collationFor(NSAttributeType type, const QString &selector);

@@ -35,7 +35,6 @@ private:
         int entity = -1; ///< where the statement tells the entity of what a relationship points at
         const StoredEntity *destination = nullptr;
     };
-    const std::vector<Place> &places(const StoredEntity &entity) const;
     QVariant value(const SQLiteStatement &row, const StoredColumn &column, const Place &place) const;
 
     SQLiteStore &m_store;
