@@ -47,3 +47,5 @@ NSManagedObjectID ObjectIdentity::temporary(const NSEntityDescription *entity) {
     identity->temporaryNumber = ++last;
     return wrap(std::move(identity));
 }
+
+#include "moc_NSManagedObjectID.cpp"

@@ -3,6 +3,7 @@
 
 #include <QHashFunctions>
 #include <QMetaType>
+#include <QObject>
 #include <QUrl>
 #include <memory>
 
@@ -18,6 +19,11 @@ struct ObjectIdentity;
 /// store. All copies of the identifier follow, so equality and hash stay what they were. Two identifiers are
 /// equal if they name the same object of the same coordinator. Any thread.
 class NSManagedObjectID {
+    Q_GADGET
+    Q_PROPERTY(QUrl URIRepresentation READ URIRepresentation)
+    Q_PROPERTY(bool isTemporaryID READ isTemporaryID)
+    Q_PROPERTY(quint64 hash READ hash)
+
 public:
     NSManagedObjectID() = default;
 
@@ -31,6 +37,7 @@ public:
     /// "x-zrstore://<store's identifier>/<entity>/p<number>", or "x-zrstore:///<entity>/t<UUID>-<number>" while it is
     /// temporary; invalid for nil.
     QUrl URIRepresentation() const;
+    quint64 hash() const { return qHash(*this); }
 
     friend bool operator==(const NSManagedObjectID &a, const NSManagedObjectID &b) {
         return a.m_identity == b.m_identity;
@@ -47,4 +54,6 @@ private:
     std::shared_ptr<zr::ObjectIdentity> m_identity;
 };
 
+// Moving a shared pointer's bytes moves it.
+Q_DECLARE_TYPEINFO(NSManagedObjectID, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(NSManagedObjectID)

@@ -141,7 +141,10 @@ size_t objectHash(const QVariant &value, size_t seed) {
     return mixed(comparesItself ? 0 : quintptr(objectOf(value)), seed);
 }
 
+/// Gadgets that say how they hash do so as they say, others of one class all alike.
 size_t otherHash(const QVariant &value, size_t seed) {
+    if (const auto own = NSObjectRuntime::answer(value, "hash"))
+        return mixed(own->toULongLong(), seed);
     const QMetaType type = value.metaType();
     if (type.id() == QMetaType::QUuid)
         return qHash(held<QUuid>(value), seed);
