@@ -23,6 +23,7 @@ enum NSCoreDataError : qint64 {
     NSValidationStringTooShortError = 1670,
     NSValidationStringPatternMatchingError = 1680,
 
+    NSManagedObjectReferentialIntegrityError = 133000, ///< there is no object with that identifier
     NSManagedObjectMergeError = 133020, ///< what a save is based on has changed in the store
 
     NSPersistentStoreInvalidTypeError = 134000,             ///< there is no such type of store
@@ -46,3 +47,6 @@ inline const QString NSDetailedErrorsKey = QStringLiteral("NSDetailedErrors");
 inline const QString NSValidationObjectErrorKey = QStringLiteral("NSValidationErrorObject");
 inline const QString NSValidationKeyErrorKey = QStringLiteral("NSValidationErrorKey");
 inline const QString NSValidationValueErrorKey = QStringLiteral("NSValidationErrorValue");
+/// The user-info key of the objects that NSManagedObjectMergeError is about: an array of dictionaries with "object",
+/// "oldVersion" (what the change is based on) and "newVersion" (what the store has), without the latter if it is gone.
+inline const QString NSPersistentStoreSaveConflictsErrorKey = QStringLiteral("conflictList");
