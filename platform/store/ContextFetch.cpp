@@ -128,7 +128,8 @@ NSError ContextFetch::adoptAndFilter(std::vector<FetchedObject> &&found, bool wa
     for (FetchedObject &object : found)
         candidates << m_graph.adopt(std::move(object));
     const bool filtersAll = !m_remainder.predicate.isNil() || (m_merges && m_beyond);
-    if (wantsValues || filtersAll || m_remainder.sort) {
+    const bool sorts = (m_merges || m_remainder.sort) && !m_request.sortDescriptors().isEmpty();
+    if (wantsValues || filtersAll || sorts) {
         if (NSError error = m_graph.fault(candidates))
             return error;
     }

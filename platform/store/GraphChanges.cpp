@@ -199,6 +199,7 @@ void ObjectGraph::setValue(NSManagedObject &object, int property, const QVariant
         make({&change, 1}, isSilent);
         return;
     }
+    checkPresence(object);
     GraphChanges plan;
     if (described.toMany >= 0)
         planToMany(object, property, checkedMembers(object, property, value), plan);
@@ -260,7 +261,16 @@ bool ObjectGraph::hasMember(NSManagedObject &object, int property, NSManagedObje
                                           : loadedToMany(object, property).members.contains(member);
 }
 
+void ObjectGraph::checkPresence(const NSManagedObject &object) {
+    if (ObjectState::of(object).is(ObjectState::Gone))
+        throw NSException(
+            NSInvalidArgumentException,
+            QStringLiteral("The object of \"%1\" has left its context, and takes part in no relationship.")
+                .arg(object.entity()->name()));
+}
+
 void ObjectGraph::addMember(NSManagedObject &object, int property, NSManagedObject *given, qsizetype at) {
+    checkPresence(object);
     NSManagedObject *member = checkedMember(object, property, QVariant::fromValue<QObject *>(given));
     if (!member || hasMember(object, property, member))
         return;
@@ -272,6 +282,7 @@ void ObjectGraph::addMember(NSManagedObject &object, int property, NSManagedObje
 }
 
 void ObjectGraph::removeMember(NSManagedObject &object, int property, NSManagedObject *given) {
+    checkPresence(object);
     NSManagedObject *member = checkedMember(object, property, QVariant::fromValue<QObject *>(given));
     if (!member || !hasMember(object, property, member))
         return;

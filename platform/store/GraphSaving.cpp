@@ -65,7 +65,7 @@ std::optional<ObjectChange> ObjectGraph::changeOf(NSManagedObject &object) {
             if (property.followsFromInverse() || !isValueChanged(object, i))
                 continue;
             const ToMany &many = loadedToMany(object, i);
-            const QList<NSManagedObject *> before = committedMembers(many), after = many.members.list();
+            const QList<NSManagedObject *> before = committedMembers(many), after = present(many.members);
             if (before != after)
                 change.toMany.push_back({i, identifiers(before), identifiers(after)});
             continue;

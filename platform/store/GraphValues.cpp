@@ -254,10 +254,17 @@ ToMany &ObjectGraph::loadedToMany(NSManagedObject &object, int property) {
     return many;
 }
 
+QList<NSManagedObject *> ObjectGraph::present(const Members &members) {
+    QList<NSManagedObject *> list = members.list();
+    list.removeIf(
+        [](const NSManagedObject *member) { return ObjectState::of(*member).is(ObjectState::Gone); });
+    return list;
+}
+
 QList<NSManagedObject *> ObjectGraph::related(NSManagedObject &object, int property) {
     const EntityProperty &described = ObjectState::of(object).entityClass->property(property);
     if (described.toMany >= 0)
-        return loadedToMany(object, property).members.list();
+        return present(loadedToMany(object, property).members);
     NSManagedObject *one = toOne(object, property);
     return one ? QList<NSManagedObject *>{one} : QList<NSManagedObject *>();
 }

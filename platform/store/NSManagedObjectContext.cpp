@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/store/NSManagedObjectContext.h"
 
+#include "platform/base/FirstException.h"
 #include "platform/base/NSException.h"
 #include "platform/operations/DispatchQueue.h"
 #include "platform/operations/NSThread.h"
@@ -12,7 +13,6 @@
 #include "platform/values/NSNotificationCenter.h"
 
 #include <QCoreApplication>
-#include <QScopeGuard>
 #include <algorithm>
 
 using namespace zr;
@@ -68,8 +68,10 @@ NSManagedObjectContextConcurrencyType NSManagedObjectContext::concurrencyType() 
 
 void NSManagedObjectContext::performBlock(std::function<void()> block) {
     d->queue->async([self = shared_from_this(), block = std::move(block)] {
-        const auto end = qScopeGuard([&] { self->processPendingChanges(); });
-        block();
+        FirstException failure;
+        failure.guard(block);
+        failure.guard([&] { self->processPendingChanges(); });
+        failure.rethrow();
     });
 }
 
@@ -275,8 +277,10 @@ void NSManagedObjectContext::rollback() {
         return;
     if (d->undoManager)
         d->undoManager->removeAllActionsWithTarget(this);
-    const auto end = qScopeGuard([this] { processPendingChanges(); });
-    d->graph->rollback();
+    FirstException failure;
+    failure.guard([this] { d->graph->rollback(); });
+    failure.guard([this] { processPendingChanges(); });
+    failure.rethrow();
 }
 
 void NSManagedObjectContext::undo() {

@@ -136,7 +136,7 @@ public:
     /// Announces what has changed since the last call and makes an undo group of it. Happens by itself after each block, in
     /// a save, and in a main context as soon as the main thread's event loop runs.
     void processPendingChanges();
-    /// Takes over what another context of the same coordinator has saved. Raises NSInvalidArgumentException for another
+    /// Takes over what another context of the same coordinator has saved; that one must not be reset or end meanwhile. Raises NSInvalidArgumentException for another
     /// notification than NSManagedObjectContextDidSaveNotification.
     void mergeChangesFromContextDidSaveNotification(const NSNotification &notification);
 

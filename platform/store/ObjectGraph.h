@@ -98,6 +98,8 @@ public:
     ToMany &toMany(NSManagedObject &object, int property);
     /// With its members.
     ToMany &loadedToMany(NSManagedObject &object, int property);
+    /// Those members that are still in the context: without an inverse nobody takes others out.
+    static QList<NSManagedObject *> present(const Members &members);
     QList<NSManagedObject *> related(NSManagedObject &object, int property);
     /// What the members were before they changed; they must be loaded.
     static QList<NSManagedObject *> committedMembers(const ToMany &many);
@@ -158,6 +160,7 @@ private:
     bool isNowhere(const NSManagedObjectID &id) const;
     QList<NSManagedObject *> batchOf(NSManagedObject &object);
     void take(NSManagedObject &object, Row &&row);
+    static void checkPresence(const NSManagedObject &object);
     NSManagedObject *checkedMember(const NSManagedObject &object, int property, const QVariant &value) const;
     QList<NSManagedObject *> checkedMembers(const NSManagedObject &object, int property,
                                             const QVariant &value) const;

@@ -3,6 +3,7 @@
 
 #include "platform/values/NSNotificationCenter.h"
 #include "tests/platform/store/ContextSupport.h"
+#include "tests/support/LogCapture.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -299,6 +300,26 @@ TEST_F(NSManagedObjectContextTest, ChangesAndSavesAreAnnounced) {
     QCoreApplication::processEvents();
     EXPECT_EQ(told, QStringList{NSManagedObjectContextObjectsDidChangeNotification + text(" updated:1")})
         << "the main thread's event loop announces changes too";
+    center.removeObserver(registration);
+}
+
+TEST_F(NSManagedObjectContextTest, WhatAnObserverOfANotificationRaisesArrivesOrIsLogged) {
+    NSManagedObject *a = book("a");
+    save();
+    NSNotificationCenter &center = NSNotificationCenter::defaultCenter();
+    QObject *registration = center.addObserverForName(
+        NSManagedObjectContextObjectsDidChangeNotification, {},
+        [](const NSNotification &) { throw NSException(NSGenericException, text("mine")); });
+    set(a, "title", text("b"));
+    expectException(NSGenericException, [&] { context->rollback(); });
+    EXPECT_FALSE(context->hasChanges());
+    {
+        const LogCapture log;
+        const auto child = childOf(context);
+        child->performBlock([&] { make(*child, "Tag"); });
+        child->performBlockAndWait([] {});
+        EXPECT_EQ(log.count(text("Exception in a block of a managed object context: mine")), 1);
+    }
     center.removeObserver(registration);
 }
 

@@ -442,6 +442,25 @@ TEST_F(NSManagedObjectTest, ADeletedNewObjectIsNeverSaved) {
     EXPECT_FALSE(context->hasChanges());
 }
 
+TEST_F(NSManagedObjectTest, AnObjectThatHasLeftTakesPartInNoRelationship) {
+    NSManagedObject *jane = author("Jane"), *anne = author("Anne"), *club = make("Club"),
+                    *gone = book("gone");
+    set(club, "members", listOf({jane, anne}));
+    save();
+    context->deleteObject(gone);
+    context->deleteObject(anne);
+    save();
+    expectException(NSInvalidArgumentException, [&] { set(gone, "author", asValue(jane)); });
+    expectException(NSInvalidArgumentException, [&] { jane->addObject(gone, text("books")); });
+    expectException(NSInvalidArgumentException, [&] { anne->addObject(book("b"), text("books")); });
+    EXPECT_EQ(valueOf(club, "members"), setOf({jane})) << "although nothing leads back";
+    NSManagedObject *third = author("Third");
+    club->addObject(third, text("members"));
+    save();
+    const auto fresh = contextOn(coordinator);
+    EXPECT_EQ(valueOf(fresh->objectWithID(club->objectID()), "members").value<NSSet>().size(), 2);
+}
+
 TEST_F(NSManagedObjectTest, ALongChainOfDeletionsNeedsNoStack) {
     const auto model = modelOf(R"({'name': 'Chain', 'entities': [{'name': 'Link', 'relationships': {
       'next': {'destination': 'Link', 'inverse': 'previous', 'delete': 'cascade'},
