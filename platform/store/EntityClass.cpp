@@ -58,11 +58,30 @@ EntityClass::EntityClass(const NSEntityDescription *entity)
         if (property.attribute && !property.attribute->pattern().isNull())
             property.pattern = NSPredicate::predicateWithFormat(QStringLiteral("SELF MATCHES %@"),
                                                                 property.attribute->pattern());
+        property.hasRules = hasRules(property);
         m_hasTransients |= description->isTransient();
         m_properties.push_back(property);
         m_defaults.push_back(property.attribute ? property.attribute->defaultValue() : QVariant());
     }
     buildMetaObject();
+}
+
+bool EntityClass::hasRules(const EntityProperty &property) {
+    if (!property.description->isOptional() || !property.description->validationPredicates().isEmpty())
+        return true;
+    if (property.relationship)
+        return property.relationship->minCount() > 0 || property.relationship->maxCount() > 0;
+    const NSAttributeDescription &attribute = *property.attribute;
+    switch (attribute.attributeType()) {
+    case NSAttributeType::Double:
+    case NSAttributeType::Float:
+    case NSAttributeType::Decimal:
+    case NSAttributeType::Transformable:
+        return true; // not everything can be saved
+    default:
+        return attribute.minimum().isValid() || attribute.maximum().isValid() || attribute.minimumLength() >= 0 ||
+               attribute.maximumLength() >= 0 || !attribute.pattern().isNull();
+    }
 }
 
 void EntityClass::buildMetaObject() {

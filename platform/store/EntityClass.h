@@ -27,6 +27,8 @@ struct EntityProperty {
     int toMany = -1;
     /// The attribute's pattern as a condition on the value.
     NSPredicate pattern;
+    /// Whether any value can be invalid.
+    bool hasRules = true;
 
     bool isToOne() const { return relationship && !relationship->isToMany(); }
     bool isOrdered() const { return relationship && relationship->isOrdered(); }
@@ -60,6 +62,7 @@ public:
     ObjectFactory factory() const { return m_factory; }
 
 private:
+    static bool hasRules(const EntityProperty &property);
     void buildMetaObject();
 
     const NSEntityDescription *const m_entity;

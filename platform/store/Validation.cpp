@@ -146,13 +146,6 @@ private:
     QList<NSError> m_errors;
 };
 
-/// Whether a to-many relationship's members need not be looked at.
-bool needsNoMembers(const EntityProperty &property) {
-    return property.toMany >= 0 && property.description->isOptional() &&
-           property.relationship->minCount() == 0 && property.relationship->maxCount() == 0 &&
-           property.description->validationPredicates().isEmpty();
-}
-
 } // namespace
 
 namespace zr::Validation {
@@ -168,7 +161,7 @@ QList<NSError> errorsOfValues(NSManagedObject &object) {
         const EntityProperty &property = state.entityClass->property(i);
         // What was read and not changed was valid when it was saved.
         const bool isNew = state.is(ObjectState::Inserted);
-        if (needsNoMembers(property) || (!isNew && !ObjectGraph::isValueChanged(object, i)))
+        if (!property.hasRules || (!isNew && !ObjectGraph::isValueChanged(object, i)))
             continue;
         if (property.toMany >= 0)
             errors << errorsOfValue(object, i, state.graph->value(object, i));
