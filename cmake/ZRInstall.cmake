@@ -25,6 +25,7 @@ function(zr_install_component component pc)
 endfunction()
 zr_install_component("" zrkit)
 zr_install_component(Images zrkit-images)
+zr_install_component(Storage zrkit-storage)
 
 configure_package_config_file(cmake/ZRKitConfig.cmake.in ZRKitConfig.cmake INSTALL_DESTINATION ${ZR_CMAKE_DIR})
 write_basic_package_version_file(ZRKitConfigVersion.cmake COMPATIBILITY SameMinorVersion)
