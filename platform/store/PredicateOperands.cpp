@@ -29,15 +29,15 @@ std::optional<PredicateTranslator::Operand> PredicateTranslator::operand(const N
         return scope == m_variables.constEnd() ? std::nullopt : pathOperand(*scope, {});
     }
     case NSKeyPathExpressionType:
-        if (const auto count = countOperand(expression))
+        if (auto count = countOperand(expression))
             return count;
         if (const auto scope = scopeOf(expression.operand())) {
-            if (const auto found = pathOperand(*scope, expression.keyPath().split(u'.')))
+            if (auto found = pathOperand(*scope, expression.keyPath().split(u'.')))
                 return found;
         }
         return calculated(expression);
     case NSFunctionExpressionType:
-        if (const auto count = countOperand(expression))
+        if (auto count = countOperand(expression))
             return count;
         return calculated(expression);
     case NSAggregateExpressionType:

@@ -241,7 +241,7 @@ PredicateTranslator::Condition PredicateTranslator::compared(const Operand &left
                                                              NSComparisonPredicateOptions options,
                                                              const Operand &right) {
     if (options == 0 || options == NSNormalizedPredicateOption) {
-        if (const Condition native = comparedNatively(left, type, right))
+        if (Condition native = comparedNatively(left, type, right))
             return native;
     }
     return evaluated(left, type, options, right);
@@ -313,7 +313,7 @@ std::optional<SQLiteValue> PredicateTranslator::comparable(NSAttributeType type,
         return storedValue(type, QVariant::fromValue(NSDecimalNumber(numberOf(constant).whole)));
     if (type == NSAttributeType::Transformable)
         return {};
-    const auto stored = storedValue(type, constant);
+    auto stored = storedValue(type, constant);
     // URLs that differ may be written alike.
     if (stored && type == NSAttributeType::URI && attributeValue(type, *stored) != constant)
         return {};

@@ -6,6 +6,7 @@
 #include "platform/values/NSDecimalNumber.h"
 
 #include <algorithm>
+#include <compare>
 #include <sqlite3.h>
 
 namespace zr {
@@ -78,8 +79,8 @@ int compareUnits(void *, int sizeA, const void *dataA, int sizeB, const void *da
 
 int compareDecimals(void *, int sizeA, const void *dataA, int sizeB, const void *dataB) {
     const auto number = [](QByteArrayView text) { return NSDecimalNumber(QString::fromLatin1(text)); };
-    const auto order = number(view(sizeA, dataA)) <=> number(view(sizeB, dataB));
-    return int(order > 0) - int(order < 0);
+    const auto order = number(view(sizeA, dataA)).compare(number(view(sizeB, dataB)));
+    return int(std::is_gt(order)) - int(std::is_lt(order));
 }
 
 struct NamedOrder {

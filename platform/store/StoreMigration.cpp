@@ -61,7 +61,7 @@ private:
     }
 
     QByteArray temporaryName(const QByteArray &name) {
-        const QByteArray temporary = "\"new_" + QByteArray::number(m_made.size()) + '"';
+        QByteArray temporary = "\"new_" + QByteArray::number(m_made.size()) + '"';
         m_made.emplace_back(temporary, name);
         return temporary;
     }
