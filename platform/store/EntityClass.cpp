@@ -79,8 +79,9 @@ bool EntityClass::hasRules(const EntityProperty &property) {
     case NSAttributeType::Transformable:
         return true; // not everything can be saved
     default:
-        return attribute.minimum().isValid() || attribute.maximum().isValid() || attribute.minimumLength() >= 0 ||
-               attribute.maximumLength() >= 0 || !attribute.pattern().isNull();
+        return attribute.minimum().isValid() || attribute.maximum().isValid() ||
+               attribute.minimumLength() >= 0 || attribute.maximumLength() >= 0 ||
+               !attribute.pattern().isNull();
     }
 }
 

@@ -113,6 +113,10 @@ void ObjectGraph::applyValue(const GraphChange &change) {
     if (keepsUndo)
         keep(valueChange(change.object, change.property, value));
     value = change.value;
+    if (m_revived.isEmpty() || value.metaType() != QMetaType::fromType<NSManagedObjectID>())
+        return;
+    if (const NSManagedObject *revived = m_revived.value(held<NSManagedObjectID>(value)))
+        value = asIdentifier(revived);
 }
 
 void ObjectGraph::applyMembers(const GraphChange &change) {
@@ -148,7 +152,9 @@ void ObjectGraph::applyMembers(const GraphChange &change) {
 void ObjectGraph::applyLife(const GraphChange &change) {
     NSManagedObject &object = *change.object;
     ObjectState &state = ObjectState::of(object);
-    if (change.kind != GraphChange::Insert && state.is(ObjectState::Gone))
+    if (state.is(ObjectState::Gone) && change.kind == GraphChange::Undelete)
+        revive(object);
+    if (state.is(ObjectState::Gone) && change.kind != GraphChange::Insert)
         return;
     switch (change.kind) {
     case GraphChange::Insert:
@@ -175,6 +181,8 @@ void ObjectGraph::applyLife(const GraphChange &change) {
         keep(lifeChange(GraphChange::Undelete, &object));
         break;
     case GraphChange::Undelete:
+        if (state.is(ObjectState::Inserted))
+            break; // it has come back as a new one
         state.clear(ObjectState::Deleted);
         state.set(ObjectState::Updated);
         mark(object, ObjectState::ToldUpdated);
@@ -182,6 +190,33 @@ void ObjectGraph::applyLife(const GraphChange &change) {
         break;
     default:
         break;
+    }
+}
+
+/// The object's row is gone for good: it comes back as a new one, with all that it had. What points at it by its old
+/// identifier points at it again.
+void ObjectGraph::revive(NSManagedObject &object) {
+    ObjectState &state = ObjectState::of(object);
+    if (!state.is(ObjectState::HasValues))
+        return;
+    const NSManagedObjectID old = state.id;
+    state.id = ObjectIdentity::temporary(object.entity());
+    state.version = 0;
+    state.committed.reset();
+    for (int slot = 0; state.toMany && slot < state.entityClass->toManyCount(); ++slot) {
+        ToMany &many = state.toMany[size_t(slot)];
+        many.isLoaded = many.isChanged = true;
+        many.before = Members();
+    }
+    applyLife(lifeChange(GraphChange::Insert, &object));
+    m_revived.insert(old, &object);
+    for (const auto objects = allRegistered(); NSManagedObject * other : objects) {
+        const ObjectState &others = ObjectState::of(*other);
+        for (int i = 0; others.is(ObjectState::HasValues) && i < others.entityClass->propertyCount(); ++i) {
+            if (others.entityClass->property(i).isToOne() &&
+                others.values[size_t(i)] == QVariant::fromValue(old))
+                applyValue(valueChange(other, i, QVariant::fromValue(state.id)));
+        }
     }
 }
 
@@ -384,10 +419,14 @@ void ObjectGraph::remove(NSManagedObject &first) {
 
 void ObjectGraph::planDeletion(NSManagedObject &object, GraphChanges &plan, QList<NSManagedObject *> &next) {
     const EntityClass &entityClass = *ObjectState::of(object).entityClass;
+    NSError unreadable; // then there is nothing to come back
+    const bool mayComeBack = keepsUndo && fire(object, unreadable);
     for (int i = 0; i < entityClass.propertyCount(); ++i) {
         const EntityProperty &property = entityClass.property(i);
         if (!property.relationship)
             continue;
+        if (mayComeBack && property.toMany >= 0)
+            loadedToMany(object, i);
         const NSDeleteRule rule = property.relationship->deleteRule();
         if (rule != NSDeleteRule::Cascade && (rule != NSDeleteRule::Nullify || property.inverse < 0))
             continue;

@@ -61,6 +61,7 @@ public:
     /// The object that a value points to; nullptr if it is none.
     static NSManagedObject *from(const QVariant &value);
 
+    /// It stays the same, unless the object's deletion is undone after it was saved.
     NSManagedObjectID objectID() const;
     const NSEntityDescription *entity() const;
     /// nullptr once the object has left it: when its deletion, or that of an object never saved, is done.

@@ -260,8 +260,6 @@ bool NSManagedObjectContext::save(NSError *error) {
     processPendingChanges(); // what a merge has changed
     if (failure)
         return result(false, failure, error);
-    if (d->undoManager && !save.deleted().isEmpty())
-        d->undoManager->removeAllActionsWithTarget(this);
     for (const QVariantList *saved : {&save.inserted(), &save.updated(), &save.deleted()}) {
         for (const QVariant &object : *saved)
             NSManagedObject::from(object)->didSave();

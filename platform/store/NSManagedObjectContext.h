@@ -83,8 +83,8 @@ public:
     NSMergePolicy mergePolicy() const;
     void setMergePolicy(NSMergePolicy policy);
     /// Records all changes; a main context has one that keeps 100 groups, a private one none. What is changed between
-    /// two calls of processPendingChanges() makes one group. A save that deletes objects forgets all, because they
-    /// are gone.
+    /// two calls of processPendingChanges() makes one group. Saves don't matter to it: an object whose deletion was saved
+    /// comes back as a new one, with another identifier.
     std::shared_ptr<NSUndoManager> undoManager() const;
     void setUndoManager(const std::shared_ptr<NSUndoManager> &undoManager);
     /// Whether the values of unchanged objects are kept; false at first: those that nobody has asked for between two saves

@@ -11,7 +11,11 @@ using namespace zr;
 ObjectGraph::~ObjectGraph() = default;
 
 NSManagedObject *ObjectGraph::registered(const NSManagedObjectID &id) const {
-    return m_registered.value(ObjectIdentity::of(id).get());
+    NSManagedObject *known = m_registered.value(ObjectIdentity::of(id).get());
+    if (known || m_revived.isEmpty())
+        return known;
+    known = m_revived.value(id);
+    return known && !ObjectState::of(*known).is(ObjectState::Gone) ? known : nullptr;
 }
 
 NSManagedObject *ObjectGraph::object(const NSManagedObjectID &id) {
@@ -76,6 +80,7 @@ bool ObjectGraph::hasChanges() const {
 
 void ObjectGraph::reset() {
     m_registered.clear();
+    m_revived.clear();
     m_changed.clear();
     m_told.clear();
     m_opposites.clear();

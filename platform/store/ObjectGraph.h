@@ -156,6 +156,7 @@ private:
     void applyValue(const GraphChange &change);
     void applyMembers(const GraphChange &change);
     void applyLife(const GraphChange &change);
+    void revive(NSManagedObject &object);
     /// Whether the object was never saved, and won't be.
     bool isNowhere(const NSManagedObjectID &id) const;
     QList<NSManagedObject *> batchOf(NSManagedObject &object);
@@ -173,6 +174,8 @@ private:
     void planDeletion(NSManagedObject &object, GraphChanges &plan, QList<NSManagedObject *> &next);
 
     QHash<const ObjectIdentity *, NSManagedObject *> m_registered;
+    /// Objects that came back after their deletion was saved, by the identifiers that they had before.
+    QHash<NSManagedObjectID, NSManagedObject *> m_revived;
     std::vector<std::unique_ptr<NSManagedObject>> m_objects; ///< all, those that have left too
     QList<NSManagedObject *> m_changed;
     QList<NSManagedObject *> m_told;

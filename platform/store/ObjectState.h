@@ -94,7 +94,7 @@ struct ObjectState {
 
     ObjectGraph *graph;
     const EntityClass *const entityClass;
-    const NSManagedObjectID id;
+    NSManagedObjectID id;
     unsigned flags = 0;
     qint64 version = 0;
     /// One for each property, as in Row; empty for a fault.

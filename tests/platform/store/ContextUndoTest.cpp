@@ -92,15 +92,8 @@ TEST_F(ContextUndoTest, ASavedChangeAndASavedInsertionAreUndoneInTheStoreToo) {
     EXPECT_TRUE(titles(*contextOn(coordinator)).isEmpty());
 }
 
-TEST_F(ContextUndoTest, ASaveThatDeletesARollbackAndAResetForgetAll) {
+TEST_F(ContextUndoTest, ARollbackAndAResetForgetAll) {
     const auto canUndo = [&] { return context->undoManager()->canUndo(); };
-    NSManagedObject *a = book("a");
-    book("b");
-    save();
-    EXPECT_TRUE(canUndo());
-    context->deleteObject(a);
-    save();
-    EXPECT_FALSE(canUndo());
     book("c");
     context->processPendingChanges();
     context->rollback();
@@ -110,6 +103,70 @@ TEST_F(ContextUndoTest, ASaveThatDeletesARollbackAndAResetForgetAll) {
     context->reset();
     EXPECT_FALSE(canUndo());
     context->undo();
+}
+
+TEST_F(ContextUndoTest, ASavedDeletionIsUndoneAsANewObjectWithAllItsRelationships) {
+    NSManagedObject *emma = book("Emma"), *jane = author("Jane"), *one = make("Chapter"),
+                    *two = make("Chapter"), *tag = make("Tag"), *shelf = make("Shelf");
+    set(emma, "author", asValue(jane));
+    set(emma, "chapters", listOf({one, two}));
+    set(emma, "tags", setOf({tag}));
+    set(emma, "shelf", asValue(shelf));
+    save();
+    context->reset();
+    emma = NSManagedObject::from(fetch(*context, request("Book")).value(0));
+    jane = NSManagedObject::from(valueOf(emma, "author"));
+    tag = NSManagedObject::from(fetch(*context, request("Tag")).value(0));
+    const NSManagedObjectID before = emma->objectID();
+    context->deleteObject(jane);
+    context->deleteObject(emma);
+    save();
+    EXPECT_EQ(emma->managedObjectContext(), nullptr);
+    context->undo();
+    EXPECT_TRUE(emma->isInserted());
+    EXPECT_NE(emma->objectID(), before);
+    EXPECT_EQ(context->objectWithID(before), emma);
+    EXPECT_EQ(valueOf(emma, "author"), asValue(jane));
+    EXPECT_EQ(valueOf(jane, "books"), setOf({emma}));
+    save();
+    const auto fresh = contextOn(coordinator);
+    NSManagedObject *same = fresh->existingObjectWithID(emma->objectID());
+    ASSERT_TRUE(same);
+    EXPECT_EQ(valueOf(same, "title"), QVariant(text("Emma")));
+    EXPECT_EQ(valueOf(NSManagedObject::from(valueOf(same, "author")), "name"), QVariant(text("Jane")));
+    EXPECT_EQ(valueOf(same, "chapters").toList().size(), 2);
+    EXPECT_EQ(valueOf(same, "tags"), setOf({fresh->objectWithID(tag->objectID())}));
+    EXPECT_EQ(valueOf(fresh->objectWithID(tag->objectID()), "books"), setOf({same}));
+    EXPECT_TRUE(valueOf(same, "shelf").isValid());
+    EXPECT_EQ(fresh->countForFetchRequest(request("Chapter")), 2u);
+    context->redo();
+    save();
+    EXPECT_EQ(contextOn(coordinator)->countForFetchRequest(request("Book")), 0u);
+}
+
+TEST_F(ContextUndoTest, StepsAreUndoneAndRedoneWithASaveAfterEach) {
+    const auto stored = [&] { return titles(*contextOn(coordinator)); };
+    const auto step = [&](void (NSManagedObjectContext::*way)()) {
+        (context.get()->*way)();
+        save();
+    };
+    NSManagedObject *a = book("a");
+    save();
+    book("b");
+    save();
+    set(a, "title", text("A"));
+    save();
+    const QList<QStringList> states{{}, {text("a")}, {text("a"), text("b")}, {text("A"), text("b")}};
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 2; i >= 0; --i) {
+            step(&NSManagedObjectContext::undo);
+            EXPECT_EQ(stored(), states[i]) << i;
+        }
+        for (int i = 1; i <= 3; ++i) {
+            step(&NSManagedObjectContext::redo);
+            EXPECT_EQ(stored(), states[i]) << i;
+        }
+    }
 }
 
 TEST_F(ContextUndoTest, AHundredGroupsAreKept) {
