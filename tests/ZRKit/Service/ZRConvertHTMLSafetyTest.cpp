@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <mutex>
 
 namespace {
 
@@ -338,6 +339,7 @@ TEST(ZRConvertHTMLSafety, DocumentsThatReplaceThemselvesAreShownOrFail) {
 
 TEST(ZRConvertHTMLSafety, ScriptsNeverRunInPagesOfServersAndFiles) {
     QStringList documents;
+    std::mutex mutex; // of the documents
     HTTPServer server([&](const HTTPServer::Request &request) {
         if (request.path == "/script.js" || request.path == "/ran")
             return scriptServer(request);
@@ -346,10 +348,14 @@ TEST(ZRConvertHTMLSafety, ScriptsNeverRunInPagesOfServersAndFiles) {
                                         .body =
                                             "<svg xmlns='http://www.w3.org/2000/svg'><text y='20'>page</text>"
                                             "<script>document.documentElement.append('RAN')</script></svg>"};
+        const std::lock_guard lock(mutex);
         return HTTPServer::Response{.body = "<!doctype html>" +
                                             documents.value(request.path.mid(1).toInt()).toUtf8()};
     });
-    documents = scriptedDocuments(server);
+    {
+        const std::lock_guard lock(mutex);
+        documents = scriptedDocuments(server);
+    }
     const QTemporaryDir folder;
     for (int i = 0; i < documents.size(); ++i) {
         const Conversion served(server.url(QStringLiteral("/%1").arg(i)));
