@@ -116,7 +116,7 @@ NSError ZRCoreData::checkFolder() const {
                    : kitError(101, QStringLiteral(
                                        "Expected a folder to store application data, found a file (%1).")
                                        .arg(folder));
-    if (const NSError error = fileError(failure, folder, false); error.code() != NSFileReadNoSuchFileError)
+    if (NSError error = fileError(failure, folder, false); error.code() != NSFileReadNoSuchFileError)
         return error;
     failure = NSFileManager::defaultManager().createDirectoryAtPath(folder);
     return failure ? fileError(failure, folder, true) : NSError();

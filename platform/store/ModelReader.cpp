@@ -36,7 +36,7 @@ const QString Relationships = QStringLiteral("relationships");
 
 QString nameOf(const ModelReader::Document &document) {
     const ModelPlace place{document.fileName, {}, {}};
-    const QString name = ModelMembers(place, document.contents).requiredText(QStringLiteral("name"));
+    QString name = ModelMembers(place, document.contents).requiredText(QStringLiteral("name"));
     place.requireName(name);
     return name;
 }

@@ -85,6 +85,7 @@ SaveOutcome ParentSource::save(const std::vector<ObjectChange> &changes) {
         if (outcome.error || !outcome.conflicts.empty())
             return;
         std::vector<NSManagedObject *> objects;
+        objects.reserve(changes.size());
         for (const ObjectChange &change : changes)
             objects.push_back(change.kind == ObjectChange::Insert
                                   ? m_graph.insert(*m_graph.classes->of(change.id.entity()), change.id)
