@@ -24,7 +24,7 @@ enum NSCoreDataError : qint64 {
     NSValidationStringPatternMatchingError = 1680,
 
     NSManagedObjectReferentialIntegrityError = 133000, ///< there is no object with that identifier
-    NSManagedObjectMergeError = 133020, ///< what a save is based on has changed in the store
+    NSManagedObjectMergeError = 133020,                ///< what a save is based on has changed in the store
 
     NSPersistentStoreInvalidTypeError = 134000,             ///< there is no such type of store
     NSPersistentStoreTypeMismatchError = 134010,            ///< the file is a database of another program
