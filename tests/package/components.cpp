@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <QTemporaryDir>
 #include <ZRKit/Images/NSImage+ZRKit.h>
-#include <ZRKit/Store/ZRCoreData.h>
 #include <ZRKit/Store/NSManagedObjectContext+ZRKit.h>
+#include <ZRKit/Store/ZRCoreData.h>
 
 int main() {
     QImage picture(40, 20, QImage::Format_ARGB32);
