@@ -46,6 +46,8 @@ void startWithANewPage() {
     HTTPServer server([](const HTTPServer::Request &) { return HTTPServer::Response{.body = "<p>x"}; });
     EXPECT_FALSE(Conversion(server.url(QStringLiteral("/"))).failed());
     expectPlainConversion();
+    // The process of the page before takes a moment to end.
+    EXPECT_TRUE(ProcessTree::waitUntil([] { return renderers().size() == 1; }));
 }
 
 /// Whether the renderer that served the last document is not there for the one after the next.
