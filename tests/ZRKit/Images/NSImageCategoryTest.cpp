@@ -574,7 +574,8 @@ TEST(NSImageCategory, SizesMayBeAskedForWhileAnotherThreadChangesThem) {
     });
     for (int i = 0; i < 1000; ++i) {
         EXPECT_EQ(sizeThatFits(image, size(50, 50)), size(50, 25));
-        EXPECT_TRUE(DPI(image) == 72 || DPI(image) == 144);
+        const double dpi = DPI(image);
+        EXPECT_TRUE(dpi == 72 || dpi == 144) << dpi;
         EXPECT_EQ(realSize(image), size(200, 100));
     }
     other.join();
