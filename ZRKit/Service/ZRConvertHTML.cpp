@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Service/ZRConvertHTML.h"
 
-#include "ZRKit/Interface/NSView+ZRKit.h"
+#include "ZRKit/Values/NSAutoresizing+ZRKit.h"
 #include "platform/files/NSWorkspace.h"
 #include "platform/operations/DispatchQueue.h"
 #include "platform/operations/NSRunLoop.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/web/WebView.h"
 
-#include "ZRKit/Interface/NSView+ZRKit.h"
+#include "ZRKit/Values/NSAutoresizing+ZRKit.h"
 #include "platform/base/NSError.h"
 #include "platform/operations/NSRunLoop.h"
 #include "platform/pdf/PDFDocument.h"
