@@ -2,11 +2,24 @@
 #include "platform/images/NSGraphicsContext.h"
 
 #include <QPainter>
+#include <QPainterPath>
+#include <cmath>
 #include <utility>
 
 namespace {
 
 thread_local NSGraphicsContext *current = nullptr;
+
+/// The rectangle with its edges between pixels, unless the painter is turned.
+QRectF onPixels(const QRectF &rect, const QPainter &painter) {
+    const QTransform &transform = painter.deviceTransform();
+    if (transform.type() > QTransform::TxScale || !transform.isInvertible())
+        return rect;
+    const QRectF device = transform.mapRect(rect);
+    const auto edge = [](double position) { return std::floor(position + 0.5); };
+    const QPointF corner(edge(device.left()), edge(device.top()));
+    return transform.inverted().mapRect(QRectF(corner, QPointF(edge(device.right()), edge(device.bottom()))));
+}
 
 } // namespace
 
@@ -22,6 +35,13 @@ QRectF NSGraphicsContext::painterRect(const QRectF &rect) const {
     return {rect.x(), m_size.height() - rect.y() - rect.height(), rect.width(), rect.height()};
 }
 
+void NSGraphicsContext::clipToRoundedRect(const QRectF &rect, double xRadius, double yRadius) {
+    QPainterPath path;
+    path.addRoundedRect(painterRect(rect), xRadius, yRadius);
+    m_painter.setRenderHint(QPainter::Antialiasing); // a clip is as smooth as what is drawn
+    m_painter.setClipPath(path, Qt::IntersectClip);
+}
+
 void NSGraphicsContext::setFillColor(const QColor &color) {
     if (color.isValid())
         m_fillColor = color;
@@ -34,6 +54,6 @@ void NSRectFill(const QRectF &rect) {
     painter.save();
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.setOpacity(1);
-    painter.fillRect(current->painterRect(rect), current->fillColor());
+    painter.fillRect(onPixels(current->painterRect(rect), painter), current->fillColor());
     painter.restore();
 }

@@ -53,6 +53,11 @@ public:
     /// A rectangle of the area in the painter's coordinates.
     QRectF painterRect(const QRectF &rect) const;
 
+    /// Keeps all that is drawn from now on inside a rectangle with elliptic corners, whose edges are smooth; the painter's
+    /// antialiasing is switched on for that. A radius is at most half of its side; without positive radii the corners are right
+    /// angles.
+    void clipToRoundedRect(const QRectF &rect, double xRadius, double yRadius);
+
     NSImageInterpolation imageInterpolation() const { return m_imageInterpolation; }
     void setImageInterpolation(NSImageInterpolation interpolation) { m_imageInterpolation = interpolation; }
 
@@ -68,6 +73,6 @@ private:
     QColor m_fillColor = Qt::black;
 };
 
-/// Puts the current context's fill colour in place of all pixels of the rectangle, transparency included. Does nothing
-/// without a current context.
+/// Puts the current context's fill colour in place of all pixels of the rectangle, transparency included. Its edges are those
+/// between pixels that are nearest, so that areas that touch leave no seam. Does nothing without a current context.
 void NSRectFill(const QRectF &rect);
