@@ -39,19 +39,20 @@ void show(NSErrorPresenter &presenter, Present present, const NSError &error) {
 void show(Present present, const NSError &error) {
     if (!error)
         return;
-    std::shared_ptr<NSErrorPresenter> presenter;
-    {
-        const std::lock_guard lock(shared().mutex);
-        presenter = shared().presenter;
-    }
+    const std::shared_ptr<NSErrorPresenter> presenter = NSErrorPresenter::sharedPresenter();
     if (!presenter) {
         NSErrorPresenter lines;
         show(lines, present, error);
     } else if (NSThread::isMainThread() || !QCoreApplication::instance()) {
         show(*presenter, present, error);
     } else {
-        // Nobody waits: the main thread may be waiting for this one.
-        DispatchQueue::mainQueue().async([presenter, present, error] { show(*presenter, present, error); });
+        // Nobody waits: the main thread may be waiting for this one. The user may take long, and the main queue's blocks
+        // don't wait for that: the block only posts an event.
+        DispatchQueue::mainQueue().async([presenter, present, error] {
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(),
+                [presenter, present, error] { show(*presenter, present, error); }, Qt::QueuedConnection);
+        });
     }
 }
 
@@ -65,6 +66,11 @@ void NSErrorPresenter::presentError(const NSError &error) {
 void NSErrorPresenter::setSharedPresenter(std::shared_ptr<NSErrorPresenter> presenter) {
     const std::lock_guard lock(shared().mutex);
     shared().presenter.swap(presenter);
+}
+
+std::shared_ptr<NSErrorPresenter> NSErrorPresenter::sharedPresenter() {
+    const std::lock_guard lock(shared().mutex);
+    return shared().presenter;
 }
 
 void NSPresentError(const NSError &error) {

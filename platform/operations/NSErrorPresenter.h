@@ -5,6 +5,11 @@
 
 #include <memory>
 
+// The user-info keys of what is shown below an error's message: a sentence about the reason, and one about what the user may
+// do.
+inline const QString NSLocalizedFailureReasonErrorKey = QStringLiteral("NSLocalizedFailureReason");
+inline const QString NSLocalizedRecoverySuggestionErrorKey = QStringLiteral("NSLocalizedRecoverySuggestion");
+
 /// Shows errors to the user. A host that has a better way than a line on standard error installs its own presenter.
 class NSErrorPresenter {
 public:
@@ -17,6 +22,8 @@ public:
 
     /// Makes all errors go to this presenter from now on; nullptr stands for the one that writes lines. Any thread.
     static void setSharedPresenter(std::shared_ptr<NSErrorPresenter> presenter);
+    /// The presenter that is installed; nullptr for the one that writes lines. Any thread.
+    static std::shared_ptr<NSErrorPresenter> sharedPresenter();
 };
 
 /// Shows an error through the presenter that is installed, and waits until it has been shown; nothing for nil. Any thread. An

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/base/NSFileReadError.h"
+
 #include <QString>
 #include <QtGlobal>
 
-/// The codes of the object store's errors, in NSCocoaErrorDomain. Their numbers never change.
+/// The codes of the object store's errors, in NSCocoaErrorDomain. Their numbers never change. A model
+/// file that can't be read has one of NSFileReadError.
 enum NSCoreDataError : qint64 {
-    NSFileReadNoSuchFileError = 260,
-    NSFileReadCorruptFileError = 259, ///< a model file that can't be read
-
     NSManagedObjectValidationError = 1550,
     NSValidationMultipleErrorsError = 1560, ///< see NSDetailedErrorsKey
     NSValidationMissingMandatoryPropertyError = 1570,

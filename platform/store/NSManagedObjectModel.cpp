@@ -16,7 +16,7 @@ using namespace zr;
 
 namespace {
 
-NSManagedObjectModel::Ptr failed(NSError *error, NSCoreDataError code, const QString &reason) {
+NSManagedObjectModel::Ptr failed(NSError *error, NSFileReadError code, const QString &reason) {
     if (error)
         *error = NSError(NSCocoaErrorDomain, code, {{NSLocalizedDescriptionKey, reason}});
     return nullptr;

@@ -6,6 +6,7 @@
 #include "platform/operations/NSThread.h"
 #include "tests/support/LogCapture.h"
 
+#include <QDeadlineTimer>
 #include <QStringList>
 #include <atomic>
 #include <gtest/gtest.h>
@@ -67,7 +68,9 @@ TEST_F(NSErrorPresenterTest, AnErrorOfAnotherThreadIsShownOnTheMainThread) {
     install();
     std::thread([] { NSPresentError(errorNamed(QStringLiteral("a"))); }).join();
     EXPECT_TRUE(presenter->shown.isEmpty()) << "the caller doesn't wait";
-    NSRunLoop::mainRunLoop().runUntilDate(0.0);
+    const QDeadlineTimer bound(std::chrono::seconds(30));
+    while (presenter->shown.isEmpty() && !bound.hasExpired())
+        NSRunLoop::mainRunLoop().runUntilDate(0.01);
     EXPECT_EQ(presenter->shown, QStringList{QStringLiteral("a")});
     EXPECT_TRUE(presenter->isOnMainThread);
 }
