@@ -6,6 +6,8 @@
 #include "platform/base/NeverDestroyed.h"
 #include "platform/files/NSBundle.h"
 #include "platform/interface/InterfaceFile.h"
+#include "platform/interface/NSMenu.h"
+#include "platform/interface/NSTextField.h"
 #include "platform/interface/NSView.h"
 #include "platform/interface/NSWindow.h"
 #include "platform/values/NSObjectRuntime.h"
@@ -122,6 +124,8 @@ void awake(const QList<QPointer<QObject>> &objects) {
 }
 
 const bool platformClassesAreKnown = [] {
+    NSNib::registerClass<NSMenu>();
+    NSNib::registerClass<NSTextField>();
     NSNib::registerClass<NSView>();
     NSNib::registerClass<NSWindow>();
     return true;

@@ -157,6 +157,18 @@ void NSWindow::performClose() {
         close();
 }
 
+bool NSWindow::close() {
+    const QPointer<NSWindow> self = this;
+    m_closeWasSeen = false;
+    const bool isClosed = QMainWindow::close();
+    // Qt asks nobody about a window that was closed before.
+    if (self && isClosed && !m_closeWasSeen) {
+        ask(m_delegate, "windowWillClose:", this);
+        didClose();
+    }
+    return isClosed;
+}
+
 void NSWindow::didClose() {
     if (m_sheetParent)
         endSheetSession(NSModalResponseAbort);
@@ -165,6 +177,7 @@ void NSWindow::didClose() {
 bool NSWindow::event(QEvent *event) {
     if (event->type() == QEvent::Close) {
         const QPointer<NSWindow> self = this;
+        m_closeWasSeen = true;
         if (event->spontaneous()) {
             const QVariant agreed = ask(m_delegate, "windowShouldClose:", this);
             if (agreed.isValid() && !agreed.toBool()) {

@@ -74,6 +74,9 @@ public Q_SLOTS:
     void orderOut();
     /// Closes the window if the delegate agrees, as if the user had asked for it.
     void performClose();
+    /// Closes the window without asking the delegate; one that isn't visible, too.
+    /// \return false if something else is against it
+    bool close();
 
 protected:
     /// Called each time the window has been closed: by close(), by the user, or by the window manager.
@@ -88,4 +91,5 @@ private:
     QPointer<NSWindow> m_attachedSheet;
     std::function<void(qint64)> m_sheetCompletion;
     bool m_isClosing = false;
+    bool m_closeWasSeen = false;
 };

@@ -163,6 +163,8 @@ TEST_F(NSWindowTest, AHiddenWindowCanBeClosedToo) {
     show();
     window.orderOut();
     EXPECT_EQ(window.closed, 1) << "to be ordered out is not to be closed";
+    window.close();
+    EXPECT_EQ(window.closed, 2) << "closing counts each time";
 }
 
 TEST_F(NSWindowTest, ADelegateIsNotKept) {
@@ -271,7 +273,7 @@ TEST_F(NSWindowTest, ASheetBlocksItsWindowUntilItIsEnded) {
     QList<qint64> codes;
     NSApplication &application = NSApplication::sharedApplication();
     application.beginSheet(&sheet, &window, [&](qint64 code) { codes << code; });
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&sheet));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == &sheet; }));
     EXPECT_EQ(window.attachedSheet(), &sheet);
     EXPECT_EQ(sheet.sheetParent(), &window);
     EXPECT_EQ(sheet.windowModality(), Qt::WindowModal);
