@@ -59,9 +59,9 @@ int ServerProcess::waitUntilItEnds() {
     return wait(0).value_or(-1);
 }
 
-void ServerProcess::end() {
+void ServerProcess::end(int signal) {
     if (m_pid > 0)
-        ::kill(m_pid, SIGKILL);
+        ::kill(m_pid, signal);
     wait(0);
 }
 

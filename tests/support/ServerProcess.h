@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <csignal>
 #include <optional>
 #include <sys/types.h>
 
@@ -23,7 +24,8 @@ public:
     /// Its exit code once it has ended, negative for the signal that ended it.
     std::optional<int> exitCode();
     int waitUntilItEnds();
-    void end();
+    /// Ends it by a signal and waits.
+    void end(int signal = SIGKILL);
     /// What it has said so far.
     QByteArray said() const;
 
