@@ -45,8 +45,8 @@ bool zr::sendAction(const NSSelector &action, QObject *target, QObject *sender) 
         return false;
     if (!target)
         target = firstResponding(QApplication::focusWidget(), action);
-    if (!target)
-        target = firstResponding(sender, action);
+    if (!target && sender)
+        target = firstResponding(sender->isWidgetType() ? sender : sender->parent(), action);
     if (!responds(target, action))
         return false;
     withoutRaising([&] {

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPointer>
+#include <QScopeGuard>
 #include <QSignalBlocker>
 #include <QTextBlock>
 #include <algorithm>
@@ -17,14 +18,20 @@ using namespace zr;
 
 namespace {
 
-/// One of Qt's editors that tells a client of what happens to it: last of all, because the client may delete it.
+/// One of Qt's editors that tells a client of what happens to it: last of all, because the client may let go of it.
 template <typename Editor>
 class Told : public Editor {
 public:
-    Told(QWidget *parent, FieldEditorClient *&client) : Editor(parent), m_client(client) {}
+    Told(QWidget *parent, FieldEditorClient *&client, int &depth)
+        : Editor(parent), m_client(client), m_depth(depth) {}
 
     bool event(QEvent *event) override {
         const QPointer<QWidget> self = this;
+        ++m_depth;
+        const auto out = qScopeGuard([&] {
+            if (self)
+                --m_depth;
+        });
         if (event->type() == QEvent::KeyPress && m_client &&
             m_client->keyWasPressed(*static_cast<QKeyEvent *>(event)))
             return true;
@@ -44,6 +51,7 @@ public:
 
 private:
     FieldEditorClient *&m_client;
+    int &m_depth;
 };
 
 void requireWithin(NSRange range, qsizetype length) {
@@ -58,7 +66,7 @@ void requireWithin(NSRange range, qsizetype length) {
 class LineEditor : public FieldEditor {
 public:
     LineEditor(QWidget *parent, FieldEditorClient *client)
-        : FieldEditor(nullptr, client), m_view(new Told<QLineEdit>(parent, m_client)) {
+        : FieldEditor(nullptr, client), m_view(new Told<QLineEdit>(parent, m_client, m_depth)) {
         setParent(m_view);
         connect(m_view, &QLineEdit::textEdited, this, [this] {
             if (m_client)
@@ -103,7 +111,7 @@ private:
 class BlockEditor : public FieldEditor {
 public:
     BlockEditor(QWidget *parent, FieldEditorClient *client)
-        : FieldEditor(nullptr, client), m_view(new Told<QPlainTextEdit>(parent, m_client)) {
+        : FieldEditor(nullptr, client), m_view(new Told<QPlainTextEdit>(parent, m_client, m_depth)) {
         setParent(m_view);
         m_view->setTabChangesFocus(true);
         connect(m_view, &QPlainTextEdit::textChanged, this, [this] {
@@ -148,6 +156,18 @@ private:
 };
 
 } // namespace
+
+void FieldEditor::retire() {
+    m_client = nullptr;
+    QWidget *const widget = view();
+    if (m_depth == 0) {
+        delete widget;
+        return;
+    }
+    widget->hide();
+    widget->setParent(nullptr);
+    widget->deleteLater();
+}
 
 FieldEditor *FieldEditor::make(bool isSingleLine, QWidget *parent, FieldEditorClient *client) {
     if (isSingleLine)

@@ -35,13 +35,15 @@ public:
     virtual void setAlignment(NSTextAlignment alignment) = 0;
     virtual void setReadOnly(bool flag) = 0;
     virtual void setFrame(bool flag) = 0;
-    /// Tells the client nothing more.
-    void retire() { m_client = nullptr; }
+    /// Goes with its view, and tells the client nothing more. A view that is in the middle of an event, after which Qt still needs it, goes later.
+    void retire();
 
 protected:
     FieldEditor(QObject *parent, FieldEditorClient *client) : NSTextView(parent), m_client(client) {}
 
     FieldEditorClient *m_client;
+    /// How many of the view's events are being handled.
+    int m_depth = 0;
 };
 
 /// The horizontal alignment that Qt knows; the text decides if it is natural.

@@ -5,6 +5,7 @@
 #include "platform/interface/FieldEditor.h"
 #include "platform/interface/FieldLabel.h"
 #include "platform/observing/NSKeyValueBinding.h"
+#include "platform/values/Coercion.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 
@@ -95,12 +96,7 @@ public:
     void takeSurface() {
         const QString text = surface() ? string() : QStringLiteral("");
         end(NSOtherTextMovement);
-        if (editor)
-            editor->retire();
-        if (QWidget *const former = surface()) {
-            former->hide();
-            former->deleteLater();
-        }
+        dropSurface();
         const bool isLabel = !isEditable && !isSelectable;
         editor = isLabel ? nullptr : FieldEditor::make(isSingleLine, &field, this);
         label = isLabel ? new FieldLabel(*field.cell(), &field) : nullptr;
@@ -111,6 +107,13 @@ public:
         surface()->setVisible(true);
         setString(text);
         field.updateGeometry();
+    }
+
+    void dropSurface() {
+        field.setFocusProxy(nullptr);
+        if (FieldEditor *const former = std::exchange(editor, nullptr))
+            former->retire();
+        delete std::exchange(label, nullptr);
     }
 
     /// Puts the field's properties to its editor or label.
@@ -159,7 +162,7 @@ public:
                 ask(delegate, NSSelector("controlTextViewDoCommandBySelector:textView:selector:"),
                     {QVariant::fromValue<NSControl *>(&field), QVariant::fromValue<NSTextView *>(editor),
                      QVariant::fromValue(command)});
-            isDealtWith = answer && answer->toBool();
+            isDealtWith = answer && boolValue(*answer);
         });
         if (living)
             textWasTyped();
@@ -244,10 +247,8 @@ NSTextField::NSTextField(QWidget *parent) : NSControl(parent), m_editing(std::ma
 
 NSTextField::~NSTextField() {
     // It tells no one that it goes.
-    if (m_editing->editor)
-        m_editing->editor->retire();
-    setFocusProxy(nullptr);
-    delete m_editing->surface();
+    m_editing->isUnderWay = false;
+    m_editing->dropSurface();
 }
 
 QString NSTextField::stringValue() const {
