@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 """Checks that the C++ on the pages of docs/kit is what the example programs run: check_pages.py SOURCE_DIR.
 
-Each line of a page's blocks must stand in the program of the page's name, however it is indented there. A comment behind a
-line is the page's own.
+Each line of a page's blocks must stand in the program of the page's name, in examples/kit or examples/interface, however it
+is indented there. A comment behind a line is the page's own.
 """
 import pathlib
 import re
@@ -12,7 +12,8 @@ import sys
 top = pathlib.Path(sys.argv[1])
 lines = strangers = 0
 for page in sorted((top / "docs/kit").glob("*.md")):
-    program = top / "examples/kit" / (page.stem + ".cpp")
+    programs = [top / "examples" / folder / (page.stem + ".cpp") for folder in ("kit", "interface")]
+    program = next(filter(pathlib.Path.exists, programs), programs[0])
     sources = [program.with_name(page.stem + end) for end in (".cpp", ".h", "Service.cpp")]
     code = re.sub(r"\s+", "", "".join(source.read_text() for source in sources if source.exists()))
     for block in re.findall(r"```cpp\n(.*?)```", page.read_text(), re.S):
