@@ -7,6 +7,7 @@
 #include "platform/files/NSBundle.h"
 #include "platform/interface/InterfaceFile.h"
 #include "platform/interface/NSMenu.h"
+#include "platform/interface/NSSplitView.h"
 #include "platform/interface/NSTextField.h"
 #include "platform/interface/NSView.h"
 #include "platform/interface/NSWindow.h"
@@ -125,6 +126,7 @@ void awake(const QList<QPointer<QObject>> &objects) {
 
 const bool platformClassesAreKnown = [] {
     NSNib::registerClass<NSMenu>();
+    NSNib::registerClass<NSSplitView>();
     NSNib::registerClass<NSTextField>();
     NSNib::registerClass<NSView>();
     NSNib::registerClass<NSWindow>();

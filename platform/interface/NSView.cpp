@@ -4,6 +4,7 @@
 #include "platform/base/NSException.h"
 #include "platform/images/NSGraphicsContext.h"
 #include "platform/interface/InterfaceAttributes.h"
+#include "platform/interface/ViewDecoration.h"
 #include "platform/interface/ViewFrame.h"
 #include "platform/values/NSAssociatedObjects.h"
 #include "platform/values/NSLog.h"
@@ -92,7 +93,8 @@ QList<QWidget *> NSViewSubviews(const QWidget *view) {
     if (!view)
         return subviews;
     for (QObject *child : view->children())
-        if (auto *const widget = qobject_cast<QWidget *>(child); widget && !widget->isWindow())
+        if (auto *const widget = qobject_cast<QWidget *>(child);
+            widget && !widget->isWindow() && !dynamic_cast<ViewDecoration *>(widget))
             subviews.append(widget);
     return subviews;
 }
@@ -221,11 +223,16 @@ void NSView::sizeToFit() {
     sizeToItsHint(this);
 }
 
+void NSView::resizeSubviewsWithOldSize(const QSizeF &) {
+}
+
 bool NSView::event(QEvent *event) {
     if (attributeArrived(this, event))
         return true;
     if (event->type() == QEvent::ParentChange)
         ViewFrame::settle(this);
+    if (event->type() == QEvent::Resize)
+        ViewFrame::settleSubviews(this);
     return QWidget::event(event);
 }
 

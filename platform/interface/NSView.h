@@ -12,6 +12,10 @@
 class QContextMenuEvent;
 class QMenu;
 
+namespace zr {
+struct ViewSize;
+}
+
 // Views. A view is any QWidget; its frame is a rectangle in points in the coordinates of its superview, whose origin is the
 // bottom left corner, y upwards, and is kept to the last digit. Main thread only, all of it. Functions that are given nullptr as the view
 // do nothing and give an empty result.
@@ -113,6 +117,11 @@ public:
     virtual void viewWillMoveToSuperview(QWidget *superview);
     /// See NSViewSizeToFit().
     Q_INVOKABLE virtual void sizeToFit();
+    /// Called when the view has got another size, be it visible or not, before any subview's frame is looked at. Does nothing:
+    /// the subviews' masks do.
+    virtual void resizeSubviewsWithOldSize(const QSizeF &oldSize);
+    /// Whether the subviews' masks count.
+    virtual bool autoresizesSubviews() const { return true; }
 
 protected:
     bool event(QEvent *event) override;
@@ -120,5 +129,8 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+    friend struct zr::ViewSize;
+
     QPointer<QMenu> m_menu;
+    QSizeF m_noticedSize; ///< that resizeSubviewsWithOldSize() was called for
 };

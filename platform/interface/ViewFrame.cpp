@@ -12,8 +12,14 @@
 #include <QWidget>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 using namespace zr;
+
+/// The size that a view has noticed.
+struct zr::ViewSize {
+    static QSizeF &noticed(NSView &view) { return view.m_noticedSize; }
+};
 
 namespace {
 
@@ -75,20 +81,19 @@ bool isLaidOut(const QLayout *layout, const QWidget *view) {
     return false;
 }
 
-void settleSubviews(QWidget *view);
-
-/// Notices superviews that change their size.
+/// Notices superviews that change their size and aren't NSViews, which notice it themselves.
 class SuperviewFilter : public QObject {
 public:
     bool eventFilter(QObject *superview, QEvent *event) override {
         if (event->type() == QEvent::Resize && superview->isWidgetType())
-            settleSubviews(static_cast<QWidget *>(superview));
+            ViewFrame::settleSubviews(static_cast<QWidget *>(superview));
         return false;
     }
 
     static void watch(QWidget *superview) {
         static NeverDestroyed<SuperviewFilter> filter;
-        superview->installEventFilter(&*filter);
+        if (!qobject_cast<NSView *>(superview))
+            superview->installEventFilter(&*filter);
     }
 };
 
@@ -125,7 +130,7 @@ void place(QWidget *view, const std::shared_ptr<State> &state, const Grid &grid)
     if (!living)
         return;
     state->geometry = view->geometry(); // a widget has limits of its own
-    settleSubviews(view);
+    ViewFrame::settleSubviews(view);
 }
 
 void makeReference(State &state) {
@@ -166,7 +171,9 @@ void settleIn(QWidget *superview, const Grid &grid, QWidget *view, const std::sh
     if (isMoved || (isResized && superview && isLaidOut(superview->layout(), view))) {
         takeOver(view, *state, grid);
     } else if (isResized) {
-        state->frame = autoresized(state->reference, state->referenceSize, grid.size, state->mask);
+        const auto *const drawn = qobject_cast<const NSView *>(superview);
+        const unsigned mask = drawn && !drawn->autoresizesSubviews() ? NSViewNotSizable : state->mask;
+        state->frame = autoresized(state->reference, state->referenceSize, grid.size, mask);
         place(view, state, grid);
     } else if (!isSame(grid.offset, state->grid.offset)) {
         place(view, state, grid);
@@ -182,15 +189,10 @@ Grid gridOf(QWidget *view) {
     return {view->size(), gridOf(NSViewSuperview(view)).offset};
 }
 
-void settleSubviews(QWidget *view) {
-    const Grid grid = gridOf(view);
-    QList<QPointer<QWidget>> subviews; // events may delete some
-    for (QWidget *subview : NSViewSubviews(view))
-        subviews.append(subview);
-    for (const QPointer<QWidget> &subview : subviews)
-        if (subview && NSViewSuperview(subview) == view)
-            if (const std::shared_ptr<State> state = find(subview))
-                settleIn(view, grid, subview, state);
+void noticeSize(QWidget *view, const QSizeF &size) {
+    auto *const drawn = qobject_cast<NSView *>(view);
+    if (drawn && !isSame(size, ViewSize::noticed(*drawn)))
+        drawn->resizeSubviewsWithOldSize(std::exchange(ViewSize::noticed(*drawn), size));
 }
 
 /// The view's state; a new one has the frame that the geometry gives.
@@ -259,5 +261,20 @@ void ViewFrame::settle(QWidget *view) {
     if (!state || state->isPlacing)
         return;
     QWidget *const superview = NSViewSuperview(view);
-    settleIn(superview, gridOf(superview), view, state);
+    const Grid grid = gridOf(superview);
+    noticeSize(superview, grid.size);
+    settleIn(superview, grid, view, state);
+}
+
+void ViewFrame::settleSubviews(QWidget *view) {
+    const Grid grid = gridOf(view);
+    QList<QPointer<QWidget>> subviews; // events may delete some
+    for (QWidget *subview : NSViewSubviews(view))
+        subviews.append(subview);
+    const QPointer<QWidget> living = view;
+    noticeSize(view, grid.size);
+    for (const QPointer<QWidget> &subview : subviews)
+        if (living && subview && NSViewSuperview(subview) == view)
+            if (const std::shared_ptr<State> state = find(subview))
+                settleIn(view, grid, subview, state);
 }

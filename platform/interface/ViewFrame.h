@@ -26,6 +26,8 @@ void setMask(QWidget *view, unsigned mask);
 
 /// Brings the view's frame and geometry together, if its superview has changed since.
 void settle(QWidget *view);
+/// The same for the view's subviews, if its size has changed.
+void settleSubviews(QWidget *view);
 
 } // namespace ViewFrame
 

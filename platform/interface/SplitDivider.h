@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/interface/ViewDecoration.h"
+
+class NSSplitView;
+
+namespace zr {
+
+/// What the user takes hold of to move a divider: an invisible strip, a little wider than the divider, that takes the focus.
+class SplitDivider : public ViewDecoration {
+    Q_OBJECT
+
+public:
+    SplitDivider(NSSplitView &view, int index);
+
+    NSSplitView &view() const { return m_view; }
+    int index() const { return m_index; }
+    double position() const;
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    NSSplitView &m_view;
+    const int m_index;
+    double m_grip = 0; ///< where it was taken hold of, from its position
+};
+
+} // namespace zr
