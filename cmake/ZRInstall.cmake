@@ -28,6 +28,7 @@ zr_install_component(Images zrkit-images)
 zr_install_component(Storage zrkit-storage)
 if(ZR_BUILD_INTERFACE)
   zr_install_component(Interface zrkit-interface)
+  add_dependencies(zr_installed zrkit_designer)
 endif()
 
 configure_package_config_file(cmake/ZRKitConfig.cmake.in ZRKitConfig.cmake INSTALL_DESTINATION ${ZR_CMAKE_DIR})
