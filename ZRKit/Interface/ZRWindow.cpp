@@ -21,8 +21,11 @@ void ZRWindow::doConfirmSheet(QObject *sender) {
     makeFirstResponder(this);
     if (!makeFirstResponder(button))
         endEditingFor(nullptr);
+    // Who waits for the sheet may delete it.
+    const QPointer<ZRWindow> self = this;
     NSApplication::sharedApplication().endSheet(this, NSModalResponseCancel);
-    orderOut();
+    if (self)
+        orderOut();
 }
 
 void ZRWindow::didClose() {

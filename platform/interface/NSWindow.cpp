@@ -88,8 +88,10 @@ bool NSWindow::makeFirstResponder(QObject *responder) {
         return NSObjectRuntime::perform(receiver, become).toBool();
     if (view->focusPolicy() == Qt::NoFocus)
         return false;
+    // Who hears of the focus may delete the view.
+    const QPointer<QWidget> focused = view;
     view->setFocus(Qt::OtherFocusReason);
-    return isIn(focusWidget(), view);
+    return isIn(focusWidget(), focused);
 }
 
 void NSWindow::endEditingFor(QObject *object) {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Interface/ZRWindow.h"
 
-#include "ZRKit/Interface/ZRWindowController.h"
+#include "ZRKit/Interface/ZRTextField.h"
 #include "platform/base/NSException.h"
-#include "platform/files/NSBundle.h"
 #include "platform/interface/NSApplication.h"
 #include "platform/interface/NSNib.h"
 #include "tests/support/Expect.h"
@@ -11,7 +10,6 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
 #include <gtest/gtest.h>
@@ -213,6 +211,28 @@ TEST_F(ZRWindowTest, ASenderThatCannotBeFirstResponderLeavesNobodyEditing) {
     EXPECT_EQ(calls.count(QStringLiteral("field ended")), 1);
     EXPECT_FALSE(window.isVisible()) << "a window that is no sheet is ordered out all the same";
     EXPECT_EQ(delegate.calls, QStringList()) << "and isn't closed";
+}
+
+TEST_F(ZRWindowTest, ASheetMayBeDeletedByWhoWaitsForIt) {
+    auto *const sheet = new ZRWindow;
+    const QPointer<ZRWindow> alive = sheet;
+    show();
+    window.beginSheet(sheet, [sheet](qint64) { delete sheet; });
+    sheet->doConfirmSheet();
+    EXPECT_FALSE(alive);
+}
+
+TEST_F(ZRWindowTest, AFieldOfAWindowWithoutTheKeysEndsItsEditing) {
+    auto *const field = new ZRTextField;
+    window.setContentView(field);
+    show();
+    ASSERT_TRUE(window.makeFirstResponder(field));
+    ZRWindow other;
+    other.makeKeyAndOrderFront();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == &other; }));
+    ASSERT_TRUE(field->currentEditor()) << "it goes on while another window has the keys";
+    window.endEditingFor(nullptr);
+    EXPECT_FALSE(field->currentEditor());
 }
 
 TEST_F(ZRWindowTest, AConnectionToConfirmASheetHasTheButtonAsItsSender) {

@@ -304,6 +304,8 @@ TEST_F(NSWindowTest, WhatCanBeNoSheetIsRaised) {
     NSWindow sheet;
     expectException(NSInvalidArgumentException, [&] { window.beginSheet(nullptr); });
     expectException(NSInvalidArgumentException, [&] { window.beginSheet(&window); });
+    expectException(NSInvalidArgumentException,
+                    [&] { NSApplication::sharedApplication().beginSheet(&sheet, nullptr); });
     window.beginSheet(&sheet);
     expectException(NSInvalidArgumentException, [&] { window.beginSheet(&sheet); });
 }
