@@ -53,5 +53,5 @@ EXAMPLE(NSView_ZRKit) {
     expect(ZRKit::findSubViewByClassName(&window, "QPushButton") == button);
     button->setHidden(true);
     expect(ZRKit::dump(&window) == u"[ 0] NSView {{0, 0}, {500, 320}}\n"
-                                   "**[ 1] QPushButton {{3, -10}, {181, 40}}\n"_s);
+                                   "**[ 1] QPushButton {{3, 10}, {181, 40}}\n"_s);
 }
