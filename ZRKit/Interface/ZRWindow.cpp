@@ -3,9 +3,6 @@
 
 #include "ZRKit/Interface/NSString+ZRLocalize.h"
 #include "platform/interface/NSApplication.h"
-#include "platform/values/NSObjectRuntime.h"
-
-#include <QScopeGuard>
 
 ZRWindow::~ZRWindow() {
     setRepresentedObject({});
@@ -30,10 +27,8 @@ void ZRWindow::doConfirmSheet(QObject *sender) {
 
 void ZRWindow::didClose() {
     NSWindow::didClose();
-    const auto dropped = qScopeGuard([this] { setRepresentedObject({}); });
-    const QVariant told = QVariant::fromValue(delegate());
-    if (const NSSelector windowDidClose("windowDidClose:"); NSObjectRuntime::respondsTo(told, windowDidClose))
-        NSObjectRuntime::perform(told, windowDidClose, {QVariant::fromValue<QObject *>(this)});
+    askDelegate("windowDidClose:");
+    setRepresentedObject({});
 }
 
 #include "moc_ZRWindow.cpp"

@@ -110,10 +110,12 @@ TEST_F(NSWindowTest, TheContentViewFillsTheWindow) {
 
 TEST_F(NSWindowTest, AContentViewThatIsReplacedBelongsToTheCaller) {
     const std::unique_ptr<QWidget> first = std::make_unique<QWidget>();
+    const std::unique_ptr<QWidget> second = std::make_unique<QWidget>();
     window.setContentView(first.get());
-    window.setContentView(new QWidget);
+    window.setContentView(second.get());
     EXPECT_EQ(first->parent(), nullptr);
     window.setContentView(nullptr);
+    EXPECT_EQ(second->parent(), nullptr);
     EXPECT_EQ(window.contentView(), nullptr);
 }
 
