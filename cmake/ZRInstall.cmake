@@ -3,6 +3,9 @@ set(ZR_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ZRKit)
 
 # Everything that is installed, whatever else the build has.
 add_custom_target(zr_installed DEPENDS zrpdf com.velmora.zrpdf zrkit-keeper)
+if(ZR_BUILD_INTERFACE)
+  add_dependencies(zr_installed zrpdf-desktop)
+endif()
 file(RELATIVE_PATH ZR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 
 # zr_install_component(COMPONENT FILE): the libraries of a component, or those of none, with their export file and a
