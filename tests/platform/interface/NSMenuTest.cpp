@@ -150,27 +150,25 @@ TEST(NSMenu, ItemAndSubmenuShareOneTitle) {
     item->setTitle(u"Latest"_s);
     EXPECT_EQ(submenu->title(), u"Latest"_s);
     NSMenuItem untitled;
-    NSMenu titled(u"Named"_s);
-    untitled.setSubmenu(&titled);
+    untitled.setSubmenu(new NSMenu(u"Named"_s));
     EXPECT_EQ(untitled.title(), u"Named"_s);
     untitled.setSubmenu(nullptr);
     EXPECT_EQ(untitled.submenu(), nullptr);
 }
 
-TEST(NSMenu, SubmenusAreNotTheItems) {
+TEST(NSMenu, AnItemDeletesTheSubmenuThatOnlyItHas) {
+    QPointer<NSMenu> own = new NSMenu, replaced = new NSMenu;
     QWidget window;
-    const QPointer<NSMenu> submenu = new NSMenu(u"Recent"_s, &window);
-    NSMenu alone;
+    QPointer<NSMenu> lent = new NSMenu(&window);
     {
         NSMenuItem item, other;
-        item.setSubmenu(submenu);
-        other.setSubmenu(&alone);
+        item.setSubmenu(replaced);
+        item.setSubmenu(own);
+        EXPECT_FALSE(replaced);
+        other.setSubmenu(lent);
     }
-    EXPECT_TRUE(submenu);
-    NSMenuItem item;
-    item.setSubmenu(submenu);
-    delete submenu;
-    EXPECT_EQ(item.submenu(), nullptr);
+    EXPECT_FALSE(own);
+    EXPECT_TRUE(lent);
 }
 
 TEST(NSMenu, AMenuBarShowsItsItemsAndFollowsChanges) {
