@@ -3,6 +3,9 @@
 
 #include "ZRKit/Interface/NSString+ZRLocalize.h"
 #include "platform/interface/NSApplication.h"
+#include "platform/values/NSObjectRuntime.h"
+
+#include <QScopeGuard>
 
 ZRWindow::~ZRWindow() {
     setRepresentedObject({});
@@ -18,17 +21,16 @@ void ZRWindow::doConfirmSheet(QObject *sender) {
     makeFirstResponder(this);
     if (!makeFirstResponder(button))
         endEditingFor(nullptr);
-    // Who waits for the sheet may delete it.
-    const QPointer<ZRWindow> self = this;
     NSApplication::sharedApplication().endSheet(this, NSModalResponseCancel);
-    if (self)
-        orderOut();
+    orderOut();
 }
 
 void ZRWindow::didClose() {
     NSWindow::didClose();
-    askDelegate("windowDidClose:");
-    setRepresentedObject({});
+    const auto dropped = qScopeGuard([this] { setRepresentedObject({}); });
+    const QVariant told = QVariant::fromValue(delegate());
+    if (const NSSelector windowDidClose("windowDidClose:"); NSObjectRuntime::respondsTo(told, windowDidClose))
+        NSObjectRuntime::perform(told, windowDidClose, {QVariant::fromValue<QObject *>(this)});
 }
 
 #include "moc_ZRWindow.cpp"

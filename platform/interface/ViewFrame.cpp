@@ -16,11 +16,9 @@
 
 using namespace zr;
 
-/// What a view keeps for its frame.
-struct zr::ViewMembers {
-    static QSizeF &noticedSize(NSView &view) { return view.m_noticedSize; }
-    static std::shared_ptr<void> &frameState(NSView &view) { return view.m_frameState; }
-    static const std::shared_ptr<void> &frameState(const NSView &view) { return view.m_frameState; }
+/// The size that a view has noticed.
+struct zr::ViewSize {
+    static QSizeF &noticed(NSView &view) { return view.m_noticedSize; }
 };
 
 namespace {
@@ -60,9 +58,7 @@ bool isSame(const QPointF &a, const QPointF &b) {
 }
 
 std::shared_ptr<State> find(const QWidget *view) {
-    const auto *const drawn = qobject_cast<const NSView *>(view);
-    return std::static_pointer_cast<State>(drawn ? ViewMembers::frameState(*drawn)
-                                                 : NSAssociatedObjects::get(view, &stateKey));
+    return std::static_pointer_cast<State>(NSAssociatedObjects::get(view, &stateKey));
 }
 
 int onGrid(double position) {
@@ -195,8 +191,8 @@ Grid gridOf(QWidget *view) {
 
 void noticeSize(QWidget *view, const QSizeF &size) {
     auto *const drawn = qobject_cast<NSView *>(view);
-    if (drawn && !isSame(size, ViewMembers::noticedSize(*drawn)))
-        drawn->resizeSubviewsWithOldSize(std::exchange(ViewMembers::noticedSize(*drawn), size));
+    if (drawn && !isSame(size, ViewSize::noticed(*drawn)))
+        drawn->resizeSubviewsWithOldSize(std::exchange(ViewSize::noticed(*drawn), size));
 }
 
 /// The view's state; a new one has the frame that the geometry gives.
@@ -208,10 +204,7 @@ std::shared_ptr<State> stateOf(QWidget *view) {
     if (state->superview)
         SuperviewFilter::watch(state->superview);
     takeOver(view, *state, gridOf(state->superview));
-    if (auto *const drawn = qobject_cast<NSView *>(view))
-        ViewMembers::frameState(*drawn) = state;
-    else
-        NSAssociatedObjects::set(view, &stateKey, state);
+    NSAssociatedObjects::set(view, &stateKey, state);
     return state;
 }
 
