@@ -24,6 +24,8 @@ public:
     /// Makes a controller and configures it.
     template <std::derived_from<ZRViewController> Controller, typename... Arguments>
     [[nodiscard]] static std::unique_ptr<Controller> make(Arguments &&...arguments) {
+        static_assert(QtPrivate::HasQ_OBJECT_Macro<Controller>::Value,
+                      "a class without Q_OBJECT has its base's name");
         auto controller = std::make_unique<Controller>(std::forward<Arguments>(arguments)...);
         static_cast<ZRViewController &>(*controller).configureOnce();
         return controller;

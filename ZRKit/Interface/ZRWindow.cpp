@@ -3,9 +3,6 @@
 
 #include "ZRKit/Interface/NSString+ZRLocalize.h"
 #include "platform/interface/NSApplication.h"
-#include "platform/values/NSObjectRuntime.h"
-
-#include <QScopeGuard>
 
 ZRWindow::~ZRWindow() {
     setRepresentedObject({});
@@ -21,16 +18,17 @@ void ZRWindow::doConfirmSheet(QObject *sender) {
     makeFirstResponder(this);
     if (!makeFirstResponder(button))
         endEditingFor(nullptr);
+    // Who waits for the sheet may delete it.
+    const QPointer<ZRWindow> self = this;
     NSApplication::sharedApplication().endSheet(this, NSModalResponseCancel);
-    orderOut();
+    if (self)
+        orderOut();
 }
 
 void ZRWindow::didClose() {
     NSWindow::didClose();
-    const auto dropped = qScopeGuard([this] { setRepresentedObject({}); });
-    const QVariant told = QVariant::fromValue(delegate());
-    if (const NSSelector windowDidClose("windowDidClose:"); NSObjectRuntime::respondsTo(told, windowDidClose))
-        NSObjectRuntime::perform(told, windowDidClose, {QVariant::fromValue<QObject *>(this)});
+    askDelegate("windowDidClose:");
+    setRepresentedObject({});
 }
 
 #include "moc_ZRWindow.cpp"

@@ -10,7 +10,7 @@ namespace {
 
 thread_local NSGraphicsContext *current = nullptr;
 
-/// The rectangle with its edges between pixels, unless the painter is turned.
+/// The rectangle with its edges between pixels, as a painter has it that doesn't smooth, unless the painter is turned.
 QRectF onPixels(const QRectF &rect, const QPainter &painter) {
     const QTransform &transform = painter.deviceTransform();
     if (transform.type() > QTransform::TxScale || !transform.isInvertible())
@@ -51,9 +51,13 @@ void NSRectFill(const QRectF &rect) {
     if (!current)
         return;
     QPainter &painter = current->painter();
-    painter.save();
+    const QPainter::CompositionMode mode = painter.compositionMode();
+    const double opacity = painter.opacity();
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.setOpacity(1);
-    painter.fillRect(onPixels(current->painterRect(rect), painter), current->fillColor());
-    painter.restore();
+    const QRectF area = current->painterRect(rect);
+    painter.fillRect(painter.testRenderHint(QPainter::Antialiasing) ? onPixels(area, painter) : area,
+                     current->fillColor());
+    painter.setOpacity(opacity);
+    painter.setCompositionMode(mode);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/interface/NSApplication.h"
 
+#include "platform/base/NSException.h"
 #include "platform/base/NeverDestroyed.h"
 #include "platform/interface/CapsLock.h"
 #include "platform/interface/InterfaceStart.h"
@@ -84,6 +85,9 @@ void NSApplication::presentError(const NSError &error) const {
 
 void NSApplication::beginSheet(NSWindow *sheet, NSWindow *modalForWindow,
                                std::function<void(qint64)> completion) const {
+    if (!modalForWindow)
+        throw NSException(NSInvalidArgumentException,
+                          QStringLiteral("a sheet needs a window that it is for"));
     modalForWindow->beginSheet(sheet, std::move(completion));
 }
 

@@ -33,6 +33,7 @@ public:
     void presentError(const NSError &error) const;
 
     /// Shows a sheet: a window that the user has to finish before going on in the other one.
+    /// Raises NSInvalidArgumentException for nil, for a window as its own sheet, and for one that is a sheet already.
     /// \param completion  is called once, with the return code, when the sheet is ended or closed, or never if one of the
     ///                    windows is deleted first
     void beginSheet(NSWindow *sheet, NSWindow *modalForWindow,

@@ -22,8 +22,6 @@ public:
     explicit NSMenuItem(QObject *parent = nullptr) : NSMenuItem(QString(), NSSelector(), parent) {}
     /// An item that sends the action, which takes the item as its argument or none, to whoever responds to it first if there is no target.
     explicit NSMenuItem(const QString &title, const NSSelector &action = {}, QObject *parent = nullptr);
-    /// Deletes a submenu that nothing else owns.
-    ~NSMenuItem() override;
 
     /// A line between items.
     static NSMenuItem *separatorItem(QObject *parent = nullptr);
@@ -34,8 +32,8 @@ public:
 
     /// nullptr if there is none.
     QMenu *submenu() const { return menu(); }
-    /// Sets the submenu, nullptr for none. Item and submenu share one title from then on: the item's or, if that is empty, the submenu's.
-    /// A submenu without a parent belongs to the item.
+    /// Sets the submenu, which stays the caller's, or its parent's; nullptr for none. Item and submenu share one title from then on: the item's or,
+    /// if that is empty, the submenu's.
     void setSubmenu(QMenu *submenu);
 
     /// The target isn't kept alive.
@@ -49,7 +47,6 @@ public:
 
 private:
     QPointer<QObject> m_target;
-    QPointer<QMenu> m_submenu;
     NSSelector m_action;
     QVariant m_representedObject;
 };

@@ -10,6 +10,7 @@
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QKeyEvent>
+#include <QWindow>
 #include <utility>
 
 using namespace zr;
@@ -136,6 +137,7 @@ public:
         if (!living || !isUnderWay)
             return;
         isUnderWay = false;
+        QObject::disconnect(m_watch);
         withoutRaising([&] {
             field.textDidEndEditing(NSNotification(NSTextDidEndEditingNotification, editorObject(),
                                                    {{NSTextMovementKey, int(movement)}}));
@@ -232,9 +234,22 @@ public:
 
     bool isClicked() const { return m_isClicked; }
 
+    /// Qt tells no view that its window's focus has gone elsewhere while the window itself wasn't active.
+    void watchWindow() {
+        QObject::disconnect(m_watch);
+        const QWindow *const handle = field.window()->windowHandle();
+        if (!handle)
+            return;
+        m_watch = QObject::connect(handle, &QWindow::focusObjectChanged, &field, [this] {
+            if (!field.isActiveWindow() && field.window()->focusWidget() != surface())
+                end(NSOtherTextMovement);
+        });
+    }
+
 private:
     QVariant editorObject() const { return editor ? QVariant::fromValue<QObject *>(editor) : QVariant(); }
 
+    QMetaObject::Connection m_watch;
     QString m_known;
     bool m_isUntold = false;
     bool m_isClicked = false;
@@ -368,6 +383,7 @@ bool NSTextField::becomeFirstResponder() {
         m_editing->isUnderWay = false;
         return false;
     }
+    m_editing->watchWindow();
     if (!m_editing->isClicked())
         m_editing->editor->selectAll(nullptr);
     return true;

@@ -241,12 +241,16 @@ void NSView::paintEvent(QPaintEvent *event) {
     if (!(points.width() > 0 && points.height() > 0))
         return;
     QPainter painter(this);
-    // A view of fractional size is stretched over the whole points that it takes.
-    const QTransform stretch = QTransform::fromScale(width() / points.width(), height() / points.height());
-    painter.setTransform(stretch, true);
+    QRectF dirty = event->rect();
+    if (points != QSizeF(size())) {
+        // A view of fractional size is stretched over the whole points that it takes.
+        const QTransform stretch =
+            QTransform::fromScale(width() / points.width(), height() / points.height());
+        painter.setTransform(stretch, true);
+        dirty = stretch.inverted().mapRect(dirty);
+    }
     NSGraphicsContext context(painter, points);
     NSGraphicsContext *const former = NSGraphicsContext::setCurrentContext(&context);
-    const QRectF dirty = stretch.inverted().mapRect(QRectF(event->rect()));
     try {
         drawRect({dirty.x(), points.height() - dirty.bottom(), dirty.width(), dirty.height()});
     } catch (...) { // an exception doesn't pass through Qt's painting

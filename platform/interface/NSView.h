@@ -8,12 +8,13 @@
 #include <QRectF>
 #include <QWidget>
 #include <concepts>
+#include <memory>
 
 class QContextMenuEvent;
 class QMenu;
 
 namespace zr {
-struct ViewSize;
+struct ViewMembers;
 }
 
 // Views. A view is any QWidget; its frame is a rectangle in points in the coordinates of its superview, whose origin is the
@@ -129,8 +130,9 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
-    friend struct zr::ViewSize;
+    friend struct zr::ViewMembers;
 
     QPointer<QMenu> m_menu;
+    std::shared_ptr<void> m_frameState; ///< of zr::ViewFrame, which keeps other widgets' in a table
     QSizeF m_noticedSize; ///< that resizeSubviewsWithOldSize() was called for
 };

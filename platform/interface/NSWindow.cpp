@@ -2,6 +2,7 @@
 #include "platform/interface/NSWindow.h"
 
 #include "platform/base/NSException.h"
+#include "platform/interface/ActionSending.h"
 #include "platform/interface/NSApplication.h"
 #include "platform/values/NSObjectRuntime.h"
 
@@ -11,6 +12,8 @@
 #include <QWindow>
 #include <algorithm>
 #include <cmath>
+
+using namespace zr;
 
 namespace {
 
@@ -23,14 +26,6 @@ QPoint screenOrigin() {
 bool isIn(const QWidget *view, const QObject *object) {
     const auto *const widget = qobject_cast<const QWidget *>(object);
     return view && widget && (view == widget || widget->isAncestorOf(view));
-}
-
-/// What an object says to a message about a window; nil if it doesn't respond.
-QVariant ask(QObject *object, const char *message, NSWindow *window) {
-    const QVariant receiver = QVariant::fromValue(object);
-    if (!object || !NSObjectRuntime::respondsTo(receiver, NSSelector(message)))
-        return {};
-    return NSObjectRuntime::perform(receiver, NSSelector(message), {QVariant::fromValue<QObject *>(window)});
 }
 
 } // namespace
@@ -88,8 +83,10 @@ bool NSWindow::makeFirstResponder(QObject *responder) {
         return NSObjectRuntime::perform(receiver, become).toBool();
     if (view->focusPolicy() == Qt::NoFocus)
         return false;
+    // Who hears of the focus may delete the view.
+    const QPointer<QWidget> focused = view;
     view->setFocus(Qt::OtherFocusReason);
-    return isIn(focusWidget(), view);
+    return isIn(focusWidget(), focused);
 }
 
 void NSWindow::endEditingFor(QObject *object) {
@@ -152,9 +149,20 @@ void NSWindow::orderOut() {
 }
 
 void NSWindow::performClose() {
-    const QVariant agreed = ask(m_delegate, "windowShouldClose:", this);
-    if (!agreed.isValid() || agreed.toBool())
+    if (delegateAgreesToClose())
         close();
+}
+
+bool NSWindow::delegateAgreesToClose() {
+    const std::optional<QVariant> answer = askDelegate("windowShouldClose:");
+    return !answer || answer->toBool();
+}
+
+std::optional<QVariant> NSWindow::askDelegate(const char *message) {
+    std::optional<QVariant> answer;
+    withoutRaising(
+        [&] { answer = ask(m_delegate, NSSelector(message), {QVariant::fromValue<QObject *>(this)}); });
+    return answer;
 }
 
 bool NSWindow::close() {
@@ -163,43 +171,40 @@ bool NSWindow::close() {
     const bool isClosed = QMainWindow::close();
     // Qt asks nobody about a window that was closed before.
     if (self && isClosed && !m_closeWasSeen) {
-        ask(m_delegate, "windowWillClose:", this);
-        didClose();
+        askDelegate("windowWillClose:");
+        withoutRaising([this] { didClose(); });
     }
     return isClosed;
 }
 
 void NSWindow::didClose() {
     if (m_sheetParent)
-        endSheetSession(NSModalResponseAbort);
+        withoutRaising([this] { endSheetSession(NSModalResponseAbort); });
 }
 
 bool NSWindow::event(QEvent *event) {
     if (event->type() == QEvent::Close) {
         const QPointer<NSWindow> self = this;
         m_closeWasSeen = true;
-        if (event->spontaneous()) {
-            const QVariant agreed = ask(m_delegate, "windowShouldClose:", this);
-            if (agreed.isValid() && !agreed.toBool()) {
-                event->ignore();
-                return true;
-            }
+        if (event->spontaneous() && !delegateAgreesToClose()) {
+            event->ignore();
+            return true;
         }
         const bool handled = QMainWindow::event(event);
         if (!event->isAccepted() || !self)
             return handled;
-        ask(m_delegate, "windowWillClose:", this);
+        askDelegate("windowWillClose:");
         // Qt hides a closed window after this event.
         m_isClosing = isVisible();
         if (!m_isClosing)
-            didClose();
+            withoutRaising([this] { didClose(); });
         return handled;
     }
     const bool isClosed = event->type() == QEvent::Hide && !event->spontaneous() && m_isClosing;
     const bool handled = QMainWindow::event(event);
     if (isClosed) {
         m_isClosing = false;
-        didClose();
+        withoutRaising([this] { didClose(); });
     }
     return handled;
 }

@@ -6,7 +6,9 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QRectF>
+#include <QVariant>
 #include <functional>
+#include <optional>
 
 /// A window: a view that fills it, and around that what a QMainWindow has, such as a menu bar. Main thread only.
 ///
@@ -17,7 +19,7 @@
 /// | `bool windowShouldClose(w)` | the user wants to close the window; false keeps it open                 |
 /// | `void windowWillClose(w)`   | the window closes, whoever closes it                                    |
 ///
-/// A delegate must not delete the window while it is being told: deleteLater() is for that.
+/// What it raises is logged. It must not delete the window while it is being told: deleteLater() is for that.
 class NSWindow : public QMainWindow {
     Q_OBJECT
 
@@ -79,11 +81,15 @@ public Q_SLOTS:
     bool close();
 
 protected:
-    /// Called each time the window has been closed: by close(), by the user, or by the window manager.
+    /// Called each time the window has been closed: by close(), by the user, or by the window manager. What it raises is logged.
     virtual void didClose();
+    /// What the delegate answers to a message with the window as its argument; std::nullopt if it doesn't respond, or if it
+    /// raised, which is logged.
+    std::optional<QVariant> askDelegate(const char *message);
     bool event(QEvent *event) override;
 
 private:
+    bool delegateAgreesToClose();
     void endSheetSession(qint64 returnCode);
 
     QPointer<QObject> m_delegate;

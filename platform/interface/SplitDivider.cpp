@@ -54,7 +54,7 @@ SplitDivider::SplitDivider(NSSplitView &view, int index)
     static const bool isInstalled = (QAccessible::installFactory(accessible), true);
     Q_UNUSED(isInstalled);
     setCursor(Qt::SplitHCursor);
-    setFocusPolicy(Qt::StrongFocus);
+    setFocusPolicy(Qt::TabFocus);
     setAccessibleName(QCoreApplication::translate("NSSplitView", "Divider"));
 }
 
@@ -75,6 +75,7 @@ void SplitDivider::mouseMoveEvent(QMouseEvent *event) {
 }
 
 void SplitDivider::keyPressEvent(QKeyEvent *event) {
+    m_isMarked = true;
     switch (event->key()) {
     case Qt::Key_Left:
         return m_view.setPosition(position() - keyStep, m_index);
@@ -89,8 +90,14 @@ void SplitDivider::keyPressEvent(QKeyEvent *event) {
     }
 }
 
+void SplitDivider::focusInEvent(QFocusEvent *event) {
+    // A window that becomes active gives the focus to anybody; who hasn't touched the keyboard needs no mark.
+    m_isMarked = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    ViewDecoration::focusInEvent(event);
+}
+
 void SplitDivider::paintEvent(QPaintEvent *) {
-    if (!hasFocus())
+    if (!hasFocus() || !m_isMarked)
         return;
     QPainter painter(this);
     QColor color = palette().color(QPalette::Highlight);

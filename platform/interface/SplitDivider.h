@@ -22,11 +22,13 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
     NSSplitView &m_view;
     const int m_index;
+    bool m_isMarked = false;
     double m_grip = 0; ///< where it was taken hold of, from its position
 };
 

@@ -16,9 +16,11 @@
 
 using namespace zr;
 
-/// The size that a view has noticed.
-struct zr::ViewSize {
-    static QSizeF &noticed(NSView &view) { return view.m_noticedSize; }
+/// What a view keeps for its frame.
+struct zr::ViewMembers {
+    static QSizeF &noticedSize(NSView &view) { return view.m_noticedSize; }
+    static std::shared_ptr<void> &frameState(NSView &view) { return view.m_frameState; }
+    static const std::shared_ptr<void> &frameState(const NSView &view) { return view.m_frameState; }
 };
 
 namespace {
@@ -58,7 +60,9 @@ bool isSame(const QPointF &a, const QPointF &b) {
 }
 
 std::shared_ptr<State> find(const QWidget *view) {
-    return std::static_pointer_cast<State>(NSAssociatedObjects::get(view, &stateKey));
+    const auto *const drawn = qobject_cast<const NSView *>(view);
+    return std::static_pointer_cast<State>(drawn ? ViewMembers::frameState(*drawn)
+                                                 : NSAssociatedObjects::get(view, &stateKey));
 }
 
 int onGrid(double position) {
@@ -191,8 +195,8 @@ Grid gridOf(QWidget *view) {
 
 void noticeSize(QWidget *view, const QSizeF &size) {
     auto *const drawn = qobject_cast<NSView *>(view);
-    if (drawn && !isSame(size, ViewSize::noticed(*drawn)))
-        drawn->resizeSubviewsWithOldSize(std::exchange(ViewSize::noticed(*drawn), size));
+    if (drawn && !isSame(size, ViewMembers::noticedSize(*drawn)))
+        drawn->resizeSubviewsWithOldSize(std::exchange(ViewMembers::noticedSize(*drawn), size));
 }
 
 /// The view's state; a new one has the frame that the geometry gives.
@@ -204,7 +208,10 @@ std::shared_ptr<State> stateOf(QWidget *view) {
     if (state->superview)
         SuperviewFilter::watch(state->superview);
     takeOver(view, *state, gridOf(state->superview));
-    NSAssociatedObjects::set(view, &stateKey, state);
+    if (auto *const drawn = qobject_cast<NSView *>(view))
+        ViewMembers::frameState(*drawn) = state;
+    else
+        NSAssociatedObjects::set(view, &stateKey, state);
     return state;
 }
 

@@ -10,6 +10,19 @@
 #include <QVariantMap>
 #include <functional>
 
+// Attributes that are drawn; see drawWithRect() of the kit's NSAttributedString+ZRGraphics.h. Numbers and truth values are read as the kit's toDouble()
+// and toBool() have it.
+inline const QString NSFontAttributeName = QStringLiteral("NSFont");                       ///< a QFont
+inline const QString NSForegroundColorAttributeName = QStringLiteral("NSColor");           ///< a QColor
+inline const QString NSBackgroundColorAttributeName = QStringLiteral("NSBackgroundColor"); ///< a QColor
+inline const QString NSParagraphStyleAttributeName =
+    QStringLiteral("NSParagraphStyle");                                             ///< an NSParagraphStyle
+inline const QString NSUnderlineStyleAttributeName = QStringLiteral("NSUnderline"); ///< true for a line below
+inline const QString NSUnderlineColorAttributeName = QStringLiteral("NSUnderlineColor"); ///< a QColor
+inline const QString NSStrikethroughStyleAttributeName =
+    QStringLiteral("NSStrikethrough");                               ///< true for a line through
+inline const QString NSKernAttributeName = QStringLiteral("NSKern"); ///< points more between characters
+
 /// A text whose stretches carry attributes: a name and a value each, such as a font or a colour.
 ///
 /// Positions count UTF-16 units. Stretches that follow one another with equal attributes are one, so two

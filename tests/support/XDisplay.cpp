@@ -32,6 +32,8 @@ XDisplay::XDisplay() {
     qputenv("DISPLAY", ":" + displayNumber(m_server.said()));
     qputenv("QT_QPA_PLATFORM", "xcb");
     qunsetenv("WAYLAND_DISPLAY");
+    // Programs would start a message bus for the display, which outlives them.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     // The window manager leaves files where the user's programs have theirs.
     const std::optional<QByteArray> caches =
         qEnvironmentVariableIsSet("XDG_CACHE_HOME") ? std::optional(qgetenv("XDG_CACHE_HOME")) : std::nullopt;

@@ -8,9 +8,5 @@
 
 /// The view of an interface file of version 4.0, of which this is what stands inside the element "ui"; nil if it isn't sound.
 inline std::unique_ptr<QWidget> loadForm(const char *content) {
-    NSNib::registerClass<ZRLabel>();
-    NSNib::registerClass<ZRMenu>();
-    NSNib::registerClass<ZRTextEditorField>();
-    NSNib::registerClass<ZRTextField>();
     return NSNib(QByteArray("<ui version=\"4.0\">") + content + "</ui>").instantiateWithOwner(nullptr);
 }

@@ -91,9 +91,9 @@ TEST(NSMenuLocalization, TheTreeIsWalkedDepthFirstInItemOrderWithOnePrefix) {
     menu.addItem(one);
     menu.addItem(two);
     menu.addItem(new RecordingItem(u"three"_s, calls));
-    auto *const inner = new Recording(u"inner"_s, calls);
-    two->setSubmenu(inner);
-    inner->addItem(new RecordingItem(u"deep"_s, calls));
+    Recording inner(u"inner"_s, calls);
+    two->setSubmenu(&inner);
+    inner.addItem(new RecordingItem(u"deep"_s, calls));
     localizeWithPrefix(&menu, "P");
     // The submenu's title is that of its item.
     EXPECT_EQ(calls,

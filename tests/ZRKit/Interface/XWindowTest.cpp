@@ -3,7 +3,7 @@
 #include "ZRKit/Interface/ZRTextField.h"
 #include "ZRKit/Interface/ZRWindow.h"
 #include "platform/interface/NSApplication.h"
-#include "tests/support/XDisplay.h"
+#include "tests/support/XUser.h"
 
 #include <QApplication>
 #include <QPushButton>
@@ -12,15 +12,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-/// Sends keys and mouse clicks as hardware would, and speaks with the window manager.
-void user(const QStringList &words) {
-    const QTemporaryDir folder;
-    ServerProcess process;
-    process.start(QStringLiteral("xdotool"), words, folder.filePath(QStringLiteral("said")));
-    const int code = process.waitUntilItEnds();
-    EXPECT_EQ(code, 0) << words.join(u' ').toStdString() << '\n' << process.said().toStdString();
-}
 
 void key(const char *action, const char *name) {
     user({QString::fromLatin1(action), QString::fromLatin1(name)});

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Interface/ZRWindow.h"
 
-#include "ZRKit/Interface/ZRWindowController.h"
+#include "ZRKit/Interface/ZRTextField.h"
 #include "platform/base/NSException.h"
-#include "platform/files/NSBundle.h"
 #include "platform/interface/NSApplication.h"
 #include "platform/interface/NSNib.h"
-#include "tests/support/Expect.h"
+#include "tests/support/LogCapture.h"
 
 #include <QApplication>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
 #include <gtest/gtest.h>
@@ -130,10 +128,18 @@ TEST_F(ZRWindowTest, ADelegateWithoutTheMessageStillClearsTheRepresentedObject) 
     EXPECT_FALSE(window.representedObject().isValid()) << "of a window that isn't visible, too";
 }
 
-TEST_F(ZRWindowTest, ADelegateThatRaisesDoesNotKeepTheRepresentedObject) {
+TEST_F(ZRWindowTest, WhatADelegateRaisesIsLoggedAndKeepsNothingOpen) {
     delegate.raises = true;
-    expectException(NSGenericException, [&] { window.close(); });
-    EXPECT_FALSE(window.representedObject().isValid());
+    const LogCapture log;
+    show();
+    EXPECT_TRUE(window.close());
+    expectClosed();
+    EXPECT_EQ(log.count(QStringLiteral("Exception in an event: no")), 1);
+    delegate.calls.clear();
+    window.setRepresentedObject(QStringLiteral("book"));
+    show();
+    EXPECT_TRUE(window.close());
+    expectClosed();
 }
 
 TEST_F(ZRWindowTest, AWindowThatIsOnlyOrderedOutKeepsItsRepresentedObject) {
@@ -213,6 +219,28 @@ TEST_F(ZRWindowTest, ASenderThatCannotBeFirstResponderLeavesNobodyEditing) {
     EXPECT_EQ(calls.count(QStringLiteral("field ended")), 1);
     EXPECT_FALSE(window.isVisible()) << "a window that is no sheet is ordered out all the same";
     EXPECT_EQ(delegate.calls, QStringList()) << "and isn't closed";
+}
+
+TEST_F(ZRWindowTest, ASheetMayBeDeletedByWhoWaitsForIt) {
+    auto *const sheet = new ZRWindow;
+    const QPointer<ZRWindow> alive = sheet;
+    show();
+    window.beginSheet(sheet, [sheet](qint64) { delete sheet; });
+    sheet->doConfirmSheet();
+    EXPECT_FALSE(alive);
+}
+
+TEST_F(ZRWindowTest, AFieldOfAWindowWithoutTheKeysEndsItsEditing) {
+    auto *const field = new ZRTextField;
+    window.setContentView(field);
+    show();
+    ASSERT_TRUE(window.makeFirstResponder(field));
+    ZRWindow other;
+    other.makeKeyAndOrderFront();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == &other; }));
+    ASSERT_TRUE(field->currentEditor()) << "it goes on while another window has the keys";
+    window.endEditingFor(nullptr);
+    EXPECT_FALSE(field->currentEditor());
 }
 
 TEST_F(ZRWindowTest, AConnectionToConfirmASheetHasTheButtonAsItsSender) {

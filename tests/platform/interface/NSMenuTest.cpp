@@ -150,25 +150,27 @@ TEST(NSMenu, ItemAndSubmenuShareOneTitle) {
     item->setTitle(u"Latest"_s);
     EXPECT_EQ(submenu->title(), u"Latest"_s);
     NSMenuItem untitled;
-    untitled.setSubmenu(new NSMenu(u"Named"_s));
+    NSMenu titled(u"Named"_s);
+    untitled.setSubmenu(&titled);
     EXPECT_EQ(untitled.title(), u"Named"_s);
     untitled.setSubmenu(nullptr);
     EXPECT_EQ(untitled.submenu(), nullptr);
 }
 
-TEST(NSMenu, AnItemDeletesTheSubmenuThatOnlyItHas) {
-    QPointer<NSMenu> own = new NSMenu, replaced = new NSMenu;
+TEST(NSMenu, SubmenusAreNotTheItems) {
     QWidget window;
-    QPointer<NSMenu> lent = new NSMenu(&window);
+    const QPointer<NSMenu> submenu = new NSMenu(u"Recent"_s, &window);
+    NSMenu alone;
     {
         NSMenuItem item, other;
-        item.setSubmenu(replaced);
-        item.setSubmenu(own);
-        EXPECT_FALSE(replaced);
-        other.setSubmenu(lent);
+        item.setSubmenu(submenu);
+        other.setSubmenu(&alone);
     }
-    EXPECT_FALSE(own);
-    EXPECT_TRUE(lent);
+    EXPECT_TRUE(submenu);
+    NSMenuItem item;
+    item.setSubmenu(submenu);
+    delete submenu;
+    EXPECT_EQ(item.submenu(), nullptr);
 }
 
 TEST(NSMenu, AMenuBarShowsItsItemsAndFollowsChanges) {

@@ -275,6 +275,19 @@ TEST_F(NSTextFieldInWindow, EditingGoesOnWhileAnotherWindowOrAMenuHasTheFocus) {
     EXPECT_EQ(delegate.calls, (QStringList{u"begin"_s, u"change"_s}));
 }
 
+TEST_F(NSTextFieldInWindow, EditingEndsInAWindowThatIsNotActiveToo) {
+    field->becomeFirstResponder();
+    ShownWindow::type(u"a"_s);
+    ShownWindow second;
+    ASSERT_TRUE(second.becomeActive());
+    ASSERT_TRUE(field->currentEditor());
+    other->setFocus();
+    EXPECT_FALSE(field->currentEditor());
+    EXPECT_EQ(delegate.calls.last(), u"end 0"_s);
+    EXPECT_TRUE(other->becomeFirstResponder());
+    EXPECT_TRUE(other->currentEditor());
+}
+
 TEST_F(NSTextFieldInWindow, AWindowThatClosesEndsEditing) {
     field->becomeFirstResponder();
     ShownWindow::type(u"a"_s);

@@ -110,10 +110,12 @@ TEST_F(NSWindowTest, TheContentViewFillsTheWindow) {
 
 TEST_F(NSWindowTest, AContentViewThatIsReplacedBelongsToTheCaller) {
     const std::unique_ptr<QWidget> first = std::make_unique<QWidget>();
+    const std::unique_ptr<QWidget> second = std::make_unique<QWidget>();
     window.setContentView(first.get());
-    window.setContentView(new QWidget);
+    window.setContentView(second.get());
     EXPECT_EQ(first->parent(), nullptr);
     window.setContentView(nullptr);
+    EXPECT_EQ(second->parent(), nullptr);
     EXPECT_EQ(window.contentView(), nullptr);
 }
 
@@ -304,6 +306,8 @@ TEST_F(NSWindowTest, WhatCanBeNoSheetIsRaised) {
     NSWindow sheet;
     expectException(NSInvalidArgumentException, [&] { window.beginSheet(nullptr); });
     expectException(NSInvalidArgumentException, [&] { window.beginSheet(&window); });
+    expectException(NSInvalidArgumentException,
+                    [&] { NSApplication::sharedApplication().beginSheet(&sheet, nullptr); });
     window.beginSheet(&sheet);
     expectException(NSInvalidArgumentException, [&] { window.beginSheet(&sheet); });
 }
