@@ -52,7 +52,10 @@ void ZRSplitView::viewWillMoveToSuperview(QWidget *superview) {
 }
 
 void ZRSplitView::drawDividerInRect(const QRectF &rect) {
-    NSGraphicsContext::currentContext()->setFillColor(QColor::fromRgbF(0.83F, 0.83F, 0.83F));
+    NSGraphicsContext *const context = NSGraphicsContext::currentContext();
+    if (!context)
+        return;
+    context->setFillColor(QColor::fromRgbF(0.83F, 0.83F, 0.83F));
     NSRectFill(rect);
 }
 

@@ -5,10 +5,12 @@
 #include "ZRKit/Interface/NSView+ZRLocalize.h"
 #include "ZRKit/Values/NSObject+ZRKit.h"
 #include "ZRKit/Values/NSString+ZRKit.h"
+#include "platform/base/NSException.h"
 #include "platform/images/NSGraphicsContext.h"
 #include "platform/interface/NSResponder.h"
 #include "platform/interface/NSViewController.h"
 #include "platform/observing/NSKeyValueObserving.h"
+#include "platform/values/NSLog.h"
 #include "platform/values/NSObjectRuntime.h"
 
 #include <QContextMenuEvent>
@@ -57,7 +59,11 @@ ZRView::~ZRView() {
     for (QWidget *subview : subviews())
         if (subview != hosted)
             others.append(subview);
-    exchangeViewController(nullptr);
+    try {
+        exchangeViewController(nullptr);
+    } catch (...) {
+        NSLog("Exception while a view controller was released: %@", NSException::currentDescription());
+    }
     for (const QPointer<QWidget> &other : others)
         if (other && !other->parent())
             delete other;
@@ -128,6 +134,8 @@ void ZRView::exchangeViewController(const std::shared_ptr<NSViewController> &con
 
 void ZRView::drawRect(const QRectF &) {
     NSGraphicsContext *const context = NSGraphicsContext::currentContext();
+    if (!context)
+        return;
     const QRectF area = bounds();
     if (m_cornerRadius != 0)
         context->clipToRoundedRect(area, m_cornerRadius, m_cornerRadius);

@@ -40,7 +40,10 @@ NSSplitView::NSSplitView(const QRectF &frame, QWidget *superview) : NSView(frame
 NSSplitView::~NSSplitView() = default;
 
 void NSSplitView::drawDividerInRect(const QRectF &rect) {
-    NSGraphicsContext::currentContext()->setFillColor(palette().color(QPalette::Mid));
+    NSGraphicsContext *const context = NSGraphicsContext::currentContext();
+    if (!context)
+        return;
+    context->setFillColor(palette().color(QPalette::Mid));
     NSRectFill(rect);
 }
 

@@ -8,6 +8,7 @@
 #include "platform/interface/NSViewController.h"
 #include "platform/values/NSKeyValueCoding.h"
 #include "platform/values/NSNull.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/ObserverLog.h"
 
 #include <QApplication>
@@ -19,12 +20,21 @@
 #include <QTranslator>
 #include <gtest/gtest.h>
 #include <set>
+#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QColor grey(212, 212, 212); // 0.83 of white
+
+template <typename Flag>
+concept IsAFlag = requires(ZRView &view, Flag flag) {
+    view.setBorderTop(flag);
+    view.setOpaque(flag);
+    view.setLocalize(flag);
+};
+static_assert(IsAFlag<bool> && !IsAFlag<int> && !IsAFlag<QString> && !IsAFlag<const char *>);
 
 /// What the view draws, on white.
 QImage rendered(QWidget &widget, double pixelRatio = 1) {
@@ -349,6 +359,14 @@ TEST(ZRView, BordersAreOnePointOfGreyAtTheTopAndAtTheBottom) {
     }
 }
 
+TEST(ZRView, WithoutAContextNothingIsDrawn) {
+    ZRView view(QRectF(0, 0, 20, 10));
+    view.setBackgroundColor(Qt::red);
+    view.setCornerRadius(3);
+    view.setBlockDrawRect([](ZRView *) { ADD_FAILURE(); });
+    view.drawRect(view.bounds());
+}
+
 TEST(ZRView, BordersNeedNoBackground) {
     ZRView view(QRectF(0, 0, 20, 10));
     view.setBorderBottom(true);
@@ -553,6 +571,14 @@ public:
     Silent() { setView(new Hosted(u"silent"_s)); }
 };
 
+/// Doesn't want to go.
+class Bad : public NSViewController {
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE void viewWillDisappear() { throw std::runtime_error("no"); }
+};
+
 /// Equal to each of its kind.
 class Alike : public Noting {
     Q_OBJECT
@@ -666,6 +692,15 @@ TEST(ZRView, ReleasedItLetsItsControllerGo) {
     EXPECT_TRUE(controller->isViewLoaded());
     EXPECT_EQ(NSViewSuperview(controller->view()), nullptr);
     EXPECT_FALSE(placeholder);
+}
+
+TEST(ZRView, AControllerThatRaisesAtTheEndIsLogged) {
+    const LogCapture log;
+    {
+        ZRView view(QRectF(0, 0, 100, 50));
+        view.setViewController(std::make_shared<Bad>());
+    }
+    EXPECT_EQ(log.count(u"Exception while a view controller was released: "_s), 1);
 }
 
 TEST(ZRView, HostingRecomputesTheKeyViewLoop) {

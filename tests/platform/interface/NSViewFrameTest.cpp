@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <random>
 
 namespace {
 
@@ -224,6 +225,67 @@ TEST(NSViewFrame, AViewMayDeleteOthersWhileTheyAreResized) {
     first->neighbour = second;
     superview.setFrameSize(QSizeF(200, 200));
     EXPECT_EQ(superview.subviews(), QList<QWidget *>{first});
+}
+
+TEST(NSViewFrame, AnyChangesLeaveEveryEdgeOnTheNearestPoint) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        std::mt19937 random(seed);
+        const auto number = [&](double from, double to) {
+            return std::uniform_real_distribution<double>(from, to)(random);
+        };
+        const auto anyFrame = [&] {
+            return QRectF(number(-50, 300), number(-50, 300), number(0, 300), number(0, 300));
+        };
+        QWidget window;
+        window.resize(400, 300);
+        QList<QWidget *> views;
+        for (int i = 0; i < 30; ++i) {
+            QWidget *const superview =
+                i % 4 && !views.isEmpty() ? views[int(random() % unsigned(views.size()))] : &window;
+            QWidget *const view = i % 3 ? new NSView(superview) : new QWidget(superview);
+            NSViewSetFrame(view, anyFrame());
+            NSViewSetAutoresizingMask(view, random() % 64);
+            views.append(view);
+        }
+        if (seed % 2)
+            window.show();
+        for (int step = 0; step < 50; ++step) {
+            QWidget *const view = views[int(random() % unsigned(views.size()))];
+            switch (random() % 4) {
+            case 0:
+                NSViewSetFrame(view, anyFrame());
+                break;
+            case 1:
+                NSViewSetFrameOrigin(view, QPointF(number(-50, 300), number(-50, 300)));
+                break;
+            case 2:
+                window.resize(int(random() % 800), int(random() % 800));
+                break;
+            default:
+                NSViewAddSubview(views[int(random() % unsigned(views.size()))], view);
+            }
+            for (const QWidget *each : views) { // superviews before their subviews, or not
+                double left = 0;
+                double top = 0;
+                for (const QWidget *at = each; NSViewSuperview(at); at = NSViewSuperview(at)) {
+                    const QRectF frame = NSViewFrame(at);
+                    left += frame.x();
+                    top += NSViewFrame(NSViewSuperview(at)).height() - frame.y() - frame.height();
+                }
+                const QSizeF size = NSViewFrame(each).size();
+                const auto isNear = [](int point, double exact) {
+                    return std::abs(point - exact) <= 0.5 + 1e-6;
+                };
+                const QRect geometry = inWindow(*each);
+                ASSERT_TRUE(isNear(geometry.x(), left) && isNear(geometry.y(), top)) << seed << " " << step;
+                if (size.width() > 1 && size.height() > 1) {
+                    ASSERT_TRUE(isNear(geometry.x() + geometry.width(), left + size.width()) &&
+                                isNear(geometry.y() + geometry.height(), top + size.height()))
+                        << seed << " " << step;
+                }
+            }
+        }
+    }
 }
 
 TEST(NSViewFrame, ADeletedViewsFrameIsNobodyElses) {
