@@ -81,13 +81,15 @@ QString ZRView::normalizeColorHexString(const ZRKit::AnyText &text) {
 
 QColor ZRView::colorFromHexString(const ZRKit::AnyText &text, double alpha) {
     const QString digits = normalizeColorHexString(text);
+    if (digits.isNull())
+        return {};
     std::array<float, 3> channels{};
-    for (size_t i = 0; i < channels.size(); ++i) {
-        const auto high = digitValue(digits.isNull() ? QChar() : digits[qsizetype(2 * i)]);
-        const auto low = digitValue(digits.isNull() ? QChar() : digits[qsizetype(2 * i + 1)]);
+    for (qsizetype i = 0; i < 3; ++i) {
+        const auto high = digitValue(digits[2 * i]);
+        const auto low = digitValue(digits[2 * i + 1]);
         if (!high || !low)
             return {};
-        channels[i] = float((*high * 16 + *low) / 255.0);
+        channels[size_t(i)] = float((*high * 16 + *low) / 255.0);
     }
     return QColor::fromRgbF(channels[0], channels[1], channels[2], std::clamp(float(alpha), 0.0F, 1.0F));
 }

@@ -201,9 +201,9 @@ void noticeSize(QWidget *view, const QSizeF &size) {
 
 /// The view's state; a new one has the frame that the geometry gives.
 std::shared_ptr<State> stateOf(QWidget *view) {
-    if (const std::shared_ptr<State> known = find(view))
+    if (std::shared_ptr<State> known = find(view))
         return known;
-    const auto state = std::make_shared<State>();
+    auto state = std::make_shared<State>();
     state->superview = NSViewSuperview(view);
     if (state->superview)
         SuperviewFilter::watch(state->superview);
