@@ -16,18 +16,23 @@ using namespace zr;
 
 namespace {
 
-QString localized(const QString &text, const QString &prefix) {
-    return ZRKit::localizeWithPrefix(text, prefix);
+/// Localises what an accessor gives; the same text isn't set again, which would take back what the user chose or typed.
+template <typename View>
+void localizeEntry(View *view, int index, QString (View::*text)(int) const,
+                   void (View::*setText)(int, const QString &), const QString &prefix) {
+    const QString present = (view->*text)(index);
+    if (const QString localized = ZRKit::localizeWithPrefix(present, prefix); localized != present)
+        (view->*setText)(index, localized);
 }
 
 void localizeEntries(QWidget *view, const QString &prefix) {
     if (auto *const choices = qobject_cast<QComboBox *>(view)) {
         for (int i = 0; i < choices->count(); ++i)
-            choices->setItemText(i, localized(choices->itemText(i), prefix));
+            localizeEntry(choices, i, &QComboBox::itemText, &QComboBox::setItemText, prefix);
     } else if (auto *const tabs = qobject_cast<QTabBar *>(view)) {
         for (int i = 0; i < tabs->count(); ++i) {
-            tabs->setTabText(i, localized(tabs->tabText(i), prefix));
-            tabs->setTabToolTip(i, localized(tabs->tabToolTip(i), prefix));
+            localizeEntry(tabs, i, &QTabBar::tabText, &QTabBar::setTabText, prefix);
+            localizeEntry(tabs, i, &QTabBar::tabToolTip, &QTabBar::setTabToolTip, prefix);
         }
     }
 }

@@ -7,8 +7,8 @@ class QObject;
 
 namespace zr {
 
-/// Has an object whose class declares `localizeWithPrefix` localise itself. Not if it is doing so already: then it asks for what is
-/// done without its own. Main thread.
+/// Has an object whose class declares `localizeWithPrefix` localise itself. Not if it is doing so already: then it
+/// asks for what is done without its own. Main thread.
 /// \return whether the object did it
 bool localizesItself(QObject *object, const QString &prefix);
 

@@ -3,8 +3,9 @@
 
 #include "ZRKit/Interface/ZRTextField.h"
 
-/// A text field of many lines, in which Return breaks the line and editing goes on. Tab leaves it. That is decided by its delegate, which a field from
-/// an interface file is itself; call awakeFromNib() for one that the program made. Main thread only.
+/// A text field of many lines, in which Return breaks the line and editing goes on. Tab leaves it. That is decided by
+/// its delegate, which a field from an interface file is itself; call awakeFromNib() for one that the program made.
+/// Main thread only.
 class ZRTextEditorField : public ZRTextField {
     Q_OBJECT
 

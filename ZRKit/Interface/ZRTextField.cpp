@@ -2,6 +2,7 @@
 #include "ZRKit/Interface/ZRTextField.h"
 
 #include "platform/values/NSKeyValueCoding.h"
+#include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSValueTransformer.h"
 
@@ -40,8 +41,9 @@ void ZRTextField::normalizeText() {
             .value<std::shared_ptr<NSValueTransformer>>();
     if (!transformer)
         return;
-    const QVariant value = transformer->reverseTransformedValue(stringValue());
-    setStringValue(NSObjectRuntime::stringValue(transformer->transformedValue(value)));
+    const QVariant shown = transformer->transformedValue(transformer->reverseTransformedValue(stringValue()));
+    if (!NSIsNil(shown) && NSObjectRuntime::hasStringValue(shown))
+        setStringValue(NSObjectRuntime::stringValue(shown));
 }
 
 void ZRTextField::textDidEndEditing(const NSNotification &notification) {

@@ -5,11 +5,12 @@
 
 #include <QPointer>
 
-/// A text field that tells when it gains and loses the keyboard focus, and that shows what was typed as its value's transformer writes it.
+/// A text field that tells when it gains and loses the keyboard focus, and that shows what was typed as its value's
+/// transformer writes it.
 ///
-/// The responder delegate is sent what it responds to of `textFieldWillBecomeFirstResponder`, `textFieldDidBecomeFirstResponder`,
-/// `textFieldWillResignFirstResponder` and `textFieldDidResignFirstResponder`, each with the field as its argument. It may delete the
-/// field; nothing more is called then. Main thread only.
+/// The responder delegate is sent what it responds to of `textFieldWillBecomeFirstResponder`,
+/// `textFieldDidBecomeFirstResponder`, `textFieldWillResignFirstResponder` and `textFieldDidResignFirstResponder`,
+/// each with the field as its argument. It may delete the field; nothing more is called then. Main thread only.
 class ZRTextField : public NSTextField {
     Q_OBJECT
     Q_PROPERTY(QObject *responderDelegate READ responderDelegate WRITE setResponderDelegate)
@@ -29,9 +30,9 @@ public:
     /// becomeFirstResponder(), as an action.
     Q_INVOKABLE void doBecomeFirstResponder(QObject *sender);
 
-    /// Turns the text, as the transformer of the binding "value" has it, into a value and back, so that the text gets the form that the
-    /// transformer writes; a text that can't be turned, or without a transformer, stays. Then ends editing as NSTextField does, which the responder
-    /// delegate is told before and after.
+    /// Turns the text, as the transformer of the binding "value" has it, into a value and back, so that the text gets
+    /// the form that the transformer writes; a text that can't be turned, or into something that is neither text nor
+    /// number, stays. Then ends editing as NSTextField does, which the responder delegate is told before and after.
     void textDidEndEditing(const NSNotification &notification) override;
 
 private:

@@ -8,10 +8,11 @@
 #include <span>
 #include <utility>
 
-/// Points, sizes and rectangles: anchor points, proportions, rectangles with one field replaced, bounding boxes and vectors.
-/// A rectangle is taken as it stands, with an origin and a size that may be negative: its minimum is the origin, its maximum
-/// origin plus size, and the origin is whichever corner the coordinates count from. Nothing fails: dividing by a width,
-/// height or proportion of 0 gives infinity or not-a-number. Pure functions, for any thread.
+/// Points, sizes and rectangles: anchor points, proportions, rectangles with one field replaced, bounding boxes and
+/// vectors. A rectangle is taken as it stands, with an origin and a size that may be negative: its minimum is the
+/// origin, its maximum origin plus size, and the origin is whichever corner the coordinates count from. Nothing
+/// fails: dividing by a width, height or proportion of 0 gives infinity or not-a-number. Pure functions, for any
+/// thread.
 namespace ZRKit {
 
 // Points
@@ -36,8 +37,9 @@ QPointF CGPointAddSize(const QPointF &point, const QSizeF &size);
 double CGSizeGetAspectRatio(const QSizeF &size);
 /// Whether a's proportions are wider than b's; not if they are the same.
 bool CGSizeAspectIsWiderThanCGSize(const QSizeF &a, const QSizeF &b);
-/// With a, the outer size's width by its height: (a times the inner height, inner height) if that is wider than the inner size,
-/// otherwise (inner width, a times the inner width). The latter has the outer size's proportions only if a is 1.
+/// With a, the outer size's width by its height: (a times the inner height, inner height) if that is wider than the
+/// inner size, otherwise (inner width, a times the inner width). The latter has the outer size's proportions only if
+/// a is 1.
 QSizeF CGSizeAdjustOuterSizeToFitInnerSize(const QSizeF &outer, const QSizeF &inner);
 QSizeF CGSizeGetHalf(const QSizeF &size);
 /// Width and height exchanged.
@@ -51,7 +53,8 @@ QRectF CGRectMakeWithSize(const QSizeF &size);
 QRectF CGRectWithSize(const QRectF &rect, const QSizeF &size);
 QRectF CGRectWithWidth(const QRectF &rect, double width);
 QRectF CGRectWithHeight(const QRectF &rect, double height);
-/// The rectangle moved, in its size: to an origin, or by one of its coordinates so that the minimum, maximum or middle is there.
+/// The rectangle moved, in its size: to an origin, or by one of its coordinates so that the minimum, maximum or
+/// middle is there.
 QRectF CGRectWithOrigin(const QRectF &rect, const QPointF &origin);
 QRectF CGRectWithOriginMinX(const QRectF &rect, double x);
 QRectF CGRectWithOriginMinY(const QRectF &rect, double y);

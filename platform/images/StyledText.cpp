@@ -120,7 +120,7 @@ public:
             const double width = widthOf(rect, isFirst);
             line.setLineWidth(width);
             if (!isFirst)
-                y += m_style.lineSpacing();
+                y += std::max(0.0, m_style.lineSpacing());
             fits = y + line.ascent() + line.descent() <= rect.height() + tolerance;
             if (!fits)
                 break;
@@ -192,8 +192,8 @@ private:
         painter.restore();
     }
 
-    /// Qt, which hangs spaces at a line's end into the margin, makes justified lines shorter by them if they are written to the left. They become
-    /// spaces without a width then.
+    /// Qt, which hangs spaces at a line's end into the margin, makes justified lines shorter by them if they are
+    /// written to the left. They become spaces without a width then.
     NSAttributedString withoutHangingSpaces(const QRectF &rect) const {
         if (!m_isToLeft || !isWrapped() || m_style.alignment() != NSTextAlignmentJustified)
             return m_text;
@@ -272,11 +272,11 @@ void zr::drawStyledText(QPainter &painter, const QRectF &rect, const NSAttribute
         const Paragraph paragraph(text.attributedSubstringFromRange({start, end - start}),
                                   text.attributesAtIndex(start));
         if (start > 0)
-            y += paragraph.style().paragraphSpacingBefore();
+            y += std::max(0.0, paragraph.style().paragraphSpacingBefore());
         // Also true of a rectangle that is no number.
         if (!(y < rect.height()) || !paragraph.draw(painter, rect, y))
             return;
-        y += paragraph.style().paragraphSpacing();
+        y += std::max(0.0, paragraph.style().paragraphSpacing());
         const bool isPair = QStringView(string).mid(end, 2) == u"\r\n";
         start = end + (isPair ? 2 : 1);
     }

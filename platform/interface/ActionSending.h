@@ -17,9 +17,9 @@ void withoutRaising(Step step);
 std::optional<QVariant> ask(const QPointer<QObject> &object, const NSSelector &message,
                             const QVariantList &arguments);
 
-/// Sends an action to the target with the sender as its argument, if it takes any. Without a target, the first that responds gets
-/// it among the widget with the keyboard focus and the responders after it, then the sender, or what it belongs to if it is no widget, and those
-/// after that. What is raised is logged.
+/// Sends an action to the target with the sender as its argument, if it takes any. Without a target, the first that
+/// responds gets it among the widget with the keyboard focus and the responders after it, then the sender, or what it
+/// belongs to if it is no widget, and those after that. What is raised is logged.
 /// \return whether anybody responded
 bool sendAction(const NSSelector &action, QObject *target, QObject *sender);
 

@@ -27,15 +27,16 @@ public:
 /// The editor of a text field, over one of Qt's.
 class FieldEditor : public NSTextView {
 public:
-    /// An editor inside a widget: of one line, or of many, of which the client has to make Return do something else. It lives as long as
-    /// its view.
+    /// An editor inside a widget: of one line, or of many, of which the client has to make Return do something else.
+    /// It lives as long as its view.
     static FieldEditor *make(bool isSingleLine, QWidget *parent, FieldEditorClient *client);
 
     virtual void setPlaceholder(const QString &text) = 0;
     virtual void setAlignment(NSTextAlignment alignment) = 0;
     virtual void setReadOnly(bool flag) = 0;
     virtual void setFrame(bool flag) = 0;
-    /// Goes with its view, and tells the client nothing more. A view that is in the middle of an event, after which Qt still needs it, goes later.
+    /// Goes with its view, and tells the client nothing more. A view that is in the middle of an event, after which
+    /// Qt still needs it, goes later.
     void retire();
 
 protected:

@@ -23,12 +23,14 @@ public:
     void setTarget(QObject *target) { m_target = target; }
     NSSelector action() const { return m_action; }
     void setAction(const NSSelector &action) { m_action = action; }
-    /// Sends the action, which takes the control as its argument or none, to the target; without a target to the first that responds among the
-    /// widget with the keyboard focus and the responders after it, then the control and those after it. What is raised is logged.
+    /// Sends the action, which takes the control as its argument or none, to the target; without a target to the
+    /// first that responds among the widget with the keyboard focus and the responders after it, then the control and
+    /// those after it. What is raised is logged.
     /// \return whether anybody responded
     bool sendAction();
 
-    /// Keeps the control's value for a name, such as "value", at that of an object's key path, both ways; see NSKeyValueBinding.h.
+    /// Keeps the control's value for a name, such as "value", at that of an object's key path, both ways; see
+    /// NSKeyValueBinding.h.
     void bind(const QString &binding, QObject *observed, const QString &keyPath,
               const QVariantMap &options = {});
     void unbind(const QString &binding);

@@ -8,8 +8,8 @@
 
 class QMenuBar;
 
-/// A menu: a QMenu, with a title and items, some of which have submenus. Interface files hand it attributes that it doesn't declare,
-/// as they do views. Main thread only.
+/// A menu: a QMenu, with a title and items, some of which have submenus. Interface files hand it attributes that it
+/// doesn't declare, as they do views. Main thread only.
 ///
 /// The items are the menu's actions. Those that aren't NSMenuItem, such as interface files make, are as good.
 class NSMenu : public QMenu {
@@ -28,8 +28,8 @@ public:
     /// -1 if it is none of the items.
     qsizetype indexOfItem(const QAction *item) const { return actions().indexOf(item); }
 
-    /// Adds an item at the end or before the one at the index. An item without a parent belongs to the menu then. Raises
-    /// NSInvalidArgumentException for nil, NSRangeException for an index above the number of items.
+    /// Adds an item at the end or before the one at the index. An item without a parent belongs to the menu then.
+    /// Raises NSInvalidArgumentException for nil, NSRangeException for an index above the number of items.
     void addItem(QAction *item) { insertItem(item, numberOfItems()); }
     void insertItem(QAction *item, qsizetype index);
     /// Adds a new item.
@@ -38,12 +38,12 @@ public:
     void removeItem(QAction *item);
     void removeAllItems();
 
-    /// Shows the items in a menu bar as long as the menu lives, in place of what is there, and follows changes. nullptr ends that.
+    /// Shows the items in a menu bar as long as the menu lives, in place of what is there, and follows changes.
+    /// nullptr ends that.
     void setMenuBar(QMenuBar *menuBar);
 
-    bool event(QEvent *event) override;
-
 protected:
+    bool event(QEvent *event) override;
     void actionEvent(QActionEvent *event) override;
 
 private:

@@ -9,8 +9,8 @@
 
 class NSMenu;
 
-/// An item of a menu: a QAction that sends an action to a target when it is chosen. Every QAction can stand in a menu, so that
-/// what interface files make are items too. Main thread only.
+/// An item of a menu: a QAction that sends an action to a target when it is chosen. Every QAction can stand in a
+/// menu, so that what interface files make are items too. Main thread only.
 ///
 /// The title is the action's text as Qt has it: "&" marks the letter that chooses the item, "&&" is an ampersand.
 class NSMenuItem : public QAction {
@@ -20,7 +20,8 @@ class NSMenuItem : public QAction {
 
 public:
     explicit NSMenuItem(QObject *parent = nullptr) : NSMenuItem(QString(), NSSelector(), parent) {}
-    /// An item that sends the action, which takes the item as its argument or none, to whoever responds to it first if there is no target.
+    /// An item that sends the action, which takes the item as its argument or none, to whoever responds to it first
+    /// if there is no target.
     explicit NSMenuItem(const QString &title, const NSSelector &action = {}, QObject *parent = nullptr);
 
     /// A line between items.
@@ -32,8 +33,8 @@ public:
 
     /// nullptr if there is none.
     QMenu *submenu() const { return menu(); }
-    /// Sets the submenu, which stays the caller's, or its parent's; nullptr for none. Item and submenu share one title from then on: the item's or,
-    /// if that is empty, the submenu's.
+    /// Sets the submenu, which stays the caller's, or its parent's; nullptr for none. Item and submenu share one
+    /// title from then on: the item's or, if that is empty, the submenu's.
     void setSubmenu(QMenu *submenu);
 
     /// The target isn't kept alive.

@@ -29,24 +29,26 @@ enum NSTextMovement : int {
     NSBacktabTextMovement = 18,
 };
 
-/// A field for a text: one line over Qt's line editor, or many over its text editor, or a label if it can't be edited. Main thread only.
+/// A field for a text: one line over Qt's line editor, or many over its text editor, or a label if it can't be
+/// edited. Main thread only.
 ///
-/// Editing begins when the field becomes its window's first responder, and ends with Return or when another view takes the keyboard focus; it goes
-/// on while another window or a menu has the focus. After Return the field becomes first responder anew.
+/// Editing begins when the field becomes its window's first responder, and ends with Return or when another view
+/// takes the keyboard focus; it goes on while another window or a menu has the focus. After Return the field becomes
+/// first responder anew.
 ///
 /// The delegate, a weak reference, is told what it responds to (Q_INVOKABLE or slots):
 ///
-/// | method                                                                | when                                                   |
-/// |-----------------------------------------------------------------------|--------------------------------------------------------|
-/// | `controlTextDidBeginEditing(NSNotification)`                          | before the first change is told                        |
-/// | `controlTextDidChange(NSNotification)`                                | the user changed the text                              |
-/// | `controlTextDidEndEditing(NSNotification)`                            | the value has been written to what it is bound to      |
-/// | `bool controlTextViewDoCommandBySelector(NSControl *, NSTextView *, NSSelector)` | a key stands for a command such as `insertNewline:`; true if that is dealt with |
+/// - controlTextDidBeginEditing(NSNotification): before the first change is told;
+/// - controlTextDidChange(NSNotification): the user changed the text;
+/// - controlTextDidEndEditing(NSNotification): the value has been written to what it is bound to;
+/// - bool controlTextViewDoCommandBySelector(NSControl *, NSTextView *, NSSelector): a key stands for a command such
+///   as "insertNewline:"; true if that is dealt with.
 ///
-/// The first three are posted to the default notification center too. Any of them may delete the field. What they raise is logged.
+/// The first three are posted to the default notification center too. Any of them may delete the field. What they
+/// raise is logged.
 ///
-/// The value can be bound ("value", see NSControl::bind()): the field shows it as objectValue() is set, and what the user typed is written back when
-/// editing ends. A field that was left as it was writes nothing.
+/// The value can be bound ("value", see NSControl::bind()): the field shows it as objectValue() is set, and what the
+/// user typed is written back when editing ends. A field that was left as it was writes nothing.
 class NSTextField : public NSControl {
     Q_OBJECT
     Q_PROPERTY(QString stringValue READ stringValue WRITE setStringValue USER true)
@@ -71,8 +73,8 @@ public:
     void setStringValue(const QString &text);
     /// The text.
     QVariant objectValue() const { return stringValue(); }
-    /// Shows a value: strings as they are, numbers as NSObjectRuntime::stringValue(), the empty text for nil and the null marker, and the
-    /// description of anything else. What the user typed so far is forgotten.
+    /// Shows a value: strings as they are, numbers as NSObjectRuntime::stringValue(), the empty text for nil and the
+    /// null marker, and the description of anything else. What the user typed so far is forgotten.
     void setObjectValue(const QVariant &value);
 
     /// What is shown while there is no text.
@@ -88,7 +90,8 @@ public:
     /// Whether there is a frame around an editor; true at first.
     bool isBezeled() const;
     void setBezeled(bool flag);
-    /// Whether the text is one line; true at first. Otherwise it is broken into lines as wide as the field, though Return still ends editing.
+    /// Whether the text is one line; true at first. Otherwise it is broken into lines as wide as the field, though
+    /// Return still ends editing.
     bool usesSingleLineMode() const;
     void setUsesSingleLineMode(bool flag);
     /// Natural at first.
@@ -110,9 +113,11 @@ public:
 
     /// Labels don't.
     bool acceptsFirstResponder() const override;
-    /// Begins editing, which happens whenever the field gets the keyboard focus. Selects the text, unless a click brought the focus.
+    /// Begins editing, which happens whenever the field gets the keyboard focus. Selects the text, unless a click
+    /// brought the focus.
     bool becomeFirstResponder() override;
-    /// Editing has ended: writes what was typed to what the value is bound to, tells the delegate, and sends the action if it ended with Return.
+    /// Editing has ended: writes what was typed to what the value is bound to, tells the delegate, and sends the
+    /// action if it ended with Return.
     /// \param notification  with the editor as its object, and an NSTextMovement under NSTextMovementKey
     Q_INVOKABLE virtual void textDidEndEditing(const NSNotification &notification);
 

@@ -8,8 +8,8 @@
 
 class QWidget;
 
-/// The editor of a text field: what the user types into. It is Qt's own, with its undo, selection, clipboard and input methods. Main
-/// thread only.
+/// The editor of a text field: what the user types into. It is Qt's own, with its undo, selection, clipboard and
+/// input methods. Main thread only.
 class NSTextView : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString string READ string WRITE setString)

@@ -23,14 +23,15 @@ inline const QString NSNullPlaceholderBindingOption = QStringLiteral("NSNullPlac
 
 /// Keeps a key of an object, its binding, at the value of another object's key path.
 ///
-/// Changes of the observed value, as NSKeyValueObserving tells of them, are set on the bound object by key-value coding, on that object's
-/// thread: at once if they are made there. The way back is taken when the object asks for it, by setObservedValue().
-/// Neither object is kept alive; the binding ends with the bound one. What transformers and setters raise is logged. Every function must
-/// be called on the bound object's thread.
+/// Changes of the observed value, as NSKeyValueObserving tells of them, are set on the bound object by key-value
+/// coding, on that object's thread: at once if they are made there. The way back is taken when the object asks for
+/// it, by setObservedValue(). Neither object is kept alive; the binding ends with the bound one. What transformers
+/// and setters raise is logged. Every function must be called on the bound object's thread.
 namespace NSKeyValueBinding {
 
-/// Binds, in place of a binding of that name, and sets the present value. A transformer's name is resolved, and the transformer put among
-/// the options. Raises NSInvalidArgumentException without objects or key path, for a transformer that is none, and for an unknown name of one.
+/// Binds, in place of a binding of that name, and sets the present value. A transformer's name is resolved, and the
+/// transformer put among the options. Raises NSInvalidArgumentException without objects or key path, for a
+/// transformer that is none, and for an unknown name of one.
 void bind(QObject *object, const QString &binding, QObject *observed, const QString &keyPath,
           const QVariantMap &options = {});
 /// Ends the binding, if there is one. What the object shows stays.
@@ -39,7 +40,8 @@ void unbind(QObject *object, const QString &binding);
 /// What is bound, under the keys above; std::nullopt if nothing is.
 std::optional<QVariantMap> infoForBinding(const QObject *object, const QString &binding);
 
-/// Sets the observed value to what the transformer makes, on its way back, of a value that the user gave. Nothing is set if it has none.
+/// Sets the observed value to what the transformer makes, on its way back, of a value that the user gave. Nothing is
+/// set if it has none.
 /// \return whether the value was set
 bool setObservedValue(QObject *object, const QString &binding, const QVariant &value);
 

@@ -10,18 +10,22 @@
 #include <QVariantMap>
 #include <functional>
 
-// Attributes that are drawn; see drawWithRect() of the kit's NSAttributedString+ZRGraphics.h. Numbers and truth values are read as the kit's toDouble()
-// and toBool() have it.
-inline const QString NSFontAttributeName = QStringLiteral("NSFont");                       ///< a QFont
-inline const QString NSForegroundColorAttributeName = QStringLiteral("NSColor");           ///< a QColor
-inline const QString NSBackgroundColorAttributeName = QStringLiteral("NSBackgroundColor"); ///< a QColor
-inline const QString NSParagraphStyleAttributeName =
-    QStringLiteral("NSParagraphStyle");                                             ///< an NSParagraphStyle
-inline const QString NSUnderlineStyleAttributeName = QStringLiteral("NSUnderline"); ///< true for a line below
-inline const QString NSUnderlineColorAttributeName = QStringLiteral("NSUnderlineColor"); ///< a QColor
-inline const QString NSStrikethroughStyleAttributeName =
-    QStringLiteral("NSStrikethrough");                               ///< true for a line through
-inline const QString NSKernAttributeName = QStringLiteral("NSKern"); ///< points more between characters
+// Attributes that are drawn; see the kit's NSAttributedString+ZRGraphics.h. Numbers and truth values are read as the
+// kit's toDouble() and toBool() have it.
+
+/// A QFont.
+inline const QString NSFontAttributeName = QStringLiteral("NSFont");
+/// A QColor, and so is each colour below.
+inline const QString NSForegroundColorAttributeName = QStringLiteral("NSColor");
+inline const QString NSBackgroundColorAttributeName = QStringLiteral("NSBackgroundColor");
+inline const QString NSUnderlineColorAttributeName = QStringLiteral("NSUnderlineColor");
+/// An NSParagraphStyle.
+inline const QString NSParagraphStyleAttributeName = QStringLiteral("NSParagraphStyle");
+/// True for a line below the text, or through it.
+inline const QString NSUnderlineStyleAttributeName = QStringLiteral("NSUnderline");
+inline const QString NSStrikethroughStyleAttributeName = QStringLiteral("NSStrikethrough");
+/// How many points more there are between characters.
+inline const QString NSKernAttributeName = QStringLiteral("NSKern");
 
 /// A text whose stretches carry attributes: a name and a value each, such as a font or a colour.
 ///

@@ -23,8 +23,8 @@ enum NSWritingDirection : int {
     NSWritingDirectionRightToLeft = 1,
 };
 
-/// How a paragraph is set: the value of NSParagraphStyleAttributeName, of which that at the paragraph's first character counts. Lengths are in
-/// points. A value; any thread.
+/// How a paragraph is set: the value of NSParagraphStyleAttributeName, of which that at the paragraph's first
+/// character counts. Lengths are in points. A value; any thread.
 class NSParagraphStyle {
     Q_GADGET
 
@@ -33,12 +33,13 @@ public:
     NSTextAlignment alignment() const { return m_alignment; }
     NSLineBreakMode lineBreakMode() const { return m_lineBreakMode; }
     NSWritingDirection baseWritingDirection() const { return m_baseWritingDirection; }
-    /// Between the lines of a paragraph.
+    /// Between the lines of a paragraph. Negative spacing counts as none, here and below.
     double lineSpacing() const { return m_lineSpacing; }
     /// Behind a paragraph, and before it unless it is the first.
     double paragraphSpacing() const { return m_paragraphSpacing; }
     double paragraphSpacingBefore() const { return m_paragraphSpacingBefore; }
-    /// How far from the leading margin, which is on the right if the paragraph is written to the left, its first line begins, and the others.
+    /// How far from the leading margin, which is on the right if the paragraph is written to the left, its first line
+    /// begins, and the others.
     double firstLineHeadIndent() const { return m_firstLineHeadIndent; }
     double headIndent() const { return m_headIndent; }
     /// Where lines end: a positive number counts from the leading margin, others from the trailing one.

@@ -5,8 +5,8 @@
 #include <QTest>
 #include <QWidget>
 
-/// A window that is shown and active, for views to be put into. Keys typed with QTest reach widgets without the keyboard focus too:
-/// ask who has it.
+/// A window that is shown and active, for views to be put into. Keys typed with QTest reach widgets without the
+/// keyboard focus too: ask who has it.
 class ShownWindow : public QWidget {
 public:
     ShownWindow() { resize(400, 300); }

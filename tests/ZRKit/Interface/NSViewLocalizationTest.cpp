@@ -102,6 +102,17 @@ TEST(NSViewLocalization, WhatTheUserEditsStaysAndItsPlaceholderIsTranslated) {
     EXPECT_EQ(field->focusProxy()->accessibleName(), u"Name der Person"_s);
 }
 
+TEST(NSViewLocalization, WhatIsTypedIntoAComboBoxStays) {
+    const Translated german;
+    QComboBox choices;
+    choices.setEditable(true);
+    choices.addItems({u"Tiny"_s, u"Large"_s});
+    choices.setEditText(u"Close"_s);
+    localizeWithPrefix(&choices, "Prefs");
+    EXPECT_EQ(choices.currentText(), u"Close"_s);
+    EXPECT_EQ(choices.itemText(1), u"Groß"_s);
+}
+
 TEST(NSViewLocalization, AViewsOwnOperationWins) {
     const Translated german;
     QWidget view;

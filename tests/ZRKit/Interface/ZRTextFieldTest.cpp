@@ -3,6 +3,7 @@
 
 #include "platform/base/NSException.h"
 #include "platform/observing/NSKeyValueBinding.h"
+#include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
 #include "platform/values/NSValueTransformer.h"
 #include "tests/ZRKit/Interface/Forms.h"
@@ -60,6 +61,19 @@ public:
 class ThrowingANumber : public Price {
 public:
     QVariant reverseTransformedValue(const QVariant &) const override { throw 7; }
+};
+
+/// What it doesn't know, it turns into nothing.
+class Forgetting : public Price {
+public:
+    QVariant transformedValue(const QVariant &value) const override {
+        return NSIsNil(value) ? QVariant() : value.toDouble() < 0 ? QVariant(QVariantList{1}) : value;
+    }
+    QVariant reverseTransformedValue(const QVariant &value) const override {
+        bool isNumber = false;
+        const double price = value.toString().toDouble(&isNumber);
+        return isNumber ? QVariant(price) : QVariant();
+    }
 };
 
 QVariantMap with(std::shared_ptr<NSValueTransformer> transformer) {
@@ -230,6 +244,16 @@ TEST_F(ZRTextFieldInWindow, WhateverIsThrownOnEitherWayIsSwallowed) {
         responder.calls.clear();
         EXPECT_NO_THROW(field->textDidEndEditing(NSNotification(NSTextDidEndEditingNotification)));
         EXPECT_EQ(responder.calls, (QStringList{u"willResign 5"_s, u"didResign 5"_s}));
+    }
+}
+
+TEST_F(ZRTextFieldInWindow, WhatIsTurnedIntoNoTextStaysAsItWasTyped) {
+    bindPrice(std::make_shared<Forgetting>());
+    for (const auto &[typed, shown] :
+         {std::pair{u"much"_s, u"much"_s}, {u"-1"_s, u"-1"_s}, {u"007.50"_s, u"7.5"_s}}) {
+        field->setStringValue(typed);
+        field->textDidEndEditing(NSNotification(NSTextDidEndEditingNotification));
+        EXPECT_EQ(field->stringValue(), shown);
     }
 }
 
