@@ -24,11 +24,9 @@ NSWindow *NSWindowController::window() {
     if (!m_window && !m_windowNibName.isNull()) {
         windowWillLoad();
         std::unique_ptr<QWidget> loaded = zr::loadedView(m_windowNibName, NSBundle::mainBundle(), this);
-        auto *const window = qobject_cast<NSWindow *>(loaded.get());
-        if (!window)
+        if (!qobject_cast<NSWindow *>(loaded.get()))
             zr::raiseNotLoaded(m_windowNibName, QStringLiteral("it holds no window"));
-        loaded.release();
-        setWindow(window);
+        setWindow(static_cast<NSWindow *>(loaded.release()));
         windowDidLoad();
     }
     return m_window;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "ZRKit/Interface/ZRView.h"
 #include "ZRKit/Interface/ZRViewController.h"
 #include "ZRKit/Interface/ZRWindow.h"
 #include "ZRKit/Interface/ZRWindowController.h"
@@ -57,6 +58,26 @@ class PlainController : public ZRViewController {
 
 public:
     void viewWillAppear() override { history() << QStringLiteral("appears"); }
+
+protected:
+    void loadView() override { setView(new Localized); }
+};
+
+/// Records all of its appearances.
+class ShownController : public ZRViewController {
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE void configureViewController() { history() << QStringLiteral("configure"); }
+    void viewWillAppear() override { history() << QStringLiteral("will appear %1").arg(isViewLoaded()); }
+    void viewDidAppear() override { history() << QStringLiteral("did appear %1").arg(isViewLoaded()); }
+    void viewWillDisappear() override {
+        history() << QStringLiteral("will disappear ") + representedObject().toString();
+    }
+    void viewDidDisappear() override { history() << QStringLiteral("never"); }
+    Q_INVOKABLE void viewWDidDisappear() {
+        history() << QStringLiteral("did disappear %1").arg(representedObject().isValid());
+    }
 
 protected:
     void loadView() override { setView(new Localized); }
@@ -177,6 +198,20 @@ TEST_F(ControllersTest, AppearanceHooksAreMessagesThatReachTheSubclass) {
     for (const char *message : {"viewWillAppear", "viewDidAppear", "viewWillDisappear", "viewDidDisappear"})
         EXPECT_TRUE(QMetaObject::invokeMethod(static_cast<QObject *>(&controller), message)) << message;
     EXPECT_EQ(history(), QStringList{QStringLiteral("appears")});
+}
+
+TEST_F(ControllersTest, AHostingViewCallsTheHooksInTheirOrder) {
+    const std::shared_ptr<App::ShownController> controller = ZRViewController::make<App::ShownController>();
+    controller->setRepresentedObject(QStringLiteral("book"));
+    ZRView place;
+    place.setViewController(controller);
+    EXPECT_EQ(controller->view()->parent(), &place);
+    place.setViewController(nullptr);
+    EXPECT_EQ(history(),
+              (QStringList{QStringLiteral("configure"), QStringLiteral("will appear 0"),
+                           QStringLiteral("localize ShownController"), QStringLiteral("did appear 1"),
+                           QStringLiteral("will disappear book"), QStringLiteral("did disappear 0")}));
+    EXPECT_TRUE(controller->isViewLoaded()) << "the view stays the controller's";
 }
 
 TEST_F(ControllersTest, ClearingTheRepresentedObjectMakesItNil) {

@@ -232,6 +232,18 @@ TEST_F(NSNibTest, AttributesArriveOnceInTheFilesOrderWithTheirTypes) {
     EXPECT_EQ(outer->focusPolicy(), Qt::StrongFocus) << "declared enumerators are no attributes";
 }
 
+TEST_F(NSNibTest, AGeometryOfTheFileIsAFrame) {
+    const auto root = NSNib(QByteArray(R"(<ui version="4.0"><widget class="NSView" name="root">
+        <property name="geometry"><rect><x>7</x><y>8</y><width>300</width><height>200</height></rect></property>
+        <widget class="QPushButton" name="b">
+        <property name="geometry"><rect><x>10</x><y>20</y><width>100</width><height>50</height></rect></property>
+        </widget></widget></ui>)"))
+                          .instantiateWithOwner(nullptr);
+    ASSERT_TRUE(root);
+    EXPECT_EQ(NSViewFrame(root.get()).size(), QSizeF(300, 200));
+    EXPECT_EQ(NSViewFrame(root->findChild<QPushButton *>()), QRectF(10, 130, 100, 50));
+}
+
 TEST_F(NSNibTest, APromotedClassIsMadeAsTheOneThatItExtends) {
     const LogCapture log;
     const auto root = panel();
