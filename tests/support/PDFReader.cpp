@@ -1,26 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/PDFReader.h"
 
-#include <QProcess>
+#include "tests/support/ServerProcess.h"
+
+#include <QFile>
 #include <QStringList>
-#include <QTemporaryFile>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 QByteArray PDFReader::run(const char *program, const QStringList &arguments) const {
-    QTemporaryFile file;
-    if (!file.open())
+    const QTemporaryDir folder;
+    const QString pdf = folder.filePath(QStringLiteral("page.pdf"));
+    QFile file(pdf);
+    if (!file.open(QIODevice::WriteOnly) || file.write(m_pdf) != m_pdf.size() || !file.flush())
         return {};
-    file.write(m_pdf);
-    file.close();
-    QProcess process;
-    QStringList all = arguments;
-    all << file.fileName();
+    QStringList all{QStringLiteral("-q")};
+    all << arguments << pdf;
     if (QLatin1StringView(program) == QLatin1StringView("pdftotext"))
         all << QStringLiteral("-");
-    process.start(QString::fromLatin1(program), all);
-    EXPECT_TRUE(process.waitForFinished(60000)) << program << " did not run";
-    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-    return process.readAllStandardOutput();
+    ServerProcess process;
+    process.start(QString::fromLatin1(program), all, folder.filePath(QStringLiteral("output")));
+    EXPECT_EQ(process.waitUntilItEnds(), 0) << process.said().constData();
+    return process.said();
 }
 
 QString PDFReader::text() const {
