@@ -7,7 +7,6 @@
 #include <QMainWindow>
 #include <algorithm>
 #include <cmath>
-#include <ranges>
 
 namespace {
 
@@ -28,6 +27,13 @@ void addClasses(const QWidget *view, const QString &tabs, QString &text) {
         NSFormat("%@%@\n", {tabs, NSObjectRuntime::className(QVariant::fromValue<const QObject *>(view))});
     for (const QWidget *subview : NSViewSubviews(view))
         addClasses(subview, tabs + QLatin1Char('\t'), text);
+}
+
+/// Those that take room.
+QList<QWidget *> shownSubviews(const QWidget *view) {
+    QList<QWidget *> subviews = NSViewSubviews(view);
+    subviews.removeIf(NSViewIsHidden);
+    return subviews;
 }
 
 } // namespace
@@ -295,14 +301,14 @@ QString dumpAll(const QWidget *view) {
 double packVerticallyWithGap(QWidget *view, AnyLength gap, AnyLength top, AnyLength bottom) {
     if (!view)
         return 0;
-    const auto isShown = [](const QWidget *subview) { return !NSViewIsHidden(subview); };
-    const QList<QWidget *> subviews = NSViewSubviews(view);
+    QList<QWidget *> subviews = shownSubviews(view);
     double total = bottom;
-    for (QWidget *subview : subviews | std::views::filter(isShown))
+    for (const QWidget *subview : subviews)
         total += std::round(height(subview) + gap);
     setHeight(view, std::round(total - gap + top));
     double y = bottom;
-    for (QWidget *subview : subviews | std::views::reverse | std::views::filter(isShown)) {
+    while (!subviews.isEmpty()) {
+        QWidget *const subview = subviews.takeLast();
         setBottom(subview, y);
         y += std::round(height(subview) + gap);
     }
@@ -321,9 +327,7 @@ double packHorizontallyWithGap(QWidget *view, AnyLength gap, AnyLength left) {
     if (!view)
         return 0;
     double x = left;
-    for (QWidget *subview : NSViewSubviews(view)) {
-        if (NSViewIsHidden(subview))
-            continue;
+    for (QWidget *subview : shownSubviews(view)) {
         setLeft(subview, x);
         x += std::round(width(subview) + gap);
     }

@@ -9,10 +9,10 @@
 #include <concepts>
 #include <memory>
 
-/// Short words for a view's geometry, for stacking subviews, and for looking through a tree of views. A view is any QWidget, and
-/// its frame is NSViewFrame(): points from the bottom left corner of the superview. Setters round, positions by round(), half away
-/// from zero, and sizes up, unless they say otherwise. nil (nullptr) has the neutral value, and setting anything of it does
-/// nothing. Main thread only.
+/// Short words for a view's geometry, for stacking subviews, and for looking through a tree of views. A view is any
+/// QWidget, and its frame is NSViewFrame(): points from the bottom left corner of the superview. Setters round, positions
+/// by round(), half away from zero, and sizes up, unless they say otherwise. nil (nullptr) has the neutral value, and
+/// setting anything of it does nothing. Main thread only.
 namespace ZRKit {
 
 /// A length or position as an argument: any number. Flags and characters aren't taken for numbers.
@@ -138,8 +138,8 @@ template <std::derived_from<QWidget> View>
 View *descendantOrSelfWithClass(QWidget *view) {
     return static_cast<View *>(descendantOrSelfWithClass(view, View::staticMetaObject));
 }
-/// The first of the view and its descendants, from the back to the front and each before those in it, whose class has exactly that
-/// name, without namespaces; nullptr if none has.
+/// The first of the view and its descendants, from the back to the front and each before those in it, whose class has
+/// exactly that name, without namespaces; nullptr if none has.
 QWidget *findSubViewByClassName(QWidget *view, const AnyText &name);
 
 /// The classes of a view and of all that is in it, a line each; those of subviews have one tab more.
@@ -157,14 +157,14 @@ QString dumpAll(const QWidget *view);
 
 // Stacking subviews; hidden ones take no room
 
-/// Stands the subviews on one another, each rounded with the gap, so that the first is on top and the last above the bottom margin, and
-/// gives the view the height of all with both margins; its y + height stays.
+/// Stands the subviews on one another, each rounded with the gap, so that the first is on top and the last above the bottom
+/// margin, and gives the view the height of all with both margins; its y + height stays.
 /// \return the new height
 double packVerticallyWithGap(QWidget *view, AnyLength gap, AnyLength top, AnyLength bottom);
 double packVerticallyWithGap(QWidget *view, AnyLength gap, AnyLength top);
 double packVertically(QWidget *view);
-/// Puts the subviews beside one another, each rounded with the gap, the first behind the left margin, and gives the view the width up to
-/// the end of the last one. There is no margin on the right.
+/// Puts the subviews beside one another, each rounded with the gap, the first behind the left margin, and gives the view
+/// the width up to the end of the last one. There is no margin on the right.
 /// \return where the next one would stand: the end of the last one and one more gap
 double packHorizontallyWithGap(QWidget *view, AnyLength gap, AnyLength left);
 double packHorizontally(QWidget *view);

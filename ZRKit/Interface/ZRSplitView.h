@@ -10,16 +10,16 @@
 /// A split view of two panes with a divider of one point. The widths of both have limits, and the right pane can be pinned: it
 /// keeps its width then when the view is resized. Main thread only.
 ///
-/// Interface files set the attributes "minleft", "maxleft", "minright" and "maxright" (numbers) and "fixRight" (a flag), written just
-/// so; others do nothing.
+/// Interface files set the attributes "minleft", "maxleft", "minright" and "maxright" (numbers) and "fixRight" (a flag),
+/// written just so; others do nothing.
 class ZRSplitView : public NSSplitView {
     Q_OBJECT
 
 public:
     using NSSplitView::NSSplitView;
 
-    // The limits of the panes' widths, in points: what was set, or if that is 0, the view's width less what was set as the opposite limit
-    // of the other pane; 0 if that is negative. So without any limit the left pane has all of the width.
+    // The limits of the panes' widths, in points: what was set, or if that is 0, the view's width less what was set as the
+    // opposite limit of the other pane; 0 if that is negative. So without any limit the left pane has all of the width.
     Q_INVOKABLE double minLeft() const;
     Q_INVOKABLE double minRight() const;
     Q_INVOKABLE double maxLeft() const;

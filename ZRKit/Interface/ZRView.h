@@ -42,8 +42,8 @@ public:
     /// The text without white space around it and without one leading "#", three characters doubled to six; nil if that doesn't
     /// make six. What characters they are isn't looked at. Any thread.
     static QString normalizeColorHexString(const ZRKit::AnyText &text);
-    /// The colour of six hexadecimal digits for red, green and blue, as normalizeColorHexString() gives them; invalid if there are
-    /// other characters, or no six. Any thread.
+    /// The colour of six hexadecimal digits for red, green and blue, as normalizeColorHexString() gives them; invalid if
+    /// there are other characters, or no six. Any thread.
     /// \param alpha  from 0, invisible, to 1
     static QColor colorFromHexString(const ZRKit::AnyText &text, double alpha);
 
@@ -79,14 +79,15 @@ public:
 
     /// The controller whose view fills this one; nullptr for none.
     const std::shared_ptr<NSViewController> &viewController() const { return m_viewController; }
-    /// Shows a controller's view in place of all subviews, which belong to the caller then. The controllers hear of it, as far as they
-    /// respond: the old one viewWillDisappear, clearRepresentedObject and, when the subviews are gone, viewWDidDisappear; the new
-    /// one viewWillAppear and, when its view is there, viewDidAppear. It then comes behind its view and before this one's superview
-    /// among the responders. Nothing happens for the controller that is there, or one that is equal to it.
+    /// Shows a controller's view in place of all subviews, which belong to the caller then. The controllers hear of it, as
+    /// far as they respond: the old one viewWillDisappear, clearRepresentedObject and, when the subviews are gone,
+    /// viewWDidDisappear; the new one viewWillAppear and, when its view is there, viewDidAppear. It then comes behind its
+    /// view and before this one's superview among the responders. Nothing happens for the controller that is there, or one
+    /// that is equal to it.
     void setViewController(const std::shared_ptr<NSViewController> &controller);
 
-    /// Is asked for the context menu if its meta-object declares `QMenu *menuForView(view, event)`, with a `QWidget *` or `ZRView *`
-    /// and a `QContextMenuEvent *`; nullptr is no menu. Neither delegate nor menu is kept alive.
+    /// Is asked for the context menu if its meta-object declares `QMenu *menuForView(view, event)`, with a `QWidget *` or
+    /// `ZRView *` and a `QContextMenuEvent *`; nullptr is no menu. Neither delegate nor menu is kept alive.
     QObject *menuDelegate() const { return m_menuDelegate; }
     void setMenuDelegate(QObject *delegate) { m_menuDelegate = delegate; }
 

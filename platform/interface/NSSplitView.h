@@ -34,7 +34,8 @@ public:
     /// Draws a divider: the window's shade of shadows here.
     virtual void drawDividerInRect(const QRectF &rect);
 
-    /// Moves a divider as the user would, within its limits: the panes beside it share the change. Nothing happens if there is no such divider.
+    /// Moves a divider as the user would, within its limits: the panes beside it share the change. Nothing happens if there
+    /// is no such divider.
     /// \param position       of its left edge, in points
     /// \param dividerIndex  from 0, that behind the first pane
     void setPosition(double position, int dividerIndex);

@@ -18,8 +18,8 @@ struct ViewMembers;
 }
 
 // Views. A view is any QWidget; its frame is a rectangle in points in the coordinates of its superview, whose origin is the
-// bottom left corner, y upwards, and is kept to the last digit. Main thread only, all of it. Functions that are given nullptr as the view
-// do nothing and give an empty result.
+// bottom left corner, y upwards, and is kept to the last digit. Main thread only, all of it. Functions that are given
+// nullptr as the view do nothing and give an empty result.
 
 /// The view's frame.
 ///
@@ -134,5 +134,5 @@ private:
 
     QPointer<QMenu> m_menu;
     std::shared_ptr<void> m_frameState; ///< of zr::ViewFrame, which keeps other widgets' in a table
-    QSizeF m_noticedSize; ///< that resizeSubviewsWithOldSize() was called for
+    QSizeF m_noticedSize;               ///< that resizeSubviewsWithOldSize() was called for
 };
