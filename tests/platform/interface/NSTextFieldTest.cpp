@@ -480,8 +480,7 @@ TEST_F(NSTextFieldInWindow, ADelegateThatRaisesIsLoggedAndEditingGoesOn) {
     EXPECT_EQ(delegate.calls.last(), u"act"_s);
 }
 
-TEST_F(NSTextFieldInWindow, ADelegateThatMakesItALabelEndsEditing) {
-    class Labelling : public Delegate {};
+TEST_F(NSTextFieldInWindow, BecomingALabelEndsEditing) {
     field->becomeFirstResponder();
     ShownWindow::type(u"a"_s);
     field->setEditable(false);

@@ -269,10 +269,9 @@ TEST(NSKeyValueBinding, TwoObjectsOfOneValueFollowEachOther) {
 }
 
 TEST(NSKeyValueBinding, AChangeOnAnotherThreadIsShownOnTheOwn) {
-    int count = 0;
+    int count = 1;
     char name[] = "test";
     char *arguments[] = {name, nullptr};
-    count = 1;
     const QCoreApplication application(count, arguments);
     Model model;
     Shown shown;
