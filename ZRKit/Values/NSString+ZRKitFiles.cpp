@@ -4,7 +4,6 @@
 #include "platform/files/AtomicFile.h"
 #include "platform/files/FileContents.h"
 #include "platform/files/NSPathUtilities.h"
-#include "platform/net/ContentsOfURL.h"
 #include "platform/text/UTF8.h"
 #include "platform/values/NSNull.h"
 
@@ -29,10 +28,6 @@ QByteArray data(const AnyText &text) {
 
 QString stringWithData(const QByteArray &data) {
     return data.isNull() ? QString() : NSStringFromUTF8(data);
-}
-
-QString fetch(const AnyText &text) {
-    return stringWithData(NSDataWithContentsOfURL(URL(text)));
 }
 
 QString loadFile(const AnyText &path) {

@@ -4,17 +4,20 @@
 #include <QApplication>
 #include <QEvent>
 #include <QWidget>
+#include <functional>
 #include <unistd.h>
 
-/// An application that ends the process once its first window has been painted and is on its way to the screen.
+/// An application that ends the process once its first window has been painted and is on its way to the screen; with
+/// isEnough(), once something has been painted while that holds.
 class UntilPainted : public QApplication {
 public:
     using QApplication::QApplication;
 
+    std::function<bool()> isEnough;
+
     bool notify(QObject *receiver, QEvent *event) override {
-        if (event->type() == QEvent::Paint && receiver->isWidgetType() &&
-            static_cast<QWidget *>(receiver)->isWindow())
-            m_isPainted = true;
+        if (event->type() == QEvent::Paint && receiver->isWidgetType())
+            m_isPainted = !isEnough || isEnough();
         const bool isOutermost = m_depth++ == 0;
         const bool result = QApplication::notify(receiver, event);
         --m_depth;

@@ -54,6 +54,8 @@ TEST_F(DesktopTest, TheWindowIsThereBeforeTheStoreAndTheService) {
     EXPECT_TRUE(early.window()->isVisible());
     EXPECT_EQ(early.history(), nullptr);
     EXPECT_EQ(early.window()->windowTitle(), u"One-Page PDF"_s);
+    EXPECT_FALSE(early.queueController().isViewLoaded());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return early.previewController().isViewLoaded(); }, patience));
     EXPECT_EQ(early.window()->menuBar()->actions().size(), 3);
     early.window()->close();
 }

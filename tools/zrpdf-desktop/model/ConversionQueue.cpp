@@ -2,7 +2,6 @@
 #include "tools/zrpdf-desktop/model/ConversionQueue.h"
 
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
-#include "ZRKit/Values/NSString+ZRKit.h"
 #include "platform/files/AtomicFile.h"
 #include "platform/files/NSPathUtilities.h"
 
@@ -49,7 +48,7 @@ ConversionQueue::~ConversionQueue() {
 }
 
 void ConversionQueue::begin() {
-    if (m_history.isAlone()) {
+    if (m_history.isAlone() && !m_folder.isNull()) {
         QSet<QString> known;
         for (const Conversion *conversion : m_history.all())
             known.insert(conversion->output());
@@ -58,7 +57,7 @@ void ConversionQueue::begin() {
             for (const QVariantList names = ZRKit::zrListDir(files, folder).value_or(QVariantList());
                  const QVariant &name : names)
                 if (name.toString().endsWith(u".pdf") && !known.contains(name.toString()))
-                    ZRKit::zrRemoveFile(files, ZRKit::joinPath(folder, name.toString()));
+                    ZRKit::zrRemoveFile(files, folder + u'/' + name.toString());
         }));
     }
     next();
@@ -108,7 +107,7 @@ void ConversionQueue::historyChanged() {
 
 QString ConversionQueue::pathOf(const Conversion &conversion) const {
     const QString name = conversion.output();
-    return name.isEmpty() ? QString() : ZRKit::joinPath(m_folder, name);
+    return name.isEmpty() || m_folder.isNull() ? QString() : m_folder + u'/' + name;
 }
 
 int ConversionQueue::waiting() const {
@@ -158,9 +157,12 @@ ConversionQueue::Result ConversionQueue::convert(const Source &source, const QVa
     result.outcome = m_service.convert(task, stop);
     if (result.outcome.pdf.isEmpty())
         return result;
+    if (m_folder.isNull()) {
+        result.outcome = {{}, u"The PDF can't be written"_s, {}};
+        return result;
+    }
     const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces) + u".pdf"_s;
-    zr::AtomicFile file(NSFileSystemRepresentation(ZRKit::joinPath(m_folder, name)),
-                        zr::AtomicFile::Existing::Kept);
+    zr::AtomicFile file(NSFileSystemRepresentation(m_folder + u'/' + name), zr::AtomicFile::Existing::Kept);
     std::error_code failure = file.open();
     if (!failure)
         failure = file.commit(result.outcome.pdf);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-desktop/window/MainWindowController.h"
 
+#include "tools/zrpdf-desktop/window/Program.h"
+
 #include <QDropEvent>
 #include <QMimeData>
 #include <QTimer>
@@ -36,18 +38,9 @@ MainWindowController::~MainWindowController() {
 }
 
 void MainWindowController::windowDidLoad() {
-    m_leftPane->setViewController(m_queueController);
-    m_rightPane->setViewController(m_previewController);
     NSWindow *const frame = window();
-    m_menu = std::make_unique<MainMenu>(*frame, *m_queueController, *m_previewController);
     frame->setAcceptDrops(true);
     frame->installEventFilter(this);
-    frame->recalculateKeyViewLoop();
-    connect(m_queueController.get(), &QueueController::selectionChanged, this,
-            &MainWindowController::showSelected);
-    connect(m_previewController.get(), &PreviewController::tryAgainWanted, m_queueController.get(),
-            &QueueController::tryAgain);
-    connect(m_previewController->preview(), &PreviewView::changed, m_menu.get(), &MainMenu::update);
 }
 
 void MainWindowController::show(const QList<Source> &sources) {
@@ -60,7 +53,7 @@ bool MainWindowController::eventFilter(QObject *watched, QEvent *event) {
     case QEvent::Paint:
         if (!m_isPainted) {
             m_isPainted = true;
-            QTimer::singleShot(0, this, &MainWindowController::start);
+            QTimer::singleShot(0, this, &MainWindowController::fill);
         }
         break;
     case QEvent::DragEnter:
@@ -89,7 +82,24 @@ bool MainWindowController::eventFilter(QObject *watched, QEvent *event) {
     return ZRWindowController::eventFilter(watched, event);
 }
 
+/// Puts the panes into the window.
+void MainWindowController::fill() {
+    m_leftPane->setViewController(m_queueController);
+    m_rightPane->setViewController(m_previewController);
+    m_menu = std::make_unique<MainMenu>(*window(), *m_queueController, *m_previewController);
+    window()->recalculateKeyViewLoop();
+    m_queueController->focusText();
+    connect(m_queueController.get(), &QueueController::selectionChanged, this,
+            &MainWindowController::showSelected);
+    connect(m_previewController.get(), &PreviewController::tryAgainWanted, m_queueController.get(),
+            &QueueController::tryAgain);
+    connect(m_previewController->preview(), &PreviewView::changed, m_menu.get(), &MainMenu::update);
+    QTimer::singleShot(0, this, &MainWindowController::start);
+}
+
+/// Opens the history, and has documents converted.
 void MainWindowController::start() {
+    Program::finish();
     m_history = std::make_unique<History>();
     m_history->open();
     m_queue = std::make_unique<ConversionQueue>(*m_history);

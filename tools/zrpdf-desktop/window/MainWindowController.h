@@ -10,7 +10,8 @@
 
 /// The program's window, and all that it shows. Main thread.
 ///
-/// The window comes first: the store is opened and the service started once it has been painted.
+/// The window comes first; menus and panes follow once it has been painted, then the store is opened, and the service is started
+/// with the first document.
 class MainWindowController : public ZRWindowController {
     Q_OBJECT
     Q_PROPERTY(ZRView *leftPane MEMBER m_leftPane)
@@ -39,6 +40,7 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void fill();
     void start();
     void showSelected();
 

@@ -2,7 +2,6 @@
 #include "tools/zrpdf-desktop/window/PDFCopies.h"
 
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
-#include "ZRKit/Values/NSString+ZRKit.h"
 
 using namespace Qt::StringLiterals;
 
@@ -14,7 +13,7 @@ QString PDFCopies::copyOf(const QString &path, const QString &fileName) {
     // A folder for each: two documents may have one name.
     const QString folder =
         ZRKit::zrMakeDirs(files, ZRKit::zrPrivateTempFolderFileNameWithSuffix(files, u"pdf"_s));
-    const QString copy = ZRKit::joinPath(folder, fileName);
+    const QString copy = folder + u'/' + fileName;
     if (folder.isNull() || !ZRKit::zrCopy(files, path, copy))
         return {};
     m_copies.insert(key, copy);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-desktop/window/PreviewController.h"
 
-#include "ZRKit/Values/NSString+ZRKit.h"
 #include "platform/files/AtomicFile.h"
 #include "platform/files/NSPathUtilities.h"
 #include "tools/zrpdf-desktop/preview/SheetPrinter.h"

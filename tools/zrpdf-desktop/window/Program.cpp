@@ -34,9 +34,13 @@ void Program::prepare() {
     QCoreApplication::setApplicationVersion(QStringLiteral(ZR_VERSION));
     QCoreApplication::setOrganizationDomain(u"velmora.com"_s);
     QGuiApplication::setDesktopFileName(u"com.velmora.zrpdf_desktop"_s);
-    QGuiApplication::setWindowIcon(QIcon::fromTheme(u"com.velmora.zrpdf_desktop"_s, QIcon(u":/icon.png"_s)));
     ZRKit::zrUseAppName(true);
-    translate(u"qtbase"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath));
     translate(u"zrpdf-desktop"_s, u":/i18n"_s);
     NSNib::registerClass<PreviewView>();
+}
+
+void Program::finish() {
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(u"com.velmora.zrpdf_desktop"_s, QIcon(u":/icon.png"_s)));
+    // For the dialogs.
+    translate(u"qtbase"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath));
 }

@@ -187,6 +187,8 @@ void QueueController::focusList() {
 }
 
 void QueueController::endEditing() {
+    if (!isViewLoaded())
+        return;
     for (ZRTextField *field : {m_titleField, m_creatorField})
         if (field->currentEditor())
             focusList();
