@@ -4,6 +4,7 @@
 #include "platform/xpc/XPCActivator.h"
 
 #include <csignal>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -11,6 +12,8 @@ namespace {
 
 /// How long an instance that was killed may take to be gone.
 constexpr auto endPatience = std::chrono::seconds(5);
+/// How long it may take until it is known that there is no service. One without an executable may still have a socket unit.
+constexpr auto absencePatience = std::chrono::seconds(1);
 
 PDFService::Outcome outcomeOf(const QVariant &result, const NSError &error) {
     if (error) {
@@ -32,8 +35,19 @@ PDFService::PDFService(const QString &serviceName, std::chrono::milliseconds pat
 PDFService::Outcome PDFService::convert(const QVariantMap &task, const std::stop_token &stop) {
     const auto event = std::make_shared<Event>();
     watch(event);
-    if (!m_client)
+    if (!m_client) {
+        // The first task of a client would wait for ever for a service that there isn't.
+        std::unique_lock lock(event->mutex);
+        if (zr::XPCActivator::executable(m_name).isEmpty() &&
+            event->happened.wait_for(lock, stop, absencePatience, [&] { return event->exit.has_value(); })) {
+            const NSXPCServiceMonitor::Exit exit = *event->exit;
+            // It waits for a handler, which may want the lock.
+            lock.unlock();
+            m_monitor.reset();
+            return loss(exit);
+        }
         m_client = std::make_unique<ZRXPC>(m_name);
+    }
     m_client->performXPCAsyncWithObject(task, [event](const QVariant &result, const NSError &error) {
         const std::lock_guard lock(event->mutex);
         event->outcome = outcomeOf(result, error);
@@ -47,12 +61,19 @@ PDFService::Outcome PDFService::convert(const QVariantMap &task, const std::stop
             event->exit.reset();
         return event->outcome || event->exit;
     });
-    if (event->outcome)
+    if (event->outcome) {
+        m_idleProcess = m_monitor->processIdentifier();
         return *event->outcome;
+    }
     if (event->exit) {
-        if (event->exit->pid == 0)
+        const NSXPCServiceMonitor::Exit exit = *event->exit;
+        lock.unlock();
+        // One that had died idle never got the document.
+        if (exit.pid != 0 && exit.pid == std::exchange(m_idleProcess, 0))
+            return convert(task, stop);
+        if (exit.pid == 0)
             m_monitor.reset();
-        return loss(*event->exit);
+        return loss(exit);
     }
     const bool isLate = !stop.stop_requested();
     lock.unlock();

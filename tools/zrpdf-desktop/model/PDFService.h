@@ -18,7 +18,8 @@
 ///
 /// A client waits for its reply for as long as it takes, even if the service is gone. So the service's life is watched,
 /// and a document that takes too long, or isn't wanted any more, ends the instance that works on it. The next document
-/// gets a new one.
+/// gets a new one. If the instance that converted the last document is lost, it may have been dead before: the document is then
+/// sent once more.
 class PDFService {
 public:
     struct Outcome {
@@ -51,6 +52,8 @@ private:
     const QString m_name;
     const std::chrono::milliseconds m_patience;
     std::unique_ptr<ZRXPC> m_client;
+    /// The instance that converted the last document, 0 if it isn't known.
+    pid_t m_idleProcess = 0;
     /// The task at hand, for the monitor.
     std::mutex m_mutex;
     std::shared_ptr<Event> m_event;
