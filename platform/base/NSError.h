@@ -9,7 +9,8 @@
 inline const QString NSCocoaErrorDomain = QStringLiteral("NSCocoaErrorDomain");
 /// The user-info key of an error's message for people.
 inline const QString NSLocalizedDescriptionKey = QStringLiteral("NSLocalizedDescription");
-
+/// The user-info key of a sentence about what exactly went wrong.
+inline const QString NSLocalizedFailureReasonErrorKey = QStringLiteral("NSLocalizedFailureReason");
 /// The user-info key of the error that led to an error, an NSError.
 inline const QString NSUnderlyingErrorKey = QStringLiteral("NSUnderlyingError");
 

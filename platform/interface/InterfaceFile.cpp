@@ -94,7 +94,8 @@ private:
         } else if (element == u"addaction" && name != u"separator") {
             references.append({name, xml.lineNumber()});
         }
-        if (element != u"property" && element != u"addaction" && attributes.hasAttribute(QLatin1String("name")))
+        if (element != u"property" && element != u"addaction" &&
+            attributes.hasAttribute(QLatin1String("name")))
             names.insert(name);
         writer.writeStartElement(element);
         for (const QXmlStreamAttribute &attribute : attributes)

@@ -7,9 +7,6 @@
 #include <QString>
 #include <QUrl>
 
-/// The user-info key of what exactly went wrong, for logs.
-inline const QString NSLocalizedFailureReasonErrorKey = QStringLiteral("NSLocalizedFailureReason");
-
 /// An error of loading a URL, with a message for people. Any thread.
 /// \param reason  what exactly went wrong; may be nil
 NSError NSURLErrorWithCode(NSURLErrorCode code, const QUrl &url, const QString &reason = {});

@@ -5,9 +5,7 @@
 
 #include <memory>
 
-// The user-info keys of what is shown below an error's message: a sentence about the reason, and one about what the user may
-// do.
-inline const QString NSLocalizedFailureReasonErrorKey = QStringLiteral("NSLocalizedFailureReason");
+/// The user-info key of a sentence about what the user may do.
 inline const QString NSLocalizedRecoverySuggestionErrorKey = QStringLiteral("NSLocalizedRecoverySuggestion");
 
 /// Shows errors to the user. A host that has a better way than a line on standard error installs its own presenter.
