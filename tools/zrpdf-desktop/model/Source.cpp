@@ -29,7 +29,7 @@ bool isExistingPath(const QByteArray &argument) {
 
 /// A URL of any kind, one without its scheme as people write it, or the path of a file; nothing for anything else.
 QByteArray argumentIn(const QString &line) {
-    const QByteArray argument = line.toUtf8();
+    QByteArray argument = line.toUtf8();
     if (isExistingPath(argument))
         return argument;
     if (argument.isEmpty() || line.contains(u' ') || line.contains(u'\t'))
@@ -54,7 +54,7 @@ Source Source::withArgument(const QByteArray &argument) {
     const Input input(argument);
     const bool isAddress = input.kind() == Input::Kind::Address || Input::hasForeignScheme(argument);
     if (!input.path().isEmpty() && !Input::hasForeignScheme(argument)) {
-        const QByteArray path = input.path();
+        const QByteArray &path = input.path();
         const QByteArray name = path.mid(path.lastIndexOf('/') + 1);
         return {Kind::File, path, {}, NSStringWithFileSystemRepresentation(name.isEmpty() ? path : name)};
     }
@@ -113,7 +113,7 @@ QList<Source> Source::sourcesWithMimeData(const QMimeData &data) {
     }
     if (const QString format = pictureFormat(data); !format.isEmpty() && !data.hasHtml())
         return {withBytes(data.data(format))};
-    const QList<Source> texts = data.hasText() ? sourcesWithText(data.text()) : QList<Source>();
+    QList<Source> texts = data.hasText() ? sourcesWithText(data.text()) : QList<Source>();
     const bool isAddress = !texts.isEmpty() && texts.first().content().isEmpty();
     if (!data.hasHtml() || isAddress)
         return texts;

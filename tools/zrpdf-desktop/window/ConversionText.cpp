@@ -31,10 +31,10 @@ QString translated(const char *text) {
 } // namespace
 
 QString ConversionText::headline(const Conversion &conversion) {
-    const QString title = conversion.title().simplified();
+    QString title = conversion.title().simplified();
     if (!title.isEmpty())
         return title;
-    const QString label = conversion.label().simplified();
+    QString label = conversion.label().simplified();
     if (!label.isEmpty())
         return label;
     return conversion.kind() == Source::Kind::Markup

@@ -138,7 +138,7 @@ void PreviewController::saveTo(const QString &path) {
 }
 
 QString PreviewController::copyForOthers() {
-    const QString copy = hasPDF() ? m_copies.copyOf(m_path, m_fileName) : QString();
+    QString copy = hasPDF() ? m_copies.copyOf(m_path, m_fileName) : QString();
     if (copy.isNull() && hasPDF())
         say(QCoreApplication::translate("PreviewController", "The PDF could not be copied"));
     return copy;
