@@ -32,9 +32,11 @@ QVariant self(const NSSplitView *view) {
 } // namespace
 
 NSSplitView::NSSplitView(QWidget *superview) : NSView(superview) {
+    SplitDivider::introduceToScreenReaders();
 }
 
 NSSplitView::NSSplitView(const QRectF &frame, QWidget *superview) : NSView(frame, superview) {
+    SplitDivider::introduceToScreenReaders();
 }
 
 NSSplitView::~NSSplitView() = default;

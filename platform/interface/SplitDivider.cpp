@@ -51,11 +51,13 @@ QAccessibleInterface *accessible(const QString &, QObject *object) {
 
 SplitDivider::SplitDivider(NSSplitView &view, int index)
     : ViewDecoration(&view), m_view(view), m_index(index) {
-    static const bool isInstalled = (QAccessible::installFactory(accessible), true);
-    Q_UNUSED(isInstalled);
     setCursor(Qt::SplitHCursor);
     setFocusPolicy(Qt::TabFocus);
     setAccessibleName(QCoreApplication::translate("NSSplitView", "Divider"));
+}
+
+void SplitDivider::introduceToScreenReaders() {
+    QAccessible::installFactory(accessible);
 }
 
 double SplitDivider::position() const {

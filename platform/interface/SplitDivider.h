@@ -14,6 +14,9 @@ class SplitDivider : public ViewDecoration {
 public:
     SplitDivider(NSSplitView &view, int index);
 
+    /// Lets screen readers know split views and their dividers for what they are, from now on.
+    static void introduceToScreenReaders();
+
     NSSplitView &view() const { return m_view; }
     int index() const { return m_index; }
     double position() const;
