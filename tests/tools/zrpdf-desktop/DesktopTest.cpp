@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/tools/zrpdf-desktop/DesktopTest.h"
 
-#include "ZRKit/Storage/NSFileManager+ZRKit.h"
+#include "tests/tools/zrpdf-desktop/TemporaryFolder.h"
 #include "tools/zrpdf-desktop/window/Program.h"
 
 #include <QApplication>
@@ -23,14 +23,6 @@ void prepareOnce() {
         return true;
     }();
 }
-
-class TemporaryFolder : public testing::Environment {
-public:
-    void TearDown() override { ZRKit::zrDestroyPrivateTempFolder(NSFileManager::defaultManager()); }
-};
-
-[[maybe_unused]] testing::Environment *const temporaryFolder =
-    testing::AddGlobalTestEnvironment(new TemporaryFolder);
 
 } // namespace
 

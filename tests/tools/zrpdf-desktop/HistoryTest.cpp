@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-desktop/model/History.h"
 #include "platform/operations/NSErrorPresenter.h"
+#include "tests/tools/zrpdf-desktop/TemporaryFolder.h"
 
 #include <QCoreApplication>
 #include <QFile>
