@@ -51,6 +51,19 @@ SQLText list(const std::vector<SQLiteValue> &values) {
     return text;
 }
 
+/// Whether a column is in a list, or NULL if nil is among its elements too.
+SQLText isInList(const SQLText &column, const SQLText &list, bool hasNil) {
+    SQLText text = column;
+    text += " IN ";
+    text += inParentheses(list);
+    if (hasNil) {
+        text += " OR ";
+        text += column;
+        text += " IS NULL";
+    }
+    return inParentheses(text);
+}
+
 const char *signOf(NSPredicateOperatorType type) {
     switch (type) {
     case NSLessThanPredicateOperatorType:
@@ -420,17 +433,9 @@ PredicateTranslator::Condition PredicateTranslator::isAmongObjects(const Operand
             return {};
         keys << QByteArray::number(*key);
     }
-    SQLText text{"(", {}};
-    text += object.sql;
-    text +=
-        SQLText{" IN (SELECT value FROM json_each(?))", {SQLiteValue::ofText('[' + keys.join(',') + ']')}};
-    if (hasNil) {
-        text += " OR ";
-        text += object.sql;
-        text += " IS NULL";
-    }
-    text += ")";
-    return text;
+    return isInList(object.sql,
+                    {"SELECT value FROM json_each(?)", {SQLiteValue::ofText('[' + keys.join(',') + ']')}},
+                    hasNil);
 }
 
 PredicateTranslator::Condition PredicateTranslator::isAmong(const Operand &column,
@@ -453,19 +458,7 @@ PredicateTranslator::Condition PredicateTranslator::isAmong(const Operand &colum
             return {};
         values.push_back(*value);
     }
-    SQLText text{"(", {}};
-    text += column.sql;
-    text += " IN (";
-    if (!values.empty())
-        text += list(values);
-    text += ")";
-    if (hasNil) {
-        text += " OR ";
-        text += column.sql;
-        text += " IS NULL";
-    }
-    text += ")";
-    return text;
+    return isInList(column.sql, list(values), hasNil);
 }
 
 /// Leaves the comparison to memory's own evaluation, row by row, on the columns that it looks at.
