@@ -3,13 +3,11 @@
 #include "ZRKit/Interface/ZRViewController.h"
 #include "ZRKit/Interface/ZRWindow.h"
 #include "ZRKit/Interface/ZRWindowController.h"
-#include "platform/files/NSBundle.h"
 #include "platform/interface/NSNib.h"
+#include "tests/support/InterfaceFiles.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QLabel>
-#include <QTemporaryDir>
 #include <QTranslator>
 #include <gtest/gtest.h>
 
@@ -104,22 +102,14 @@ class ControllersTest : public testing::Test {
 protected:
     ControllersTest() {
         NSNib::registerClass<Localized>(QStringLiteral("Localized"));
-        write(
+        files.write(
             "SettingsController",
             R"(<ui version="4.0"><widget class="Localized" name="settings"><widget class="QLabel" name="l"/></widget></ui>)");
-        write("Main", R"(<ui version="4.0"><widget class="ZRWindow" name="main"/></ui>)");
-        NSBundle::mainBundle().setResourcePath(folder.path());
+        files.write("Main", R"(<ui version="4.0"><widget class="ZRWindow" name="main"/></ui>)");
         history().clear();
     }
-    ~ControllersTest() override { NSBundle::mainBundle().setResourcePath({}); }
 
-    void write(const char *name, const char *contents) const {
-        QFile file(folder.filePath(QString::fromUtf8(name)) + QStringLiteral(".ui"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-    }
-
-    const QTemporaryDir folder;
+    const InterfaceFiles files;
 };
 
 } // namespace
@@ -184,8 +174,8 @@ TEST_F(ControllersTest, AViewWithoutAWayOfItsOwnIsTranslatedWithTheName) {
         }
         bool isEmpty() const override { return false; }
     } german;
-    write("SettingsController",
-          R"(<ui version="4.0"><class>Other</class><widget class="QWidget" name="settings">
+    files.write("SettingsController",
+                R"(<ui version="4.0"><class>Other</class><widget class="QWidget" name="settings">
         <widget class="QLabel" name="label"><property name="text"><string>Name</string></property></widget></widget></ui>)");
     App::SettingsController controller;
     QCoreApplication::installTranslator(&german);

@@ -10,6 +10,7 @@
 #include "platform/values/NSNull.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ObserverLog.h"
+#include "tests/support/Rendered.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -35,15 +36,6 @@ concept IsAFlag = requires(ZRView &view, Flag flag) {
     view.setLocalize(flag);
 };
 static_assert(IsAFlag<bool> && !IsAFlag<int> && !IsAFlag<QString> && !IsAFlag<const char *>);
-
-/// What the view draws, on white.
-QImage rendered(QWidget &widget, double pixelRatio = 1) {
-    QImage picture(widget.size() * pixelRatio, QImage::Format_ARGB32_Premultiplied);
-    picture.setDevicePixelRatio(pixelRatio);
-    picture.fill(Qt::white);
-    widget.render(&picture, QPoint(), QRegion(), QWidget::DrawChildren);
-    return picture;
-}
 
 /// Whether the view was marked for being drawn anew.
 template <typename Change>

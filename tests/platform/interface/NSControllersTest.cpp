@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/base/NSException.h"
-#include "platform/files/NSBundle.h"
 #include "platform/interface/NSResponder.h"
 #include "platform/interface/NSViewController.h"
 #include "platform/interface/NSWindow.h"
 #include "platform/interface/NSWindowController.h"
 #include "tests/support/Expect.h"
+#include "tests/support/InterfaceFiles.h"
 
 #include <QLabel>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -46,26 +45,17 @@ protected:
     void windowDidLoad() override { calls << QStringLiteral("did %1").arg(isWindowLoaded()); }
 };
 
-/// A folder of interface files, which is the bundle's.
 class NSControllersTest : public testing::Test {
 protected:
     NSControllersTest() {
-        write("Fields", R"(<ui version="4.0"><widget class="QWidget" name="fields">
+        files.write("Fields", R"(<ui version="4.0"><widget class="QWidget" name="fields">
             <widget class="QPushButton" name="send"/></widget></ui>)");
-        write("Window", R"(<ui version="4.0"><widget class="NSWindow" name="window">
+        files.write("Window", R"(<ui version="4.0"><widget class="NSWindow" name="window">
             <widget class="QWidget" name="content"><widget class="QPushButton" name="send"/></widget></widget></ui>)");
-        write("Broken", "<ui>");
-        NSBundle::mainBundle().setResourcePath(folder.path());
-    }
-    ~NSControllersTest() override { NSBundle::mainBundle().setResourcePath({}); }
-
-    void write(const char *name, const char *contents) const {
-        QFile file(folder.filePath(QString::fromUtf8(name)) + QStringLiteral(".ui"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
+        files.write("Broken", "<ui>");
     }
 
-    const QTemporaryDir folder;
+    const InterfaceFiles files;
 };
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "platform/images/NSGraphicsContext.h"
 #include "platform/interface/NSResponder.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rendered.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -38,14 +39,6 @@ public:
     QList<QRectF> drawn;
     QList<QWidget *> moves;
 };
-
-QImage rendered(QWidget &widget, double pixelRatio = 1) {
-    QImage picture(widget.size() * pixelRatio, QImage::Format_ARGB32_Premultiplied);
-    picture.setDevicePixelRatio(pixelRatio);
-    picture.fill(Qt::white);
-    widget.render(&picture, QPoint(), QRegion(), QWidget::DrawChildren);
-    return picture;
-}
 
 template <typename Flag>
 concept IsADisplayFlag = requires(NSView &view, Flag flag) {

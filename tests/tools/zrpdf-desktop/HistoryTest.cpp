@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-desktop/model/History.h"
-#include "platform/operations/NSErrorPresenter.h"
+#include "tests/tools/zrpdf-desktop/Presented.h"
 #include "tests/tools/zrpdf-desktop/TemporaryFolder.h"
 
 #include <QCoreApplication>
@@ -12,12 +12,6 @@ using namespace Qt::StringLiterals;
 using State = Conversion::State;
 
 namespace {
-
-class Presented : public NSErrorPresenter {
-public:
-    void presentError(const NSError &error) override { errors << error; }
-    QList<NSError> errors;
-};
 
 class HistoryTest : public testing::Test {
 protected:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "platform/operations/NSErrorPresenter.h"
 #include "tests/support/ProcessTree.h"
 #include "tests/tools/zrpdf-desktop/DesktopTest.h"
+#include "tests/tools/zrpdf-desktop/Presented.h"
 #include "tools/zrpdf-desktop/preview/SheetPrinter.h"
 
 #include <QAccessible>
@@ -22,12 +22,6 @@ using namespace Qt::StringLiterals;
 using State = Conversion::State;
 
 namespace {
-
-class Presented : public NSErrorPresenter {
-public:
-    void presentError(const NSError &error) override { errors << error; }
-    QList<NSError> errors;
-};
 
 QByteArray contentOf(const QString &path) {
     QFile file(path);
