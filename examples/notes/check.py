@@ -4,10 +4,12 @@
 import json
 import os
 import pathlib
-import pty
 import subprocess
 import sys
 import tempfile
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+from terminal import run_on_terminal
 
 program = sys.argv[1]
 faults = []
@@ -71,22 +73,10 @@ with tempfile.TemporaryDirectory() as name:
            {note["created"] for note in exported})
 
     # Very many, with a bar on a terminal.
-    master, slave = pty.openpty()
-    process = subprocess.Popen([program, "-s", str(folder / "many.db"), "import", "100000"], stderr=slave,
-                               stdout=subprocess.PIPE, env=home)
-    os.close(slave)
-    shown = b""
-    while True:
-        try:
-            piece = os.read(master, 4096)
-        except OSError:
-            break
-        if not piece:
-            break
-        shown += piece
-    os.close(master)
-    expect("100,000", process.stdout.read() == b"100000 of 100000 notes imported\n" and process.wait(timeout=200) == 0)
-    expect(f"a bar: {shown[-80:]!r}", b"/100000" in shown and shown.endswith(b"\r\x1b[K"))
+    code, shown, output = run_on_terminal([program, "-s", str(folder / "many.db"), "import", "100000"], timeout=200,
+                                          stdout=subprocess.PIPE, env=home)
+    expect("100,000", output == b"100000 of 100000 notes imported\n" and code == 0)
+    expect(f"a bar: {shown[-80:]!r}", "/100000" in shown and shown.endswith("\r\x1b[K"))
     expect("they are there", len(shell("list 100000", path=folder / "many.db")) == 100000)
     found = shell("show 77777", "search Note number 99999", path=folder / "many.db")
     expect(f"and found: {found}", found[0].endswith("Note number 77777") and len(found) == 3)

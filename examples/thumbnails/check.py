@@ -3,11 +3,13 @@
 """Runs the thumbnails example as its user would: check.py PROGRAM FOLDER_OF_PICTURES."""
 import os
 import pathlib
-import pty
 import shutil
 import subprocess
 import sys
 import tempfile
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+from terminal import run_on_terminal
 
 program, pictures = sys.argv[1], pathlib.Path(sys.argv[2])
 faults = []
@@ -24,20 +26,8 @@ def run(*arguments, **keywords):
 
 def on_terminal(*arguments):
     """What the program writes to a terminal."""
-    master, slave = pty.openpty()
-    process = subprocess.Popen([program, *map(str, arguments)], stderr=slave, stdout=slave)
-    os.close(slave)
-    shown = b""
-    while True:
-        try:
-            piece = os.read(master, 4096)
-        except OSError:
-            break
-        if not piece:
-            break
-        shown += piece
-    os.close(master)
-    return process.wait(timeout=60), shown.decode()
+    code, shown, _ = run_on_terminal([program, *map(str, arguments)], timeout=60)
+    return code, shown
 
 
 def fails(what, code, line, *arguments):
