@@ -3,12 +3,12 @@
 // layout of their own: how long each takes to open, to get another size, and to be drawn anew. They take turns; medians.
 #include "ZRKit/Interface/NSView+ZRKit.h"
 #include "ZRKit/Interface/ZRView.h"
+#include "tests/support/OffscreenPlatform.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QLayout>
 #include <QPainter>
-#include <QTemporaryDir>
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -128,12 +128,7 @@ void measure(const std::function<std::unique_ptr<QWidget>()> &make, Times &times
 } // namespace
 
 int main(int argc, char **argv) {
-    // Without one, Qt makes a folder that stays.
-    const QTemporaryDir runtime;
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
-        qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const OffscreenPlatform platform;
     const QApplication application(argc, argv);
     Times kit, plain;
     for (int i = 0; i < turns; ++i) {

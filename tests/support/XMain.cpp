@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/support/OffscreenPlatform.h"
 #include "tests/support/XDisplay.h"
 
 #include <QApplication>
@@ -9,10 +10,7 @@ int main(int argc, char **argv) {
     ::testing::InitGoogleTest(&argc, argv);
     if (GTEST_FLAG_GET(list_tests))
         return RUN_ALL_TESTS();
-    // Without one, Qt makes a folder that stays.
-    const QTemporaryDir runtime;
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
-        qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
+    const RuntimeFolder runtime;
     const XDisplay display;
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);

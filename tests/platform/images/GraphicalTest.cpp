@@ -2,11 +2,11 @@
 // What images do in a graphical application, which the other tests haven't.
 #include "platform/images/NSImage.h"
 #include "tests/platform/images/Pictures.h"
+#include "tests/support/OffscreenPlatform.h"
 
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPixmap>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -66,9 +66,7 @@ TEST(GraphicalImages, AreDrawnOnWhatAScreenShows) {
 
 int main(int argc, char **argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    const QTemporaryDir runtime;
-    qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const OffscreenPlatform platform;
     const QGuiApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }
