@@ -22,7 +22,8 @@ ZRXPC::Helper::Helper(const QString &serviceName) : m_serviceName(serviceName) {
     queue.setMaxConcurrentOperationCount(1);
 }
 
-void ZRXPC::Helper::performXPCAsyncWithObject(const QVariant &object, const Block &block) {
+void ZRXPC::Helper::performXPCAsyncWithObject(const QVariant &object, const Block &block,
+                                              const std::stop_token &abandoned) {
     constexpr char function[] = "-[ZRXPC performXPCAsyncWithObject:block:]";
     if (m_serviceName.isNull())
         ZRKit::zxAssertFailed(function, "(_serviceName)", source, 80);
@@ -42,14 +43,21 @@ void ZRXPC::Helper::performXPCAsyncWithObject(const QVariant &object, const Bloc
     const QByteArray task = serialize(object);
     if (!proxy)
         return;
-    // The block holds the connection until the reply is there, or can't come any more.
-    proxy->performWithData(task, [connection, block](const QByteArray &data, const NSError &error) mutable {
-        const QVariant result = data.isNull() || error ? QVariant() : unserialize(data);
-        if (block)
-            block(result, error);
-        connection->invalidate();
-        connection.reset();
+    // Whoever abandons the task hangs up.
+    using HangUp = std::stop_callback<std::function<void()>>;
+    const auto hangUp = std::make_shared<HangUp>(abandoned, [weak = std::weak_ptr(connection)] {
+        if (const auto held = weak.lock())
+            held->invalidate();
     });
+    // The block holds the connection until the reply is there, or can't come any more.
+    proxy->performWithData(
+        task, [connection, hangUp, block](const QByteArray &data, const NSError &error) mutable {
+            const QVariant result = data.isNull() || error ? QVariant() : unserialize(data);
+            if (block)
+                block(result, error);
+            connection->invalidate();
+            connection.reset();
+        });
 }
 
 ZRXPC::ZRXPC(const QString &serviceName) : m_helper(std::make_shared<Helper>(serviceName)) {
@@ -62,8 +70,9 @@ void ZRXPC::performXPCBoot() {
     add(QVariantMap{{QStringLiteral("__boot"), true}});
 }
 
-void ZRXPC::performXPCAsyncWithObject(const QVariant &object, const Block &block) {
-    m_helper->performXPCAsyncWithObject(object, block);
+void ZRXPC::performXPCAsyncWithObject(const QVariant &object, const Block &block,
+                                      const std::stop_token &abandoned) {
+    m_helper->performXPCAsyncWithObject(object, block, abandoned);
 }
 
 QVariant ZRXPC::performXPCWithObject(const QVariant &object) {

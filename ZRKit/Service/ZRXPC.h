@@ -8,6 +8,7 @@
 #include <QVariant>
 #include <functional>
 #include <memory>
+#include <stop_token>
 
 class ZRXPCOperation;
 
@@ -43,7 +44,10 @@ public:
 
     /// Sends the task past the queue and returns at once. The block is called on a thread of the connection
     /// machinery, or never if the service is lost.
-    void performXPCAsyncWithObject(const QVariant &object, const Block &block);
+    /// \param abandoned  gives the task up when a stop is requested, on any thread: the service stops working on it, and
+    ///                   the block isn't called, unless it is being called already
+    void performXPCAsyncWithObject(const QVariant &object, const Block &block,
+                                   const std::stop_token &abandoned = {});
     /// Queues the task and waits until it is finished.
     /// \return the result; nil, after a line in the log, if there is none
     QVariant performXPCWithObject(const QVariant &object);

@@ -8,7 +8,8 @@ class ZRXPC::Helper : public QObject, public std::enable_shared_from_this<Helper
 public:
     explicit Helper(const QString &serviceName);
 
-    void performXPCAsyncWithObject(const QVariant &object, const Block &block);
+    void performXPCAsyncWithObject(const QVariant &object, const Block &block,
+                                   const std::stop_token &abandoned = {});
 
     NSOperationQueue queue;
 

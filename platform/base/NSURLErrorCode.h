@@ -11,6 +11,7 @@ inline const QString NSURLErrorFailingURLStringErrorKey = QStringLiteral("NSErro
 /// Codes of that domain.
 enum NSURLErrorCode : int {
     NSURLErrorUnknown = -1,
+    NSURLErrorEngineLost = -997, ///< what worked on the document has gone; another try may go well
     NSURLErrorCancelled = -999,
     NSURLErrorBadURL = -1000,
     NSURLErrorTimedOut = -1001,

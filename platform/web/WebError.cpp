@@ -6,6 +6,10 @@ NSError zr::webLoadError(const QString &browserText, const QString &url) {
         const char *text;
         NSURLErrorCode code;
     } known[] = {
+        {"The browser has gone", NSURLErrorEngineLost},
+        {"The browser cannot be started", NSURLErrorEngineLost},
+        {"The page has gone", NSURLErrorEngineLost},
+        {"The page's process has ended", NSURLErrorEngineLost},
         {"net::ERR_ABORTED", NSURLErrorCancelled},
         {"net::ERR_INVALID_URL", NSURLErrorBadURL},
         {"net::ERR_TIMED_OUT", NSURLErrorTimedOut},

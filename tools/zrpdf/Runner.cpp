@@ -2,34 +2,34 @@
 #include "tools/zrpdf/Runner.h"
 
 #include "platform/base/SystemError.h"
-#include "platform/xpc/XPCActivator.h"
 #include "tools/zrpdf/Interrupts.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <thread>
 #include <unistd.h>
 
 namespace {
 
-const QString serviceName = QStringLiteral("com.velmora.zrpdf");
-
 double secondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-QByteArray secondsText(std::chrono::milliseconds time) {
-    return QByteArray::number(double(time.count()) / 1000) + " s";
-}
-
-/// The service's message, and what led to it if the service says so; one line.
-QByteArray messageOf(const NSError &error) {
-    const QByteArray message = error.localizedDescription().toUtf8();
-    const auto cause = error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();
-    return cause ? message + ": " + Input::shown(cause.localizedDescription().toUtf8()) : message;
+ExitCode exitCodeOf(const zr::Converter::Answer &answer) {
+    using Outcome = zr::Converter::Outcome;
+    switch (answer.outcome) {
+    case Outcome::Late:
+        return ExitCode::Timeout;
+    case Outcome::Lost:
+        // A service that lost its browser is still there.
+        return answer.error ? ExitCode::FailedConversion : ExitCode::LostService;
+    case Outcome::Unavailable:
+        return ExitCode::LostService;
+    default:
+        return ExitCode::FailedConversion;
+    }
 }
 
 /// Reads to the end; the error number, or 0.
@@ -47,15 +47,21 @@ int readAll(int descriptor, QByteArray &content) {
 
 } // namespace
 
-Runner::Runner(const Options &options, const Plan &plan, Reporter &reporter, Events &events)
+Runner::Runner(const Options &options, const Plan &plan, Reporter &reporter, zr::Events &events,
+               ConverterMaker makeConverter)
     : m_options(options), m_plan(plan), m_reporter(reporter), m_events(events),
-      m_outcomes(plan.entries.size(), ExitCode::Success) {
+      m_makeConverter(std::move(makeConverter)), m_outcomes(plan.entries.size(), ExitCode::Success) {
+}
+
+Runner::~Runner() {
+    // It abandons what is under way, and tells so.
+    m_converter.reset();
 }
 
 ExitCode Runner::run() {
     // Nothing is started for inputs that can't be read or outputs that can't be written.
     if (admitNext())
-        startInstances(std::min(std::size_t(m_options.jobs), m_plan.entries.size() - m_next));
+        makePlaces(std::min(std::size_t(m_options.jobs), m_plan.entries.size() - m_next));
     work();
     if (Interrupts::signal() != 0)
         return ExitCode::Interrupted;
@@ -72,8 +78,7 @@ ExitCode Runner::run() {
 void Runner::work() {
     assign();
     while (isWorking() && Interrupts::signal() == 0) {
-        m_events.run(nextDeadline());
-        endOverdue();
+        m_events.run(nextTick());
         assign();
         m_reporter.tick();
     }
@@ -82,12 +87,14 @@ void Runner::work() {
 ExitCode Runner::boot(QByteArray *answer) {
     m_booting = true;
     m_outcomes.assign(1, ExitCode::Success);
-    startInstances(1);
-    send(0, QVariantMap{{QStringLiteral("__boot"), true}});
+    makePlaces(1);
+    m_places[0].isTaken = true;
+    m_places[0].started = Clock::now();
+    send(0, {{QStringLiteral("__boot"), true}});
     work();
     if (Interrupts::signal() != 0)
         return ExitCode::Interrupted;
-    *answer = QJsonDocument(QJsonObject::fromVariantMap(m_answer.toMap())).toJson(QJsonDocument::Compact);
+    *answer = QJsonDocument(QJsonObject::fromVariantMap(m_answer)).toJson(QJsonDocument::Compact);
     return m_outcomes.front();
 }
 
@@ -112,32 +119,21 @@ bool Runner::admitNext() {
     return m_admitted != nullptr;
 }
 
-void Runner::startInstances(std::size_t count) {
-    m_instances.resize(count);
-    for (std::size_t index = 0; index < count; ++index) {
-        Instance &instance = m_instances[index];
-        instance.name = index == 0 ? serviceName : serviceName + u'@' + QString::number(index + 1);
-        watch(index);
-    }
-}
-
-void Runner::watch(std::size_t index) {
-    Instance &instance = m_instances[index];
-    if (!instance.monitor)
-        instance.monitor = std::make_unique<NSXPCServiceMonitor>(
-            instance.name, [this, index](const NSXPCServiceMonitor::Exit &exit) {
-                m_events.post([this, index, exit] { ended(m_instances[index], exit); });
-            });
+void Runner::makePlaces(std::size_t count) {
+    m_converter = m_makeConverter(int(count));
+    m_places.resize(count);
 }
 
 void Runner::assign() {
-    for (std::size_t index = 0; index < m_instances.size(); ++index) {
-        Instance &instance = m_instances[index];
-        if (instance.state != State::Idle || !admitNext())
+    for (std::size_t index = 0; index < m_places.size(); ++index) {
+        Place &place = m_places[index];
+        if (place.isTaken || !admitNext())
             continue;
-        instance.entry = m_next++;
-        instance.output = std::move(m_admitted);
-        const Input &input = m_plan.entries[instance.entry].input;
+        place.isTaken = true;
+        place.entry = m_next++;
+        place.output = std::move(m_admitted);
+        place.started = Clock::now();
+        const Input &input = m_plan.entries[place.entry].input;
         if (input.kind() == Input::Kind::Stream)
             read(index);
         else
@@ -146,37 +142,20 @@ void Runner::assign() {
 }
 
 void Runner::read(std::size_t index) {
-    Instance &instance = m_instances[index];
-    instance.state = State::Reading;
-    instance.started = Clock::now();
-    ++instance.round;
     // The writer of the stream may take for ever; the loop doesn't.
-    std::thread([this, index, round = instance.round, input = m_plan.entries[instance.entry].input] {
+    std::thread([this, index, input = m_plan.entries[m_places[index].entry].input] {
         QByteArray content;
         const zr::FileDescriptor stream(input.openStream());
         const int failure = stream ? readAll(stream.get(), content) : errno;
-        m_events.post([this, index, round, content, failure] {
-            if (isCurrent(index, round, State::Reading))
-                readDone(index, content, failure);
-        });
+        m_events.post([this, index, content, failure] { readDone(index, content, failure); });
     }).detach();
 }
 
-void Runner::send(std::size_t index, const QVariant &task) {
-    Instance &instance = m_instances[index];
-    instance.state = State::Working;
-    instance.started = Clock::now();
-    ++instance.round;
-    watch(index);
-    if (!instance.client)
-        instance.client = std::make_unique<ZRXPC>(instance.name);
-    instance.client->performXPCAsyncWithObject(
-        task, [this, index, round = instance.round](const QVariant &result, const NSError &error) {
-            m_events.post([this, index, round, result, error] {
-                if (isCurrent(index, round, State::Working))
-                    replied(m_instances[index], result, error);
-            });
-        });
+void Runner::send(std::size_t index, const QVariantMap &task) {
+    m_converter->convert({.object = task, .timeout = m_options.timeout},
+                         [this, index](const zr::Converter::Answer &answer) {
+                             m_events.post([this, index, answer] { answered(m_places[index], answer); });
+                         });
 }
 
 QVariantMap Runner::task(const QVariant &data) const {
@@ -194,101 +173,61 @@ QVariantMap Runner::task(const QVariant &data) const {
 }
 
 bool Runner::isWorking() const {
-    // An instance that is ending is waited for only if there is work left for it.
-    return std::any_of(m_instances.begin(), m_instances.end(), [&](const Instance &instance) {
-        return instance.state == State::Reading || instance.state == State::Working ||
-               (instance.state == State::Ending && m_next < m_plan.entries.size());
-    });
+    return std::any_of(m_places.begin(), m_places.end(), [](const Place &place) { return place.isTaken; });
 }
 
-Runner::Clock::time_point Runner::nextDeadline() const {
-    Clock::time_point next =
-        Clock::now() + (m_reporter.hasProgress() ? std::chrono::seconds(1) : std::chrono::hours(1));
-    for (const Instance &instance : m_instances)
-        if (instance.state == State::Working)
-            next = std::min<Clock::time_point>(next, instance.started + m_options.timeout);
-    return next;
-}
-
-/// Whether the instance is still about the task that something happened to, and not done or given up.
-bool Runner::isCurrent(std::size_t index, quint64 round, State state) const {
-    return m_instances[index].round == round && m_instances[index].state == state;
+Runner::Clock::time_point Runner::nextTick() const {
+    return Clock::now() + (m_reporter.hasProgress() ? std::chrono::seconds(1) : std::chrono::hours(1));
 }
 
 void Runner::readDone(std::size_t index, const QByteArray &content, int failure) {
-    Instance &instance = m_instances[index];
-    if (failure)
-        fail(instance, ExitCode::UnreadableInput, zr::systemErrorText(failure).toLocal8Bit());
-    else if (content.isEmpty())
-        fail(instance, ExitCode::UnreadableInput, "is empty");
-    else
+    Place &place = m_places[index];
+    if (failure) {
+        fail(place, ExitCode::UnreadableInput, zr::systemErrorText(failure).toLocal8Bit());
+    } else if (content.isEmpty()) {
+        fail(place, ExitCode::UnreadableInput, "is empty");
+    } else {
+        place.started = Clock::now();
         send(index, task(content));
+    }
 }
 
-void Runner::replied(Instance &instance, const QVariant &result, const NSError &error) {
-    if (::geteuid() == 0)
+void Runner::answered(Place &place, const zr::Converter::Answer &answer) {
+    using Outcome = zr::Converter::Outcome;
+    const bool hasAnswered = answer.outcome == Outcome::Done || answer.outcome == Outcome::Failed;
+    if (hasAnswered && ::geteuid() == 0)
         m_reporter.remark("The browser runs without its sandbox, which root cannot have");
-    if (error) {
-        fail(instance, ExitCode::FailedConversion, messageOf(error));
+    if (answer.outcome != Outcome::Done) {
+        fail(place, exitCodeOf(answer), Input::shown(answer.text().toUtf8()));
         return;
     }
     if (m_booting) {
-        m_answer = result;
-        instance.state = State::Idle;
+        m_answer = answer.result;
+        place.isTaken = false;
         return;
     }
-    const QByteArray pdf = result.toMap().value(QStringLiteral("data")).toByteArray();
-    if (!pdf.startsWith("%PDF-")) {
-        fail(instance, ExitCode::FailedConversion, "the service's reply holds no PDF");
-        return;
-    }
-    const QByteArray problem = instance.output->commit(pdf);
+    const QByteArray pdf = answer.pdf();
+    const QByteArray problem = place.output->commit(pdf);
     if (!problem.isEmpty())
-        fail(instance, ExitCode::UnwritableOutput,
-             (instance.output->isStandardOutput() ? QByteArray("standard output")
-                                                  : Input::shown(m_plan.entries[instance.entry].output)) +
+        fail(place, ExitCode::UnwritableOutput,
+             (place.output->isStandardOutput() ? QByteArray("standard output")
+                                               : Input::shown(m_plan.entries[place.entry].output)) +
                  ": " + problem);
     else
-        succeed(instance, pdf.size());
+        succeed(place, pdf.size());
 }
 
-void Runner::ended(Instance &instance, const NSXPCServiceMonitor::Exit &exit) {
-    if (exit.pid == 0)
-        instance.monitor.reset();
-    if (instance.state == State::Ending) {
-        instance.state = State::Idle;
-    } else if (instance.state == State::Working) {
-        QByteArray message = "the conversion service was lost (" + exit.description().toUtf8() + ')';
-        if (exit.pid == 0)
-            message = zr::XPCActivator::executable(instance.name).isEmpty()
-                          ? "the conversion service " + serviceName.toUtf8() + " is not installed"
-                          : QByteArray("the conversion service was lost or can't be started");
-        fail(instance, ExitCode::LostService, message);
-    }
+void Runner::succeed(Place &place, qint64 bytes) {
+    const Plan::Entry &entry = m_plan.entries[place.entry];
+    place.output.reset();
+    place.isTaken = false;
+    m_reporter.succeeded(entry.input, entry.output, bytes, secondsSince(place.started));
 }
 
-void Runner::endOverdue() {
-    for (Instance &instance : m_instances) {
-        if (instance.state != State::Working || Clock::now() < instance.started + m_options.timeout)
-            continue;
-        const pid_t process = instance.monitor ? instance.monitor->processIdentifier() : 0;
-        fail(instance, ExitCode::Timeout, "took longer than " + secondsText(m_options.timeout));
-        if (process > 0 && ::kill(process, SIGKILL) == 0)
-            instance.state = State::Ending;
-    }
-}
-
-void Runner::succeed(Instance &instance, qint64 bytes) {
-    const Plan::Entry &entry = m_plan.entries[instance.entry];
-    instance.output.reset();
-    instance.state = State::Idle;
-    m_reporter.succeeded(entry.input, entry.output, bytes, secondsSince(instance.started));
-}
-
-void Runner::fail(Instance &instance, ExitCode code, const QByteArray &message) {
-    instance.output.reset();
-    instance.state = State::Idle;
-    fail(instance.entry, code, message, secondsSince(instance.started));
+void Runner::fail(Place &place, ExitCode code, const QByteArray &message) {
+    place.output.reset();
+    place.isTaken = false;
+    fail(place.entry, code, message, secondsSince(place.started));
 }
 
 void Runner::fail(std::size_t entry, ExitCode code, const QByteArray &message, double seconds) {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ZRKit/Service/ZRXPC.h"
-#include "platform/xpc/NSXPCServiceMonitor.h"
-#include "tools/zrpdf/Events.h"
+#include "tools/converter/Converter.h"
+#include "tools/converter/Events.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Options.h"
 #include "tools/zrpdf/Output.h"
@@ -11,17 +10,23 @@
 #include "tools/zrpdf/Reporter.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <vector>
 
-/// Carries a plan out: hands documents to service instances, one at a time to each, and writes what comes back.
-///
-/// A client waits for its reply for as long as it takes, even if the service is gone. So the runner keeps the clock
-/// and watches the instances' lives: one that takes too long for a document is ended, one that ended is lost, and the
-/// next document gets a new one. One loop on one thread makes all decisions.
+/// Carries a plan out: reads what has to be read, hands documents to a converter, as many at once as it takes, and
+/// writes what comes back. One loop on one thread makes all decisions.
 class Runner {
 public:
-    Runner(const Options &options, const Plan &plan, Reporter &reporter, Events &events);
+    /// Makes that which converts up to so many documents at once.
+    using ConverterMaker = std::function<std::unique_ptr<zr::Converter>(int count)>;
+
+    Runner(const Options &options, const Plan &plan, Reporter &reporter, zr::Events &events,
+           ConverterMaker makeConverter);
+    /// Nothing may happen to a runner that has gone.
+    ~Runner();
+    Runner(const Runner &) = delete;
+    Runner &operator=(const Runner &) = delete;
 
     /// Converts all of it.
     ExitCode run();
@@ -30,18 +35,9 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    enum class State {
-        Idle,
-        Reading, ///< a stream is read for its next task
-        Working, ///< waits for a reply
-        Ending,  ///< was killed and isn't gone yet
-    };
-    struct Instance {
-        QString name;
-        State state = State::Idle;
-        std::unique_ptr<NSXPCServiceMonitor> monitor;
-        std::unique_ptr<ZRXPC> client;
-        quint64 round = 0;
+    /// A document that is being converted.
+    struct Place {
+        bool isTaken = false;
         std::size_t entry = 0;
         Clock::time_point started;
         std::unique_ptr<Output> output;
@@ -49,35 +45,33 @@ private:
 
     void work();
     bool admitNext();
-    void startInstances(std::size_t count);
+    void makePlaces(std::size_t count);
     void assign();
     void read(std::size_t index);
-    void send(std::size_t index, const QVariant &task);
-    void watch(std::size_t index);
+    void send(std::size_t index, const QVariantMap &task);
     QVariantMap task(const QVariant &data) const;
 
     bool isWorking() const;
-    Clock::time_point nextDeadline() const;
-    bool isCurrent(std::size_t index, quint64 round, State state) const;
-    void replied(Instance &instance, const QVariant &result, const NSError &error);
-    void ended(Instance &instance, const NSXPCServiceMonitor::Exit &exit);
+    Clock::time_point nextTick() const;
+    void answered(Place &place, const zr::Converter::Answer &answer);
     void readDone(std::size_t index, const QByteArray &content, int failure);
-    void endOverdue();
 
-    void succeed(Instance &instance, qint64 bytes);
-    void fail(Instance &instance, ExitCode code, const QByteArray &message);
+    void succeed(Place &place, qint64 bytes);
+    void fail(Place &place, ExitCode code, const QByteArray &message);
     void fail(std::size_t entry, ExitCode code, const QByteArray &message, double seconds);
 
     const Options &m_options;
     const Plan &m_plan;
     Reporter &m_reporter;
-    Events &m_events;
-    std::vector<Instance> m_instances;
+    zr::Events &m_events;
+    const ConverterMaker m_makeConverter;
+    std::unique_ptr<zr::Converter> m_converter;
+    std::vector<Place> m_places;
     std::vector<ExitCode> m_outcomes;
     /// The entry that is looked at next, and the output of the one that was found fit.
     std::size_t m_next = 0;
     std::unique_ptr<Output> m_admitted;
     /// What the probe was answered.
-    QVariant m_answer;
+    QVariantMap m_answer;
     bool m_booting = false;
 };

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/base/FileDescriptor.h"
+#include "platform/base/SystemError.h"
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
-#include "tools/zrpdf/Events.h"
+#include "tools/converter/Events.h"
+#include "tools/converter/ServicePool.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
 #include "tools/zrpdf/Options.h"
@@ -57,6 +59,32 @@ int finish(ExitCode code, Reporter &reporter) {
     return int(ExitCode::Interrupted) + Interrupts::signal();
 }
 
+/// The program that the arguments are for, if it isn't this one. Servers are programs of their own, because each library
+/// that is loaded is time that a conversion pays.
+QString programFor(const QList<QByteArray> &arguments) {
+    if (arguments.value(0) == "serve")
+        return QStringLiteral("zrpdf-serve");
+    if (arguments.value(0) == "worker")
+        return QStringLiteral("zrpdf-worker");
+    for (const QByteArray &argument : arguments) {
+        if (argument == "--")
+            break;
+        if (argument == "--broker" || argument.startsWith("--broker="))
+            return QStringLiteral("zrpdf-broker");
+    }
+    return {};
+}
+
+/// Becomes another program of ours. Comes back if there is none of that name.
+void become(const QString &program, char **arguments) {
+    const QByteArray executable = zr::XPCActivator::executable(program);
+    if (executable.isEmpty() || ::execv(executable.constData(), arguments) == 0)
+        return;
+    zr::writeAll(STDERR_FILENO,
+                 "zrpdf: " + executable + ": " + zr::systemErrorText(errno).toLocal8Bit() + '\n');
+    leave(int(ExitCode::LostService));
+}
+
 } // namespace
 
 int main(int count, char **values) {
@@ -64,6 +92,13 @@ int main(int count, char **values) {
     QList<QByteArray> arguments;
     for (int index = 1; index < count; ++index)
         arguments.append(values[index]);
+    if (const QString program = programFor(arguments); !program.isNull()) {
+        const bool isVerb = program != QLatin1StringView("zrpdf-broker");
+        // The verb stands where the program's own name is expected.
+        become(program, isVerb ? values + 1 : values);
+        zr::writeAll(STDERR_FILENO, "zrpdf: " + program.toLatin1() + " is not installed\n");
+        leave(int(ExitCode::LostService));
+    }
     QByteArray problem;
     const Options options = Options::parse(arguments, &problem);
     const auto complain = [](const QByteArray &text, ExitCode code) {
@@ -81,11 +116,13 @@ int main(int count, char **values) {
     if (!plan.problem.isEmpty())
         complain(plan.problem, plan.problemCode);
 
-    Events events;
+    zr::Events events;
     Interrupts::install(events.descriptor());
     const int standardError = takeStandardError(options.verbose);
     Reporter reporter(options, standardError, qsizetype(plan.entries.size()));
-    Runner runner(options, plan, reporter, events);
+    Runner runner(options, plan, reporter, events, [](int instances) {
+        return std::make_unique<zr::ServicePool>(zr::ServicePool::Options{.instances = instances});
+    });
     if (options.action == Options::Action::Boot) {
         QByteArray answer;
         const ExitCode code = runner.boot(&answer);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/zrpdf/Events.h"
+#include "tools/converter/Events.h"
 
 #include <algorithm>
 #include <climits>
@@ -7,6 +7,8 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
+
+using namespace zr;
 
 Events::Events() : m_descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 }

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <vector>
 
+namespace zr {
+
 /// Hands what happened on any thread to the one that deals with it.
 class Events {
 public:
@@ -23,7 +25,9 @@ public:
     void run(std::chrono::steady_clock::time_point until);
 
 private:
-    const zr::FileDescriptor m_descriptor;
+    const FileDescriptor m_descriptor;
     std::mutex m_mutex;
     std::vector<Event> m_posted;
 };
+
+} // namespace zr

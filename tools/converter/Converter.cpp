@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#include "tools/converter/Converter.h"
+
+#include "platform/base/NSURLErrorCode.h"
+
+using namespace Qt::StringLiterals;
+using namespace zr;
+
+Converter::Answer Converter::Answer::fromReply(const QVariant &result, const NSError &error) {
+    if (error) {
+        const auto cause = error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();
+        const bool isLost = cause.domain() == NSURLErrorDomain && cause.code() == NSURLErrorEngineLost;
+        return {.outcome = isLost ? Outcome::Lost : Outcome::Failed,
+                .error = error,
+                .message = error.localizedDescription(),
+                .cause = cause ? cause.localizedDescription() : QString()};
+    }
+    Answer answer{.result = result.toMap()};
+    if (!answer.result.contains(u"boot"_s) && !answer.pdf().startsWith("%PDF-"))
+        answer = {.outcome = Outcome::Failed, .message = u"the service's reply holds no PDF"_s};
+    return answer;
+}
+
+QString Converter::Answer::text() const {
+    if (cause.isNull())
+        return message;
+    return outcome == Outcome::Lost && !error ? message + u" ("_s + cause + u')' : message + u": "_s + cause;
+}
