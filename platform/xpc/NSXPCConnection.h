@@ -43,7 +43,8 @@ inline constexpr int NSXPCConnectionReplyInvalid = 4101;
 /// 1. the socket `<name>.sock` in the user's runtime folder, if a socket unit listens there;
 /// 2. the instance of that name that this process has started already;
 /// 3. the executable `XPCServices/<name>` beside this program, then `libexec/zrkit/<name>` under the parent of this
-///    program's folder, then the same under the prefix the library was installed to.
+///    program's folder, or beside it if it is itself in that folder, then the same under the prefix the library was
+///    installed to.
 /// "name@instance" is another process of the same executable. A service that this process has started lives no longer
 /// than this process.
 class NSXPCConnection {

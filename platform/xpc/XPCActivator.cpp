@@ -72,7 +72,8 @@ QByteArray XPCActivator::executable(const QString &name) {
     const QByteArray prefix = folder.left(std::max<qsizetype>(folder.lastIndexOf('/'), 0));
     const QByteArray file = name.section(QLatin1Char('@'), 0, 0).toLatin1();
     for (const QByteArray &path : {folder + "/XPCServices/" + file, prefix + "/libexec/zrkit/" + file,
-                                   QByteArray(ZR_SERVICE_FOLDER "/") + file}) {
+                                   // For a server, which is among the services itself.
+                                   prefix + "/zrkit/" + file, QByteArray(ZR_SERVICE_FOLDER "/") + file}) {
         struct stat status {};
         if (::stat(path.constData(), &status) == 0 && S_ISREG(status.st_mode) &&
             ::access(path.constData(), X_OK) == 0)

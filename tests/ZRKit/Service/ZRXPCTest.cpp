@@ -14,9 +14,11 @@
 
 #include <QFile>
 #include <QPoint>
+#include <atomic>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <stop_token>
 #include <thread>
 #include <unistd.h>
 
@@ -204,6 +206,25 @@ TEST_F(Client, AsynchronousCallsGoPastTheQueue) {
     client.operationQueue()->setSuspended(false);
     ASSERT_TRUE(result);
     EXPECT_EQ(result->toMap().value(QStringLiteral("n")).toInt(), 1);
+}
+
+TEST_F(Client, AnAbandonedTaskIsNeverAnsweredAndOthersGoOn) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("flag"));
+    const QString started = folder.filePath(QStringLiteral("started"));
+    std::atomic<int> answers = 0;
+    const auto count = [&](const QVariant &, const NSError &) { ++answers; };
+    std::stop_source stop;
+    client.performXPCAsyncWithObject(
+        doing("wait", {{QStringLiteral("path"), path}, {QStringLiteral("started"), started}}), count,
+        stop.get_token());
+    ASSERT_TRUE(eventually([&] { return QFile::exists(started); }));
+    stop.request_stop();
+    // One that was abandoned beforehand doesn't reach the service.
+    client.performXPCAsyncWithObject(doing("kill"), count, stop.get_token());
+    QFile(path).open(QIODevice::WriteOnly);
+    EXPECT_GT(client.performXPCWithObject(doing("pid")).toInt(), 0);
+    EXPECT_EQ(answers, 0);
 }
 
 TEST_F(Client, ATaskThatCannotBeArchivedIsLoggedAndSentAsNil) {

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tests/tools/zrpdf/ZrpdfTest.h"
 
+#include <QDir>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 using ZrpdfUsage = ZrpdfTest;
@@ -26,6 +30,45 @@ TEST_F(ZrpdfUsage, WrongUseIsOneLineAndCodeTwoAndStartsNothing) {
         EXPECT_EQ(result.error.count('\n'), 1) << result.error.constData();
     }
     EXPECT_EQ(names(), QStringList{QStringLiteral("a.html")});
+}
+
+TEST_F(ZrpdfUsage, VerbsAndBrokersAreForProgramsOfTheirOwn) {
+    ASSERT_TRUE(QDir(QString::fromUtf8(path(""))).mkpath(QStringLiteral("bin/XPCServices")));
+    ASSERT_TRUE(
+        QFile::copy(QStringLiteral(ZR_BINARY_DIR "/bin/zrpdf"), QString::fromUtf8(path("bin/zrpdf"))));
+    const QList<std::pair<QList<QByteArray>, QByteArray>> cases{
+        {{"serve", "--listen", "x"}, "zrpdf-serve"},
+        {{"worker", "a"}, "zrpdf-worker"},
+        {{"a.html", "--broker", "amqp://b"}, "zrpdf-broker"},
+        {{"--broker=amqp://b", "a.html"}, "zrpdf-broker"},
+    };
+    const auto runWith = [&](const QList<QByteArray> &arguments) {
+        Child::Setup wanted = setup(arguments);
+        wanted.command.first() = path("bin/zrpdf");
+        Child child(wanted);
+        return finish(child);
+    };
+    for (const auto &[arguments, program] : cases) {
+        const QByteArray file = "bin/XPCServices/" + program;
+        const Result missing = runWith(arguments);
+        EXPECT_EQ(missing.code, 6);
+        EXPECT_EQ(missing.error, "zrpdf: " + program + " is not installed\n");
+        put(file, "#!/bin/sh\necho \"${0##*/}\" \"$@\"\nexit 9\n");
+        ASSERT_EQ(::chmod(path(file).constData(), 0755), 0);
+        const Result result = runWith(arguments);
+        EXPECT_EQ(result.code, 9);
+        QList<QByteArray> expected = arguments;
+        if (program != "zrpdf-broker")
+            expected.removeFirst();
+        EXPECT_EQ(result.output, program + ' ' + expected.join(' ') + '\n');
+        put(file, "neither fish nor fowl");
+        const Result broken = runWith(arguments);
+        EXPECT_EQ(broken.code, 6);
+        EXPECT_TRUE(broken.error.endsWith(": Exec format error\n")) << broken.error.constData();
+        ASSERT_EQ(::unlink(path(file).constData()), 0);
+    }
+    // Behind the mark everything is an input.
+    EXPECT_EQ(run({"--", "serve"}).code, 3);
 }
 
 TEST_F(ZrpdfUsage, HelpNamesEveryOptionAndEveryExitStatus) {
