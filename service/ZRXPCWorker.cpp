@@ -3,19 +3,52 @@
 
 #include "ZRKit/Service/ZRConvertHTML.h"
 #include "platform/pdf/PDFDocument.h"
+#include "platform/values/NSLog.h"
+#include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCConnection.h"
 
 #include <QDateTime>
+#include <optional>
 #include <stop_token>
 
+namespace {
+
+constexpr qsizetype longestShown = 100;
+
+/// nothing if the value is none of those that there are.
+std::optional<ZRConvertHTML::Network> networkNamed(const QVariant &value) {
+    if (NSIsNil(value))
+        return ZRConvertHTML::Network::All;
+    if (value.typeId() != QMetaType::QString)
+        return std::nullopt;
+    const QString name = value.toString();
+    if (name == u"all")
+        return ZRConvertHTML::Network::All;
+    if (name == u"public")
+        return ZRConvertHTML::Network::Public;
+    return name == u"none" ? std::optional(ZRConvertHTML::Network::None) : std::nullopt;
+}
+
+} // namespace
+
 void ZRXPCWorker::work() {
+    const QVariant networkName = (*this)[QStringLiteral("network")];
+    const std::optional<ZRConvertHTML::Network> network = networkNamed(networkName);
+    if (!network) {
+        doneWithErrorMessage(QStringLiteral("HTML to PDF converter did fail"),
+                             NSError(QStringLiteral("com.velmora.error"), 101,
+                                     {{NSLocalizedDescriptionKey,
+                                       NSFormat("\"network\" is \"all\", \"public\" or \"none\", not \"%@\"",
+                                                {NSDescription(networkName).left(longestShown)})}}));
+        return;
+    }
     // Nobody waits any more for the reply to a task whose connection has gone.
     std::stop_source abandoned;
     if (const std::shared_ptr<NSXPCConnection> connection = xpcConnection())
         connection->setHangupHandler([abandoned]() mutable { abandoned.request_stop(); });
-    const ZRConvertHTML converter((*this)[QStringLiteral("data")],
-                                  (*this)[QStringLiteral("utiType")].toString(),
-                                  (*this)[QStringLiteral("tagged")].toBool(), abandoned.get_token());
+    const ZRConvertHTML converter(
+        (*this)[QStringLiteral("data")], (*this)[QStringLiteral("utiType")].toString(),
+        (*this)[QStringLiteral("tagged")].toBool(), abandoned.get_token(), *network);
     QByteArray pdf = converter.pdfData();
     if (pdf.isNull()) {
         doneWithErrorMessage(QStringLiteral("HTML to PDF converter did fail"), converter.error());

@@ -12,6 +12,8 @@
 /// | "pdfTitle"   | title of the PDF; none if it is missing                           |
 /// | "pdfCreator" | creator of the PDF; none if it is missing                         |
 /// | "tagged"     | true for structure tags, which cost time and bytes; off otherwise |
+/// | "network"    | what the document may reach: "all", "public" or "none" (see       |
+/// |              | ZRConvertHTML::Network); "all" if it is missing                   |
 ///
 /// The result is {"data": the PDF}.
 class ZRXPCWorker : public ZRXPCBaseWorker {

@@ -20,6 +20,18 @@ constexpr double pageHeight = 1131.370849898476;
 /// Seconds between two looks at whether the document is there.
 constexpr double slice = 0.0001;
 
+zr::WebNetworkPolicy::Access accessFor(ZRConvertHTML::Network network) {
+    switch (network) {
+    case ZRConvertHTML::Network::All:
+        return zr::WebNetworkPolicy::Access::All;
+    case ZRConvertHTML::Network::Public:
+        return zr::WebNetworkPolicy::Access::Public;
+    case ZRConvertHTML::Network::None:
+        break;
+    }
+    return zr::WebNetworkPolicy::Access::None;
+}
+
 QString descriptionOf(const WebFrame *frame) {
     return frame ? frame->description() : QString();
 }
@@ -27,8 +39,8 @@ QString descriptionOf(const WebFrame *frame) {
 } // namespace
 
 ZRConvertHTML::ZRConvertHTML(const QVariant &fileData, const QString &utiType, bool tagged,
-                             const std::stop_token &abandoned)
-    : m_data(fileData), m_utiType(utiType), m_tagged(tagged), m_abandoned(abandoned) {
+                             const std::stop_token &abandoned, Network network)
+    : m_data(fileData), m_utiType(utiType), m_tagged(tagged), m_abandoned(abandoned), m_network(network) {
     if (NSThread::isMainThread())
         work();
     else
@@ -51,6 +63,7 @@ bool ZRConvertHTML::work() {
     preferences.setJavaScriptEnabled(false);
     preferences.setJavaScriptCanOpenWindowsAutomatically(false);
     preferences.setTagsPDF(m_tagged);
+    preferences.setNetworkPolicy({.access = accessFor(m_network)});
     ZRKit::setStretch(m_webView.get(), true);
     m_webView->setFrameLoadDelegate(this);
     m_webView->setMaintainsBackForwardList(false);

@@ -20,14 +20,23 @@ class ZRConvertHTML : public QObject, public WebFrameLoadDelegate {
     Q_PROPERTY(QByteArray pdfData READ pdfData WRITE setPdfData)
 
 public:
+    /// What a document may reach besides itself and, if it is a local file, the files beside it.
+    enum class Network {
+        All, ///< whatever this machine reaches
+        Public, ///< by http and https, public addresses only: nothing of this machine, its networks or its cloud's metadata
+        None, ///< nothing
+    };
+
     /// \param fileData   a string is HTML text, a URL is loaded, everything else is taken as a document's bytes: HTML in
     ///                   any encoding, XHTML, SVG, plain text, pictures, web archives
     /// \param utiType    the document's uniform type identifier; it does not decide how the document is read
     /// \param tagged     whether the PDF gets structure tags, which cost time and bytes
     /// \param abandoned  gives the work up when a stop is requested, on any thread: loading and printing end at once, and
     ///                   pdfData() is nil
+    /// \param network    applies to the document's own address, too. A document that may not have it all, and asks for
+    ///                   too much (1,000 resources, 100 MiB or 50 seconds of fetching), fails.
     explicit ZRConvertHTML(const QVariant &fileData, const QString &utiType = {}, bool tagged = false,
-                           const std::stop_token &abandoned = {});
+                           const std::stop_token &abandoned = {}, Network network = Network::All);
     ~ZRConvertHTML() override;
 
     /// Loads and captures the document on the main thread; done by the constructor. \return true
@@ -65,6 +74,7 @@ private:
     const QString m_utiType;
     const bool m_tagged;
     const std::stop_token m_abandoned;
+    const Network m_network;
     std::unique_ptr<WebView> m_webView;
     bool m_done = false;
     QByteArray m_pdfData;

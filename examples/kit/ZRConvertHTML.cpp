@@ -21,6 +21,14 @@ EXAMPLE(ZRConvertHTML) {
     expect(missing.pdfData().isNull());
     expect(missing.error().localizedDescription() == u"net::ERR_FILE_NOT_FOUND");
 
+    // A document that strangers wrote: it reaches what anybody can reach, or nothing
+    const QString strange = u"<h1>Hello</h1><img src='http://127.0.0.1/secret.png'>"_s;
+    const ZRConvertHTML limited(strange, {}, false, {}, ZRConvertHTML::Network::Public);
+    expect(!limited.pdfData().isNull());
+    const ZRConvertHTML closed(QUrl(u"http://127.0.0.1/"_s), {}, false, {}, ZRConvertHTML::Network::None);
+    expect(closed.pdfData().isNull());
+    expect(closed.error().localizedDescription() == u"The document may reach nothing outside itself");
+
     // conformsToUTITypes: the type that was given with the document doesn't decide how it is read
     const ZRConvertHTML typed(u"<p>still HTML"_s, u"public.png"_s);
     expect(!typed.pdfData().isNull());

@@ -24,6 +24,10 @@ _zrpdf() {
             COMPREPLY=($(compgen -W $'public.html\npublic.xhtml\npublic.plain-text\npublic.svg-image\npublic.png\npublic.jpeg' -- "$cur"))
             return
             ;;
+        --network)
+            COMPREPLY=($(compgen -W $'all\npublic\nnone' -- "$cur"))
+            return
+            ;;
         -j | --jobs)
             COMPREPLY=($(compgen -W "$(seq 1 "$(nproc 2>/dev/null || echo 4)")" -- "$cur"))
             return
@@ -33,7 +37,7 @@ _zrpdf() {
             ;;
         esac
         if [[ $cur == -* ]]; then
-            COMPREPLY=($(compgen -W $'-o\n--output\n-d\n--directory\n-f\n--force\n--title\n--creator\n--tagged\n--type\n-j\n--jobs\n-t\n--timeout\n--json\n--boot\n-q\n--quiet\n-v\n--verbose\n-h\n--help\n-V\n--version\n--' -- "$cur"))
+            COMPREPLY=($(compgen -W $'-o\n--output\n-d\n--directory\n-f\n--force\n--title\n--creator\n--tagged\n--type\n--network\n-j\n--jobs\n-t\n--timeout\n--json\n--boot\n-q\n--quiet\n-v\n--verbose\n-h\n--help\n-V\n--version\n--' -- "$cur"))
             return
         fi
     fi

@@ -2,6 +2,7 @@
 #include "platform/browser/BrowserProcess.h"
 
 #include "platform/base/ChildProcess.h"
+#include "platform/base/LibexecFile.h"
 #include "platform/base/SystemError.h"
 #include "platform/values/NSLog.h"
 
@@ -30,17 +31,6 @@ bool isProgram(const QString &path) {
     QFile file(path);
     // Distributions put shell scripts around browsers that don't exec: killing those would end nothing.
     return QFileInfo(path).isExecutable() && file.open(QIODevice::ReadOnly) && file.read(4) == "\177ELF";
-}
-
-QString keeperProgram() {
-    const QString self = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).path();
-    for (const QString &folder :
-         {self, self + QStringLiteral("/../libexec/zrkit"), QStringLiteral(ZR_LIBEXEC_DIR)}) {
-        QString path = folder + QStringLiteral("/zrkit-keeper");
-        if (QFileInfo(path).isExecutable())
-            return path;
-    }
-    return {};
 }
 
 struct Ends {
@@ -143,10 +133,17 @@ QStringList BrowserProcess::arguments() {
     return list;
 }
 
+QStringList BrowserProcess::argumentsWithoutNetwork() {
+    return arguments() << QStringLiteral("--host-resolver-rules=MAP * ~NOTFOUND")
+                       // And if something is connected to all the same, it is a proxy that can't be found.
+                       << QStringLiteral("--proxy-server=http://none.invalid:9")
+                       << QStringLiteral("--proxy-bypass-list=<-loopback>");
+}
+
 std::unique_ptr<BrowserProcess> BrowserProcess::start(const QStringList &arguments,
                                                       const QString &temporaryFolder) {
     const QString browser = executable();
-    const QString keeper = keeperProgram();
+    const QString keeper = libexecFile(QStringLiteral("zrkit-keeper"));
     if (browser.isNull() || keeper.isNull()) {
         NSLog("Cannot start the browser: %@ is not installed",
               browser.isNull() ? QStringLiteral("chromium-headless-shell") : QStringLiteral("zrkit-keeper"));

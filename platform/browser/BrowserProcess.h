@@ -29,6 +29,9 @@ public:
     static QString executable();
     /// The arguments that it is started with.
     static QStringList arguments();
+    /// The same for a browser that reaches no network, not even this machine by its number: its pages show what they are
+    /// given and what requests are answered with over the pipe.
+    static QStringList argumentsWithoutNetwork();
 
     /// Ends the browser and all of its processes, and waits until they are gone.
     ~BrowserProcess();

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/HTTPTransfer.h"
 
+#include "platform/net/AddressPolicy.h"
 #include "platform/net/NSHTTPCookieStorage.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <chrono>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace zr {
@@ -15,6 +19,8 @@ constexpr int mostRedirects = 20;
 constexpr int mostRenewals = 3;
 /// A longer body that nobody wants is not worth keeping its connection for.
 constexpr qsizetype mostDropped = qsizetype(256) * 1024;
+/// Milliseconds for a look-up and a connection, if strangers say where to. libcurl's own measure is five minutes.
+constexpr long connectingPatience = 15'000;
 /// More would neither fit the cache nor be kept by malloc for the next transfer.
 constexpr long bufferSize = 100L * 1024;
 
@@ -153,7 +159,20 @@ void HTTPTransfer::send() {
                                  : NSURLErrorUnsupportedURL);
         return;
     }
+    if (m_loop.reach() == TransferLoop::Reach::PublicAddresses) {
+        if (!AddressPolicy::isPublicName(m_url.host())) {
+            failWith(NSURLErrorCannotConnectToHost,
+                     QStringLiteral("%1 is not a public name").arg(m_url.host()));
+            return;
+        }
+        if (!AddressPolicy::isPortForDocuments(portOf(m_url))) {
+            failWith(NSURLErrorCannotConnectToHost,
+                     QStringLiteral("Port %1 is not for documents").arg(portOf(m_url)));
+            return;
+        }
+    }
     m_attempt = {};
+    m_refusedAddress.clear();
     m_errorText[0] = 0;
     if (!m_handle)
         m_handle.reset(curl_easy_init());
@@ -170,9 +189,7 @@ void HTTPTransfer::send() {
 void HTTPTransfer::configure() {
     set(CURLOPT_URL, m_url.toEncoded(QUrl::RemoveFragment | QUrl::RemoveUserInfo).constData());
     set(CURLOPT_PROTOCOLS_STR, "http,https");
-    // Without the first, libcurl would ask the environment for a proxy, without the second, for exceptions.
-    set(CURLOPT_PROXY, NSURLConnection::proxyURL().toEncoded().constData());
-    set(CURLOPT_NOPROXY, "");
+    setReach();
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     set(CURLOPT_NOSIGNAL, 1L);
     // Whoever ends a transfer must not wait for its name to be looked up.
@@ -256,6 +273,48 @@ void HTTPTransfer::setCredential() {
     set(CURLOPT_HTTPAUTH, !isGiven ? CURLAUTH_NONE : m_isDigest ? CURLAUTH_DIGEST : CURLAUTH_BASIC);
     set(CURLOPT_USERNAME, m_credential.user().toUtf8().constData());
     set(CURLOPT_PASSWORD, m_credential.password().toUtf8().constData());
+}
+
+void HTTPTransfer::setReach() {
+    const bool isForAnything = m_loop.reach() == TransferLoop::Reach::Anything;
+    // Without the first, libcurl would ask the environment for a proxy, without the second, for exceptions.
+    set(CURLOPT_PROXY, isForAnything ? NSURLConnection::proxyURL().toEncoded().constData() : "");
+    set(CURLOPT_NOPROXY, "");
+    if (isForAnything)
+        return;
+    set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
+    set(CURLOPT_OPENSOCKETDATA, this);
+    // Called for connections that are used again, too.
+    set(CURLOPT_PREREQFUNCTION, isConnected);
+    set(CURLOPT_PREREQDATA, this);
+    set(CURLOPT_CONNECTTIMEOUT_MS, connectingPatience);
+}
+
+bool HTTPTransfer::admits(const sockaddr *address) {
+    if (AddressPolicy::isPublicAddress(address))
+        return true;
+    const QString text = AddressPolicy::text(address);
+    m_refusedAddress = text.isNull() ? QStringLiteral("What it leads to") : text;
+    return false;
+}
+
+curl_socket_t HTTPTransfer::openSocket(void *transfer, curlsocktype, curl_sockaddr *address) {
+    if (!static_cast<HTTPTransfer *>(transfer)->admits(&address->addr))
+        return CURL_SOCKET_BAD;
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+int HTTPTransfer::isConnected(void *transfer, char *address, char *, int, int) {
+    sockaddr_in ipv4{};
+    sockaddr_in6 ipv6{};
+    ipv4.sin_family = AF_INET;
+    ipv6.sin6_family = AF_INET6;
+    const sockaddr *known = nullptr;
+    if (::inet_pton(AF_INET, address, &ipv4.sin_addr) == 1)
+        known = reinterpret_cast<const sockaddr *>(&ipv4);
+    else if (::inet_pton(AF_INET6, address, &ipv6.sin6_addr) == 1)
+        known = reinterpret_cast<const sockaddr *>(&ipv6);
+    return static_cast<HTTPTransfer *>(transfer)->admits(known) ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }
 
 void HTTPTransfer::setSecurity() {
@@ -474,7 +533,11 @@ void HTTPTransfer::handleDidFinish(CURLcode code) {
 
 void HTTPTransfer::responseDidEnd(CURLcode code) {
     const QString reason = QString::fromUtf8(m_errorText.data());
-    if (m_attempt.trustCancelled)
+    const bool isUnconnected = code == CURLE_COULDNT_CONNECT || code == CURLE_ABORTED_BY_CALLBACK;
+    if (isUnconnected && !m_refusedAddress.isNull())
+        failWith(NSURLErrorCannotConnectToHost,
+                 QStringLiteral("%1 is not a public address").arg(m_refusedAddress));
+    else if (m_attempt.trustCancelled)
         failWith(NSURLErrorUserCancelledAuthentication, reason);
     else if (code == CURLE_OK ? !m_attempt.headIsComplete : reason.startsWith(u"Too large"))
         // No answer, or header lines beyond what libcurl takes.

@@ -54,6 +54,7 @@ private:
     void configure();
     bool setBody();
     void setHeaderFields(bool withBody);
+    void setReach();
     void setSecurity();
     void setCredential();
     QVariantMap takeFields();
@@ -78,6 +79,10 @@ private:
         return goesOn ? size * count : size_t(CURL_WRITEFUNC_ERROR);
     }
     static CURLcode contextFunction(CURL *, void *context, void *transfer);
+    static curl_socket_t openSocket(void *transfer, curlsocktype, curl_sockaddr *address);
+    static int isConnected(void *transfer, char *address, char *, int, int);
+    /// Whether it may be connected to; notes those that may not.
+    bool admits(const sockaddr *address);
 
     template <typename Value>
     void set(CURLoption option, Value value) {
@@ -89,6 +94,7 @@ private:
     QUrl m_url;
     QByteArray m_body;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
+    QString m_refusedAddress;
     ServerTrust::Judge m_judge;
     std::unique_ptr<CURL, Release<curl_easy_cleanup>> m_handle;
     std::unique_ptr<curl_slist, Release<curl_slist_free_all>> m_lines;

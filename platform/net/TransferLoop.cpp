@@ -19,6 +19,9 @@ namespace {
 /// Idle connections that are kept. libcurl's own measure, four for each running transfer, would have it close
 /// some whenever few transfers run.
 constexpr long mostConnections = 32;
+/// Connections that strangers' documents may have at a time, to one server and in all: those of a browser.
+constexpr long mostToOneServer = 6;
+constexpr long mostToServers = 64;
 
 CURLM *newMulti() {
     static const bool isReady = [] {
@@ -35,8 +38,12 @@ CURLM *newMulti() {
 
 } // namespace
 
-TransferLoop::TransferLoop(const QString &threadName) : m_multi(newMulti()) {
+TransferLoop::TransferLoop(const QString &threadName, Reach reach) : m_reach(reach), m_multi(newMulti()) {
     curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, mostConnections);
+    if (reach == Reach::PublicAddresses) {
+        curl_multi_setopt(m_multi, CURLMOPT_MAX_HOST_CONNECTIONS, mostToOneServer);
+        curl_multi_setopt(m_multi, CURLMOPT_MAX_TOTAL_CONNECTIONS, mostToServers);
+    }
     m_thread = std::thread([this, threadName] {
         const BlockedPipeSignal blocked;
         NSThread::currentThread().setName(threadName);

@@ -18,7 +18,7 @@ class NSURLConnection;
 namespace zr {
 
 /// A thread with a loop that carries connections and runs blocks that others hand to it. It needs no
-/// application object. perform() and isCurrentThread() are for any thread, all else for the loop's own.
+/// application object. perform(), isCurrentThread() and reach() are for any thread, all else for the loop's own.
 class TransferLoop {
 public:
     using Clock = std::chrono::steady_clock;
@@ -37,8 +37,17 @@ public:
         Clock::time_point m_deadline = Clock::time_point::max();
     };
 
+    /// How far the loop's transfers get. It is the loop's, and not a transfer's, because a connection that one transfer
+    /// has opened is used again by the next without being looked at.
+    enum class Reach {
+        Anything,
+        /// Public addresses (AddressPolicy.h), looked at when a connection is about to be made, whatever name or
+        /// redirect led there. No proxy is used, because it would connect to addresses that nobody here sees.
+        PublicAddresses,
+    };
+
     /// Starts the thread.
-    explicit TransferLoop(const QString &threadName);
+    explicit TransferLoop(const QString &threadName, Reach reach = Reach::Anything);
     /// Cancels the connections that are left, drops the blocks that wait, and ends the thread.
     ~TransferLoop();
     TransferLoop(const TransferLoop &) = delete;
@@ -48,6 +57,7 @@ public:
     /// leaves the block is logged.
     void perform(std::function<void()> block);
     bool isCurrentThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
+    Reach reach() const { return m_reach; }
 
     /// Keeps a connection alive while it loads.
     void keep(const std::shared_ptr<NSURLConnection> &connection) { m_connections.insert(connection); }
@@ -67,6 +77,7 @@ private:
     Clock::time_point nextDeadline() const;
     void wait();
 
+    const Reach m_reach;
     CURLM *m_multi;
     std::unordered_map<CURL *, Transfer *> m_transfers;
     std::unordered_set<std::shared_ptr<NSURLConnection>> m_connections;

@@ -18,6 +18,9 @@ constexpr int makingDelay = 10;
 /// Pages in a row that may fail to be made before those who wait for one are told.
 constexpr int maxFailures = 3;
 
+/// Milliseconds after which a browser that nobody uses goes, while the other one is used.
+constexpr int idlePatience = 60'000;
+
 bool prepared = false;
 
 QString goneText() {
@@ -33,15 +36,25 @@ Q_COREAPP_STARTUP_FUNCTION(applicationStarted)
 
 WebEngine &WebEngine::shared() {
     // The keeper ends the browser when this process ends, however it does.
-    static NeverDestroyed<WebEngine> engine;
+    static NeverDestroyed<WebEngine> engine(true);
     return *engine;
+}
+
+WebEngine &WebEngine::withoutNetwork() {
+    static NeverDestroyed<WebEngine> engine(false);
+    return *engine;
+}
+
+std::unique_ptr<BrowserProcess> WebEngine::startProcess() const {
+    return BrowserProcess::start(m_hasNetwork ? BrowserProcess::arguments()
+                                              : BrowserProcess::argumentsWithoutNetwork());
 }
 
 void WebEngine::prepare() {
     prepared = true;
     WebEngine &engine = shared();
     if (!engine.m_process)
-        engine.m_process = BrowserProcess::start();
+        engine.m_process = engine.startProcess();
     if (QCoreApplication::instance())
         engine.start();
 }
@@ -50,14 +63,17 @@ void WebEngine::applicationStarted() {
     if (prepared)
         shared().start();
     // Sockets can't be watched without an application.
-    qAddPostRoutine([] { shared().shutDown(); });
+    qAddPostRoutine([] {
+        shared().shutDown();
+        withoutNetwork().shutDown();
+    });
 }
 
 void WebEngine::start() {
     if (m_pipe)
         return;
     if (!m_process)
-        m_process = BrowserProcess::start();
+        m_process = startProcess();
     if (!m_process)
         return;
     m_pipe = std::make_unique<DevToolsPipe>(m_process->commandFd(), m_process->replyFd());
@@ -115,12 +131,24 @@ void WebEngine::failLentPages(const QString &why) {
 int WebEngine::requestPage(PageHandler handler) {
     const int number = ++m_lastNumber;
     m_requests.push_back({number, std::move(handler)});
+    ++m_uses;
+    (m_hasNetwork ? withoutNetwork() : shared()).endIfIdle();
     start();
     if (!m_pipe)
         failRequests(QStringLiteral("The browser cannot be started"));
     else
         serve();
     return number;
+}
+
+void WebEngine::endIfIdle() {
+    if (!m_process || std::exchange(m_isWatched, true))
+        return;
+    QTimer::singleShot(idlePatience, [this, uses = m_uses] {
+        m_isWatched = false;
+        if (m_uses == uses && m_lent.empty() && m_requests.empty())
+            shutDown();
+    });
 }
 
 void WebEngine::cancelRequest(int number) {
@@ -202,15 +230,16 @@ void WebEngine::makePage() {
 }
 
 void WebEngine::attach(const QByteArray &context, const QByteArray &target) {
-    m_browser->call("Target.attachToTarget", DevToolsParams().add("targetId", target).add("flatten", true),
-                    [this, context, target](const DevToolsMessage &reply) {
-                        if (reply.isError())
-                            return pageFailed(reply.error());
-                        m_inWork.push_back(std::make_unique<WebPage>(
-                            *m_pipe, context, target, reply.object()[u"sessionId"].toString().toLatin1()));
-                        WebPage *page = m_inWork.back().get();
-                        page->setUp([this, page](bool isReady) { endWork(page, isReady); });
-                    });
+    m_browser->call(
+        "Target.attachToTarget", DevToolsParams().add("targetId", target).add("flatten", true),
+        [this, context, target](const DevToolsMessage &reply) {
+            if (reply.isError())
+                return pageFailed(reply.error());
+            m_inWork.push_back(std::make_unique<WebPage>(
+                *m_pipe, context, target, reply.object()[u"sessionId"].toString().toLatin1(), m_hasNetwork));
+            WebPage *page = m_inWork.back().get();
+            page->setUp([this, page](bool isReady) { endWork(page, isReady); });
+        });
 }
 
 void WebEngine::endWork(WebPage *page, bool isReady) {

@@ -11,7 +11,11 @@
 
 namespace zr {
 
-/// The process's one browser and its pages: started as early as possible, started again when it has died.
+/// A browser of the process and its pages: started as early as possible, started again when it has died.
+///
+/// There are two: one that has the machine's network, and one that has none, for documents whose access to networks is
+/// limited; that one is started for the first of them. While one of the two works, the other, if nobody has used it for
+/// a minute, is ended, to be started again when it is needed.
 ///
 /// A page serves one document after the other as long as they are self-contained; what has met the network or files, or
 /// has failed, is thrown away together with its browser context, its cookies, cache and process. One blank page is kept
@@ -22,6 +26,8 @@ public:
     /// first thing that a service does: the browser then comes up while the service does.
     static void prepare();
     static WebEngine &shared();
+    /// The one whose browser reaches nothing.
+    static WebEngine &withoutNetwork();
     /// There is a QCoreApplication now.
     static void applicationStarted();
 
@@ -46,7 +52,7 @@ private:
         PageHandler handler;
     };
 
-    WebEngine() = default;
+    explicit WebEngine(bool hasNetwork) : m_hasNetwork(hasNetwork) {}
     friend class NeverDestroyed<WebEngine>;
 
     void start();
@@ -63,7 +69,11 @@ private:
     void serve();
     void failRequests(const QString &why);
     void failLentPages(const QString &why);
+    std::unique_ptr<BrowserProcess> startProcess() const;
+    /// Has this browser ended if nobody uses it for a while.
+    void endIfIdle();
 
+    const bool m_hasNetwork;
     std::unique_ptr<BrowserProcess> m_process;
     std::unique_ptr<DevToolsPipe> m_pipe;
     std::unique_ptr<DevToolsSession> m_browser;
@@ -75,6 +85,8 @@ private:
     int m_failures = 0; ///< pages and browsers in a row that could not be made
     int m_lastNumber = 0;
     bool m_isHealthy = false; ///< the browser has made a page
+    quint64 m_uses = 0;       ///< requests for pages so far
+    bool m_isWatched = false; ///< endIfIdle() waits
 };
 
 } // namespace zr

@@ -61,6 +61,7 @@ public:
     void lastPartCame() override;
     void pictureCame() override { m_source.isPicture = true; }
     void archiveCame(const WebArchive &archive) override;
+    void networkRefused(const NSError &error) override { fail(error); }
 
 private:
     enum class Stage { Provisional, Committed, Settling, Finished, Failed };

@@ -4,9 +4,9 @@
 using namespace zr;
 
 WebPage::WebPage(DevToolsPipe &pipe, const QByteArray &context, const QByteArray &target,
-                 const QByteArray &session)
+                 const QByteArray &session, bool hasNetwork)
     : m_context(context), m_frame(QString::fromLatin1(target)), m_session(pipe, session),
-      m_gate(m_session, m_frame) {
+      m_gate(m_session, m_frame, hasNetwork) {
     listen();
 }
 
@@ -62,8 +62,10 @@ void WebPage::setPreferences(const WebPreferences &preferences) {
                                                       {QStringLiteral("fixed"), m_fixedFontSize}}));
 }
 
-void WebPage::load(WebSource source, WebLoad::Events events) {
+void WebPage::load(WebSource source, const WebNetworkPolicy &policy, WebLoad::Events events) {
     ++m_loads;
+    if (policy.isLimited())
+        m_gate.enterNetwork(policy);
     m_load = std::make_shared<WebLoad>(m_session, m_gate, m_frame, std::move(source), std::move(events));
     m_load->start();
 }
@@ -71,7 +73,10 @@ void WebPage::load(WebSource source, WebLoad::Events events) {
 PagePrint WebPage::print(const PagePrintOptions &options) {
     PagePrint print = printLoadedPage(m_session, m_frame, options);
     print.error = m_load->explained(print.error);
-    if (m_load->isReplaced())
+    // Some pictures are asked for only now.
+    if (const NSError excess = m_gate.excess())
+        print.error = excess.localizedDescription();
+    if (m_load->isReplaced() || m_gate.excess())
         print.pdf.clear();
     m_isSpent = m_isSpent || !print.error.isEmpty();
     return print;
@@ -79,6 +84,7 @@ PagePrint WebPage::print(const PagePrintOptions &options) {
 
 void WebPage::stop() {
     const std::shared_ptr<WebLoad> load = std::exchange(m_load, nullptr);
+    m_gate.leaveNetwork();
     if (!load)
         return;
     m_leavesTraces = load->leavesTraces();
@@ -92,6 +98,7 @@ void WebPage::fail(const QString &why) {
     m_isSpent = true;
     const std::shared_ptr<WebLoad> load = m_load;
     const std::function<void()> failed = std::exchange(m_failed, {});
+    m_gate.leaveNetwork();
     m_session.close(why);
     if (load)
         load->pageLost(why);

@@ -14,8 +14,9 @@ namespace zr {
 /// Main thread only. Callbacks of a load may destroy the page.
 class WebPage {
 public:
+    /// \param hasNetwork  whether its browser has
     WebPage(DevToolsPipe &pipe, const QByteArray &context, const QByteArray &target,
-            const QByteArray &session);
+            const QByteArray &session, bool hasNetwork);
     ~WebPage();
 
     /// Sends what makes a new page ours; the handler is told whether all went well.
@@ -23,7 +24,8 @@ public:
     /// Takes effect for the next load.
     void setPreferences(const WebPreferences &preferences);
     /// Loads a document in the place of the one that was there.
-    void load(WebSource source, WebLoad::Events events);
+    /// \param policy  is limited exactly if the page's browser has no network
+    void load(WebSource source, const WebNetworkPolicy &policy, WebLoad::Events events);
     /// Prints the document that has been loaded; runs the main run loop meanwhile. The error says why it failed.
     PagePrint print(const PagePrintOptions &options);
     /// Ends the load without a callback.

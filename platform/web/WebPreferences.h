@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/web/WebNetworkPolicy.h"
+
 /// How a web view lays out and loads. A value; the defaults are those of an ordinary web view.
 ///
 /// The engine is made for documents: whatever is asked for, it runs no scripts, no Java and no plug-ins,
@@ -34,6 +36,10 @@ public:
     bool tagsPDF() const { return m_tagsPDF; }
     void setTagsPDF(bool flag) { m_tagsPDF = flag; }
 
+    /// What the document may reach, and how much of it. Documents from bytes or text reach no files anyhow.
+    const zr::WebNetworkPolicy &networkPolicy() const { return m_networkPolicy; }
+    void setNetworkPolicy(const zr::WebNetworkPolicy &policy) { m_networkPolicy = policy; }
+
 private:
     int m_defaultFontSize = 16;
     int m_defaultFixedFontSize = 13;
@@ -44,4 +50,5 @@ private:
     bool m_javaScriptEnabled = true;
     bool m_javaScriptCanOpenWindows = true;
     bool m_tagsPDF = false;
+    zr::WebNetworkPolicy m_networkPolicy;
 };

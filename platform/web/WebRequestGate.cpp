@@ -7,6 +7,9 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QUrl>
+#include <algorithm>
+#include <array>
 
 using namespace zr;
 
@@ -14,6 +17,9 @@ namespace {
 
 constexpr char everyDocument[] =
     "[{\"resourceType\":\"Document\"},{\"resourceType\":\"Document\",\"requestStage\":\"Response\"}]";
+/// And the answers that the browser has by itself.
+constexpr char everything[] = "[{\"urlPattern\":\"*\"},{\"urlPattern\":\"file:*\",\"resourceType\":"
+                              "\"Document\",\"requestStage\":\"Response\"}]";
 
 /// Keeps a document that is decoded from loading anything, and from moving on.
 constexpr char decodingPolicy[] = "sandbox allow-same-origin; default-src 'none'; connect-src data:";
@@ -41,10 +47,50 @@ bool isOutside(QStringView url) {
     return !url.startsWith(u"data:") && !url.startsWith(u"about:") && !url.startsWith(u"blob:");
 }
 
+/// Whether it is a file of this machine.
+bool isFileURL(const QString &url) {
+    const QUrl parsed(url);
+    return parsed.scheme() == u"file" && (parsed.host().isEmpty() || parsed.host() == u"localhost");
+}
+
+/// Whether a field of an answer is handed on to the browser. Those that aren't make it ask for more by itself
+/// (Speculation-Rules, Link, Accept-CH, Report-To, Nel), move the document elsewhere (Alt-Svc, Origin-Agent-Cluster,
+/// Cross-Origin-Opener-Policy), describe bytes that came packed, or are about caches, of which there are none.
+bool isForBrowser(const QString &field) {
+    static constexpr std::array fields = {
+        "Access-Control-Allow-Credentials",
+        "Access-Control-Allow-Origin",
+        "Content-Disposition",
+        "Content-Language",
+        "Content-Security-Policy",
+        "Content-Type",
+        "Cross-Origin-Resource-Policy",
+        "Location",
+        "Referrer-Policy",
+        "Refresh",
+        "Set-Cookie",
+        "X-Content-Type-Options",
+        "X-Frame-Options",
+    };
+    return std::any_of(fields.begin(), fields.end(),
+                       [&](const char *each) { return field == QLatin1StringView(each); });
+}
+
+/// The value of a field of a response; null if it is missing.
+QByteArray fieldOf(const PublicFetcher::Response &response, QLatin1StringView name) {
+    const auto at = std::find_if(response.fields.begin(), response.fields.end(),
+                                 [&](const PublicFetcher::Field &field) { return field.first == name; });
+    return at == response.fields.end() ? QByteArray() : at->second.toUtf8();
+}
+
+QJsonObject headerEntry(const QString &name, const QString &value) {
+    return {{QStringLiteral("name"), name}, {QStringLiteral("value"), value}};
+}
+
 } // namespace
 
-WebRequestGate::WebRequestGate(DevToolsSession &session, const QString &mainFrame)
-    : m_session(session), m_mainFrame(mainFrame) {
+WebRequestGate::WebRequestGate(DevToolsSession &session, const QString &mainFrame, bool hasNetwork)
+    : m_session(session), m_mainFrame(mainFrame), m_hasNetwork(hasNetwork) {
     const auto on = [this](const char *event, auto handler) {
         m_session.on(event, [handler](const DevToolsMessage &message) { handler(message.object()); });
     };
@@ -65,8 +111,25 @@ WebRequestGate::WebRequestGate(DevToolsSession &session, const QString &mainFram
 void WebRequestGate::setUp() {
     m_session.call("Network.enable",
                    DevToolsParams().add("maxTotalBufferSize", 0).add("maxResourceBufferSize", 0));
-    m_session.call("Fetch.enable",
-                   DevToolsParams().add("patterns", QJsonDocument::fromJson(everyDocument).array()));
+    m_session.call(
+        "Fetch.enable",
+        DevToolsParams().add("patterns",
+                             QJsonDocument::fromJson(m_hasNetwork ? everyDocument : everything).array()));
+}
+
+void WebRequestGate::enterNetwork(const WebNetworkPolicy &policy) {
+    m_network = std::make_unique<WebNetwork>(
+        policy,
+        WebNetwork::Events{
+            .didAnswer = [this](const auto &event,
+                                const auto &response) { networkAnswered(event, response); },
+            .didRefuse = [this](const auto &event, const auto &error) { networkRefused(event, error); },
+            .didExceed =
+                [this](const NSError &error) {
+                    if (const std::shared_ptr<Listener> listener = m_listener.lock())
+                        listener->networkRefused(error);
+                },
+        });
 }
 
 void WebRequestGate::open(const WebSource &source, const std::weak_ptr<Listener> &listener,
@@ -74,6 +137,7 @@ void WebRequestGate::open(const WebSource &source, const std::weak_ptr<Listener>
     m_listener = listener;
     m_hasMetOutside = m_hasMetOutside || !source.url.isEmpty();
     m_isClosedToDocuments = false;
+    m_isFile = isFileURL(source.url);
     m_mainRequest = source.url.isEmpty() ? noRequest : QString();
     m_parts.clear();
     m_documents.clear();
@@ -93,6 +157,7 @@ void WebRequestGate::requestPaused(const QJsonObject &event) {
     const bool isDocument = event[u"resourceType"].toString() == QLatin1StringView("Document");
     const bool isMain = isDocument && event[u"frameId"].toString() == m_mainFrame;
     const QString networkId = event[u"networkId"].toString();
+    const QString url = event[u"request"][u"url"].toString();
     if (isMain && m_mainRequest.isEmpty())
         m_mainRequest = networkId;
     if (isMain ? networkId != m_mainRequest : isDocument && m_isClosedToDocuments)
@@ -102,45 +167,104 @@ void WebRequestGate::requestPaused(const QJsonObject &event) {
     else if (event.contains(u"responseStatusCode") && !event.contains(u"responseErrorReason"))
         // A request that has failed has no body, and asking for one ends some browsers.
         responsePaused(event);
-    else if ((isMain || m_isDecoding) && !m_contentType.isEmpty())
+    else if (isDocument && (isMain || m_isDecoding) && !m_contentType.isEmpty())
         fulfill(request, m_contentType, m_body);
-    else
+    else if (m_hasNetwork || !isOutside(url) || (m_isFile && isFileURL(url)))
         proceed(request);
+    else if (m_network && !m_isDecoding)
+        m_network->take(event);
+    else
+        refuse(request);
+}
+
+bool WebRequestGate::isMainDocument(const QJsonObject &event) const {
+    return event[u"resourceType"].toString() == QLatin1StringView("Document") &&
+           event[u"frameId"].toString() == m_mainFrame;
+}
+
+WebRequestGate::Showing WebRequestGate::showingOf(const QJsonObject &event, int status,
+                                                  const QByteArray &type,
+                                                  const QByteArray &disposition) const {
+    if (!isMainDocument(event) || (status >= 300 && status < 400) ||
+        disposition.toLower().startsWith("attachment"))
+        return Showing::Engines;
+    // The engine would show a player that plays nothing.
+    if (type.startsWith("audio/") || type.startsWith("video/"))
+        return Showing::Refused;
+    return type.isEmpty() || isOurs(WebDocumentSniffer::kindOfMIMEType(type)) ? Showing::Ours
+                                                                              : Showing::Engines;
 }
 
 void WebRequestGate::responsePaused(const QJsonObject &event) {
     const QJsonValue request = event[u"requestId"];
-    const int status = event[u"responseStatusCode"].toInt();
     const QByteArray type = headerValue(event, QLatin1StringView("Content-Type"));
-    const WebDocumentKind kind = WebDocumentSniffer::kindOfMIMEType(type);
-    const bool isShown =
-        event[u"frameId"].toString() == m_mainFrame && (status < 300 || status >= 400) &&
-        !headerValue(event, QLatin1StringView("Content-Disposition")).toLower().startsWith("attachment");
-    if (isShown && (type.startsWith("audio/") || type.startsWith("video/"))) {
-        // The engine would show a player that plays nothing.
+    switch (showingOf(event, event[u"responseStatusCode"].toInt(), type,
+                      headerValue(event, QLatin1StringView("Content-Disposition")))) {
+    case Showing::Refused:
         refuse(request);
-    } else if (isShown && (isOurs(kind) || type.isEmpty())) {
-        m_session.call("Fetch.getResponseBody", DevToolsParams().add("requestId", request),
-                       [this, request, type, listener = m_listener](const DevToolsMessage &reply) {
-                           if (listener.expired())
-                               return;
-                           const QJsonObject body = reply.object();
-                           const QByteArray text = body[u"body"].toString().toUtf8();
-                           showResponse(request, type,
-                                        body[u"base64Encoded"].toBool() ? QByteArray::fromBase64(text)
-                                                                        : text);
-                       });
-    } else {
-        proceed(request);
+        return;
+    case Showing::Engines:
+        proceedWithResponse(event);
+        return;
+    case Showing::Ours:
+        break;
+    }
+    m_session.call("Fetch.getResponseBody", DevToolsParams().add("requestId", request),
+                   [this, event, request, type, listener = m_listener](const DevToolsMessage &reply) {
+                       if (listener.expired())
+                           return;
+                       const QJsonObject body = reply.object();
+                       const QByteArray text = body[u"body"].toString().toUtf8();
+                       showResponse(request, type,
+                                    body[u"base64Encoded"].toBool() ? QByteArray::fromBase64(text) : text,
+                                    [&] { proceedWithResponse(event); });
+                   });
+}
+
+void WebRequestGate::networkAnswered(const QJsonObject &event, const PublicFetcher::Response &response) {
+    const QJsonValue request = event[u"requestId"];
+    const auto leave = [&] {
+        QJsonArray headers;
+        for (const auto &[name, value] : response.fields) {
+            if (isForBrowser(name))
+                headers.append(headerEntry(name, value));
+        }
+        m_session.call("Fetch.fulfillRequest", DevToolsParams()
+                                                   .add("requestId", request)
+                                                   .add("responseCode", response.status)
+                                                   .add("responseHeaders", headers)
+                                                   .add("body", response.body.toBase64()));
+    };
+    const QByteArray type = fieldOf(response, QLatin1StringView("Content-Type"));
+    switch (showingOf(event, response.status, type,
+                      fieldOf(response, QLatin1StringView("Content-Disposition")))) {
+    case Showing::Refused:
+        refuse(request);
+        break;
+    case Showing::Engines:
+        leave();
+        break;
+    case Showing::Ours:
+        showResponse(request, type, response.body, leave);
     }
 }
 
-void WebRequestGate::showResponse(const QJsonValue &request, const QByteArray &type, const QByteArray &body) {
-    if (type.isEmpty() && !isOurs(WebDocumentSniffer::kindOfData(body))) {
-        proceed(request);
+void WebRequestGate::networkRefused(const QJsonObject &event, const NSError &error) {
+    const std::shared_ptr<Listener> listener = m_listener.lock();
+    refuse(event[u"requestId"],
+           event[u"resourceType"].toString() == QLatin1StringView("Document") ? "Aborted" : "Failed");
+    // An excess is told of by itself.
+    if (listener && isMainDocument(event) && !m_network->excess())
+        listener->networkRefused(error);
+}
+
+void WebRequestGate::showResponse(const QJsonValue &request, const QByteArray &type, const QByteArray &body,
+                                  const std::function<void()> &leave) {
+    const std::shared_ptr<Listener> listener = m_listener.lock();
+    if (!listener || (type.isEmpty() && !isOurs(WebDocumentSniffer::kindOfData(body)))) {
+        leave();
         return;
     }
-    const std::shared_ptr<Listener> listener = m_listener.lock();
     const std::optional<WebDocument> document = WebDocument::documentWithData(body, type);
     if (document && !document->archive()) {
         if (document->isPicture())
@@ -157,16 +281,32 @@ void WebRequestGate::proceed(const QJsonValue &request) {
     m_session.call("Fetch.continueRequest", DevToolsParams().add("requestId", request));
 }
 
-void WebRequestGate::refuse(const QJsonValue &request) {
+void WebRequestGate::proceedWithResponse(const QJsonObject &event) {
+    const QJsonArray headers = event[u"responseHeaders"].toArray();
+    QJsonArray kept;
+    for (const auto &header : headers) {
+        if (header[u"name"].toString().compare(u"Speculation-Rules", Qt::CaseInsensitive) != 0)
+            kept.append(header);
+    }
+    if (kept.size() == headers.size()) {
+        proceed(event[u"requestId"]);
+        return;
+    }
+    m_session.call("Fetch.continueResponse", DevToolsParams()
+                                                 .add("requestId", event[u"requestId"])
+                                                 .add("responseCode", event[u"responseStatusCode"])
+                                                 .add("responseHeaders", kept));
+}
+
+void WebRequestGate::refuse(const QJsonValue &request, const char *reason) {
     m_session.call("Fetch.failRequest",
-                   DevToolsParams().add("requestId", request).add("errorReason", "Aborted"));
+                   DevToolsParams().add("requestId", request).add("errorReason", reason));
 }
 
 void WebRequestGate::fulfill(const QJsonValue &request, const QByteArray &contentType,
                              const QByteArray &body) {
     const auto field = [](const char *name, const QByteArray &value) {
-        return QJsonObject{{QStringLiteral("name"), QLatin1StringView(name)},
-                           {QStringLiteral("value"), QString::fromLatin1(value)}};
+        return headerEntry(QLatin1StringView(name), QString::fromLatin1(value));
     };
     QJsonArray headers{field("Content-Type", contentType)};
     if (m_isDecoding) {

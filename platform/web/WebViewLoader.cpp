@@ -14,7 +14,8 @@ constexpr int mostPages = 3;
 } // namespace
 
 WebViewLoader::WebViewLoader(WebView &view)
-    : m_view(view), m_mainFrame(view, *this, nullptr, {}), m_self(std::make_shared<WebViewLoader *>(this)) {
+    : m_view(view), m_mainFrame(view, *this, nullptr, {}), m_engine(&WebEngine::shared()),
+      m_self(std::make_shared<WebViewLoader *>(this)) {
 }
 
 WebViewLoader::~WebViewLoader() {
@@ -24,7 +25,7 @@ WebViewLoader::~WebViewLoader() {
 
 void WebViewLoader::stop() {
     if (m_request)
-        WebEngine::shared().cancelRequest(std::exchange(m_request, 0));
+        m_engine->cancelRequest(std::exchange(m_request, 0));
     // What was put off belongs to the load that ends here.
     *m_self = nullptr;
     m_self = std::make_shared<WebViewLoader *>(this);
@@ -41,24 +42,26 @@ void WebViewLoader::releasePage() {
     if (!m_page)
         return;
     m_page->stop();
-    WebEngine::shared().takeBack(std::move(m_page));
+    m_engine->takeBack(std::move(m_page));
 }
 
 void WebViewLoader::load(WebSource source, const QUrl &url) {
     stop();
     m_mainFrame.setURL(url);
     m_source = std::move(source);
+    m_policy = m_view.preferences().networkPolicy();
+    m_engine = m_policy.isLimited() ? &WebEngine::withoutNetwork() : &WebEngine::shared();
     requestPage(mostPages);
 }
 
 void WebViewLoader::requestPage(int pagesLeft) {
     m_request = -1;
-    const int request = WebEngine::shared().requestPage(
-        [self = m_self, pagesLeft](std::unique_ptr<WebPage> page, const NSError &error) {
+    const int request = m_engine->requestPage(
+        [self = m_self, engine = m_engine, pagesLeft](std::unique_ptr<WebPage> page, const NSError &error) {
             if (*self)
                 (*self)->pageCame(std::move(page), error, pagesLeft - 1);
             else if (page)
-                WebEngine::shared().takeBack(std::move(page));
+                engine->takeBack(std::move(page));
         });
     if (m_request)
         m_request = request;
@@ -72,7 +75,7 @@ void WebViewLoader::pageCame(std::unique_ptr<WebPage> page, const NSError &error
     }
     m_page = std::move(page);
     m_page->setPreferences(m_view.preferences());
-    m_page->load(m_source, events(pagesLeft));
+    m_page->load(m_source, m_policy, events(pagesLeft));
 }
 
 void WebViewLoader::failLoad(const NSError &error) {
@@ -112,7 +115,7 @@ WebLoad::Events WebViewLoader::events(int pagesLeft) {
     };
     events.didLosePage = [this, pagesLeft](const NSError &error) {
         m_page->stop();
-        WebEngine::shared().takeBack(std::move(m_page));
+        m_engine->takeBack(std::move(m_page));
         if (pagesLeft > 0)
             requestPage(pagesLeft);
         else

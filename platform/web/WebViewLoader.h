@@ -9,6 +9,8 @@ class WebView;
 
 namespace zr {
 
+class WebEngine;
+
 /// A view's way to its page: gets one for each load, tells the view's delegate and frames what becomes of it, and gives
 /// it back. Main thread only.
 class WebViewLoader {
@@ -39,6 +41,8 @@ private:
     WebView &m_view;
     WebFrame m_mainFrame;
     WebSource m_source;
+    WebNetworkPolicy m_policy;
+    WebEngine *m_engine; ///< that the page is from
     std::unique_ptr<WebPage> m_page;
     int m_request = 0; ///< for a page that has not come yet
     bool m_isLoaded = false;

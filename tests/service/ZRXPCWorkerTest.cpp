@@ -8,8 +8,10 @@
 #include "platform/values/NSNull.h"
 #include "platform/xpc/NSXPCServiceMonitor.h"
 #include "tests/platform/xpc/Support.h"
+#include "tests/support/HTTPServer.h"
 #include "tests/support/ListenOnLoopback.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/PDFReader.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -65,6 +67,11 @@ class SilentServer {
 public:
     SilentServer() : m_socket(listenOnLoopback(&m_port)) {}
     QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_port)); }
+    /// Whether a visitor waits.
+    bool hasBeenVisited() const {
+        pollfd now{m_socket.get(), POLLIN, 0};
+        return ::poll(&now, 1, 0) == 1;
+    }
     /// Waits for a visitor.
     bool isVisited() const {
         pollfd wait{m_socket.get(), POLLIN, 0};
@@ -245,4 +252,63 @@ TEST(ZRXPCWorker, TheDateIsThatOfStamping) {
     EXPECT_FALSE(attributes.contains(PDFDocumentCreatorAttribute));
     EXPECT_EQ(attributes.value(PDFDocumentAuthorAttribute).toString(), QStringLiteral("an author"));
     EXPECT_GE(attributes.value(PDFDocumentCreationDateAttribute).toDateTime(), before.addSecs(-1));
+}
+
+TEST_F(Service, AnUnknownNetworkFailsTheTaskBeforeAnythingIsLoaded) {
+    const SilentServer server;
+    for (const auto &[network, text] : QList<QPair<QVariant, QString>>{
+             {QStringLiteral("some"), QStringLiteral("some")},
+             {QStringLiteral(""), QStringLiteral("")},
+             {QStringLiteral("None"), QStringLiteral("None")},
+             {QStringLiteral(" none"), QStringLiteral(" none")},
+             {QByteArray("none"), QStringLiteral("<6e6f6e65>")},
+             {true, QStringLiteral("1")},
+             {0, QStringLiteral("0")},
+             {QString(5000, u'x'), QString(100, u'x')},
+         }) {
+        const NSError error = failure(
+            QVariantMap{{QStringLiteral("data"), server.url()}, {QStringLiteral("network"), network}});
+        EXPECT_EQ(error.localizedDescription(), QStringLiteral("HTML to PDF converter did fail"));
+        const auto cause = error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();
+        EXPECT_EQ(cause.localizedDescription(),
+                  QStringLiteral("\"network\" is \"all\", \"public\" or \"none\", not \"%1\"").arg(text));
+    }
+    EXPECT_FALSE(server.hasBeenVisited());
+}
+
+TEST_F(Service, AMissingNetworkIsAll) {
+    HTTPServer server([](const HTTPServer::Request &) { return HTTPServer::Response{.body = "<p>there"}; });
+    const auto text = [&](const QVariant &network) {
+        return PDFReader(convert({{QStringLiteral("data"), server.url(QStringLiteral("/"))},
+                                  {QStringLiteral("network"), network}}))
+            .text();
+    };
+    EXPECT_EQ(text({}), QStringLiteral("there"));
+    EXPECT_EQ(text(NSNull()), QStringLiteral("there"));
+    EXPECT_EQ(text(QStringLiteral("all")), QStringLiteral("there"));
+    EXPECT_EQ(server.count("/"), 3);
+}
+
+TEST_F(Service, WithALimitedNetworkADocumentReachesNothingOfThisMachine) {
+    HTTPServer server([](const HTTPServer::Request &) { return HTTPServer::Response{.body = "<p>secret"}; });
+    const QString address = server.url(QStringLiteral("/")).toString();
+    for (const auto &[network, why] : QList<QPair<QString, QString>>{
+             {QStringLiteral("none"), QStringLiteral("The document may reach nothing outside itself")},
+             {QStringLiteral("public"), QStringLiteral("127.0.0.1 is not a public address")}}) {
+        const NSError error = failure(
+            QVariantMap{{QStringLiteral("data"), QUrl(address)}, {QStringLiteral("network"), network}});
+        EXPECT_EQ(error.localizedDescription(), QStringLiteral("HTML to PDF converter did fail"));
+        const auto cause = error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();
+        EXPECT_EQ(cause.domain(), NSURLErrorDomain);
+        EXPECT_EQ(cause.localizedDescription(), why);
+        EXPECT_EQ(cause.userInfo().value(NSURLErrorFailingURLStringErrorKey), address);
+        // A document without what it refers to is a document.
+        const PDFReader pdf(
+            convert({{QStringLiteral("data"), QStringLiteral("<p>page<iframe src='%1'></iframe>"
+                                                             "<img src='%1'>")
+                                                  .arg(address)},
+                     {QStringLiteral("network"), network}}));
+        EXPECT_EQ(pdf.text(), QStringLiteral("page"));
+    }
+    EXPECT_EQ(server.connections(), 0);
 }

@@ -33,6 +33,12 @@ Problem setPath(QByteArray &path, const QByteArray &value) {
     return value.isEmpty() ? Problem("names nothing") : Problem();
 }
 
+Problem setNetwork(Options &options, const QByteArray &value) {
+    options.network = QString::fromLatin1(value);
+    const bool good = value == "all" || value == "public" || value == "none";
+    return good ? Problem() : "is not all, public or none";
+}
+
 Problem setJobs(Options &options, const QByteArray &value) {
     bool good = false;
     options.jobs = value.toInt(&good);
@@ -61,6 +67,7 @@ const std::array table{
                return v.isEmpty() ? Problem("names nothing") : setText(o.type, v);
            }},
     Option{0, "tagged", false, [](Options &o, const QByteArray &) { return o.tagged = true, Problem(); }},
+    Option{0, "network", true, setNetwork},
     Option{'j', "jobs", true, setJobs},
     Option{'t', "timeout", true, setTimeout},
     Option{0, "boot", false,
@@ -182,6 +189,10 @@ The PDF
       --creator TEXT       its creator
       --tagged             tagged for accessibility; slower on long documents
       --type IDENTIFIER    the input's uniform type identifier, such as public.html
+
+The documents
+      --network MODE       what they may reach: all, public (nothing of this machine or its networks) or none;
+                           files may have their neighbours (default all)
 
 The run
   -j, --jobs N             convert with N service instances (default 1, at most 64)

@@ -17,6 +17,7 @@ struct Options {
     QString title;     ///< null if it wasn't given
     QString creator;   ///< null if it wasn't given
     QString type;      ///< null if it wasn't given
+    QString network;   ///< null if it wasn't given
     int jobs = 1;
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
     bool tagged = false;

@@ -46,6 +46,8 @@ TEST_F(ZrpdfCompletion, ValuesAreCompletedByTheirKind) {
     EXPECT_EQ(offers({"--directory", "=", "f"}), QList<QByteArray>{"folder"});
     EXPECT_EQ(offers({"--output", "="}), (QList<QByteArray>{"a page.html", "b.html", "folder"}));
     EXPECT_EQ(offers({"--type", "public.h"}), QList<QByteArray>{"public.html"});
+    EXPECT_EQ(offers({"--network", ""}), (QList<QByteArray>{"all", "none", "public"}));
+    EXPECT_EQ(offers({"--network", "=", "p"}), QList<QByteArray>{"public"});
     EXPECT_EQ(offers({"--title", ""}), QList<QByteArray>{""});
     EXPECT_TRUE(offers({"--jobs", ""}).contains("1"));
 }

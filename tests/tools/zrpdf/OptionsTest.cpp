@@ -27,6 +27,7 @@ TEST(ZrpdfOptions, DefaultsAreOneInstanceAMinuteAndNothingElse) {
     EXPECT_TRUE(options.title.isNull());
     EXPECT_TRUE(options.creator.isNull());
     EXPECT_TRUE(options.type.isNull());
+    EXPECT_TRUE(options.network.isNull());
     EXPECT_EQ(options.jobs, 1);
     EXPECT_EQ(options.timeout, std::chrono::seconds(60));
     EXPECT_FALSE(options.tagged || options.force || options.json || options.quiet || options.verbose);
@@ -125,6 +126,11 @@ TEST(ZrpdfOptions, EachWrongUseHasItsSentence) {
          "the value of option --timeout is not a number of seconds from 0.001 to 86400"},
         {{"--timeout=1m", "a"},
          "the value of option --timeout is not a number of seconds from 0.001 to 86400"},
+        {{"--network", "a"}, "the value of option --network is not all, public or none"},
+        {{"--network=", "a"}, "the value of option --network is not all, public or none"},
+        {{"--network=None", "a"}, "the value of option --network is not all, public or none"},
+        {{"--network=public ", "a"}, "the value of option --network is not all, public or none"},
+        {{"a", "--network"}, "option --network needs a value"},
         {{"-o", "x.pdf", "a", "b"}, "option -o takes one input; use -d for several"},
         {{"-o", "x.pdf", "-d", "out", "a"}, "options -o and -d exclude one another"},
         {{"--json", "-o", "-", "a"}, "options --json and -o - both need standard output"},
@@ -137,6 +143,13 @@ TEST(ZrpdfOptions, EachWrongUseHasItsSentence) {
     };
     for (const auto &[arguments, sentence] : cases)
         EXPECT_EQ(problemOf(arguments), sentence) << arguments.join(' ').constData();
+}
+
+TEST(ZrpdfOptions, ThereAreThreeNetworkModes) {
+    for (const char *const mode : {"all", "public", "none"}) {
+        EXPECT_EQ(parse({"--network", mode, "a"}).network, QLatin1StringView(mode));
+        EXPECT_EQ(parse({QByteArray("--network=") + mode, "a"}).network, QLatin1StringView(mode));
+    }
 }
 
 TEST(ZrpdfOptions, LimitsAreInclusive) {

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtGlobal>
+#include <chrono>
+
+namespace zr {
+
+/// What a document may reach, and how much of it. A value.
+///
+/// A document whose access is limited is loaded in a browser that has no network of its own; what is fetched for it is
+/// bounded. A document that asks for more fails.
+struct WebNetworkPolicy {
+    enum class Access {
+        All,    ///< whatever this machine reaches
+        Public, ///< what anybody on the internet reaches
+        None,   ///< nothing
+    };
+    Access access = Access::All;
+    int mostRequests = 1000;
+    qint64 mostBytes = qint64(100) << 20;
+    /// For all that is fetched, from the first request on.
+    std::chrono::milliseconds longest = std::chrono::seconds(50);
+
+    bool isLimited() const { return access != Access::All; }
+};
+
+} // namespace zr
