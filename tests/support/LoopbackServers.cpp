@@ -80,6 +80,8 @@ http {
             auth_basic "the realm"; auth_basic_user_file %FOLDER%/passwords; alias %FOLDER%/files/;
             dav_methods PUT; client_max_body_size 0;
         }
+        location /store/ { alias %FOLDER%/store/; dav_methods PUT DELETE; client_max_body_size 0; }
+        location /moved-store/ { return 307 /store/; }
         location = /moved-upload { return 307 /basic/upload/uploaded; }
         location = /plain { default_type text/plain; return 200 "plain"; }
         location = /no-content { return 204; }
@@ -97,7 +99,7 @@ NginxServer::NginxServer() : m_large(1 << 20, Qt::Uninitialized) {
     for (int i = 0; i < 5000; ++i)
         m_text += "line " + QByteArray::number(i % 10) + " of a text that packs well\n";
     const QDir folder(m_folder.path());
-    if (!folder.mkpath(QStringLiteral("files")))
+    if (!folder.mkpath(QStringLiteral("files")) || !folder.mkpath(QStringLiteral("store")))
         throw std::runtime_error("cannot make a folder");
     const auto file = [&](const char *name) {
         return folder.filePath(QStringLiteral("files/") + QString::fromLatin1(name));
@@ -161,6 +163,10 @@ QList<QByteArray> NginxServer::accesses() const {
     if (!lines.isEmpty())
         lines.removeLast(); // What follows the last end of a line: nothing, or a line not whole yet.
     return lines;
+}
+
+QStringList NginxServer::stored() const {
+    return QDir(m_folder.filePath(QStringLiteral("store"))).entryList(QDir::Files);
 }
 
 HttpbinServer::HttpbinServer() {

@@ -18,6 +18,7 @@
 ///     /latin1.txt, /plain, /no-content, /moved (to /plain), /slow (/large at 64 KiB a second);
 ///     all files under /basic/ too, with the user "user" and the password "secret"; /basic/upload/NAME takes
 ///     a PUT and makes the file NAME, /moved-upload leads to /basic/upload/uploaded
+///     files under /store/ can be put, read and deleted; /moved-store/ leads there
 class NginxServer {
 public:
     NginxServer();
@@ -31,6 +32,8 @@ public:
     QString authority() const { return m_folder.filePath(QStringLiteral("certificate.pem")); }
     /// The lines of the access log: "METHOD path protocol status connection-number".
     QList<QByteArray> accesses() const;
+    /// What is under /store/.
+    QStringList stored() const;
     QByteArray large() const { return m_large; }
     QByteArray text() const { return m_text; }
 

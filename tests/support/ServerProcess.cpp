@@ -65,6 +65,11 @@ void ServerProcess::end(int signal) {
     wait(0);
 }
 
+void ServerProcess::signal(int number) const {
+    if (m_pid > 0)
+        ::kill(m_pid, number);
+}
+
 QByteArray ServerProcess::said() const {
     QFile file(m_output);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();

@@ -26,6 +26,9 @@ public:
     int waitUntilItEnds();
     /// Ends it by a signal and waits.
     void end(int signal = SIGKILL);
+    /// Sends it a signal if it still runs.
+    void signal(int number) const;
+    pid_t processIdentifier() const { return m_pid; }
     /// What it has said so far.
     QByteArray said() const;
 

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "tools/zrpdf-broker/Worker.h"
+#include "platform/base/FileDescriptor.h"
+#include "platform/base/NSException.h"
+#include "platform/base/WriteAll.h"
+#include "platform/xpc/XPCActivator.h"
+#include "tools/converter/Events.h"
+#include "tools/converter/ServicePool.h"
+#include "tools/zrpdf-broker/ServiceManager.h"
+#include "tools/zrpdf-broker/WorkerOptions.h"
+#include "tools/zrpdf/ExitCode.h"
+#include "tools/zrpdf/Interrupts.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace zr;
+
+namespace {
+
+int logDescriptor = STDERR_FILENO;
+
+void writeLine(const QByteArray &text) {
+    writeAll(logDescriptor, "zrpdf-worker: " + text + '\n');
+}
+
+/// The services log to standard error. Unless that is wanted, it leads nowhere from here on; this program's own lines
+/// go where it led.
+void takeLog(bool servicesToo) {
+    logDescriptor = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (!servicesToo) {
+        const FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        ::dup2(nowhere.get(), STDERR_FILENO);
+    }
+    qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &text) { writeLine(text.toUtf8()); });
+}
+
+/// Ends the process; the services end with it.
+[[noreturn]] void leave(int status) {
+    XPCActivator::shared().stop();
+    ::_exit(status);
+}
+
+int work(const WorkerOptions &options) {
+    Events events;
+    Interrupts::install(events.descriptor());
+    bool isIdle = false;
+    bool isUnavailable = false;
+    ServicePool pool({.instances = options.instances + options.urgentInstances});
+    const auto worker = std::make_shared<Worker>(options, pool, [&](Worker::Event event) {
+        events.post([&, event] {
+            isIdle = isIdle || event == Worker::Event::Idle;
+            isUnavailable = isUnavailable || event == Worker::Event::Unavailable;
+            if (event == Worker::Event::Connected)
+                notifyServiceManager("READY=1");
+        });
+    });
+    worker->start();
+    const auto never = std::chrono::steady_clock::now() + std::chrono::hours(24 * 365);
+    while (Interrupts::signal() == 0 && !isUnavailable)
+        events.run(never);
+    notifyServiceManager("STOPPING=1");
+    worker->stop();
+    // What is begun is finished, unless the broker can't be told of it.
+    constexpr auto grace = std::chrono::seconds(30);
+    const auto until = std::chrono::steady_clock::now() + options.timeout + grace;
+    while (!isIdle && !isUnavailable && std::chrono::steady_clock::now() < until)
+        events.run(until);
+    worker->close();
+    if (isUnavailable) {
+        writeLine("the conversion service can't be started");
+        return int(ExitCode::LostService);
+    }
+    return isIdle ? int(ExitCode::Success) : int(ExitCode::FailedConversion);
+}
+
+} // namespace
+
+int main(int count, char **values) {
+    QList<QByteArray> arguments;
+    for (int index = 1; index < count; ++index)
+        arguments.append(values[index]);
+    QByteArray problem;
+    const WorkerOptions options = WorkerOptions::parse(arguments, &problem);
+    if (!problem.isEmpty()) {
+        writeLine(problem + " (see zrpdf worker --help)");
+        return int(ExitCode::BadUsage);
+    }
+    if (options.action == WorkerOptions::Action::Help)
+        return writeAll(STDOUT_FILENO, WorkerOptions::help()) ? int(ExitCode::UnwritableOutput) : 0;
+    if (options.action == WorkerOptions::Action::Version)
+        return writeAll(STDOUT_FILENO, QByteArray("zrpdf-worker " ZR_VERSION "\n"))
+                   ? int(ExitCode::UnwritableOutput)
+                   : 0;
+    takeLog(options.verbose);
+    if (XPCActivator::executable(ServicePool::defaultService()).isEmpty()) {
+        writeLine("the conversion service is not installed");
+        return int(ExitCode::LostService);
+    }
+    leave(work(options));
+}
