@@ -2,7 +2,7 @@
 #include "ZRKit/Service/ZRXPC.h"
 
 #include "ZRKit/Service/Serialization.h"
-#include "ZRKit/Service/ZRXPCHelper.h"
+#include "ZRKit/Service/XPCClient.h"
 #include "ZRKit/Service/ZRXPCOperation.h"
 #include "ZRKit/Service/ZRXPCProtocol.h"
 #include "ZRKit/Values/ZRMacros.h"
@@ -18,12 +18,12 @@ constexpr char source[] = "ZRXPC";
 
 } // namespace
 
-ZRXPC::Helper::Helper(const QString &serviceName) : m_serviceName(serviceName) {
+XPCClient::XPCClient(const QString &serviceName) : m_serviceName(serviceName) {
     queue.setMaxConcurrentOperationCount(1);
 }
 
-void ZRXPC::Helper::performXPCAsyncWithObject(const QVariant &object, const Block &block,
-                                              const std::stop_token &abandoned) {
+void XPCClient::performXPCAsyncWithObject(const QVariant &object, const ZRXPC::Block &block,
+                                          const std::stop_token &abandoned) {
     constexpr char function[] = "-[ZRXPC performXPCAsyncWithObject:block:]";
     if (m_serviceName.isNull())
         ZRKit::zxAssertFailed(function, "(_serviceName)", source, 80);
@@ -60,7 +60,7 @@ void ZRXPC::Helper::performXPCAsyncWithObject(const QVariant &object, const Bloc
         });
 }
 
-ZRXPC::ZRXPC(const QString &serviceName) : m_helper(std::make_shared<Helper>(serviceName)) {
+ZRXPC::ZRXPC(const QString &serviceName) : m_helper(std::make_shared<XPCClient>(serviceName)) {
     performXPCBoot();
 }
 

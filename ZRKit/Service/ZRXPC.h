@@ -11,6 +11,9 @@
 #include <stop_token>
 
 class ZRXPCOperation;
+namespace zr {
+class XPCClient;
+}
 
 /// The client of a service: sends it task objects and gives back their results.
 ///
@@ -59,8 +62,7 @@ public:
 
 private:
     friend class ZRXPCOperation;
-    class Helper;
     std::shared_ptr<ZRXPCOperation> add(const QVariant &task);
 
-    const std::shared_ptr<Helper> m_helper;
+    const std::shared_ptr<zr::XPCClient> m_helper;
 };

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "ZRKit/Service/ZRXPCOperation.h"
 
-#include "ZRKit/Service/ZRXPCHelper.h"
+#include "ZRKit/Service/XPCClient.h"
 
 ZRXPCOperation::ZRXPCOperation(const ZRXPC &xpcHelper) : m_xpcHelper(xpcHelper.m_helper) {
 }
 
 void ZRXPCOperation::concurrentMain() {
-    std::shared_ptr<ZRXPC::Helper> helper;
+    std::shared_ptr<zr::XPCClient> helper;
     {
         const std::lock_guard lock(m_mutex);
         helper = m_xpcHelper;
@@ -27,7 +27,7 @@ void ZRXPCOperation::concurrentMain() {
 
 void ZRXPCOperation::cleanup() {
     // Destroyed after the lock is open: it may be the last that holds the client's queue.
-    std::shared_ptr<ZRXPC::Helper> helper;
+    std::shared_ptr<zr::XPCClient> helper;
     const std::lock_guard lock(m_mutex);
     helper.swap(m_xpcHelper);
 }

@@ -47,7 +47,7 @@ private:
     }
 
     mutable std::mutex m_mutex;
-    std::shared_ptr<ZRXPC::Helper> m_xpcHelper;
+    std::shared_ptr<zr::XPCClient> m_xpcHelper;
     QVariant m_taskInfo;
     QVariant m_taskResult;
     NSError m_error;

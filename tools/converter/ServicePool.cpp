@@ -13,9 +13,15 @@ using namespace zr;
 namespace {
 
 /// Whether a child of this process has ended, be it that nobody has been told yet.
-bool hasEnded(pid_t process) {
+bool hasEnded(pid_t process, int options = WNOHANG) {
     siginfo_t info = {};
-    return ::waitid(P_PID, id_t(process), &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0;
+    return ::waitid(P_PID, id_t(process), &info, WEXITED | WNOWAIT | options) != 0 || info.si_pid != 0;
+}
+
+/// Ends an instance, so that nobody who comes next is sent to it.
+void end(pid_t process) {
+    if (process > 0 && ::kill(process, SIGKILL) == 0)
+        hasEnded(process, 0);
 }
 
 } // namespace
@@ -29,8 +35,10 @@ ServicePool::ServicePool(const Options &options)
     : m_options(options), m_instances(std::size_t(std::max(options.instances, 1))) {
     m_state.instances = int(m_instances.size());
     for (std::size_t index = 0; index < m_instances.size(); ++index) {
-        m_instances[index].name =
+        Instance &instance = m_instances[index];
+        instance.name =
             index == 0 ? m_options.service : m_options.service + u'@' + QString::number(index + 1);
+        instance.client = std::make_shared<XPCClient>(instance.name);
         watch(index);
     }
     m_thread = std::thread([this] { run(); });
@@ -41,8 +49,8 @@ ServicePool::~ServicePool() {
     m_thread.join();
     for (Instance &instance : m_instances) {
         instance.hangUp.request_stop();
-        if (const pid_t process = instance.monitor ? instance.monitor->processIdentifier() : 0; process > 0)
-            ::kill(process, SIGTERM);
+        if (instance.monitor)
+            end(instance.monitor->processIdentifier());
         // Waits for a call of its handler.
         instance.monitor.reset();
         if (instance.errand)
@@ -109,8 +117,6 @@ void ServicePool::send(std::size_t index) {
     instance.deadline = Clock::now() + instance.errand->task.timeout;
     instance.hangUp = std::stop_source();
     --instance.errand->triesLeft;
-    if (!instance.client)
-        instance.client = std::make_unique<ZRXPC>(instance.name);
     instance.client->performXPCAsyncWithObject(
         instance.errand->task.object,
         [this, post = poster(), index, round = ++instance.round](const QVariant &result,

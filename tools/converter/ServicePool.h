@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ZRKit/Service/ZRXPC.h"
+#include "ZRKit/Service/XPCClient.h"
 #include "platform/xpc/NSXPCServiceMonitor.h"
 #include "tools/converter/Converter.h"
 #include "tools/converter/Events.h"
@@ -62,7 +62,7 @@ private:
         QString name;
         Activity activity = Activity::Idle;
         std::unique_ptr<NSXPCServiceMonitor> monitor;
-        std::unique_ptr<ZRXPC> client;
+        std::shared_ptr<XPCClient> client;
         std::uint64_t round = 0; ///< tells a task from those before it
         std::shared_ptr<Errand> errand;
         std::stop_source hangUp = std::stop_source(std::nostopstate);

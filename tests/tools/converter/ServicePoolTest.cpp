@@ -121,6 +121,7 @@ TEST_F(ServicePoolTest, AProbeIsAnswered) {
 
 TEST_F(ServicePoolTest, OneThatTakesTooLongEndsItsInstanceAndTheNextGetsANewOne) {
     ServicePool pool({});
+    ASSERT_EQ(convert(pool, u"<p>first"_s).get().outcome, Outcome::Done);
     Promised late = convert(pool, endless(), milliseconds(700));
     Promised next = convert(pool, u"<p>next"_s);
     const Answer answer = late.get();
@@ -237,6 +238,13 @@ TEST_F(ServicePoolTest, WhenItEndsAllIsAbandonedAndItsServicesEnd) {
         EXPECT_TRUE(outcome == Outcome::Abandoned || outcome == Outcome::Done);
     }
     EXPECT_TRUE(ProcessTree::waitUntil([] { return services().empty(); }));
+}
+
+TEST_F(ServicePoolTest, TheNextPoolHasServicesOfItsOwn) {
+    for (int round = 0; round < 5; ++round) {
+        ServicePool pool({});
+        EXPECT_EQ(convert(pool, u"<p>x"_s).get().outcome, Outcome::Done) << round;
+    }
 }
 
 TEST_F(ServicePoolTest, AServiceThatIsNotInstalledIsSaid) {
