@@ -32,7 +32,7 @@ protected:
 TEST_F(ZrpdfCompletion, OptionsAreCompletedByTheirStart) {
     EXPECT_EQ(offers({"--ti"}), (QList<QByteArray>{"--timeout", "--title"}));
     EXPECT_EQ(offers({"b.html", "--js"}), QList<QByteArray>{"--json"});
-    EXPECT_EQ(offers({"-"}).size(), 25);
+    EXPECT_EQ(offers({"-"}).size(), 26);
 }
 
 TEST_F(ZrpdfCompletion, InputsAreFilesWithAnyName) {

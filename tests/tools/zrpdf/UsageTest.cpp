@@ -178,7 +178,7 @@ TEST_F(ZrpdfUsage, ThePagesAndCompletionsKnowTheSameOptionsAsTheHelp) {
         EXPECT_TRUE(zsh.contains("--" + name)) << name.constData();
         EXPECT_TRUE(fish.contains("-l " + name)) << name.constData();
     }
-    EXPECT_EQ(found, 15);
+    EXPECT_EQ(found, 16);
 }
 
 } // namespace
