@@ -6,6 +6,9 @@ add_custom_target(zr_installed DEPENDS zrpdf com.velmora.zrpdf zrkit-keeper)
 if(ZR_BUILD_INTERFACE)
   add_dependencies(zr_installed zrpdf-desktop)
 endif()
+if(ZR_BUILD_SERVERS)
+  add_dependencies(zr_installed zrpdf-serve)
+endif()
 file(RELATIVE_PATH ZR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 
 # zr_install_component(COMPONENT FILE): the libraries of a component, or those of none, with their export file and a

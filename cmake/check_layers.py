@@ -31,7 +31,9 @@ def uses_in_build():
                 links.setdefault(folder, set()).update(re.findall(r"\w[\w:]*", used))
             for arguments in re.findall(r"target_link_libraries\(([^)]*)\)", text):
                 links.setdefault(folder, set()).update(re.findall(r"\w[\w:]*", arguments)[1:])
-    folders |= {"zr_service": "service", "zrpdf_converter": "tools/converter", "zrpdf_parts": "tools/zrpdf", "zrpdf_queue": "tools/zrpdf-broker", "zrpdf_worker_parts": "tools/zrpdf-broker", "zrpdf_desktop_model": "tools/zrpdf-desktop",
+    folders |= {"zr_service": "service", "zrpdf_converter": "tools/converter", "zrpdf_parts": "tools/zrpdf",
+                "zrpdf_serve_parts": "tools/zrpdf-serve", "zrpdf_queue": "tools/zrpdf-broker",
+                "zrpdf_worker_parts": "tools/zrpdf-broker", "zrpdf_desktop_model": "tools/zrpdf-desktop",
                 "zrkit_designer": "tools/designer"}
     return {folder: {folders[name] for name in names if folders.get(name, folder) != folder}
             for folder, names in links.items() if folder in folders.values()}

@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QStringDecoder>
 #include <algorithm>
+#include <initializer_list>
 
 namespace zr {
 
@@ -131,9 +132,10 @@ QByteArrayList readPieces(QByteArrayView field) {
     return pieces;
 }
 
-/// The media type of a Content-Type field, in lower case; its parameters with the extended ones of RFC 2231
-/// put together.
-QByteArray readContentType(QByteArrayView field, Fields &parameters) {
+/// The first word of a field with parameters, in lower case; the parameters that are known, with the extended ones of
+/// RFC 2231 put together.
+QByteArray readField(QByteArrayView field, std::initializer_list<const char *> knownNames,
+                     Fields &parameters) {
     const QByteArrayList pieces = readPieces(field);
     Fields written;
     for (const QByteArray &piece : pieces.sliced(1)) {
@@ -146,7 +148,7 @@ QByteArray readContentType(QByteArrayView field, Fields &parameters) {
         const qsizetype language = isFirst ? value.indexOf('\'', value.indexOf('\'') + 1) : -1;
         return decodeHexEscapes(QByteArrayView(value).sliced(language + 1), '%');
     };
-    for (const char *known : {"boundary", "start", "charset"}) {
+    for (const char *known : knownNames) {
         const QByteArray name = known;
         QByteArray value = written.value(name);
         if (value.isNull() && written.contains(name + '*'))
@@ -186,13 +188,21 @@ public:
             return false;
         qsizetype at = depth == 0 ? startOfMessage(data) : 0;
         const Fields fields = Header::take(data, at).fields;
-        part.type = readContentType(fields.value("content-type"), part.parameters);
-        if (part.type.isEmpty())
+        return read(fields, data.sliced(at), part, depth);
+    }
+
+    bool read(const Fields &fields, QByteArrayView body, WebMIMEPart &part, int depth) {
+        part.type = WebMIMEMessage::typeInField(fields.value("content-type"), &part.parameters);
+        part.isTyped = !part.type.isEmpty();
+        if (!part.isTyped)
             part.type = "text/plain";
+        Fields disposition;
+        readField(fields.value("content-disposition"), {"name", "filename"}, disposition);
+        part.name = disposition.value("name");
+        part.fileName = disposition.value("filename");
         part.contentID = withoutBrackets(fields.value("content-id"));
         part.location = readURL(fields.value("content-location"));
         part.base = readURL(fields.value("content-base"));
-        const QByteArrayView body = data.sliced(at);
         if (part.isMultipart())
             return readParts(body, part, depth);
         const QByteArray encoding =
@@ -257,6 +267,18 @@ private:
 std::optional<WebMIMEPart> WebMIMEMessage::messageWithData(const QByteArray &data) {
     WebMIMEPart root;
     if (!Reader().read(data, root, 0))
+        return {};
+    return root;
+}
+
+QByteArray WebMIMEMessage::typeInField(const QByteArray &field, QHash<QByteArray, QByteArray> *parameters) {
+    return readField(field, {"boundary", "start", "charset"}, *parameters);
+}
+
+std::optional<WebMIMEPart> WebMIMEMessage::entityWithBody(const QByteArray &contentType,
+                                                          const QByteArray &body) {
+    WebMIMEPart root;
+    if (!Reader().read({{"content-type", contentType}}, body, root, 0))
         return {};
     return root;
 }

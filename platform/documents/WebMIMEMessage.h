@@ -13,11 +13,14 @@ namespace zr {
 /// body or its parts.
 struct WebMIMEPart {
     QByteArray type;                          ///< "text/html" in lower case; "text/plain" if none is given
+    bool isTyped = false;                     ///< whether one is given
     QHash<QByteArray, QByteArray> parameters; ///< of the content type, names in lower case
     QByteArray contentID;                     ///< without its angle brackets
     QByteArray location;                      ///< Content-Location (RFC 2557), unfolded and decoded
     QByteArray base;                          ///< Content-Base
-    QByteArray body;                          ///< decoded; empty for an entity of several parts
+    QByteArray name;                          ///< of a form's field (RFC 7578); null if it has none
+    QByteArray fileName; ///< the name of the file in Content-Disposition; null if it has none
+    QByteArray body;     ///< decoded; empty for an entity of several parts
     std::vector<WebMIMEPart> parts;
 
     bool isMultipart() const { return type.startsWith("multipart/"); }
@@ -30,6 +33,11 @@ class WebMIMEMessage {
 public:
     /// Reads a whole message; nothing if it is none, or beyond the limits of depth and number of parts.
     static std::optional<WebMIMEPart> messageWithData(const QByteArray &data);
+    /// The media type that a Content-Type field names, in lower case, and its parameters "boundary", "start" and
+    /// "charset"; an empty type if it names none.
+    static QByteArray typeInField(const QByteArray &field, QHash<QByteArray, QByteArray> *parameters);
+    /// Reads the body of an entity whose type came apart from it, as HTTP has it; nothing as above.
+    static std::optional<WebMIMEPart> entityWithBody(const QByteArray &contentType, const QByteArray &body);
     /// Whether bytes begin as a message that holds a web page: nothing but header fields up to the first
     /// empty line, among them a content type of several parts or, with a MIME version, of HTML.
     static bool mayHoldPage(QByteArrayView data);

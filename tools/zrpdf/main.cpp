@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "platform/base/FileDescriptor.h"
 #include "platform/base/SystemError.h"
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
 #include "tools/converter/Events.h"
 #include "tools/converter/ServicePool.h"
+#include "tools/converter/StandardStreams.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
 #include "tools/zrpdf/Options.h"
@@ -31,25 +31,6 @@ int print(const QByteArray &text, int standardError) {
         return int(ExitCode::Success);
     zr::writeAll(standardError, QByteArray("zrpdf: standard output: ") + failure.message().c_str() + '\n');
     return int(ExitCode::UnwritableOutput);
-}
-
-/// No file that is opened later may pass for a standard stream that was closed; what is put there instead
-/// can't be used the stream's way.
-void fillStandardStreams() {
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF)
-            (void)!::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-}
-
-/// The service and the client library log to standard error. Unless that is wanted, it leads nowhere from here on.
-/// \return a descriptor of the real one for this program's own lines; -1 if there is none
-int takeStandardError(bool logs) {
-    const int own = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (!logs) {
-        const zr::FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-        ::dup2(nowhere.get(), STDERR_FILENO);
-    }
-    return own;
 }
 
 int finish(ExitCode code, Reporter &reporter) {
@@ -88,7 +69,7 @@ void become(const QString &program, char **arguments) {
 } // namespace
 
 int main(int count, char **values) {
-    fillStandardStreams();
+    zr::fillStandardStreams();
     QList<QByteArray> arguments;
     for (int index = 1; index < count; ++index)
         arguments.append(values[index]);
@@ -118,7 +99,7 @@ int main(int count, char **values) {
 
     zr::Events events;
     Interrupts::install(events.descriptor());
-    const int standardError = takeStandardError(options.verbose);
+    const int standardError = zr::takeStandardError(options.verbose);
     Reporter reporter(options, standardError, qsizetype(plan.entries.size()));
     Runner runner(options, plan, reporter, events, [](int instances) {
         return std::make_unique<zr::ServicePool>(zr::ServicePool::Options{.instances = instances});

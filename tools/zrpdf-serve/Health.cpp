@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "tools/zrpdf-serve/Health.h"
+
+#include <future>
+#include <utility>
+
+using namespace zr;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// How long an answer holds.
+constexpr auto freshness = std::chrono::seconds(5);
+constexpr auto freshnessOfFaults = std::chrono::seconds(1);
+/// Waiting for a turn included. A browser may have to be started first.
+constexpr auto patience = std::chrono::seconds(15);
+
+} // namespace
+
+Health::Health(Converter &converter) : m_converter(converter), m_thread([this] { run(); }) {
+}
+
+Health::~Health() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isOver = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+}
+
+void Health::noteSuccess() {
+    const std::lock_guard lock(m_mutex);
+    m_worked = Clock::now();
+}
+
+void Health::check(std::function<void(const QString &)> tell) {
+    std::optional<QString> known;
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto now = Clock::now();
+        if (m_worked && now < *m_worked + freshness && (!m_failed || *m_failed < *m_worked))
+            known = QString();
+        else if (m_failed && now < *m_failed + freshnessOfFaults && (!m_worked || *m_worked < *m_failed))
+            known = m_fault;
+        else
+            m_asking.push_back(tell);
+    }
+    if (known)
+        tell(*known);
+    else
+        m_changed.notify_all();
+}
+
+void Health::run() {
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_isOver || !m_asking.empty(); });
+        QString fault = u"The server is stopping."_s;
+        if (!m_isOver) {
+            lock.unlock();
+            fault = tryOut();
+            lock.lock();
+            (fault.isNull() ? m_worked : m_failed) = Clock::now();
+            m_fault = fault;
+        }
+        const auto asking = std::exchange(m_asking, {});
+        lock.unlock();
+        for (const auto &tell : asking)
+            tell(fault);
+        lock.lock();
+        if (m_isOver && m_asking.empty())
+            return;
+    }
+}
+
+/// Converts a tiny document; nil if that works.
+QString Health::tryOut() {
+    std::stop_source enough;
+    const auto promise = std::make_shared<std::promise<Converter::Answer>>();
+    auto answer = promise->get_future();
+    m_converter.convert({.object = {{u"data"_s, u"<!DOCTYPE html><p>works</p>"_s}, {u"network"_s, u"none"_s}},
+                         .timeout = patience,
+                         .abandoned = enough.get_token()},
+                        [promise](const Converter::Answer &given) { promise->set_value(given); });
+    if (answer.wait_for(patience) != std::future_status::ready) {
+        enough.request_stop();
+        const Converter::State state = m_converter.state();
+        return u"A tiny document had not been converted after %1 s. %2 of %3 instances are working, and %4 documents wait."_s
+            .arg(patience.count())
+            .arg(state.working)
+            .arg(state.instances)
+            .arg(state.waiting);
+    }
+    const Converter::Answer given = answer.get();
+    if (given.outcome == Converter::Outcome::Done)
+        return {};
+    return u"A tiny document could not be converted: "_s +
+           (given.outcome == Converter::Outcome::Abandoned ? u"it was abandoned"_s : given.text());
+}

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tools/converter/Converter.h"
+#include "tools/zrpdf-serve/ServeOptions.h"
+
+#include <memory>
+
+namespace zr {
+
+/// Where the server has documents converted.
+std::unique_ptr<Converter> makeConverter(const ServeOptions &options);
+
+} // namespace zr

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+#include "platform/base/WriteAll.h"
+#include "platform/xpc/XPCActivator.h"
+#include "tools/converter/StandardStreams.h"
+#include "tools/zrpdf-serve/HTTPDoor.h"
+#include "tools/zrpdf-serve/MakeConverter.h"
+#include "tools/zrpdf-serve/Server.h"
+#include "tools/zrpdf-serve/ServiceManager.h"
+#include "tools/zrpdf-serve/StopSignal.h"
+
+#include <algorithm>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace zr;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+enum ExitStatus { Stopped = 0, CannotListen = 1, BadUsage = 2 };
+
+/// On each socket, those that wait for their documents included; beyond that, clients wait to be let in.
+constexpr int spareConnections = 256;
+constexpr qsizetype leastForAllBodies = qsizetype(256) << 20;
+
+int complain(const QByteArray &problem, int status) {
+    (void)writeAll(STDERR_FILENO, "zrpdf serve: " + problem + '\n');
+    return status;
+}
+
+/// The sockets to serve; none, and one sentence about why, if there is one that can't be.
+std::vector<ListeningSocket> openSockets(const ServeOptions &options, QByteArray *problem) {
+    std::vector<ListeningSocket> sockets;
+    const auto keep = [&](std::optional<ListeningSocket> socket) {
+        if (!socket)
+            return false;
+        sockets.push_back(std::move(*socket));
+        return true;
+    };
+    const std::vector<int> handedOver = ServiceManager::sockets();
+    if (!handedOver.empty() && !options.addresses.empty()) {
+        *problem = "sockets were handed over, and option --listen names others";
+        return {};
+    }
+    for (const int descriptor : handedOver)
+        if (!keep(ListeningSocket::adopt(descriptor, problem)))
+            return {};
+    std::vector<ListenAddress> addresses = options.addresses;
+    if (sockets.empty() && addresses.empty()) {
+        const auto usual = ListenAddress::inRuntimeFolder(problem);
+        if (!usual)
+            return {};
+        addresses.push_back(*usual);
+    }
+    for (const ListenAddress &address : addresses)
+        if (!keep(ListeningSocket::open(address, problem))) {
+            sockets.clear();
+            return sockets;
+        }
+    const bool isRemote = std::any_of(sockets.begin(), sockets.end(),
+                                      [](const ListeningSocket &socket) { return !socket.isLocal(); });
+    if (isRemote && !options.allowsRemote) {
+        *problem =
+            "a socket that was handed over is reached by other machines; --allow-remote and a token allow it";
+        sockets.clear();
+    }
+    return sockets;
+}
+
+/// As many descriptors as connections and instances may need.
+void allowDescriptors() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 65536);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// Serves until it is told to stop, and finishes what has begun.
+int serve(const ServeOptions &options, std::optional<BearerToken> token, std::vector<ListeningSocket> sockets,
+          RequestLog &log) {
+    const std::unique_ptr<Converter> converter = makeConverter(options);
+    Server server(options, std::move(token), *converter, log);
+    HTTPDoor door(server, {.body = options.maxBody,
+                           .allBodies = std::max(leastForAllBodies, 4 * options.maxBody),
+                           .connections = spareConnections + options.instances + options.queue});
+    if (::geteuid() == 0)
+        log.write(u"remark: the browser runs without its sandbox, which root cannot have"_s);
+    for (ListeningSocket &socket : sockets) {
+        const QString name = QString::fromLocal8Bit(socket.name());
+        if (!door.open(std::move(socket)))
+            return complain("the HTTP library can't serve " + name.toLocal8Bit(), CannotListen);
+        log.write(u"listening"_s, {{"address", name}});
+    }
+    ServiceManager::notify("READY=1");
+
+    while (!StopSignal::wait(std::chrono::hours(1)))
+        continue;
+    ServiceManager::notify("STOPPING=1");
+    log.write(u"stopping"_s);
+    server.beginStop();
+    door.beginStop();
+    const auto limit = std::chrono::steady_clock::now() + options.grace;
+    while (!door.waitUntilIdle(std::chrono::milliseconds(50)))
+        if (std::chrono::steady_clock::now() >= limit || StopSignal::wait(std::chrono::milliseconds(0))) {
+            log.write(u"giving up what has not finished"_s);
+            door.abandonAll();
+            door.waitUntilIdle(std::chrono::seconds(5));
+            break;
+        }
+    door.stop();
+    log.write(u"stopped"_s);
+    return Stopped;
+}
+
+} // namespace
+
+int main(int count, char **values) {
+    fillStandardStreams();
+    const QList<QByteArray> arguments(values + std::min(count, 1), values + count);
+    QByteArray problem;
+    const ServeOptions options = ServeOptions::parse(arguments, &problem);
+    if (!problem.isEmpty())
+        return complain(problem + " (see zrpdf serve --help)", BadUsage);
+    if (options.action != ServeOptions::Action::Serve) {
+        const auto failure = writeAll(STDOUT_FILENO, options.action == ServeOptions::Action::Help
+                                                         ? ServeOptions::help()
+                                                         : QByteArray("zrpdf-serve " ZR_VERSION "\n"));
+        return failure ? complain(failure.message().c_str(), CannotListen) : Stopped;
+    }
+
+    const QByteArray tokenFile =
+        options.tokenFile.isNull() ? BearerToken::credentialFile() : options.tokenFile;
+    std::optional<BearerToken> token;
+    if (!tokenFile.isNull()) {
+        token = BearerToken::fromFile(tokenFile, &problem);
+        if (!token)
+            return complain(problem, BadUsage);
+    }
+    if (options.allowsRemote && !token)
+        return complain("option --allow-remote needs a token: --token-file", BadUsage);
+
+    StopSignal::install();
+    allowDescriptors();
+    std::vector<ListeningSocket> sockets = openSockets(options, &problem);
+    if (sockets.empty())
+        return complain(problem, CannotListen);
+    RequestLog log(takeStandardError(options.verbose), options.logForm);
+    const int status = serve(options, std::move(token), std::move(sockets), log);
+    XPCActivator::shared().stop();
+    return status;
+}
