@@ -18,8 +18,7 @@ constexpr int makingDelay = 10;
 /// Pages in a row that may fail to be made before those who wait for one are told.
 constexpr int maxFailures = 3;
 
-/// Milliseconds after which a browser that nobody uses goes, while the other one is used.
-constexpr int idlePatience = 60'000;
+std::chrono::milliseconds idlePatience = std::chrono::minutes(1);
 
 bool prepared = false;
 
@@ -43,6 +42,10 @@ WebEngine &WebEngine::shared() {
 WebEngine &WebEngine::withoutNetwork() {
     static NeverDestroyed<WebEngine> engine(false);
     return *engine;
+}
+
+void WebEngine::setIdlePatience(std::chrono::milliseconds patience) {
+    idlePatience = patience;
 }
 
 std::unique_ptr<BrowserProcess> WebEngine::startProcess() const {
@@ -116,6 +119,9 @@ void WebEngine::endBrowser() {
 }
 
 void WebEngine::shutDown() {
+    // Who watches this browser is not to end the next one.
+    m_isWatched = false;
+    ++m_uses;
     endBrowser();
     failRequests(goneText());
 }
@@ -145,9 +151,9 @@ void WebEngine::endIfIdle() {
     if (!m_process || std::exchange(m_isWatched, true))
         return;
     QTimer::singleShot(idlePatience, [this, uses = m_uses] {
-        m_isWatched = false;
         if (m_uses == uses && m_lent.empty() && m_requests.empty())
             shutDown();
+        m_isWatched = false;
     });
 }
 

@@ -6,6 +6,7 @@
 #include "platform/browser/BrowserProcess.h"
 #include "platform/web/WebPage.h"
 
+#include <chrono>
 #include <deque>
 #include <vector>
 
@@ -28,6 +29,8 @@ public:
     static WebEngine &shared();
     /// The one whose browser reaches nothing.
     static WebEngine &withoutNetwork();
+    /// How long one of the two may be unused before it is ended.
+    static void setIdlePatience(std::chrono::milliseconds patience);
     /// There is a QCoreApplication now.
     static void applicationStarted();
 

@@ -13,6 +13,11 @@ HTTPServer::HTTPServer(Handler handler)
     m_acceptor = std::thread([this] { accept(); });
 }
 
+HTTPServer::HTTPServer(Handler handler, int listener, int port)
+    : m_handler(std::move(handler)), m_port(port), m_listener(listener) {
+    m_acceptor = std::thread([this] { accept(); });
+}
+
 HTTPServer::~HTTPServer() {
     ::shutdown(m_listener, SHUT_RDWR);
     m_acceptor.join();

@@ -43,6 +43,8 @@ public:
 
     /// Serves until destroyed; the handler is called from several threads.
     explicit HTTPServer(Handler handler);
+    /// Serves at a socket that listens, which it closes.
+    HTTPServer(Handler handler, int listener, int port);
     ~HTTPServer();
     HTTPServer(const HTTPServer &) = delete;
     HTTPServer &operator=(const HTTPServer &) = delete;

@@ -4,18 +4,11 @@
 #include "tests/ZRKit/Network/FetchTest.h"
 #include "tests/support/InChild.h"
 #include "tests/support/LoopbackServers.h"
+#include "tests/support/OwnNetwork.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <arpa/inet.h>
 #include <future>
-#include <net/if.h>
 #include <netinet/in.h>
-#include <optional>
 #include <poll.h>
-#include <sched.h>
-#include <sys/ioctl.h>
-#include <sys/mount.h>
 #include <sys/socket.h>
 
 using namespace zr;
@@ -27,18 +20,8 @@ class SilentNameServer {
 public:
     /// False if the system doesn't allow it.
     bool begin() {
-        if (::unshare(CLONE_NEWNET | CLONE_NEWNS) != 0 &&
-            ::unshare(CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS) != 0)
+        if (!OwnNetwork::enter())
             return false;
-        const FileDescriptor any(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-        ifreq loopback{};
-        loopback.ifr_name[0] = 'l';
-        loopback.ifr_name[1] = 'o';
-        loopback.ifr_flags = IFF_UP;
-        EXPECT_EQ(::ioctl(any.get(), SIOCSIFFLAGS, &loopback), 0);
-        EXPECT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
-        replace("/etc/resolv.conf", "nameserver 127.0.0.1\noptions timeout:30 attempts:3\n");
-        replace("/etc/nsswitch.conf", "hosts: files dns\n");
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -66,30 +49,12 @@ public:
     }
 
 private:
-    void replace(const char *path, const QByteArray &content) {
-        QFile file(m_folder.filePath(QString::number(++m_files)));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-        file.close();
-        EXPECT_EQ(::mount(QFile::encodeName(file.fileName()).constData(), path, nullptr, MS_BIND, nullptr),
-                  0);
-    }
-    QTemporaryDir m_folder;
-    int m_files = 0;
     FileDescriptor m_socket;
 };
 
 template <typename Checks>
 void checkWithSilentNameServer(Checks checks) {
-    const pid_t trial = ::fork();
-    if (trial == 0) {
-        std::optional<SilentNameServer> server(std::in_place);
-        const bool begins = server->begin();
-        server.reset(); // with its folder
-        ::_exit(begins ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(trial, &status, 0), trial);
-    if (status != 0)
+    if (!OwnNetwork::mayEnter())
         GTEST_SKIP() << "this user may not make a network";
     checkInChild([&] {
         SilentNameServer server;
