@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "platform/base/NSException.h"
 #include "platform/base/WriteAll.h"
 #include "tools/converter/Events.h"
+#include "tools/converter/StandardStreams.h"
 #include "tools/zrpdf-broker/QueueConverter.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
@@ -10,7 +10,6 @@
 #include "tools/zrpdf/Reporter.h"
 #include "tools/zrpdf/Runner.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 using namespace zr;
@@ -38,17 +37,6 @@ int print(const QByteArray &text) {
     return writeAll(STDOUT_FILENO, text) ? int(ExitCode::UnwritableOutput) : int(ExitCode::Success);
 }
 
-/// The client library logs to standard error. Unless that is wanted, it leads nowhere from here on.
-/// \return a descriptor of the real one for this program's own lines; -1 if there is none
-int takeStandardError(bool logs) {
-    const int own = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (!logs) {
-        const FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-        ::dup2(nowhere.get(), STDERR_FILENO);
-    }
-    return own;
-}
-
 int finish(ExitCode code, Reporter &reporter) {
     if (code != ExitCode::Interrupted)
         return int(code);
@@ -59,6 +47,7 @@ int finish(ExitCode code, Reporter &reporter) {
 } // namespace
 
 int main(int count, char **values) {
+    fillStandardStreams();
     QList<QByteArray> arguments;
     for (int index = 1; index < count; ++index)
         arguments.append(values[index]);

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-broker/Worker.h"
-#include "platform/base/FileDescriptor.h"
-#include "platform/base/NSException.h"
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
 #include "tools/converter/Events.h"
+#include "tools/converter/ServiceManager.h"
 #include "tools/converter/ServicePool.h"
-#include "tools/zrpdf-broker/ServiceManager.h"
+#include "tools/converter/StandardStreams.h"
 #include "tools/zrpdf-broker/WorkerOptions.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 using namespace zr;
@@ -24,14 +22,10 @@ void writeLine(const QByteArray &text) {
     writeAll(logDescriptor, "zrpdf-worker: " + text + '\n');
 }
 
-/// The services log to standard error. Unless that is wanted, it leads nowhere from here on; this program's own lines
+/// The services log to standard error, which leads nowhere from here on unless that is wanted; this program's own lines
 /// go where it led.
 void takeLog(bool servicesToo) {
-    logDescriptor = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (!servicesToo) {
-        const FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-        ::dup2(nowhere.get(), STDERR_FILENO);
-    }
+    logDescriptor = takeStandardError(servicesToo);
     qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext &, const QString &text) { writeLine(text.toUtf8()); });
 }
@@ -53,14 +47,14 @@ int work(const WorkerOptions &options) {
             isIdle = isIdle || event == Worker::Event::Idle;
             isUnavailable = isUnavailable || event == Worker::Event::Unavailable;
             if (event == Worker::Event::Connected)
-                notifyServiceManager("READY=1");
+                ServiceManager::notify("READY=1");
         });
     });
     worker->start();
     const auto never = std::chrono::steady_clock::now() + std::chrono::hours(24 * 365);
     while (Interrupts::signal() == 0 && !isUnavailable)
         events.run(never);
-    notifyServiceManager("STOPPING=1");
+    ServiceManager::notify("STOPPING=1");
     worker->stop();
     // What is begun is finished, unless the broker can't be told of it.
     constexpr auto grace = std::chrono::seconds(30);
@@ -78,6 +72,7 @@ int work(const WorkerOptions &options) {
 } // namespace
 
 int main(int count, char **values) {
+    fillStandardStreams();
     QList<QByteArray> arguments;
     for (int index = 1; index < count; ++index)
         arguments.append(values[index]);

@@ -2,6 +2,7 @@
 #include "tools/zrpdf-serve/MakeConverter.h"
 
 #include "tools/converter/ServicePool.h"
+#include "tools/zrpdf-broker/QueueConverter.h"
 
 using namespace zr;
 
@@ -13,6 +14,9 @@ constexpr int tries = 3;
 } // namespace
 
 std::unique_ptr<Converter> zr::makeConverter(const ServeOptions &options) {
+    if (!options.broker.brokers.isEmpty())
+        return std::make_unique<QueueConverter>(
+            QueueConverter::Options{.broker = options.broker, .instances = options.instances});
     return std::make_unique<ServicePool>(
         ServicePool::Options{.instances = options.instances, .tries = tries});
 }

@@ -61,7 +61,17 @@ Problem setSize(qsizetype &size, QByteArray value) {
     return {};
 }
 
+/// The options of a broker are the same for every program.
+template <std::size_t index>
+Problem applyBroker(ServeOptions &options, const QByteArray &value) {
+    return options.broker.table()[index].apply(value);
+}
+
 const std::array table{
+    Option{"broker", true, true, applyBroker<0>},
+    Option{"broker-file", true, true, applyBroker<1>},
+    Option{"prefix", true, false, applyBroker<2>},
+    Option{"store", true, false, applyBroker<3>},
     Option{"listen", true, true,
            [](ServeOptions &o, const QByteArray &v) {
                Problem problem;
@@ -193,6 +203,10 @@ The work
       --queue N            so many more may wait; further requests are answered with 429 (default 64)
       --max-body BYTES     of a request; K, M or G may follow the number (default 64M)
   -t, --timeout SECONDS    give up on a document after that time; a request may ask for less (default 60)
+      --broker URL         have workers convert, by way of this RabbitMQ broker (amqp:// or amqps://); several for the
+                           nodes of a cluster. --broker-file FILE takes such URLs from a file, --prefix NAME and
+                           --store URL are those of the workers. --instances is then how many documents are with the
+                           broker at a time
       --network MODE       what documents may reach: all, public (nothing private) or none; a request may ask for less
                            (default public)
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tools/zrpdf-broker/BrokerOptions.h"
 #include "tools/zrpdf-serve/ListenAddress.h"
 #include "tools/zrpdf-serve/NetworkMode.h"
 #include "tools/zrpdf-serve/RequestLog.h"
@@ -28,6 +29,7 @@ struct ServeOptions {
     NetworkMode network = NetworkMode::Public;
     RequestLog::Form logForm = RequestLog::Form::Lines;
     bool verbose = false;
+    BrokerOptions broker; ///< its workers convert if it has brokers; otherwise services of this machine do
 
     /// Reads the arguments that follow the program's name.
     /// \param problem  receives one sentence about what is wrong with them, or nothing

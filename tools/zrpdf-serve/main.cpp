@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
+#include "tools/converter/ServiceManager.h"
 #include "tools/converter/StandardStreams.h"
 #include "tools/zrpdf-serve/HTTPDoor.h"
 #include "tools/zrpdf-serve/MakeConverter.h"
 #include "tools/zrpdf-serve/Server.h"
-#include "tools/zrpdf-serve/ServiceManager.h"
 #include "tools/zrpdf-serve/StopSignal.h"
 
 #include <algorithm>

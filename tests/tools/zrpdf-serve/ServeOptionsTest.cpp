@@ -156,3 +156,14 @@ TEST(ServeOptions, HelpFitsATerminalAndNamesEveryOption) {
           "--network", "--grace", "--log", "--verbose", "--help", "--version"})
         EXPECT_TRUE(help.contains(name)) << name;
 }
+
+TEST(ServeOptions, ABrokersWorkersConvertIfOneIsNamed) {
+    const Parsed parsed = parse({"--broker", "amqp://one", "--broker=amqps://two", "--prefix", "mine"});
+    EXPECT_EQ(parsed.problem.toStdString(), "");
+    EXPECT_EQ(parsed.options.broker.brokers.size(), 2);
+    EXPECT_EQ(parsed.options.broker.prefix, QStringLiteral("mine"));
+    EXPECT_TRUE(parse({}).options.broker.brokers.isEmpty());
+    EXPECT_NE(problemOf({"--broker", "http://host"}), "");
+    EXPECT_NE(problemOf({"--broker", "amqp://host", "--prefix", "a b"}), "");
+    EXPECT_NE(problemOf({"--store", "ftp://host/"}), "");
+}

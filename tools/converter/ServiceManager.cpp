@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/zrpdf-serve/ServiceManager.h"
+#include "tools/converter/ServiceManager.h"
 
 #include "platform/base/FileDescriptor.h"
 
