@@ -269,7 +269,7 @@ QString Corpus::broken(Random &random, int number) const {
             if (below(random, 3) == 0)
                 text += u" style=\""_s + oneOf(random, styles) + (below(random, 9) ? u"\""_s : QString());
             if (below(random, 6) == 0)
-                text += u" colspan="_s + QString::number(below(random, 2000) - 9);
+                text += u" colspan="_s + QString::number(below(random, 40) - 9);
             text += u'>';
         }
     }

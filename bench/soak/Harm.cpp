@@ -84,16 +84,22 @@ void Harm::run(const std::stop_token &stop) {
         const auto kind = Kind(m_random() % unsigned(kinds));
         const QString &service = m_services[qsizetype(m_random() % unsigned(m_services.size()))];
         const pid_t process = zr::XPCActivator::shared().processIdentifier(service);
-        const auto from = Clock::now();
-        if (process <= 0 || !harm(kind, process))
+        if (process <= 0)
             continue;
+        // What comes back while it is being done is judged at once.
+        Span *span = nullptr;
+        {
+            const std::lock_guard lock(m_mutex);
+            constexpr std::size_t most = 200;
+            if (m_spans.size() == most)
+                m_spans.pop_front();
+            span = &m_spans.emplace_back(kind, Clock::now(), Clock::time_point::max());
+        }
+        const bool isDone = harm(kind, process);
         const std::lock_guard lock(m_mutex);
-        ++m_counts[std::size_t(kind)];
+        m_counts[std::size_t(kind)] += isDone ? 1 : 0;
         // What dies may be missed a little later.
-        m_spans.push_back({kind, from, Clock::now() + std::chrono::milliseconds(500)});
-        constexpr std::size_t most = 200;
-        if (m_spans.size() > most)
-            m_spans.pop_front();
+        span->to = Clock::now() + std::chrono::milliseconds(500);
     }
 }
 

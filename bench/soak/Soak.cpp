@@ -171,6 +171,16 @@ bool isFlat(const Line &line, int conversions, double megabytes) {
 
 } // namespace
 
+int showDocument(const SoakOptions &options) {
+    const Corpus corpus(options.seed, QStringLiteral(ZR_SOURCE_DIR), u"http://127.0.0.1:1/"_s);
+    const QVariant data = corpus.document(options.shown, options.isCalm).task.value(u"data"_s);
+    const QByteArray bytes =
+        data.typeId() == QMetaType::QByteArray ? data.toByteArray() : data.toString().toUtf8();
+    return std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout) == std::size_t(bytes.size())
+               ? 0
+               : 1;
+}
+
 int soak(const SoakOptions &options) {
     const auto start = Clock::now();
     const auto print = [](const QString &text) {

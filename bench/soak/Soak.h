@@ -11,12 +11,17 @@ struct SoakOptions {
     std::chrono::seconds time{0}; ///< 0 for as long as it takes
     int instances = 2;            ///< besides the one that no harm is done to
     unsigned seed = 1;
+    int shown = 0;       ///< the document that is to be printed, and nothing converted
+    bool isCalm = false; ///< whether the service that isn't harmed gets it
     std::chrono::milliseconds harmEvery{2000};
     QByteArray log;       ///< the file that services write to
     bool isShown = false; ///< whether progress is
     /// Complaints and progress; the services have the standard error.
     std::FILE *messages = stderr;
 };
+
+/// Prints a document to standard output.
+int showDocument(const SoakOptions &options);
 
 /// Converts until it is done, prints what came of it, and returns the exit code. Needs an application object and folders of its
 /// own for temporary and runtime files.

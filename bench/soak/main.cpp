@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QTemporaryDir>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <set>
@@ -33,8 +34,11 @@ SoakOptions optionsOf(int argc, char **argv) {
     const QCommandLineOption seed(u"seed"_s, u"Other documents, other harms."_s, u"number"_s, u"1"_s);
     const QCommandLineOption every(u"harm-every"_s, u"The mean time between two harms."_s, u"milliseconds"_s,
                                    u"2000"_s);
+    const QCommandLineOption show(u"show"_s, u"Prints the document of that number, and converts nothing."_s,
+                                  u"number"_s, u"0"_s);
+    const QCommandLineOption calm(u"calm"_s, u"With --show: as the service that isn't harmed gets it."_s);
     const QCommandLineOption log(u"log"_s, u"What the services log."_s, u"file"_s, u"/dev/null"_s);
-    parser.addOptions({conversions, seconds, instances, seed, every, log});
+    parser.addOptions({conversions, seconds, instances, seed, every, show, calm, log});
     parser.process(application);
     SoakOptions options;
     options.conversions = parser.value(conversions).toInt();
@@ -42,9 +46,11 @@ SoakOptions optionsOf(int argc, char **argv) {
     options.instances = std::max(parser.value(instances).toInt(), 1);
     options.seed = parser.value(seed).toUInt();
     options.harmEvery = std::chrono::milliseconds(std::max(parser.value(every).toInt(), 1));
+    options.shown = parser.value(show).toInt();
+    options.isCalm = parser.isSet(calm);
     options.log = QFile::encodeName(parser.value(log));
     options.isShown = ::isatty(STDERR_FILENO) == 1;
-    if (options.conversions <= 0 && options.time.count() <= 0) {
+    if (options.shown <= 0 && options.conversions <= 0 && options.time.count() <= 0) {
         std::fputs("zr_soak: either --conversions or --seconds\n", stderr);
         std::exit(64);
     }
@@ -77,6 +83,8 @@ int exitCodeOf(pid_t child) {
 
 int main(int argc, char **argv) {
     SoakOptions options = optionsOf(argc, argv);
+    if (options.shown > 0)
+        return showDocument(options);
     // What services log goes elsewhere.
     if (std::FILE *const messages = ::fdopen(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3), "w")) {
         options.messages = messages;
@@ -95,6 +103,7 @@ int main(int argc, char **argv) {
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t child = ::fork();
     if (child == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         const QCoreApplication application(argc, argv);
         return soak(options);
     }
