@@ -8,7 +8,7 @@
 
 namespace zr {
 
-/// Where the server has documents converted.
+/// Where the server has documents converted. Raises NSException for options that can't be meant.
 std::unique_ptr<Converter> makeConverter(const ServeOptions &options);
 
 } // namespace zr

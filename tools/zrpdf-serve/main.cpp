@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "platform/base/NSException.h"
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
 #include "tools/converter/ServiceManager.h"
@@ -79,7 +80,13 @@ void allowDescriptors() {
 /// Serves until it is told to stop, and finishes what has begun.
 int serve(const ServeOptions &options, std::optional<BearerToken> token, std::vector<ListeningSocket> sockets,
           RequestLog &log) {
-    const std::unique_ptr<Converter> converter = makeConverter(options);
+    std::unique_ptr<Converter> converter;
+    try {
+        converter = makeConverter(options);
+    } catch (const NSException &exception) {
+        log.write(exception.reason());
+        return BadUsage;
+    }
     Server server(options, std::move(token), *converter, log);
     HTTPDoor door(server, {.body = options.maxBody,
                            .allBodies = std::max(leastForAllBodies, 4 * options.maxBody),
@@ -88,8 +95,10 @@ int serve(const ServeOptions &options, std::optional<BearerToken> token, std::ve
         log.write(u"remark: the browser runs without its sandbox, which root cannot have"_s);
     for (ListeningSocket &socket : sockets) {
         const QString name = QString::fromLocal8Bit(socket.name());
-        if (!door.open(std::move(socket)))
-            return complain("the HTTP library can't serve " + name.toLocal8Bit(), CannotListen);
+        if (!door.open(std::move(socket))) {
+            log.write(u"the HTTP library can't serve this"_s, {{"address", name}});
+            return CannotListen;
+        }
         log.write(u"listening"_s, {{"address", name}});
     }
     ServiceManager::notify("READY=1");

@@ -266,6 +266,38 @@ TEST_F(Listening, SystemdIsToldOfReadinessAndOfTheEnd) {
     EXPECT_STREQ(told.data(), "STOPPING=1");
 }
 
+TEST_F(Listening, TheUnitsAreSound) {
+    for (const char *manager : {"user", "system"}) {
+        QFile unit(QStringLiteral(ZR_BINARY_DIR "/tools/zrpdf-serve/%1/zrpdf-serve.service")
+                       .arg(QLatin1String(manager)));
+        ASSERT_TRUE(unit.open(QIODevice::ReadOnly));
+        // What is installed isn't there yet.
+        const QByteArray text = unit.readAll();
+        const qsizetype start = text.indexOf("ExecStart=") + 10;
+        put("zrpdf-serve.service", text.left(start) + ZR_BINARY_DIR "/libexec/zrkit/zrpdf-serve" +
+                                       text.mid(text.indexOf(' ', start)));
+        QFile socket(QStringLiteral(ZR_SOURCE_DIR "/packaging/systemd/zrpdf-serve.socket"));
+        ASSERT_TRUE(socket.open(QIODevice::ReadOnly));
+        put("zrpdf-serve.socket", socket.readAll());
+        Child::Setup wanted = setup({});
+        wanted.command = {"/usr/bin/systemd-analyze",  "--man=no",
+                          QByteArray("--") + manager,  "verify",
+                          path("zrpdf-serve.service"), path("zrpdf-serve.socket")};
+        wanted.environment.append("XDG_RUNTIME_DIR=" + wanted.folder);
+        Child verify(wanted);
+        const Result verified = finish(verify);
+        EXPECT_EQ(verified.code, 0) << verified.error.toStdString();
+        EXPECT_EQ(verified.error.toStdString(), "");
+        if (QByteArray(manager) == "user")
+            continue;
+        wanted.command = {
+            "/usr/bin/systemd-analyze", "security", "--offline=yes", "--no-pager", "--threshold=45",
+            path("zrpdf-serve.service")};
+        Child judge(wanted);
+        EXPECT_EQ(finish(judge).code, 0) << judge.standardOutput().right(500).toStdString();
+    }
+}
+
 TEST_F(Listening, HelpAndVersionAreForPeople) {
     const Result help = runServe({"--help"});
     EXPECT_EQ(help.code, 0);

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-serve/ServeOptions.h"
 
+#include "tools/zrpdf-serve/Problem.h"
+
+#include <QFile>
 #include <gtest/gtest.h>
 
 using namespace zr;
@@ -145,6 +148,40 @@ TEST(ServeOptions, HelpAndVersionWinOverEverythingElse) {
     EXPECT_EQ(parse({"--help", "--queue", "x"}).options.action, ServeOptions::Action::Help);
     EXPECT_EQ(parse({"--help", "--queue", "x"}).problem.toStdString(), "");
     EXPECT_EQ(parse({"-V"}).options.action, ServeOptions::Action::Version);
+}
+
+TEST(ServeOptions, ABrokersOptionsAreThoseOfAllPrograms) {
+    const Parsed parsed =
+        parse({"--broker", "amqp://a/", "--broker=amqps://b/", "--queue", "3", "--prefix", "p"});
+    EXPECT_EQ(parsed.problem.toStdString(), "");
+    EXPECT_EQ(parsed.options.broker.brokers.size(), 2);
+    EXPECT_EQ(parsed.options.broker.prefix, QStringLiteral("p"));
+    EXPECT_EQ(parsed.options.queue, 3);
+    EXPECT_NE(problemOf({"--broker", "http://a/"}), "");
+    EXPECT_NE(problemOf({"--broker"}), "");
+    EXPECT_NE(problemOf({"--broker-file", "/nowhere"}), "");
+}
+
+TEST(ServeOptions, TheManualPageAndTheGuideKnowTheSameOptionsAndCodes) {
+    const auto file = [](const char *name) {
+        QFile reader(QStringLiteral(ZR_SOURCE_DIR "/") + QLatin1String(name));
+        EXPECT_TRUE(reader.open(QIODevice::ReadOnly)) << name;
+        return reader.readAll();
+    };
+    const QByteArray page = file("packaging/man/zrpdf-serve.1");
+    const QByteArray guide = file("docs/serve.md");
+    int options = 0;
+    for (const QByteArray &line : ServeOptions::help().split('\n')) {
+        const qsizetype start = line.indexOf("--");
+        if (!line.startsWith("  ") || start < 2 || start > 6)
+            continue;
+        const QByteArray name = line.mid(start + 2).split(' ').first();
+        ++options;
+        EXPECT_TRUE(page.contains("\\-\\-" + QByteArray(name).replace("-", "\\-"))) << name.constData();
+    }
+    EXPECT_GE(options, 14);
+    for (const char *code : Problem::codes())
+        EXPECT_TRUE(guide.contains('`' + QByteArray(code) + '`')) << code;
 }
 
 TEST(ServeOptions, HelpFitsATerminalAndNamesEveryOption) {
