@@ -3,9 +3,13 @@
 //
 //     zr_broker_bench_sender send JOURNAL COUNT POISON-URL POISON-EVERY OUTSTANDING STORE PREFIX BROKER...
 //     zr_broker_bench_sender cost COUNT PREFIX BROKER...
+//     zr_broker_bench_sender carry COUNT BYTES PREFIX BROKER...
 //
 // The first sends the documents that the journal doesn't have yet, and writes a line for each answer. The second converts one
-// small document again and again, by a worker and by a service of its own in turn, and prints both medians and throughputs.
+// small document again and again, by a worker and by a service of its own in turn, and prints both medians and throughputs. The third has
+// tasks answered at once, and prints how many a second the brokers carry.
+#include "ZRKit/Queue/TaskMessage.h"
+#include "ZRKit/Queue/TaskQueues.h"
 #include "ZRKit/Queue/ZRXPCQueue.h"
 #include "tools/converter/ServicePool.h"
 #include "tools/zrpdf-broker/QueueConverter.h"
@@ -118,7 +122,7 @@ Converter::Answer convert(Converter &converter, const QString &text) {
     return answer.get_future().get();
 }
 
-/// How many documents a second, if two are always on their way.
+/// How many documents a second, if there is always another one waiting.
 double throughput(Converter &converter, int count) {
     const auto start = Clock::now();
     std::mutex mutex;
@@ -127,7 +131,7 @@ double throughput(Converter &converter, int count) {
     for (int number = 0; number < count; ++number) {
         {
             std::unique_lock lock(mutex);
-            changed.wait(lock, [&] { return open < 4; });
+            changed.wait(lock, [&] { return open < 8; });
             ++open;
         }
         converter.convert({.object = {{u"data"_s, document(1, {}, 0)}}}, [&](const Converter::Answer &) {
@@ -146,9 +150,9 @@ int cost(const QStringList &arguments) {
     QueueConverter::Options options;
     options.broker.prefix = arguments[1];
     options.broker.brokers = urls(arguments.mid(2));
-    options.instances = 4;
+    options.instances = 8;
     QueueConverter queue(options);
-    ServicePool pool({.instances = 2});
+    ServicePool pool({.instances = 4});
     std::vector<double> direct;
     std::vector<double> queued;
     const QString text = document(1, {}, 0);
@@ -177,6 +181,60 @@ int cost(const QStringList &arguments) {
     return 0;
 }
 
+/// How many tasks a second the brokers carry both ways, each with so many bytes, if nobody has to convert them.
+int carry(const QStringList &arguments) {
+    const int count = arguments[0].toInt();
+    const QByteArray body(arguments[1].toInt(), 'x');
+    const TaskQueues queues(arguments[2]);
+    BrokerClient *replier = nullptr;
+    BrokerClient::Plan plan;
+    for (const QUrl &url : urls(arguments.mid(3)))
+        plan.addresses.push_back(BrokerAddress::fromUrl(url));
+    plan.queues = queues.shared();
+    std::promise<void> ready;
+    const auto isReady = ready.get_future().share();
+    plan.consumers = {
+        {queues.tasks(false), 100, [&](const BrokerDelivery &delivery) {
+             isReady.wait();
+             BrokerMessage message = TaskMessage::withReply({body, {}}, delivery.message, nullptr);
+             // Acknowledged when the reply is confirmed, as workers do.
+             replier->publish(
+                 delivery.message.replyTo, std::move(message), Clock::now() + 60s,
+                 [&, delivery](BrokerClient::Outcome, const QString &) { replier->acknowledge(delivery); });
+         }}};
+    BrokerClient client(plan);
+    replier = &client;
+    ready.set_value();
+    ZRXPCQueue::Options options;
+    options.brokers = urls(arguments.mid(3));
+    options.prefix = arguments[2];
+    ZRXPCQueue queue(options);
+    std::mutex mutex;
+    std::condition_variable changed;
+    int open = 0;
+    const auto send = [&](int tasks) {
+        const auto start = Clock::now();
+        for (int number = 0; number < tasks; ++number) {
+            {
+                std::unique_lock lock(mutex);
+                changed.wait(lock, [&] { return open < 100; });
+                ++open;
+            }
+            queue.performXPCAsyncWithObject(body, [&](const QVariant &, const NSError &) {
+                const std::lock_guard lock(mutex);
+                --open;
+                changed.notify_all();
+            });
+        }
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [&] { return open == 0; });
+        return tasks / std::chrono::duration<double>(Clock::now() - start).count();
+    };
+    send(100);
+    std::printf("%.0f\n", send(count));
+    return 0;
+}
+
 } // namespace
 
 int main(int count, char **values) {
@@ -188,6 +246,8 @@ int main(int count, char **values) {
         return send(arguments);
     if (verb == "cost" && arguments.size() >= 3)
         return cost(arguments);
+    if (verb == "carry" && arguments.size() >= 4)
+        return carry(arguments);
     std::fprintf(stderr, "see bench/broker/run\n");
     return 2;
 }

@@ -331,11 +331,7 @@ std::optional<WebArchive> WebArchive::archiveWithPropertyList(const QByteArray &
     };
     if (!root.contains(QStringLiteral("WebMainResource")) || !addArchive(addArchive, root, 0))
         return {};
-    auto archive = builder.finish();
-    const QVariant holdsPart = root.value(QStringLiteral("ZRHoldsPart"));
-    if (archive && holdsPart.metaType().id() == QMetaType::Bool)
-        archive->m_isWhole = !holdsPart.toBool();
-    return archive;
+    return builder.finish();
 }
 
 const WebResource *WebArchive::resourceForURL(const QByteArray &url) const {

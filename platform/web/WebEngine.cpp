@@ -288,8 +288,19 @@ void WebEngine::pageFailed(const QString &why) {
     --m_making;
     if (++m_failures < maxFailures) {
         makePage();
-    } else {
-        m_failures = 0;
-        failRequests(why);
+        return;
     }
+    m_failures = 0;
+    const bool wasHealthy = std::exchange(m_isHealthy, false);
+    if (!wasHealthy)
+        failRequests(why);
+    // A browser that has lost the process from which it makes others lives on and makes no page any more: another one takes
+    // its place. This is a call of its pipe, which goes later.
+    QTimer::singleShot(0, [this] {
+        endBrowser();
+        if (!m_requests.empty())
+            start();
+        if (!m_pipe)
+            failRequests(QStringLiteral("The browser cannot be started"));
+    });
 }

@@ -8,6 +8,7 @@ NSError zr::webLoadError(const QString &browserText, const QString &url) {
     } known[] = {
         {"The browser has gone", NSURLErrorEngineLost},
         {"The browser cannot be started", NSURLErrorEngineLost},
+        {"The page cannot be set up", NSURLErrorEngineLost},
         {"The page has gone", NSURLErrorEngineLost},
         {"The page's process has ended", NSURLErrorEngineLost},
         {"net::ERR_ABORTED", NSURLErrorCancelled},

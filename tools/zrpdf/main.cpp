@@ -50,7 +50,8 @@ QString programFor(const QList<QByteArray> &arguments) {
     for (const QByteArray &argument : arguments) {
         if (argument == "--")
             break;
-        if (argument == "--broker" || argument.startsWith("--broker="))
+        if (argument == "--broker" || argument.startsWith("--broker=") || argument == "--broker-file" ||
+            argument.startsWith("--broker-file="))
             return QStringLiteral("zrpdf-broker");
     }
     return {};

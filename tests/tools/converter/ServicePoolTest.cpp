@@ -276,3 +276,14 @@ TEST_F(ServicePoolTest, SaysHowManyWorkAndWait) {
 }
 
 } // namespace
+
+TEST_F(ServicePoolTest, ABrowserThatCanMakeNoMorePagesIsReplaced) {
+    ServicePool pool({.instances = 1});
+    EXPECT_EQ(convert(pool, u"<p>first"_s).get().outcome, Outcome::Done);
+    for (const ProcessTree::Process &process : ProcessTree::below(::getpid()))
+        if (process.command.find("--type=zygote") != std::string::npos)
+            ::kill(process.pid, SIGKILL);
+    // A page that is there goes on for a hundred documents.
+    for (int index = 0; index < 120; ++index)
+        EXPECT_EQ(convert(pool, u"<p>%1"_s.arg(index)).get().outcome, Outcome::Done) << index;
+}

@@ -290,6 +290,14 @@ TEST_F(WorkerTest, TellsSystemdThatItIsReady) {
     EXPECT_TRUE(ProcessTree::waitUntil([&] { return listener.said().contains("STOPPING=1"); }));
 }
 
+TEST_F(WorkerTest, ServesTheExample) {
+    const auto worker = this->worker();
+    ServerProcess process;
+    process.start(QStringLiteral(ZR_BINARY_DIR "/bin/zr_example_queue"),
+                  {broker().url().toString(), prefix()}, m_folder.filePath(u"said"_s));
+    EXPECT_EQ(process.waitUntilItEnds(), 0) << process.said().toStdString();
+}
+
 TEST_F(WorkerTest, ServesTheCommandLine) {
     const auto worker = this->worker({u"--timeout"_s, u"30"_s});
     const QString good = file(u"good.html"_s, "<p>From the command line</p>");
@@ -300,6 +308,12 @@ TEST_F(WorkerTest, ServesTheCommandLine) {
     EXPECT_TRUE(PDFReader(pdf.readAll()).contains("From the command line"));
     EXPECT_EQ(command({u"-d"_s, m_folder.path(), u"http://127.0.0.1:9/"_s}, &said), 1);
     EXPECT_TRUE(said.contains("HTML to PDF converter did fail")) << said.toStdString();
+    const QString urls = file(u"broker"_s, broker().url().toEncoded());
+    ServerProcess byFile;
+    byFile.start(QStringLiteral(ZR_BINARY_DIR "/bin/zrpdf"),
+                 {u"--broker-file"_s, urls, u"--prefix"_s, prefix(), u"-f"_s, good},
+                 m_folder.filePath(u"byFile"_s));
+    EXPECT_EQ(byFile.waitUntilItEnds(), 0) << byFile.said().toStdString();
     EXPECT_EQ(command({}, &said), 2);
     EXPECT_EQ(command({m_folder.filePath(u"missing.html"_s)}, &said), 3);
     EXPECT_EQ(command({u"--boot"_s}, &said), 0);
