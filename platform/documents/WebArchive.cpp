@@ -331,7 +331,11 @@ std::optional<WebArchive> WebArchive::archiveWithPropertyList(const QByteArray &
     };
     if (!root.contains(QStringLiteral("WebMainResource")) || !addArchive(addArchive, root, 0))
         return {};
-    return builder.finish();
+    auto archive = builder.finish();
+    const QVariant holdsPart = root.value(QStringLiteral("ZRHoldsPart"));
+    if (archive && holdsPart.metaType().id() == QMetaType::Bool)
+        archive->m_isWhole = !holdsPart.toBool();
+    return archive;
 }
 
 const WebResource *WebArchive::resourceForURL(const QByteArray &url) const {

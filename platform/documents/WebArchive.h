@@ -42,12 +42,16 @@ public:
     /// The resource at a URL the engine asks for, nullptr if the archive has none. Fragments don't count,
     /// nor how characters are escaped, nor whether http or https is asked for.
     const WebResource *resourceForURL(const QByteArray &url) const;
+    /// Whether it holds all that the page may have. One that doesn't leaves the rest to where the page's references lead: a
+    /// property list says so by "ZRHoldsPart", true, in its outermost dictionary.
+    bool isWhole() const { return m_isWhole; }
     /// All resources, the main one first.
     const std::vector<WebResource> &resources() const { return m_resources; }
 
 private:
     class Builder;
     std::vector<WebResource> m_resources;
+    bool m_isWhole = true;
     QHash<QByteArray, size_t> m_byURL;
 };
 

@@ -45,6 +45,13 @@ void WebArchiveServer::start(std::function<void()> ready) {
                 [ready = std::move(ready)](const DevToolsMessage &) { ready(); });
 }
 
+bool WebArchiveServer::isFor(const QString &url) const {
+    const auto afterScheme = [](QStringView text) { return text.sliced(text.indexOf(u':') + 1); };
+    return m_archive.isWhole() ||
+           afterScheme(url).startsWith(afterScheme(QString::fromLatin1(WebArchive::madeUpOrigin))) ||
+           m_archive.resourceForURL(url.toUtf8());
+}
+
 void WebArchiveServer::answer(const QJsonObject &event) {
     const QJsonObject request = event[u"request"].toObject();
     const QString wantedAs = event[u"resourceType"].toString();

@@ -18,7 +18,7 @@ class DevToolsSession;
 /// server.start([&] { page.call("Page.navigate", DevToolsParams().add("url", server.url())); });
 /// \endcode
 ///
-/// Requests for what is not in the archive fail, and nothing is asked of a network, a file or a cache. The page's content
+/// Requests for what is not in a whole archive fail, and nothing is asked of a network, a file or a cache. The page's content
 /// security policies don't apply: they were written for the address, not for the copy. The page serves no other document
 /// afterwards. Main thread only.
 class WebArchiveServer {
@@ -30,6 +30,8 @@ public:
 
     /// Makes every request of the page stop and ask, and calls `ready` when the page may be sent to url().
     void start(std::function<void()> ready);
+    /// Whether a request is answered here. Of an archive that isn't whole those aren't that lead elsewhere.
+    bool isFor(const QString &url) const;
     /// Answers one request: the parameters of a Fetch.requestPaused event.
     void answer(const QJsonObject &event);
 

@@ -162,7 +162,7 @@ void WebRequestGate::requestPaused(const QJsonObject &event) {
         m_mainRequest = networkId;
     if (isMain ? networkId != m_mainRequest : isDocument && m_isClosedToDocuments)
         refuse(request);
-    else if (m_server)
+    else if (m_server && m_server->isFor(url))
         m_server->answer(event);
     else if (event.contains(u"responseStatusCode") && !event.contains(u"responseErrorReason"))
         // A request that has failed has no body, and asking for one ends some browsers.

@@ -71,8 +71,9 @@ QByteArray decodedComponent(QByteArray text) {
 }
 
 QVariant resource(const FormData::File &file) {
-    QVariantMap map{{u"WebResourceURL"_s, QString::fromLatin1(WebArchive::madeUpOrigin +
-                                                              file.name.toUtf8().toPercentEncoding("/"))},
+    QVariantMap map{{u"WebResourceURL"_s,
+                     QString::fromLatin1(QByteArray(WebArchive::madeUpOrigin).replace("https:", "http:") +
+                                         file.name.toUtf8().toPercentEncoding("/"))},
                     {u"WebResourceData"_s, file.data.isNull() ? QByteArray("") : file.data}};
     // What isn't known has no place in a property list.
     if (!file.type.isEmpty())
@@ -144,6 +145,6 @@ QByteArray FormData::archive() const {
     for (const File &file : files)
         if (&file != &main)
             others.append(resource(file));
-    return NSPropertyList::dataFromPropertyList(
-        QVariantMap{{u"WebMainResource"_s, resource(main)}, {u"WebSubresources"_s, others}});
+    return NSPropertyList::dataFromPropertyList(QVariantMap{
+        {u"WebMainResource"_s, resource(main)}, {u"WebSubresources"_s, others}, {u"ZRHoldsPart"_s, true}});
 }

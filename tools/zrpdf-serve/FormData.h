@@ -36,7 +36,8 @@ struct FormData {
 
     /// The file that is the page: index.html, otherwise another that is called index, otherwise the first. There is one.
     const File &page() const;
-    /// The page and all the other files as a web archive, which the service answers requests from.
+    /// The page and all the other files as a web archive, which the service answers requests from. What it doesn't hold the
+    /// page gets as any page does.
     QByteArray archive() const;
 
 private:

@@ -192,7 +192,7 @@ The PDF
 
 The documents
       --network MODE       what they may reach: all, public (nothing of this machine or its networks) or none;
-                           files may have their neighbours (default all)
+                           local files may have other local files (default all)
 
 The run
   -j, --jobs N             convert with N service instances (default 1, at most 64)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Ways round filters of addresses, as they were published: none is to lead anywhere. What leaves the process is seen on the
 // wire.
+#include "tests/platform/print/BrowserPage.h"
 #include "tests/platform/web/OwnNetworkTest.h"
 
 #include <QTemporaryDir>
@@ -459,4 +460,30 @@ TEST_F(NetworkReach, AFileHasItsNeighboursInEachMode) {
     page = markup;
     reachedBy(Access::Public, publicUrl(QStringLiteral("/page")));
     EXPECT_EQ(text, QStringLiteral("page"));
+}
+
+TEST_F(NetworkReach, ABrowserWithoutANetworkReachesNothingEvenIfNobodyStopsItsRequests) {
+    PacketLog log;
+    for (const QString &markup : {spelled(), referring(QStringLiteral("http://10.1.2.3")),
+                                  referring(QStringLiteral("http://93.184.216.34"))}) {
+        BrowserPage browser(zr::BrowserProcess::argumentsWithoutNetwork());
+        zr::DevToolsSession &session = browser.session();
+        bool isLoaded = false;
+        session.on("Page.loadEventFired", [&](const zr::DevToolsMessage &) { isLoaded = true; });
+        const QJsonObject tree = session.callAndWait("Page.getFrameTree").object();
+        session.callAndWait("Page.setDocumentContent",
+                            zr::DevToolsParams()
+                                .add("frameId", tree[u"frameTree"][u"frame"][u"id"].toString())
+                                .add("html", markup));
+        while (!isLoaded && session.isOpen())
+            zr::DevToolsPipe::waitForEvents();
+        EXPECT_FALSE(session.callAndWait("Page.printToPDF").isError());
+        for (const char *const url :
+             {"http://93.184.216.34/", "http://127.0.0.1/", "https://10.1.2.3/", "http://localhost/"}) {
+            const QJsonObject reply =
+                session.callAndWait("Page.navigate", zr::DevToolsParams().add("url", url)).object();
+            EXPECT_FALSE(reply[u"errorText"].toString().isEmpty()) << url;
+        }
+    }
+    EXPECT_EQ(shown(log.destinations()), "");
 }

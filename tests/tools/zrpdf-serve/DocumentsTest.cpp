@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LoopbackServers.h"
+#include "tests/support/OwnNetwork.h"
+#include "tests/support/ProcessTree.h"
 #include "tests/tools/zrpdf-serve/ServeTest.h"
 
 namespace {
@@ -64,6 +66,34 @@ TEST_F(Documents, AFormBringsThePageAndItsFiles) {
     const Answer answer = post(body, "/v1/pdf?network=none", formType);
     ASSERT_TRUE(answer.isPDF()) << answer.body.left(500).toStdString();
     EXPECT_EQ(pageHeightOf(answer.body), 2000);
+}
+
+TEST_F(Documents, WhatAFormDoesNotBringIsFetchedIfTheNetworkModeLets) {
+    // The browser keeps pages from this machine's own addresses unless they are of this machine themselves.
+    if (!OwnNetwork::enter())
+        GTEST_SKIP() << "this user can't make a network";
+    put("b.svg", "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='1300'/>");
+    ServerProcess pictures;
+    pictures.start(QStringLiteral("python3"),
+                   {QStringLiteral("-u"), QStringLiteral("-m"), QStringLiteral("http.server"),
+                    QStringLiteral("8088"), QStringLiteral("--directory"), QString::fromUtf8(path(""))},
+                   QString::fromUtf8(path("pictures.log")));
+    ASSERT_TRUE(ProcessTree::waitUntil([] { return HTTPConnection(8088).isConnected(); }));
+    start();
+    const QByteArray body =
+        file("index.html", "<!DOCTYPE html><link rel=stylesheet href=a.css><body>"
+                           "<img src='http://198.41.0.4:8088/b.svg'><img src=missing.svg>") +
+        file("a.css",
+             "body{margin:0} img{display:block} body::after{content:'';display:block;height:100px}") +
+        "--XX--\r\n";
+    int asked = 0;
+    for (const char *mode : {"all", "public"}) {
+        EXPECT_GE(pageHeightOf(post(body, QByteArray("/v1/pdf?network=") + mode, formType).body), 1400)
+            << mode;
+        EXPECT_EQ(pictures.said().count("GET /b.svg"), ++asked);
+    }
+    EXPECT_LT(pageHeightOf(post(body, "/v1/pdf?network=none", formType).body), 1400);
+    EXPECT_EQ(pictures.said().count("GET /"), asked);
 }
 
 TEST_F(Documents, ThePageOfAFormCanBeInAFolder) {

@@ -149,8 +149,9 @@ TEST(FormData, TheArchiveHasEveryFileUnderItsName) {
                                part(R"(name="empty.js")", ""));
     const auto archive = WebArchive::archiveWithData(form.archive());
     ASSERT_TRUE(archive);
+    EXPECT_FALSE(archive->isWhole());
     EXPECT_EQ(archive->mainResource().data.toStdString(), "<p>");
-    EXPECT_EQ(archive->mainResource().url.toStdString(), "https://archive.invalid/index.html");
+    EXPECT_EQ(archive->mainResource().url.toStdString(), "http://archive.invalid/index.html");
     const auto dataAt = [&](const QByteArray &path) {
         const WebResource *const resource = archive->resourceForURL(WebArchive::madeUpOrigin + path);
         return resource ? resource->data : QByteArray("none");
