@@ -219,5 +219,8 @@ Exit status (several inputs: that of the first one given that failed)
   130  interrupted from the keyboard; otherwise 128 and the number of the signal that ended it
 
 NO_COLOR, if set and not empty, keeps the progress bar plain.
+
+"zrpdf serve" answers other programs by HTTP, "zrpdf worker" works for other machines, which send documents through a
+RabbitMQ broker, as "zrpdf --broker URL" does; each has a --help of its own. An input of such a name is ./serve.
 )";
 }
