@@ -275,10 +275,8 @@ TEST_F(ServicePoolTest, SaysHowManyWorkAndWait) {
     }));
 }
 
-} // namespace
-
 TEST_F(ServicePoolTest, ABrowserThatCanMakeNoMorePagesIsReplaced) {
-    ServicePool pool({.instances = 1});
+    ServicePool pool({});
     EXPECT_EQ(convert(pool, u"<p>first"_s).get().outcome, Outcome::Done);
     for (const ProcessTree::Process &process : ProcessTree::below(::getpid()))
         if (process.command.find("--type=zygote") != std::string::npos)
@@ -287,3 +285,5 @@ TEST_F(ServicePoolTest, ABrowserThatCanMakeNoMorePagesIsReplaced) {
     for (int index = 0; index < 120; ++index)
         EXPECT_EQ(convert(pool, u"<p>%1"_s.arg(index)).get().outcome, Outcome::Done) << index;
 }
+
+} // namespace
