@@ -108,9 +108,11 @@ QStringList BrowserProcess::arguments() {
         QStringLiteral("--disable-site-isolation-trials"),
         // Blank pages come back faster without a new frame host for each document, and none is gone back to.
         // Stylesheets of XSLT are programs that do not run without scripts: documents that name one would be
-        // empty, or load for ever.
+        // empty, or load for ever. What is in a local network would come or not, according to what the page had shown
+        // before, and to where it says that it comes from: nobody is here to be asked, and what a document may reach is
+        // decided elsewhere.
         QStringLiteral("--disable-features=RenderDocument,BackForwardCache,ProactivelySwapBrowsingInstance,"
-                       "IsolateOrigins,site-per-process,XSLT"),
+                       "IsolateOrigins,site-per-process,XSLT,LocalNetworkAccessChecks"),
         // One process less to start and to keep.
         QStringLiteral("--enable-features=NetworkServiceInProcess2"),
         QStringLiteral("--no-first-run"),

@@ -5,6 +5,7 @@
 #include "platform/base/NSError.h"
 #include "platform/operations/NSRunLoop.h"
 #include "platform/pdf/PDFDocument.h"
+#include "platform/web/WebEngine.h"
 #include "platform/web/WebError.h"
 #include "tests/platform/web/ViewLoader.h"
 #include "tests/support/Gate.h"
@@ -12,8 +13,12 @@
 #include "tests/support/PDFReader.h"
 
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
 
 TEST(WebView, HasTheSettingsOfAnOrdinaryViewUntilTheyAreChanged) {
     WebView view(screen);
@@ -252,6 +257,65 @@ TEST(WebFrame, BaseUrlsOfTheWebResolveReferencesAndFilesStayOutOfReach) {
                                    QUrl(QStringLiteral("file:///etc/")));
     ASSERT_TRUE(loader.delegate.wait());
     EXPECT_EQ(loader.pdf().text(), QStringLiteral("text"));
+}
+
+TEST(WebFrame, WhatServersOfThisMachineHaveComesWhateverTheDocumentCameIn) {
+    HTTPServer server([](const HTTPServer::Request &) {
+        return HTTPServer::Response{.contentType = "text/css", .body = "body{background:#0f0}"};
+    });
+    int number = 0;
+    const auto style = [&] { return server.url(u"/%1.css"_s.arg(++number)).toEncoded(); };
+    const auto expectStyle = [&](const char *what, const std::function<void(WebFrame *)> &load) {
+        Loader loader;
+        load(loader.frame());
+        ASSERT_TRUE(loader.delegate.wait()) << what;
+        EXPECT_EQ(server.count("/" + QByteArray::number(number) + ".css"), 1) << what;
+        EXPECT_EQ(loader.pdf().pixel(400, 600), 0x00ff00) << what;
+    };
+    const auto markup = [&] { return "<link rel=stylesheet href='" + style() + "'/>"; };
+    const auto asText = [&](WebFrame *frame) { frame->loadHTMLString(QString::fromLatin1(markup())); };
+    expectStyle("text", asText);
+    // The first page of a browser is alone: it is made blank, in one of two ways, and used again, as its letters have the
+    // engine's own sizes.
+    const auto expectStyleAfter = [&](const char *what, const QByteArray &document, const QString &type) {
+        zr::WebEngine::shared().shutDown();
+        {
+            Loader loader;
+            loader.view->preferences().setDefaultFixedFontSize(14);
+            loader.frame()->loadData(document, type);
+            ASSERT_TRUE(loader.delegate.wait()) << what;
+        }
+        expectStyle(what, asText);
+    };
+    expectStyleAfter("text after text", "<p>x", u"text/html"_s);
+    expectStyleAfter("text after frames", "<iframe srcdoc=x></iframe>", u"text/html"_s);
+    expectStyleAfter("text after bytes in an encoding of the engine's", "<meta charset=windows-1252><p>\xfc",
+                     u"text/html"_s);
+    expectStyleAfter("text after SVG", "<svg xmlns='http://www.w3.org/2000/svg'/>", u"image/svg+xml"_s);
+    for (const char *address : {"https://pages.example.com/", "http://pages.example.com/"})
+        expectStyle(address, [&](WebFrame *frame) {
+            frame->loadHTMLString(QString::fromLatin1(markup()), QUrl(QString::fromLatin1(address)));
+        });
+    expectStyle("XHTML", [&](WebFrame *frame) {
+        frame->loadData("<html xmlns='http://www.w3.org/1999/xhtml'><head>" + markup() +
+                            "</head><body/></html>",
+                        u"application/xhtml+xml"_s);
+    });
+    expectStyle("bytes", [&](WebFrame *frame) { frame->loadData(markup(), u"text/html"_s); });
+    expectStyle("bytes in an encoding of the engine's", [&](WebFrame *frame) {
+        frame->loadData("<meta charset=iso-2022-kr>" + markup(), u"text/html"_s);
+    });
+    expectStyle("a data URL", [&](WebFrame *frame) {
+        frame->loadRequest(QUrl(u"data:text/html;base64,"_s + QString::fromLatin1(markup().toBase64())));
+    });
+    const QTemporaryDir folder;
+    expectStyle("a file", [&](WebFrame *frame) {
+        QFile file(folder.filePath(u"page.html"_s));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(markup());
+        file.close();
+        frame->loadRequest(QUrl::fromLocalFile(file.fileName()));
+    });
 }
 
 TEST(WebFrame, DataIsReadAsItsTypeAndEncodingSay) {
