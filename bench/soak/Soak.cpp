@@ -123,9 +123,8 @@ private:
             (document.expected == Expected::DoneOrAbandoned && answer.outcome == Outcome::Abandoned);
         if (isExpected)
             return;
-        // A load that would never end does if the process of one of its frames is killed.
-        const bool mayBeHarmed = answer.outcome == Outcome::Lost || answer.outcome == Outcome::Failed ||
-                                 (document.expected == Expected::Late && answer.outcome == Outcome::Done);
+        // No harm is known to end a load that would never end otherwise.
+        const bool mayBeHarmed = answer.outcome == Outcome::Lost || answer.outcome == Outcome::Failed;
         if (mayBeHarmed && m_shared.harm && m_shared.harm->excuses(start, end))
             return ledger.addExcused(document.kind);
         QString what = name + u"outcome %1 after %2 s: "_s.arg(int(answer.outcome)).arg(seconds, 0, 'f', 1) +
