@@ -154,18 +154,23 @@ bool works(Converter &pool) {
 }
 
 constexpr double warmUp = 0.1;
+/// What is kept after the largest documents so far makes steps that look like growth in fewer conversions.
+constexpr int fewestWeighed = 2000;
 
-QString slopeText(const Line &line) {
+QString slopeText(const Line &line, int conversions) {
     const Line::Slope slope = line.slope(warmUp);
-    return u"%1 MB in the mean, %2 ± %3 MB for each 10,000 conversions"_s.arg(line.mean(), 0, 'f', 1)
-        .arg(slope.value * 10'000, 0, 'f', 2)
-        .arg(slope.error * 10'000, 0, 'f', 2);
+    const QString mean = u"%1 MB in the mean, "_s.arg(line.mean(), 0, 'f', 1);
+    return conversions < fewestWeighed
+               ? mean + u"too few conversions to tell"_s
+               : mean + u"%1 ± %2 MB for each 10,000 conversions"_s.arg(slope.value * 10'000, 0, 'f', 2)
+                            .arg(slope.error * 10'000, 0, 'f', 2);
 }
 
-/// Whether what was measured over so many conversions can't be growth by more than so many megabytes.
+/// Whether what was measured over so many conversions can't be growth by more than so many megabytes, as far as that can be
+/// told.
 bool isFlat(const Line &line, int conversions, double megabytes) {
     const Line::Slope slope = line.slope(warmUp);
-    return (slope.value - 3 * slope.error) * conversions < megabytes;
+    return conversions < fewestWeighed || (slope.value - 3 * slope.error) * conversions < megabytes;
 }
 
 } // namespace
@@ -285,8 +290,8 @@ int soak(const SoakOptions &options) {
     row(u"nothing hangs"_s, hangs ? u"a document waits for ever"_s : u"every document answered"_s);
     row(u"what nobody harms lives"_s,
         u"%1 deaths in %2 conversions"_s.arg(calmDeaths).arg(calmFeeder.converted()));
-    row(u"a service's memory is flat"_s, slopeText(serviceMemory));
-    row(u"a browser's memory is flat"_s, slopeText(browserMemory));
+    row(u"a service's memory is flat"_s, slopeText(serviceMemory, calmFeeder.converted()));
+    row(u"a browser's memory is flat"_s, slopeText(browserMemory, calmFeeder.converted()));
     row(u"zrpdf on full disks, interrupted and killed"_s,
         u"%1 complaints in %2 rounds"_s.arg(roundComplaints.size()).arg(rounds));
     row(u"a host's descriptors"_s, u"%1 before, %2 after"_s.arg(descriptorsBefore).arg(descriptorsAfter));
