@@ -118,7 +118,7 @@ private:
 /// Tries again if the server can't be reached or is in trouble, which may pass.
 Exchange::Answer exchange(const QString &method, const QUrl &url, const QByteArray &body = {}) {
     for (int attempt = 1;; ++attempt) {
-        const Exchange::Answer answer = Exchange::with(method, url, body);
+        Exchange::Answer answer = Exchange::with(method, url, body);
         if ((answer.status != 0 && answer.status < 500) || attempt == tries)
             return answer;
         std::this_thread::sleep_for(pauseBetweenTries);
@@ -169,7 +169,7 @@ QUrl ClaimStore::url(const QByteArray &name) const {
 }
 
 QByteArray ClaimStore::put(const QByteArray &body) const {
-    const QByteArray name = newName();
+    QByteArray name = newName();
     if (m_folder.isNull()) {
         const Exchange::Answer answer = exchange(QStringLiteral("PUT"), url(name), body);
         if (answer.status < 200 || answer.status >= 300)
