@@ -250,6 +250,16 @@ private:
     bool m_watching = false;
 };
 
+/// A page whose process dies while it prints is told of that after the failure.
+QString printingError(DevToolsSession &page, const DevToolsMessage &printed) {
+    DevToolsMessage life;
+    page.call("Runtime.evaluate", DevToolsParams().add("expression", "1"),
+              [&life](const DevToolsMessage &reply) { life = reply; });
+    while (!life.isValid())
+        DevToolsPipe::waitForEvents();
+    return life.isError() ? life.error() : printed.error();
+}
+
 } // namespace
 
 PagePrint zr::printLoadedPage(DevToolsSession &page, const QString &mainFrame,
@@ -279,6 +289,6 @@ PagePrint zr::printLoadedPage(DevToolsSession &page, const QString &mainFrame,
     while (!printed.isValid())
         DevToolsPipe::waitForEvents();
     if (printed.isError())
-        return {{}, {}, printed.error()};
+        return {{}, {}, printingError(page, printed)};
     return {printed.bytes("data"), size, {}};
 }

@@ -160,9 +160,11 @@ void WebRequestGate::requestPaused(const QJsonObject &event) {
     const QString url = event[u"request"][u"url"].toString();
     if (isMain && m_mainRequest.isEmpty())
         m_mainRequest = networkId;
-    if (isMain ? networkId != m_mainRequest : isDocument && m_isClosedToDocuments)
+    if (isMain ? networkId != m_mainRequest : isDocument && m_isClosedToDocuments) {
         refuse(request);
-    else if (m_server && m_server->isFor(url))
+        return;
+    }
+    if (m_server && m_server->isFor(url))
         m_server->answer(event);
     else if (event.contains(u"responseStatusCode") && !event.contains(u"responseErrorReason"))
         // A request that has failed has no body, and asking for one ends some browsers.

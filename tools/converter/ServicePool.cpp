@@ -193,7 +193,7 @@ void ServicePool::abandon(const std::shared_ptr<Errand> &errand) {
             settle(instance, {.outcome = Outcome::Abandoned});
 }
 
-void ServicePool::settle(Instance &instance, Answer answer) {
+void ServicePool::settle(Instance &instance, const Answer &answer) {
     const std::shared_ptr<Errand> errand = std::move(instance.errand);
     instance.hangUp.request_stop();
     instance.activity = Activity::Idle;

@@ -80,7 +80,7 @@ private:
     void endOverdue();
     void abandon(const std::shared_ptr<Errand> &errand);
     /// Ends the instance's task, and tells, or tries once more.
-    void settle(Instance &instance, Answer answer);
+    void settle(Instance &instance, const Answer &answer);
     static void tell(const std::shared_ptr<Errand> &errand, const Answer &answer);
     Clock::time_point nextDeadline() const;
     Answer loss(const Instance &instance, const NSXPCServiceMonitor::Exit &exit) const;

@@ -48,13 +48,13 @@ WorkerOptions WorkerOptions::parse(const QList<QByteArray> &arguments, QByteArra
     for (const char *const name : {"--timeout", "-t"})
         add(name, true, [&](const QByteArray &value) {
             double seconds = 0;
-            const QByteArray wrong = setTime(seconds, value, 0.001, longestTimeout);
+            QByteArray wrong = setTime(seconds, value, 0.001, longestTimeout);
             options.timeout = std::chrono::milliseconds(std::int64_t(seconds * 1000));
             return wrong;
         });
     add("--store-age", true, [&](const QByteArray &value) {
         double hours = 0;
-        const QByteArray wrong = setTime(hours, value, 0.001, longestAge);
+        QByteArray wrong = setTime(hours, value, 0.001, longestAge);
         options.storeAge = std::chrono::seconds(std::int64_t(hours * 3600));
         return wrong;
     });

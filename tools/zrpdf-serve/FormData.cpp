@@ -23,7 +23,7 @@ Problem badForm(const QString &detail) {
 
 QString textOf(const QByteArray &bytes) {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder(bytes);
+    QString text = decoder(bytes);
     if (decoder.hasError())
         throw badForm(u"The form has a name that is not UTF-8."_s);
     return text;

@@ -13,7 +13,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds headTime = std::chrono::seconds(60);
 /// For a body in either direction, beyond what its size allows.
 constexpr std::chrono::milliseconds bodyTime = std::chrono::seconds(30);
-constexpr qsizetype slowestBytesASecond = 16 * 1024;
+constexpr qsizetype slowestBytesASecond = 16'384;
 
 std::chrono::milliseconds timeFor(qsizetype bytes) {
     return bodyTime + std::chrono::milliseconds(bytes * 1000 / slowestBytesASecond);

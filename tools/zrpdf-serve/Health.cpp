@@ -34,7 +34,7 @@ void Health::noteSuccess() {
     m_worked = Clock::now();
 }
 
-void Health::check(std::function<void(const QString &)> tell) {
+void Health::check(const std::function<void(const QString &)> &tell) {
     std::optional<QString> known;
     {
         const std::lock_guard lock(m_mutex);

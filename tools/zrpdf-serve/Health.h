@@ -26,7 +26,7 @@ public:
     /// A conversion has worked just now.
     void noteSuccess();
     /// Tells what is wrong, nil if nothing is; on any thread, during the call or later.
-    void check(std::function<void(const QString &fault)> tell);
+    void check(const std::function<void(const QString &fault)> &tell);
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -39,7 +39,7 @@ QString textOf(const QByteArray &name, const QByteArray &value) {
 }
 
 QUrl urlOf(const QByteArray &value) {
-    const QUrl url(textOf("url", value.trimmed()), QUrl::StrictMode);
+    QUrl url(textOf("url", value.trimmed()), QUrl::StrictMode);
     const bool isWeb = url.scheme() == u"http" || url.scheme() == u"https";
     if (!url.isValid() || !isWeb || url.host().isEmpty())
         throw Problem{.kind = Kind::BadURL,

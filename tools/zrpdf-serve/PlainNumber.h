@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <optional>
 
@@ -26,7 +27,7 @@ inline std::optional<std::chrono::milliseconds> plainSeconds(const QByteArray &t
     const auto seconds = plainNumber(text);
     if (!seconds || *seconds < 0.001 || *seconds > 1e9)
         return {};
-    return std::chrono::milliseconds(std::int64_t(*seconds * 1000 + 0.5));
+    return std::chrono::milliseconds(std::llround(*seconds * 1000));
 }
 
 } // namespace zr

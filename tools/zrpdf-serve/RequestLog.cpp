@@ -14,7 +14,7 @@ namespace {
 
 /// A value that can't end the line or pass for another member.
 QString plain(const QVariant &value) {
-    const QString text = value.toString();
+    QString text = value.toString();
     const bool isPlain = !text.isEmpty() && std::all_of(text.begin(), text.end(), [](QChar c) {
         return c > u' ' && c != u'"' && c != u'=' && c.isPrint();
     });

@@ -65,8 +65,11 @@ TEST_F(Trouble, ALostBrowserOrServiceIsNoErrorForAnybody) {
     std::vector<std::thread> clients;
     for (int client = 0; client < 4; ++client)
         clients.emplace_back([&] {
-            while (!isOver)
-                (post(html(500)).isPDF() ? good : bad)++;
+            while (!isOver) {
+                const Answer answer = post(html(500));
+                (answer.isPDF() ? good : bad)++;
+                EXPECT_TRUE(answer.isPDF()) << answer.body.toStdString();
+            }
         });
     const auto waitForMore = [&] {
         return ProcessTree::waitUntil([&, before = int(good)] { return good > before + 3 || bad > 0; });
