@@ -106,9 +106,9 @@ int serve(const ServeOptions &options, std::optional<BearerToken> token, std::ve
     while (!StopSignal::wait(std::chrono::hours(1)))
         continue;
     ServiceManager::notify("STOPPING=1");
-    log.write(u"stopping"_s);
     server.beginStop();
     door.beginStop();
+    log.write(u"stopping"_s);
     const auto limit = std::chrono::steady_clock::now() + options.grace;
     while (!door.waitUntilIdle(std::chrono::milliseconds(50)))
         if (std::chrono::steady_clock::now() >= limit || StopSignal::wait(std::chrono::milliseconds(0))) {
