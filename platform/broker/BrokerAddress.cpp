@@ -35,7 +35,7 @@ BrokerAddress BrokerAddress::fromUrl(const QUrl &url) {
     address.user = decoded(url.userName(QUrl::FullyEncoded), "guest");
     address.password = decoded(url.password(QUrl::FullyEncoded), "guest");
     const QString path = url.path(QUrl::FullyEncoded);
-    // "amqp://host/" names the virtual host with the empty name by the letter of the specification, which nobody has.
+    // Taken literally, "amqp://host/" names a virtual host with an empty name, which nobody has.
     address.virtualHost = decoded(path.mid(1), "/");
     if (path.mid(1).contains(u'/'))
         throw BrokerError(QStringLiteral("the slash in a virtual host's name is written %2F"));

@@ -15,6 +15,10 @@
 /// that a server listens at all of them.
 namespace OwnNetwork {
 
+/// What a test says that can't have one.
+inline constexpr char needs[] =
+    "this test needs a network of its own: root, or a user who may make namespaces, as on Debian";
+
 /// Whether the system lets this user make one; for a process with one thread.
 bool mayEnter();
 /// Moves the process, which must have one thread, into such a network, for good. Names are asked of 127.0.0.1. Children are

@@ -56,8 +56,7 @@ class PublicTransfer : public ::testing::Test {
 protected:
     void SetUp() override {
         static const bool isIn = OwnNetwork::enter();
-        if (!isIn)
-            GTEST_SKIP() << "this user may not make a network";
+        ASSERT_TRUE(isIn) << OwnNetwork::needs;
         server.emplace(
             [](const HTTPServer::Request &request) {
                 HTTPServer::Response response{.body = request.headers.value("host"), .keepsConnection = true};

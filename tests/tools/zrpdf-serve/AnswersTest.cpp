@@ -186,6 +186,8 @@ TEST_F(Answers, WhatTheQueueHasNoRoomForIsTurnedAwayAtOnce) {
     first.post("/v1/pdf", document);
     second.post("/v1/pdf", document);
     ASSERT_TRUE(waitForMetric("zrpdf_requests_in_flight", 2));
+    ASSERT_TRUE(waitForMetric("zrpdf_instances_working", 1));
+    ASSERT_TRUE(waitForMetric("zrpdf_queue_length", 1));
     const Answer answer = post("<p>x");
     EXPECT_EQ(answer.status, 429);
     EXPECT_EQ(answer.code(), "queue-full");
@@ -195,8 +197,6 @@ TEST_F(Answers, WhatTheQueueHasNoRoomForIsTurnedAwayAtOnce) {
     asking.send("POST /v1/pdf HTTP/1.1\r\nHost: x\r\nContent-Type: text/html\r\nContent-Length: 5\r\nExpect: "
                 "100-continue\r\n\r\n");
     EXPECT_EQ(asking.answer().status, 429);
-    EXPECT_EQ(metric("zrpdf_queue_length"), 1);
-    EXPECT_EQ(metric("zrpdf_instances_working"), 1);
     EXPECT_EQ(metric("zrpdf_failures_total{code=\"queue-full\"}"), 2);
     first.close();
     second.close();
@@ -243,6 +243,7 @@ TEST_F(Answers, HealthIsAConversionThatWorks) {
 
 TEST_F(Answers, HealthTellsWhyNoConversionWorks) {
     // A program that is alone in its folder finds no service.
+    hideInstallation();
     put("zrpdf-serve", "");
     ASSERT_EQ(::unlink(path("zrpdf-serve").constData()), 0);
     ASSERT_EQ(
@@ -253,8 +254,6 @@ TEST_F(Answers, HealthTellsWhyNoConversionWorks) {
     alone.command[0] = path("zrpdf-serve");
     start(alone);
     const Answer answer = get("/health");
-    if (answer.status == 200)
-        GTEST_SKIP() << "an installed service was found";
     EXPECT_EQ(answer.status, 503);
     EXPECT_EQ(answer.code(), "unhealthy");
     EXPECT_TRUE(answer.problem().value(u"detail"_s).toString().contains(u"is not installed"_s));

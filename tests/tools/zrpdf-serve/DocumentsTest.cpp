@@ -70,8 +70,7 @@ TEST_F(Documents, AFormBringsThePageAndItsFiles) {
 
 TEST_F(Documents, WhatAFormDoesNotBringIsFetchedIfTheNetworkModeLets) {
     // The browser keeps pages from this machine's own addresses unless they are of this machine themselves.
-    if (!OwnNetwork::enter())
-        GTEST_SKIP() << "this user can't make a network";
+    ASSERT_TRUE(OwnNetwork::enter()) << OwnNetwork::needs;
     put("b.svg", "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='1300'/>");
     ServerProcess pictures;
     pictures.start(QStringLiteral("python3"),

@@ -34,6 +34,7 @@ TEST_F(ZrpdfUsage, WrongUseIsOneLineAndCodeTwoAndStartsNothing) {
 }
 
 TEST_F(ZrpdfUsage, VerbsAndBrokersAreForProgramsOfTheirOwn) {
+    hideInstallation();
     ASSERT_TRUE(QDir(QString::fromUtf8(path(""))).mkpath(QStringLiteral("bin/XPCServices")));
     ASSERT_TRUE(
         QFile::copy(QStringLiteral(ZR_BINARY_DIR "/bin/zrpdf"), QString::fromUtf8(path("bin/zrpdf"))));

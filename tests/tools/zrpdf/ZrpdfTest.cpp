@@ -2,6 +2,7 @@
 #include "tests/tools/zrpdf/ZrpdfTest.h"
 
 #include "platform/pdf/PDFDocument.h"
+#include "tests/support/OwnNetwork.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <ctime>
 #include <linux/capability.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -102,6 +104,13 @@ double ZrpdfTest::pageHeight(const QByteArray &name) const {
 QByteArray ZrpdfTest::html(int height) {
     return "<!DOCTYPE html><body style='margin:0'><div style='height:" + QByteArray::number(height) +
            "px'>page</div></body>";
+}
+
+void ZrpdfTest::hideInstallation() {
+    if (!QFile::exists(QStringLiteral(ZR_LIBEXEC_FOLDER)))
+        return;
+    ASSERT_TRUE(OwnNetwork::enter()) << OwnNetwork::needs;
+    ASSERT_EQ(::mount("none", ZR_LIBEXEC_FOLDER, "tmpfs", 0, nullptr), 0);
 }
 
 bool ZrpdfTest::obeyPermissions() {

@@ -43,6 +43,10 @@ protected:
     /// HTML whose page is that high.
     static QByteArray html(int height);
 
+    /// Hides what an installation has, for good, from programs that are to find nothing beside themselves. For a process
+    /// with one thread.
+    static void hideInstallation();
+
     /// As root: takes away what lets root pass over permissions. For Child::Setup::prepare.
     static bool obeyPermissions();
 
