@@ -33,9 +33,10 @@ Harm::Harm(unsigned seed, QStringList services, std::chrono::milliseconds every,
       m_thread([this](const std::stop_token &stop) { run(stop); }) {
 }
 
-Harm::~Harm() {
+void Harm::stop() {
     m_thread.request_stop();
-    m_thread.join();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 bool Harm::excuses(Clock::time_point from, Clock::time_point to) const {

@@ -20,9 +20,12 @@ public:
     /// \param every      the mean time between two harms
     /// \param clockFile  what tells the services the time
     Harm(unsigned seed, QStringList services, std::chrono::milliseconds every, QString clockFile);
-    ~Harm();
+    ~Harm() { stop(); }
     Harm(const Harm &) = delete;
     Harm &operator=(const Harm &) = delete;
+
+    /// Does no more harm; what was done is still known.
+    void stop();
 
     /// Whether something that costs a service its document was done between two moments.
     bool excuses(Clock::time_point from, Clock::time_point to) const;

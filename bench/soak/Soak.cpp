@@ -82,13 +82,13 @@ private:
             m_underWay.emplace(number, start);
         }
         m_pool.convert(std::move(task), [this, document, start](const Converter::Answer &answer) {
-            // The pool's thread has other things to do.
+            // The pool's thread has other things to do. The next one comes after the judgement, which is slower at times.
             m_judges.start([this, document, start, answer, end = Clock::now()] {
                 judge(document, start, end, answer);
+                feed();
                 const std::lock_guard lock(m_mutex);
                 m_underWay.erase(document.number);
             });
-            feed();
         });
         if (document.kind == Document::Kind::Abandoned)
             QMetaObject::invokeMethod(qApp, [giveUp, number] {
@@ -228,11 +228,11 @@ int soak(const SoakOptions &options) {
         return !isOver && (options.conversions == 0 || nextNumber <= options.conversions) &&
                (options.time.count() == 0 || Clock::now() - start < options.time);
     };
-    auto harm = std::make_unique<Harm>(options.seed, names, options.harmEvery, clockFile);
+    Harm harm(options.seed, names, options.harmEvery, clockFile);
     auto commandLine = std::make_unique<CommandLine>(options.seed, QStringLiteral(ZR_SOURCE_DIR),
                                                      QStringLiteral(ZR_BINARY_DIR "/bin/zrpdf"));
     Feeder::Shared calmShared{corpus, ledger, nullptr, nextNumber, wantsMore};
-    Feeder::Shared roughShared{corpus, ledger, harm.get(), nextNumber, wantsMore};
+    Feeder::Shared roughShared{corpus, ledger, &harm, nextNumber, wantsMore};
     Feeder calmFeeder(calmPool, calmShared, 2);
     Feeder roughFeeder(roughPool, roughShared, options.instances + 2);
     calmFeeder.start();
@@ -249,7 +249,7 @@ int soak(const SoakOptions &options) {
                           double(ProcessTree::memory(ProcessTree::below(calm))) / megabyte);
         if (options.isShown)
             std::fprintf(options.messages, "\r\x1b[K%d converted, %d harms, %d wrong, %d unexplained, %.0f s",
-                         ledger.converted(), harm->count(), ledger.wrong(), ledger.unexplained(),
+                         ledger.converted(), harm.count(), ledger.wrong(), ledger.unexplained(),
                          secondsSince(start));
         // Documents wait for four before them at most, which take at most a minute, three times over.
         constexpr double patience = 300;
@@ -264,8 +264,7 @@ int soak(const SoakOptions &options) {
     if (options.isShown)
         std::fputs("\r\x1b[K", options.messages);
 
-    const QString harms = harm->summary();
-    harm.reset();
+    harm.stop();
     const int rounds = commandLine->rounds();
     const QStringList roundComplaints = commandLine->complaints();
     commandLine.reset();
@@ -279,7 +278,7 @@ int soak(const SoakOptions &options) {
             .arg(ledger.converted() / seconds, 0, 'f', 1)
             .arg(options.seed)
             .arg(roughPool.state().ended)
-            .arg(harms));
+            .arg(harm.summary()));
     print(ledger.table());
     print(u"\n| promise | measured |\n|---|---|\n"_s);
     const auto row = [&](const QString &promise, const QString &measured) {
