@@ -32,11 +32,27 @@ protected:
 TEST_F(ZrpdfCompletion, OptionsAreCompletedByTheirStart) {
     EXPECT_EQ(offers({"--ti"}), (QList<QByteArray>{"--timeout", "--title"}));
     EXPECT_EQ(offers({"b.html", "--js"}), QList<QByteArray>{"--json"});
-    EXPECT_EQ(offers({"-"}).size(), 26);
+    EXPECT_EQ(offers({"-"}).size(), 31);
+}
+
+TEST_F(ZrpdfCompletion, VerbsHaveOptionsOfTheirOwn) {
+    EXPECT_EQ(offers({"se"}), QList<QByteArray>{"serve"});
+    EXPECT_EQ(offers({"b.html", "se"}), QList<QByteArray>{""});
+    EXPECT_EQ(offers({"serve", "--l"}), (QList<QByteArray>{"--listen", "--log"}));
+    EXPECT_EQ(offers({"serve", "--log", ""}), (QList<QByteArray>{"json", "lines"}));
+    EXPECT_EQ(offers({"serve", "--token-file", "b"}), QList<QByteArray>{"b.html"});
+    EXPECT_EQ(offers({"serve", "--network", "=", "n"}), QList<QByteArray>{"none"});
+    EXPECT_EQ(offers({"serve", "-"}).size(), 21);
+    EXPECT_EQ(offers({"worker", "--st"}), (QList<QByteArray>{"--store", "--store-age"}));
+    EXPECT_TRUE(offers({"worker", "-j", ""}).contains("1"));
+    EXPECT_EQ(offers({"worker", ""}).size(), 17);
+    EXPECT_EQ(offers({"worker", "--timeout", ""}), QList<QByteArray>{""});
+    EXPECT_EQ(offers({"--urg"}), QList<QByteArray>{"--urgent"});
 }
 
 TEST_F(ZrpdfCompletion, InputsAreFilesWithAnyName) {
-    EXPECT_EQ(offers({""}), (QList<QByteArray>{"a page.html", "b.html", "folder"}));
+    EXPECT_EQ(offers({""}), (QList<QByteArray>{"a page.html", "b.html", "folder", "serve", "worker"}));
+    EXPECT_EQ(offers({"-q", ""}), (QList<QByteArray>{"a page.html", "b.html", "folder"}));
     EXPECT_EQ(offers({"-q", "a"}), QList<QByteArray>{"a page.html"});
     EXPECT_EQ(offers({"--", "--t"}), QList<QByteArray>{""});
 }

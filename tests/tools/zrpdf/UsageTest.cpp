@@ -156,30 +156,4 @@ TEST_F(ZrpdfUsage, NeitherItNorTheServiceLoadsGraphicsOrADatabase) {
     }
 }
 
-TEST_F(ZrpdfUsage, ThePagesAndCompletionsKnowTheSameOptionsAsTheHelp) {
-    const QByteArray help = run({"--help"}).output;
-    const auto file = [](const char *name) {
-        QFile reader(QStringLiteral(ZR_SOURCE_DIR "/packaging/") + QLatin1String(name));
-        EXPECT_TRUE(reader.open(QIODevice::ReadOnly)) << name;
-        return reader.readAll();
-    };
-    const QByteArray page = file("man/zrpdf.1");
-    const QByteArray bash = file("completions/zrpdf.bash");
-    const QByteArray zsh = file("completions/_zrpdf");
-    const QByteArray fish = file("completions/zrpdf.fish");
-    int found = 0;
-    for (QByteArray line : help.split('\n')) {
-        const qsizetype start = line.indexOf("--");
-        if (!line.startsWith("  ") || start < 2 || start > 6)
-            continue;
-        const QByteArray name = line.mid(start + 2).split(' ').first();
-        ++found;
-        EXPECT_TRUE(page.contains("\\-\\-" + name)) << name.constData();
-        EXPECT_TRUE(bash.contains("--" + name)) << name.constData();
-        EXPECT_TRUE(zsh.contains("--" + name)) << name.constData();
-        EXPECT_TRUE(fish.contains("-l " + name)) << name.constData();
-    }
-    EXPECT_EQ(found, 16);
-}
-
 } // namespace
