@@ -9,16 +9,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// For the head of a request, and between requests.
-constexpr std::chrono::milliseconds headTime = std::chrono::seconds(60);
-/// For a body in either direction, beyond what its size allows.
-constexpr std::chrono::milliseconds bodyTime = std::chrono::seconds(30);
-constexpr qsizetype slowestBytesASecond = 16'384;
-
-std::chrono::milliseconds timeFor(qsizetype bytes) {
-    return bodyTime + std::chrono::milliseconds(bytes * 1000 / slowestBytesASecond);
-}
-
 int descriptorOf(MHD_Connection *connection) {
     return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
 }
@@ -118,6 +108,10 @@ void HTTPDoor::stop() {
     m_entrances.clear();
 }
 
+std::chrono::milliseconds HTTPDoor::timeFor(qsizetype bytes) const {
+    return m_limits.bodyTime + std::chrono::milliseconds(bytes * 1000 / m_limits.slowest);
+}
+
 MHD_Result HTTPDoor::access(void *entrance, MHD_Connection *connection, const char *path, const char *method,
                             const char *, const char *data, std::size_t *size, void **context) {
     auto &here = *static_cast<Entrance *>(entrance);
@@ -145,7 +139,7 @@ MHD_Result HTTPDoor::begin(Entrance &entrance, MHD_Connection *connection, const
     MHD_get_connection_values_n(connection, MHD_HEADER_KIND, addField, &request.header);
     request.abandoned = exchange->gone.get_token();
     exchange->answer = m_handler.refuse(request);
-    m_watch.setLimit(exchange->descriptor, bodyTime);
+    m_watch.setLimit(exchange->descriptor, m_limits.bodyTime);
     // A client that asks first is told before it sends a byte. Of the others most read no answer while they send: what they
     // send is read and dropped, unless it is too much for that.
     const bool asksFirst = request.field("expect").compare("100-continue", Qt::CaseInsensitive) == 0;
@@ -228,7 +222,7 @@ void HTTPDoor::completed(void *entrance, MHD_Connection *connection, void **cont
     if (!exchange)
         return;
     door.m_bodies -= exchange->held;
-    door.m_watch.setLimit(exchange->descriptor, headTime);
+    door.m_watch.setLimit(exchange->descriptor, door.m_limits.headTime);
     const double seconds = std::chrono::duration<double>(Clock::now() - exchange->begun).count();
     door.m_handler.finished(exchange->request, exchange->isQueued ? &*exchange->answer : nullptr,
                             exchange->taken, seconds, code == MHD_REQUEST_TERMINATED_COMPLETED_OK);
@@ -242,9 +236,9 @@ void HTTPDoor::completed(void *entrance, MHD_Connection *connection, void **cont
 
 void HTTPDoor::connected(void *entrance, MHD_Connection *connection, void **,
                          MHD_ConnectionNotificationCode code) {
-    ConnectionWatch &watch = static_cast<Entrance *>(entrance)->door.m_watch;
+    HTTPDoor &door = static_cast<Entrance *>(entrance)->door;
     if (code == MHD_CONNECTION_NOTIFY_STARTED)
-        watch.setLimit(descriptorOf(connection), headTime);
+        door.m_watch.setLimit(descriptorOf(connection), door.m_limits.headTime);
     else
-        watch.forget(descriptorOf(connection));
+        door.m_watch.forget(descriptorOf(connection));
 }

@@ -19,15 +19,19 @@ namespace zr {
 
 /// Takes requests on listening sockets, whole, and sends what they are answered.
 ///
-/// Connections are served on one thread for each socket, which only moves bytes. A connection may take a minute for the
-/// head of its next request and, beyond that, must send and take bodies at a low rate at least. All bodies that are held
-/// at once have a limit together.
+/// Connections are served on one thread for each socket, which only moves bytes. A connection has a time for the head of its
+/// next request and, beyond that, must send and take bodies at a low rate at least. All bodies that are held at once have a
+/// limit together.
 class HTTPDoor {
 public:
     struct Limits {
-        qsizetype body = 0;      ///< of one request
-        qsizetype allBodies = 0; ///< of all requests at once
-        int connections = 0;     ///< on each socket
+        qsizetype body = 0;                                            ///< of one request
+        qsizetype allBodies = 0;                                       ///< of all requests at once
+        int connections = 0;                                           ///< on each socket
+        std::chrono::milliseconds headTime = std::chrono::seconds(60); ///< and between requests
+        /// For a body in either direction, beyond what its size allows.
+        std::chrono::milliseconds bodyTime = std::chrono::seconds(30);
+        qsizetype slowest = 16'384; ///< bytes a second
     };
 
     /// \param handler  outlives the door
@@ -64,6 +68,7 @@ private:
     MHD_Result take(Exchange &exchange, std::string_view data);
     MHD_Result work(Exchange &exchange);
     MHD_Result send(Exchange &exchange);
+    std::chrono::milliseconds timeFor(qsizetype bytes) const;
     void giveBack(Exchange &exchange);
 
     HTTPHandler &m_handler;

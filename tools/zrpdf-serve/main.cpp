@@ -22,6 +22,7 @@ enum ExitStatus { Stopped = 0, CannotListen = 1, BadUsage = 2 };
 
 /// On each socket, those that wait for their documents included; beyond that, clients wait to be let in.
 constexpr int spareConnections = 256;
+constexpr int descriptorsOfAnInstance = 16;
 constexpr qsizetype leastForAllBodies = qsizetype(256) << 20;
 
 int complain(const QByteArray &problem, int status) {
@@ -68,13 +69,16 @@ std::vector<ListeningSocket> openSockets(const ServeOptions &options, QByteArray
     return sockets;
 }
 
-/// As many descriptors as connections and instances may need.
-void allowDescriptors() {
+/// How many connections each of the sockets may have, so that those who only hold on leave descriptors for the work.
+int connectionsFor(const ServeOptions &options, std::size_t sockets) {
+    const int wanted = spareConnections + options.instances + options.queue;
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
-        return;
+        return wanted;
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 65536);
     ::setrlimit(RLIMIT_NOFILE, &limit);
+    const int ownDescriptors = 32 + descriptorsOfAnInstance * options.instances;
+    return std::clamp((int(limit.rlim_cur) - ownDescriptors) / int(sockets), 1, wanted);
 }
 
 /// Serves until it is told to stop, and finishes what has begun.
@@ -90,7 +94,7 @@ int serve(const ServeOptions &options, std::optional<BearerToken> token, std::ve
     Server server(options, std::move(token), *converter, log);
     HTTPDoor door(server, {.body = options.maxBody,
                            .allBodies = std::max(leastForAllBodies, 4 * options.maxBody),
-                           .connections = spareConnections + options.instances + options.queue});
+                           .connections = connectionsFor(options, sockets.size())});
     if (::geteuid() == 0)
         log.write(u"remark: the browser runs without its sandbox, which root cannot have"_s);
     for (ListeningSocket &socket : sockets) {
@@ -150,7 +154,6 @@ int main(int count, char **values) {
         return complain("option --allow-remote needs a token: --token-file", BadUsage);
 
     StopSignal::install();
-    allowDescriptors();
     std::vector<ListeningSocket> sockets = openSockets(options, &problem);
     if (sockets.empty())
         return complain(problem, CannotListen);

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -171,6 +172,31 @@ TEST_F(Trouble, WithItsStandardStreamsClosedItServes) {
     Child::Setup wanted = serveSetup({"--instances", "1"});
     wanted.prepare = [] { return ::close(0) == 0 && ::close(1) == 0; };
     start(wanted);
+    EXPECT_TRUE(post("<p>x").isPDF());
+}
+
+TEST_F(Trouble, ClientsThatOnlyHoldOnLeaveDescriptorsForTheWork) {
+    Child::Setup wanted = serveSetup({});
+    wanted.prepare = [] {
+        const rlimit limit{100, 100};
+        return ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
+    };
+    start(wanted);
+    HTTPConnection early = connect();
+    ASSERT_TRUE(early.post("/v1/pdf", "<p>x"));
+    EXPECT_TRUE(early.answer().isPDF());
+    std::vector<HTTPConnection> holding;
+    for (int i = 0; i < 150; ++i)
+        holding.push_back(connect());
+    ASSERT_TRUE(early.post("/v1/pdf", "<p>x"));
+    EXPECT_TRUE(early.answer().isPDF());
+    // A browser that is lost is replaced, too.
+    const pid_t service = processWith("com.velmora.zrpdf");
+    ASSERT_GT(service, 0);
+    ::kill(service, SIGKILL);
+    ASSERT_TRUE(early.post("/v1/pdf", "<p>x"));
+    EXPECT_TRUE(early.answer().isPDF());
+    holding.clear();
     EXPECT_TRUE(post("<p>x").isPDF());
 }
 
