@@ -9,7 +9,6 @@
 #include "platform/files/FileContents.h"
 
 #include <QFile>
-#include <algorithm>
 
 using namespace zr;
 
@@ -42,6 +41,10 @@ QByteArray addBrokers(QList<QUrl> &brokers, const QByteArray &path) {
     return {};
 }
 
+QByteArray unusable(const QByteArray &reason) {
+    return reason.isEmpty() ? QByteArray() : "is not usable: " + reason;
+}
+
 template <typename Check>
 QByteArray reasonOf(Check check) {
     try {
@@ -54,59 +57,21 @@ QByteArray reasonOf(Check check) {
 
 } // namespace
 
-std::vector<BrokerOptions::Option> BrokerOptions::table() {
-    return {{"--broker", true, [this](const QByteArray &value) { return addBroker(brokers, value); }},
-            {"--broker-file", true, [this](const QByteArray &value) { return addBrokers(brokers, value); }},
-            {"--prefix", true,
-             [this](const QByteArray &value) {
+std::vector<CommandOption> BrokerOptions::table() {
+    using Value = const QByteArray &;
+    return {{0, "broker", [this](Value value) { return unusable(addBroker(brokers, value)); }},
+            {0, "broker-file", [this](Value value) { return unusable(addBrokers(brokers, value)); }},
+            {0, "prefix",
+             [this](Value value) {
                  prefix = QString::fromUtf8(value);
-                 return reasonOf([&] { TaskQueues{prefix}; });
+                 return unusable(reasonOf([&] { TaskQueues{prefix}; }));
              }},
-            {"--store", true, [this](const QByteArray &value) {
+            {0, "store", [this](Value value) {
                  store = QUrl(QString::fromUtf8(value), QUrl::StrictMode);
-                 return reasonOf([&] { ClaimStore{store}; });
+                 return unusable(reasonOf([&] { ClaimStore{store}; }));
              }}};
 }
 
 QByteArray BrokerOptions::problem() const {
     return brokers.isEmpty() ? QByteArray("no broker; --broker or --broker-file names one") : QByteArray();
-}
-
-QList<QByteArray> BrokerOptions::apply(const std::vector<Option> &table, const QList<QByteArray> &arguments,
-                                       QByteArray *problem) {
-    QList<QByteArray> others;
-    problem->clear();
-    for (qsizetype at = 0; at < arguments.size() && problem->isEmpty(); ++at) {
-        const QByteArray &argument = arguments[at];
-        if (argument == "--") {
-            others += arguments.mid(at);
-            break;
-        }
-        const qsizetype equals = argument.startsWith("--") ? argument.indexOf('=') : -1;
-        const QByteArray name = equals < 0 ? argument : argument.left(equals);
-        const auto option =
-            std::find_if(table.begin(), table.end(), [&](const Option &each) { return each.name == name; });
-        if (option == table.end()) {
-            others.append(argument);
-            continue;
-        }
-        QByteArray value;
-        if (equals >= 0) {
-            value = argument.mid(equals + 1);
-            if (!option->takesValue) {
-                *problem = "option " + name + " takes no value";
-                break;
-            }
-        } else if (option->takesValue) {
-            if (++at == arguments.size()) {
-                *problem = "option " + name + " needs a value";
-                break;
-            }
-            value = arguments[at];
-        }
-        const QByteArray wrong = option->apply(value);
-        if (!wrong.isEmpty())
-            *problem = "option " + name + ": " + wrong;
-    }
-    return others;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-broker/WorkerOptions.h"
 
+#include "tools/converter/PlainNumber.h"
+
 #include <algorithm>
 #include <thread>
 
@@ -10,77 +12,50 @@ namespace {
 
 constexpr int mostInstances = 64;
 /// A broker takes a document back from a worker that has it for half an hour.
-constexpr double longestTimeout = 20 * 60;
+constexpr auto longestTimeout = std::chrono::minutes(20);
 constexpr double longestAge = 365 * 24;
 
-QByteArray setNumber(int &number, const QByteArray &value, int least) {
-    bool good = false;
-    number = value.toInt(&good);
-    if (good && number >= least && number <= mostInstances)
-        return {};
-    return "is not a whole number from " + QByteArray::number(least) + " to " +
-           QByteArray::number(mostInstances);
+QByteArray setHours(std::chrono::seconds &time, const QByteArray &value) {
+    const auto hours = plainNumber(value);
+    if (!hours || *hours < 0.001 || *hours > longestAge)
+        return "is not a number from 0.001 to " + QByteArray::number(longestAge);
+    time = std::chrono::seconds(std::int64_t(*hours * 3600));
+    return {};
 }
 
-QByteArray setTime(double &time, const QByteArray &value, double least, double most) {
-    bool good = false;
-    time = value.toDouble(&good);
-    if (good && time >= least && time <= most)
-        return {};
-    return "is not a number from " + QByteArray::number(least) + " to " + QByteArray::number(most);
+QByteArray setNetwork(QString &mode, const QByteArray &value) {
+    mode = QString::fromUtf8(value);
+    return value == "all" || value == "public" || value == "none"
+               ? QByteArray()
+               : QByteArray("is none of all, public, none");
 }
 
 } // namespace
 
 WorkerOptions WorkerOptions::parse(const QList<QByteArray> &arguments, QByteArray *problem) {
-    using Option = BrokerOptions::Option;
-    WorkerOptions options;
-    options.instances = std::clamp(int(std::thread::hardware_concurrency()), 1, mostInstances);
-    std::vector<Option> table = options.broker.table();
-    const auto add = [&](const char *name, bool takesValue,
-                         std::function<QByteArray(const QByteArray &)> apply) {
-        table.push_back({name, takesValue, std::move(apply)});
+    using Value = const QByteArray &;
+    constexpr auto last = CommandOption::Rule::Last;
+    WorkerOptions o;
+    o.instances = std::clamp(int(std::thread::hardware_concurrency()), 1, mostInstances);
+    std::vector<CommandOption> table{
+        {'j', "instances", [&](Value v) { return takeCount(o.instances, v, 1, mostInstances); }},
+        {0, "urgent", [&](Value v) { return takeCount(o.urgentInstances, v, 0, mostInstances); }},
+        {'t', "timeout", [&](Value v) { return takeSeconds(o.timeout, v, longestTimeout); }},
+        {0, "store-age", [&](Value v) { return setHours(o.storeAge, v); }},
+        {0, "network", [&](Value v) { return setNetwork(o.network, v); }},
+        {'v', "verbose", [&] { o.verbose = true; }},
+        {'h', "help", [&] { o.action = Action::Help; }, last},
+        {'V', "version", [&] { o.action = Action::Version; }, last},
     };
-    for (const char *const name : {"--instances", "-j"})
-        add(name, true, [&](const QByteArray &value) { return setNumber(options.instances, value, 1); });
-    add("--urgent", true,
-        [&](const QByteArray &value) { return setNumber(options.urgentInstances, value, 0); });
-    for (const char *const name : {"--timeout", "-t"})
-        add(name, true, [&](const QByteArray &value) {
-            double seconds = 0;
-            QByteArray wrong = setTime(seconds, value, 0.001, longestTimeout);
-            options.timeout = std::chrono::milliseconds(std::int64_t(seconds * 1000));
-            return wrong;
-        });
-    add("--store-age", true, [&](const QByteArray &value) {
-        double hours = 0;
-        QByteArray wrong = setTime(hours, value, 0.001, longestAge);
-        options.storeAge = std::chrono::seconds(std::int64_t(hours * 3600));
-        return wrong;
-    });
-    add("--network", true, [&](const QByteArray &value) {
-        options.network = QString::fromUtf8(value);
-        return value == "all" || value == "public" || value == "none"
-                   ? QByteArray()
-                   : QByteArray("is none of all, public, none");
-    });
-    for (const char *const name : {"--verbose", "-v"})
-        add(name, false, [&](const QByteArray &) { return options.verbose = true, QByteArray(); });
-    for (const char *const name : {"--help", "-h"})
-        add(name, false, [&](const QByteArray &) { return options.action = Action::Help, QByteArray(); });
-    for (const char *const name : {"--version", "-V"})
-        add(name, false, [&](const QByteArray &) { return options.action = Action::Version, QByteArray(); });
-    const QList<QByteArray> others = BrokerOptions::apply(table, arguments, problem);
-    if (options.action != Action::Work) {
+    const auto brokerTable = o.broker.table();
+    table.insert(table.end(), brokerTable.begin(), brokerTable.end());
+    *problem =
+        readOptions(table, arguments, [](Value input) { return "a worker takes no inputs: " + input; });
+    if (o.action != Action::Work)
         problem->clear();
-        return options;
-    }
-    if (problem->isEmpty() && !others.isEmpty())
-        *problem = (others.front().startsWith('-') ? "unknown option " : "a worker takes no inputs: ") +
-                   others.front();
-    if (problem->isEmpty())
-        *problem = options.broker.problem();
-    return options;
+    else if (problem->isEmpty())
+        *problem = o.broker.problem();
+    return o;
 }
 
 QByteArray WorkerOptions::help() {

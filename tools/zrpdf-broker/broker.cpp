@@ -52,22 +52,21 @@ int main(int count, char **values) {
     for (int index = 1; index < count; ++index)
         arguments.append(values[index]);
     QueueConverter::Options queue;
-    std::vector<BrokerOptions::Option> table = queue.broker.table();
-    table.push_back(
-        {"--urgent", false, [&](const QByteArray &) { return queue.isUrgent = true, QByteArray(); }});
+    std::vector<CommandOption> table = queue.broker.table();
+    table.push_back({0, "urgent", [&] { queue.isUrgent = true; }});
     QByteArray problem;
-    arguments = BrokerOptions::apply(table, arguments, &problem);
-    QByteArray otherProblem;
-    const Options options = Options::parse(arguments, &otherProblem);
-    if (options.action == Options::Action::Help)
-        return print(Options::help() + brokerHelp);
-    if (options.action == Options::Action::Version)
-        return print("zrpdf " ZR_VERSION "\n");
-    for (const QByteArray &wrong : {problem, otherProblem, queue.broker.problem()})
-        if (!wrong.isEmpty()) {
-            complain(wrong + " (see zrpdf --broker URL --help)");
-            return int(ExitCode::BadUsage);
-        }
+    const Options options = Options::parse(arguments, &problem, table);
+    if (problem.isEmpty()) {
+        if (options.action == Options::Action::Help)
+            return print(Options::help() + brokerHelp);
+        if (options.action == Options::Action::Version)
+            return print("zrpdf " ZR_VERSION "\n");
+        problem = queue.broker.problem();
+    }
+    if (!problem.isEmpty()) {
+        complain(problem + " (see zrpdf --broker URL --help)");
+        return int(ExitCode::BadUsage);
+    }
     const Plan plan = Plan::make(options);
     if (!plan.problem.isEmpty()) {
         complain(plan.problem);

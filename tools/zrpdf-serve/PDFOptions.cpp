@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-serve/PDFOptions.h"
 
-#include "tools/zrpdf-serve/PlainNumber.h"
+#include "tools/converter/PlainNumber.h"
 #include "tools/zrpdf-serve/Problem.h"
 
 #include <QStringDecoder>

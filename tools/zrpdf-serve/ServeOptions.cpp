@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-serve/ServeOptions.h"
 
-#include "tools/zrpdf-serve/PlainNumber.h"
+#include "tools/converter/PlainNumber.h"
 
-#include <QCommandLineParser>
 #include <algorithm>
-#include <array>
 #include <thread>
 
 using namespace zr;
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -19,31 +16,6 @@ constexpr int mostInstances = 64;
 constexpr int longestQueue = 100'000;
 constexpr qsizetype largestBody = qsizetype(1) << 30;
 constexpr auto longestTime = std::chrono::hours(24);
-
-struct Option {
-    const char *name;
-    bool takesValue;
-    bool mayRepeat;
-    /// Takes the value, if it takes one, into the options; answers with what is wrong, or nothing.
-    Problem (*apply)(ServeOptions &options, const QByteArray &value);
-};
-
-Problem setCount(int &count, const QByteArray &value, int least, int most) {
-    const auto number = plainNumber(value);
-    if (!number || *number < least || *number > most || *number != double(int(*number)) ||
-        value.contains('.'))
-        return "is not a whole number from " + QByteArray::number(least) + " to " + QByteArray::number(most);
-    count = int(*number);
-    return {};
-}
-
-Problem setTime(std::chrono::milliseconds &time, const QByteArray &value) {
-    const auto read = plainSeconds(value);
-    if (!read || *read > longestTime)
-        return "is not a number of seconds from 0.001 to 86400";
-    time = *read;
-    return {};
-}
 
 Problem setSize(qsizetype &size, QByteArray value) {
     int shift = 0;
@@ -61,71 +33,27 @@ Problem setSize(qsizetype &size, QByteArray value) {
     return {};
 }
 
-/// The options of a broker are the same for every program.
-template <std::size_t index>
-Problem applyBroker(ServeOptions &options, const QByteArray &value) {
-    return options.broker.table()[index].apply(value);
+Problem addAddress(std::vector<ListenAddress> &addresses, const QByteArray &value) {
+    Problem problem;
+    if (const auto address = ListenAddress::read(value, &problem))
+        addresses.push_back(*address);
+    return problem;
 }
 
-const std::array table{
-    Option{"broker", true, true, applyBroker<0>},
-    Option{"broker-file", true, true, applyBroker<1>},
-    Option{"prefix", true, false, applyBroker<2>},
-    Option{"store", true, false, applyBroker<3>},
-    Option{"listen", true, true,
-           [](ServeOptions &o, const QByteArray &v) {
-               Problem problem;
-               if (const auto address = ListenAddress::read(v, &problem))
-                   o.addresses.push_back(*address);
-               return problem;
-           }},
-    Option{"allow-remote", false, false,
-           [](ServeOptions &o, const QByteArray &) { return o.allowsRemote = true, Problem(); }},
-    Option{"token-file", true, false,
-           [](ServeOptions &o, const QByteArray &v) {
-               o.tokenFile = v;
-               return v.isEmpty() ? Problem("names nothing") : Problem();
-           }},
-    Option{"instances", true, false,
-           [](ServeOptions &o, const QByteArray &v) { return setCount(o.instances, v, 1, mostInstances); }},
-    Option{"queue", true, false,
-           [](ServeOptions &o, const QByteArray &v) { return setCount(o.queue, v, 0, longestQueue); }},
-    Option{"timeout", true, false,
-           [](ServeOptions &o, const QByteArray &v) { return setTime(o.timeout, v); }},
-    Option{"grace", true, false, [](ServeOptions &o, const QByteArray &v) { return setTime(o.grace, v); }},
-    Option{"max-body", true, false,
-           [](ServeOptions &o, const QByteArray &v) { return setSize(o.maxBody, v); }},
-    Option{"network", true, false,
-           [](ServeOptions &o, const QByteArray &v) {
-               const auto mode = networkModeNamed(v);
-               o.network = mode.value_or(o.network);
-               return mode ? Problem() : Problem("is none of all, public and none");
-           }},
-    Option{"log", true, false,
-           [](ServeOptions &o, const QByteArray &v) {
-               o.logForm = v == "json" ? RequestLog::Form::JSON : RequestLog::Form::Lines;
-               return v == "json" || v == "lines" ? Problem() : Problem("is neither lines nor json");
-           }},
-    Option{"verbose", false, false,
-           [](ServeOptions &o, const QByteArray &) { return o.verbose = true, Problem(); }},
-    Option{
-        "help", false, true,
-        [](ServeOptions &o, const QByteArray &) { return o.action = ServeOptions::Action::Help, Problem(); }},
-    Option{"version", false, true,
-           [](ServeOptions &o, const QByteArray &) {
-               return o.action = ServeOptions::Action::Version, Problem();
-           }},
-};
+Problem setPath(QByteArray &path, const QByteArray &value) {
+    path = value;
+    return value.isEmpty() ? Problem("names nothing") : Problem();
+}
 
-Problem apply(const Option &option, const QStringList &values, ServeOptions &options) {
-    if (values.size() > 1 && !option.mayRepeat)
-        return QByteArray("option --") + option.name + " was given twice";
-    for (const QString &value : values) {
-        const Problem problem = option.apply(options, value.toUtf8());
-        if (!problem.isEmpty())
-            return QByteArray("the value of option --") + option.name + ' ' + problem;
-    }
-    return {};
+Problem setNetwork(NetworkMode &network, const QByteArray &value) {
+    const auto mode = networkModeNamed(value);
+    network = mode.value_or(network);
+    return mode ? Problem() : Problem("is none of all, public and none");
+}
+
+Problem setForm(RequestLog::Form &form, const QByteArray &value) {
+    form = value == "json" ? RequestLog::Form::JSON : RequestLog::Form::Lines;
+    return value == "json" || value == "lines" ? Problem() : Problem("is neither lines nor json");
 }
 
 Problem checkTogether(const ServeOptions &options) {
@@ -144,44 +72,36 @@ int ServeOptions::defaultInstances() {
 }
 
 ServeOptions ServeOptions::parse(const QList<QByteArray> &arguments, QByteArray *problem) {
-    QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsCompactedShortOptions);
-    for (const Option &option : table) {
-        QStringList names{QString::fromLatin1(option.name)};
-        // As zrpdf has them.
-        for (const char *shortened : {"help", "timeout", "verbose", "version"})
-            if (names.first() == QLatin1StringView(shortened))
-                names.append(names.first() == u"version" ? u"V"_s : names.first().left(1));
-        parser.addOption({names, {}, option.takesValue ? u"VALUE"_s : QString()});
-    }
-    QStringList words{u"zrpdf-serve"_s};
-    for (const QByteArray &argument : arguments)
-        words.append(QString::fromUtf8(argument));
-    ServeOptions options;
-    problem->clear();
-    if (!parser.parse(words)) {
-        const QString text = parser.errorText();
-        *problem = (text.endsWith(u'.') ? text.chopped(1) : text).toUtf8();
-        return options;
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        *problem = "there is nothing to do with \"" + parser.positionalArguments().first().toUtf8() + '"';
-        return options;
-    }
-    for (const Option &option : table) {
-        const QString name = QString::fromLatin1(option.name);
-        QStringList values = option.takesValue ? parser.values(name) : QStringList();
-        if (!option.takesValue && parser.isSet(name))
-            values = {QString()};
-        const Problem found = apply(option, values, options);
-        if (problem->isEmpty())
-            *problem = found;
-    }
-    if (options.action != Action::Serve)
+    using Value = const QByteArray &;
+    using Rule = CommandOption::Rule;
+    ServeOptions o;
+    std::vector<CommandOption> table{
+        {0, "listen", [&](Value v) { return addAddress(o.addresses, v); }},
+        {0, "allow-remote", [&] { o.allowsRemote = true; }},
+        {0, "token-file", [&](Value v) { return setPath(o.tokenFile, v); }},
+        {0, "instances", [&](Value v) { return takeCount(o.instances, v, 1, mostInstances); }},
+        {0, "queue", [&](Value v) { return takeCount(o.queue, v, 0, longestQueue); }},
+        {'t', "timeout", [&](Value v) { return takeSeconds(o.timeout, v, longestTime); }},
+        {0, "grace", [&](Value v) { return takeSeconds(o.grace, v, longestTime); }},
+        {0, "max-body", [&](Value v) { return setSize(o.maxBody, v); }},
+        {0, "network", [&](Value v) { return setNetwork(o.network, v); }},
+        {0, "log", [&](Value v) { return setForm(o.logForm, v); }},
+        {'v', "verbose", [&] { o.verbose = true; }},
+        {'h', "help", [&] { o.action = Action::Help; }, Rule::Last},
+        {'V', "version", [&] { o.action = Action::Version; }, Rule::Last},
+    };
+    const auto brokerTable = o.broker.table();
+    table.insert(table.end(), brokerTable.begin(), brokerTable.end());
+    for (CommandOption &option : table)
+        if (option.rule == Rule::MayRepeat && option.name != "listen" && !option.name.startsWith("broker"))
+            option.rule = Rule::Once;
+    *problem = readOptions(table, arguments,
+                           [](Value input) { return "there is nothing to do with \"" + input + '"'; });
+    if (o.action != Action::Serve)
         problem->clear();
     else if (problem->isEmpty())
-        *problem = checkTogether(options);
-    return options;
+        *problem = checkTogether(o);
+    return o;
 }
 
 QByteArray ServeOptions::help() {

@@ -1,24 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Options.h"
 
-#include <algorithm>
-#include <array>
-#include <string_view>
+#include "tools/converter/OptionReader.h"
 
 namespace {
 
 using Problem = QByteArray;
 
 constexpr int mostJobs = 64;
-constexpr double longestTimeout = 24 * 60 * 60;
-
-struct Option {
-    char letter;
-    std::string_view name;
-    bool takesValue;
-    /// Takes the value, if it takes one, into the options; answers with what is wrong, or nothing.
-    Problem (*apply)(Options &options, const QByteArray &value);
-};
+constexpr auto longestTimeout = std::chrono::hours(24);
 
 Problem setText(QString &text, const QByteArray &value) {
     text = QString::fromUtf8(value);
@@ -37,65 +27,6 @@ Problem setNetwork(Options &options, const QByteArray &value) {
     options.network = QString::fromLatin1(value);
     const bool good = value == "all" || value == "public" || value == "none";
     return good ? Problem() : "is not all, public or none";
-}
-
-Problem setJobs(Options &options, const QByteArray &value) {
-    bool good = false;
-    options.jobs = value.toInt(&good);
-    if (good && options.jobs >= 1 && options.jobs <= mostJobs)
-        return {};
-    return "is not a whole number from 1 to " + QByteArray::number(mostJobs);
-}
-
-Problem setTimeout(Options &options, const QByteArray &value) {
-    bool good = false;
-    const double seconds = value.toDouble(&good);
-    if (!good || !(seconds >= 0.001 && seconds <= longestTimeout))
-        return "is not a number of seconds from 0.001 to " + QByteArray::number(longestTimeout);
-    options.timeout = std::chrono::milliseconds(std::int64_t(seconds * 1000));
-    return {};
-}
-
-const std::array table{
-    Option{'o', "output", true, [](Options &o, const QByteArray &v) { return setPath(o.output, v); }},
-    Option{'d', "directory", true, [](Options &o, const QByteArray &v) { return setPath(o.folder, v); }},
-    Option{'f', "force", false, [](Options &o, const QByteArray &) { return o.force = true, Problem(); }},
-    Option{0, "title", true, [](Options &o, const QByteArray &v) { return setText(o.title, v); }},
-    Option{0, "creator", true, [](Options &o, const QByteArray &v) { return setText(o.creator, v); }},
-    Option{0, "type", true,
-           [](Options &o, const QByteArray &v) {
-               return v.isEmpty() ? Problem("names nothing") : setText(o.type, v);
-           }},
-    Option{0, "tagged", false, [](Options &o, const QByteArray &) { return o.tagged = true, Problem(); }},
-    Option{0, "network", true, setNetwork},
-    Option{'j', "jobs", true, setJobs},
-    Option{'t', "timeout", true, setTimeout},
-    Option{0, "boot", false,
-           [](Options &o, const QByteArray &) { return o.action = Options::Action::Boot, Problem(); }},
-    Option{0, "json", false, [](Options &o, const QByteArray &) { return o.json = true, Problem(); }},
-    Option{'q', "quiet", false, [](Options &o, const QByteArray &) { return o.quiet = true, Problem(); }},
-    Option{'v', "verbose", false, [](Options &o, const QByteArray &) { return o.verbose = true, Problem(); }},
-    Option{'h', "help", false,
-           [](Options &o, const QByteArray &) { return o.action = Options::Action::Help, Problem(); }},
-    Option{'V', "version", false,
-           [](Options &o, const QByteArray &) { return o.action = Options::Action::Version, Problem(); }},
-};
-
-/// Applies an option; if no value came with it, `value` is null, and the next argument is taken.
-Problem applyOption(const Option *option, const QByteArray &shown, QByteArray value,
-                    QList<QByteArray>::const_iterator &next, QList<QByteArray>::const_iterator end,
-                    Options &options) {
-    if (option == table.end())
-        return "unknown option " + shown;
-    if (!option->takesValue)
-        return value.isNull() ? option->apply(options, {}) : "option " + shown + " takes no value";
-    if (value.isNull()) {
-        if (next == end)
-            return "option " + shown + " needs a value";
-        value = *next++;
-    }
-    const Problem problem = option->apply(options, value);
-    return problem.isEmpty() ? Problem() : "the value of option " + shown + " " + problem;
 }
 
 Problem checkTogether(const Options &options) {
@@ -122,50 +53,37 @@ Problem checkTogether(const Options &options) {
 
 } // namespace
 
-Options Options::parse(const QList<QByteArray> &arguments, QByteArray *problem) {
-    Options options;
-    problem->clear();
-    bool onlyInputs = false;
-    for (auto next = arguments.cbegin(); next != arguments.cend() && problem->isEmpty();) {
-        const QByteArray argument = *next++;
-        if (onlyInputs || argument == "-" || !argument.startsWith('-')) {
-            if (argument.isEmpty())
-                *problem = "an input names nothing";
-            options.inputs.append(argument);
-        } else if (argument == "--") {
-            onlyInputs = true;
-        } else if (argument.startsWith("--")) {
-            const qsizetype equals = argument.indexOf('=');
-            const QByteArray shown = equals < 0 ? argument : argument.left(equals);
-            const QByteArray name = shown.mid(2);
-            const auto *const option = std::find_if(table.begin(), table.end(), [&](const Option &each) {
-                return each.name == std::string_view(name.constData(), std::size_t(name.size()));
-            });
-            // An empty value is one, not its absence.
-            const QByteArray value = equals < 0 ? QByteArray() : QByteArray("") + argument.mid(equals + 1);
-            *problem = applyOption(option, shown, value, next, arguments.cend(), options);
-        } else {
-            for (qsizetype at = 1; at < argument.size() && problem->isEmpty(); ++at) {
-                const auto *const option = std::find_if(table.begin(), table.end(), [&](const Option &each) {
-                    return each.letter != 0 && each.letter == argument[at];
-                });
-                QByteArray value;
-                const bool takesRest =
-                    option != table.end() && option->takesValue && at + 1 < argument.size();
-                if (takesRest)
-                    value = argument.mid(at + 1);
-                *problem = applyOption(option, QByteArray("-") + argument[at], value, next, arguments.cend(),
-                                       options);
-                if (takesRest)
-                    break;
-            }
-        }
-        if (options.action == Action::Help || options.action == Action::Version)
-            return options;
-    }
-    if (problem->isEmpty())
-        *problem = checkTogether(options);
-    return options;
+Options Options::parse(const QList<QByteArray> &arguments, QByteArray *problem,
+                       const std::vector<zr::CommandOption> &others) {
+    using Value = const QByteArray &;
+    constexpr auto last = zr::CommandOption::Rule::Last;
+    Options o;
+    std::vector<zr::CommandOption> table{
+        {'o', "output", [&](Value v) { return setPath(o.output, v); }},
+        {'d', "directory", [&](Value v) { return setPath(o.folder, v); }},
+        {'f', "force", [&] { o.force = true; }},
+        {0, "title", [&](Value v) { return setText(o.title, v); }},
+        {0, "creator", [&](Value v) { return setText(o.creator, v); }},
+        {0, "type", [&](Value v) { return v.isEmpty() ? Problem("names nothing") : setText(o.type, v); }},
+        {0, "tagged", [&] { o.tagged = true; }},
+        {0, "network", [&](Value v) { return setNetwork(o, v); }},
+        {'j', "jobs", [&](Value v) { return zr::takeCount(o.jobs, v, 1, mostJobs); }},
+        {'t', "timeout", [&](Value v) { return zr::takeSeconds(o.timeout, v, longestTimeout); }},
+        {0, "boot", [&] { o.action = Action::Boot; }},
+        {0, "json", [&] { o.json = true; }},
+        {'q', "quiet", [&] { o.quiet = true; }},
+        {'v', "verbose", [&] { o.verbose = true; }},
+        {'h', "help", [&] { o.action = Action::Help; }, last},
+        {'V', "version", [&] { o.action = Action::Version; }, last},
+    };
+    table.insert(table.end(), others.begin(), others.end());
+    *problem = zr::readOptions(table, arguments, [&](Value input) {
+        o.inputs.append(input);
+        return input.isEmpty() ? Problem("an input names nothing") : Problem();
+    });
+    if (problem->isEmpty() && (o.action == Action::Convert || o.action == Action::Boot))
+        *problem = checkTogether(o);
+    return o;
 }
 
 QByteArray Options::help() {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tools/converter/OptionReader.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -28,7 +30,9 @@ struct Options {
 
     /// Reads the arguments that follow the program's name.
     /// \param problem  receives one sentence about what is wrong with them, or nothing
-    static Options parse(const QList<QByteArray> &arguments, QByteArray *problem);
+    /// \param others   options of the program besides these
+    static Options parse(const QList<QByteArray> &arguments, QByteArray *problem,
+                         const std::vector<zr::CommandOption> &others = {});
 
     /// The text of --help.
     static QByteArray help();

@@ -81,6 +81,9 @@ TEST(WorkerOptions, SayWhatIsWrong) {
                                                {"-t", "1201"},
                                                {"-t", "inf"},
                                                {"-t", "nan"},
+                                               {"-t", "1e1"},
+                                               {"-j", "+1"},
+                                               {"-j", " 1"},
                                                {"--prefix", ""},
                                                {"--prefix", "a b"},
                                                {"--store", "ftp://host/"},
@@ -91,6 +94,21 @@ TEST(WorkerOptions, SayWhatIsWrong) {
                                                {"--nonsense"},
                                                {"input.html"}})
         EXPECT_FALSE(problemOf(arguments).isEmpty()) << arguments.join(' ').toStdString();
+}
+
+TEST(WorkerOptions, LettersCanBeJoined) {
+    const WorkerOptions options = parsed({"--broker", "amqp://host", "-vj3", "-t.5"});
+    EXPECT_TRUE(options.verbose);
+    EXPECT_EQ(options.instances, 3);
+    EXPECT_EQ(options.timeout, std::chrono::milliseconds(500));
+}
+
+TEST(WorkerOptions, WhatIsWrongIsASentence) {
+    EXPECT_EQ(problemOf({"-j", "0"}).toStdString(),
+              "the value of option -j is not a whole number from 1 to 64");
+    EXPECT_EQ(problemOf({"--broker", "http://host"}).toStdString(),
+              "the value of option --broker is not usable: a broker's URL begins with amqp:// or amqps://");
+    EXPECT_EQ(problemOf({"input.html"}).toStdString(), "a worker takes no inputs: input.html");
 }
 
 TEST(WorkerOptions, NeverShowPasswords) {

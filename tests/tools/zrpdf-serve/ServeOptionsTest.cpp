@@ -136,10 +136,13 @@ TEST(ServeOptions, AnAddressOfTheNetworkHasToBeAllowed) {
 }
 
 TEST(ServeOptions, UnknownAndRepeatedOptionsAreRefused) {
-    EXPECT_NE(problemOf({"--port", "1"}), "");
-    EXPECT_NE(problemOf({"-x"}), "");
-    EXPECT_NE(problemOf({"--listen"}), "");
-    EXPECT_NE(problemOf({"--allow-remote=yes"}), "");
+    EXPECT_EQ(problemOf({"--port", "1"}), "unknown option --port");
+    EXPECT_EQ(problemOf({"-x"}), "unknown option -x");
+    EXPECT_EQ(problemOf({"--listen"}), "option --listen needs a value");
+    EXPECT_EQ(problemOf({"--allow-remote=yes"}), "option --allow-remote takes no value");
+    EXPECT_EQ(problemOf({"-vv"}), "");
+    EXPECT_EQ(problemOf({"--", "-v"}), "there is nothing to do with \"-v\"");
+    EXPECT_EQ(problemOf({"-t1", "--timeout=2"}), "option --timeout was given twice");
     EXPECT_EQ(problemOf({"--queue", "1", "--queue", "2"}), "option --queue was given twice");
     EXPECT_EQ(problemOf({"file.html"}), "there is nothing to do with \"file.html\"");
 }
