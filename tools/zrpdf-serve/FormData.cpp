@@ -7,7 +7,6 @@
 #include "tools/zrpdf-serve/Problem.h"
 
 #include <QMimeDatabase>
-#include <QStringDecoder>
 #include <algorithm>
 
 using namespace zr;
@@ -21,14 +20,6 @@ Problem badForm(const QString &detail) {
     return {.kind = Problem::Kind::BadForm, .detail = detail};
 }
 
-QString textOf(const QByteArray &bytes) {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder(bytes);
-    if (decoder.hasError())
-        throw badForm(u"The form has a name that is not UTF-8."_s);
-    return text;
-}
-
 /// Clients escape what would end the quoted name or its line, and nothing else (HTML, "multipart/form-data encoding
 /// algorithm").
 QByteArray unescaped(QByteArray name) {
@@ -36,7 +27,10 @@ QByteArray unescaped(QByteArray name) {
 }
 
 QString pathOf(const QByteArray &given) {
-    const QString name = textOf(unescaped(given));
+    const QByteArray bytes = unescaped(given);
+    if (!bytes.isValidUtf8())
+        throw badForm(u"The form has a name that is not UTF-8."_s);
+    const QString name = QString::fromUtf8(bytes);
     const auto fail = [&](const QString &why) {
         return badForm(u"The file name \"%1\" %2."_s.arg(name.left(80), why));
     };

@@ -4,8 +4,6 @@
 #include "tools/converter/PlainNumber.h"
 #include "tools/zrpdf-serve/Problem.h"
 
-#include <QStringDecoder>
-
 using namespace zr;
 using namespace Qt::StringLiterals;
 
@@ -30,10 +28,9 @@ Problem badOption(const QByteArray &name, const QString &why) {
 }
 
 QString textOf(const QByteArray &name, const QByteArray &value) {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder(value);
-    if (decoder.hasError() || text.contains(QChar(0)))
+    if (!value.isValidUtf8() || value.contains('\0'))
         throw badOption(name, u"is not UTF-8"_s);
+    const QString text = QString::fromUtf8(value);
     // A given text is never the null one.
     return text.isNull() ? u""_s : text;
 }

@@ -5,7 +5,7 @@
 #include "tools/zrpdf-serve/ListenAddress.h"
 #include "tools/zrpdf-serve/OpenAPI.h"
 
-#include <QRandomGenerator>
+#include <QUuid>
 #include <algorithm>
 #include <array>
 
@@ -30,12 +30,6 @@ bool isWellFormedID(const QByteArray &id) {
     return !id.isEmpty() && id.size() <= longestID && std::all_of(id.begin(), id.end(), [](char c) {
         return isASCIILetter(uchar(c)) || isASCIIDigit(uchar(c)) || QByteArrayView("-._~+/=:").contains(c);
     });
-}
-
-QByteArray newID() {
-    std::array<quint32, 4> numbers{};
-    QRandomGenerator::system()->fillRange(numbers.data(), qsizetype(numbers.size()));
-    return QByteArray(reinterpret_cast<const char *>(numbers.data()), sizeof numbers).toHex();
 }
 
 /// Whether the host of a Host field is this machine, by number or by its name everywhere.
@@ -129,7 +123,7 @@ HTTPAnswer Server::answerTo(const HTTPRequest &request, const Problem &problem) 
 std::optional<HTTPAnswer> Server::refuse(HTTPRequest &head) {
     head.id = head.field("x-request-id");
     if (!isWellFormedID(head.id))
-        head.id = newID();
+        head.id = QUuid::createUuid().toByteArray(QUuid::Id128);
     const auto problem = problemWith(head);
     if (!problem)
         return {};
