@@ -3,13 +3,13 @@
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
 #include "tools/converter/Events.h"
-#include "tools/converter/ServiceManager.h"
 #include "tools/converter/ServicePool.h"
 #include "tools/converter/StandardStreams.h"
 #include "tools/zrpdf-broker/WorkerOptions.h"
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
 
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 using namespace zr;
@@ -47,14 +47,14 @@ int work(const WorkerOptions &options) {
             isIdle = isIdle || event == Worker::Event::Idle;
             isUnavailable = isUnavailable || event == Worker::Event::Unavailable;
             if (event == Worker::Event::Connected)
-                ServiceManager::notify("READY=1");
+                ::sd_notify(0, "READY=1");
         });
     });
     worker->start();
     const auto never = std::chrono::steady_clock::now() + std::chrono::hours(24 * 365);
     while (Interrupts::signal() == 0 && !isUnavailable)
         events.run(never);
-    ServiceManager::notify("STOPPING=1");
+    ::sd_notify(0, "STOPPING=1");
     worker->stop();
     // What is begun is finished, unless the broker can't be told of it.
     constexpr auto grace = std::chrono::seconds(30);

@@ -2,7 +2,6 @@
 #include "platform/base/NSException.h"
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
-#include "tools/converter/ServiceManager.h"
 #include "tools/converter/StandardStreams.h"
 #include "tools/zrpdf-serve/HTTPDoor.h"
 #include "tools/zrpdf-serve/MakeConverter.h"
@@ -11,6 +10,7 @@
 
 #include <algorithm>
 #include <sys/resource.h>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 using namespace zr;
@@ -39,13 +39,14 @@ std::vector<ListeningSocket> openSockets(const ServeOptions &options, QByteArray
         sockets.push_back(std::move(*socket));
         return true;
     };
-    const std::vector<int> handedOver = ServiceManager::sockets();
-    if (!handedOver.empty() && !options.addresses.empty()) {
+    // Out of the environment, too: they are not for the services that this program starts.
+    const int handedOver = ::sd_listen_fds(/*unset_environment=*/1);
+    if (handedOver > 0 && !options.addresses.empty()) {
         *problem = "sockets were handed over, and option --listen names others";
         return {};
     }
-    for (const int descriptor : handedOver)
-        if (!keep(ListeningSocket::adopt(descriptor, problem)))
+    for (int index = 0; index < handedOver; ++index)
+        if (!keep(ListeningSocket::adopt(SD_LISTEN_FDS_START + index, problem)))
             return {};
     std::vector<ListenAddress> addresses = options.addresses;
     if (sockets.empty() && addresses.empty()) {
@@ -105,11 +106,11 @@ int serve(const ServeOptions &options, std::optional<BearerToken> token, std::ve
         }
         log.write(u"listening"_s, {{"address", name}});
     }
-    ServiceManager::notify("READY=1");
+    ::sd_notify(0, "READY=1");
 
     while (!StopSignal::wait(std::chrono::hours(1)))
         continue;
-    ServiceManager::notify("STOPPING=1");
+    ::sd_notify(0, "STOPPING=1");
     server.beginStop();
     door.beginStop();
     log.write(u"stopping"_s);
