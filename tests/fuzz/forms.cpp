@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// Any bytes are a form or the problem with it: a line with its Content-Type, then the body. Its files stay below the form, and
+// the archive that they make is one.
+#include "platform/documents/WebArchive.h"
+#include "tools/zrpdf-serve/FormData.h"
+#include "tools/zrpdf-serve/Problem.h"
+
+#include <cstdlib>
+
+using namespace zr;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
+    const QByteArray data(reinterpret_cast<const char *>(bytes), qsizetype(size));
+    const qsizetype line = data.indexOf('\n');
+    if (line < 0)
+        return 0;
+    try {
+        const FormData form = FormData::read(data.left(line), data.mid(line + 1));
+        for (const FormData::File &file : form.files)
+            for (const QString &step : file.name.split(u'/'))
+                if (step.isEmpty() || step == u"." || step == u"..")
+                    std::abort();
+        if (!form.files.isEmpty() && !WebArchive::archiveWithPropertyList(form.archive()))
+            std::abort();
+    } catch (const Problem &) {
+    }
+    return 0;
+}
