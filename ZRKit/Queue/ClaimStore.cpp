@@ -7,7 +7,7 @@
 #include "platform/base/SystemError.h"
 #include "platform/files/AtomicFile.h"
 #include "platform/files/NSPathUtilities.h"
-#include "platform/net/NSURLConnection.h"
+#include "platform/net/HTTPExchange.h"
 #include "platform/net/TransferLoop.h"
 #include "platform/operations/WorkerPool.h"
 
@@ -17,7 +17,6 @@
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
-#include <future>
 #include <memory>
 #include <sys/stat.h>
 #include <thread>
@@ -58,76 +57,42 @@ QString missing() {
     return QStringLiteral("the document's claim is not in the store any more");
 }
 
-/// One exchange with a server, as long as it takes.
-class Exchange : public NSURLConnectionDelegate {
-public:
-    struct Answer {
-        qint64 status = 0; ///< 0 if there was none
-        QByteArray body;
-        QString problem;
-    };
+HTTPExchange::Answer exchangeOnce(const QString &method, const QUrl &url, const QByteArray &body) {
+    static NeverDestroyed<TransferLoop> loop(QStringLiteral("ClaimStore"));
+    const auto request =
+        std::make_shared<NSMutableURLRequest>(url, NSURLRequestReloadIgnoringLocalCacheData, patience);
+    request->setHTTPMethod(method);
+    request->setHTTPShouldHandleCookies(false);
+    if (!body.isNull()) {
+        request->setHTTPBody(body);
+        request->setValue(QStringLiteral("application/octet-stream"), QStringLiteral("Content-Type"));
+    }
+    const WorkerPool::Waiting waiting;
+    return HTTPExchange{request, std::make_shared<std::atomic<qint64>>(largestBody)}.wait(*loop);
+}
 
-    static Answer with(const QString &method, const QUrl &url, const QByteArray &body = {}) {
-        static NeverDestroyed<TransferLoop> loop(QStringLiteral("ClaimStore"));
-        const auto request =
-            std::make_shared<NSMutableURLRequest>(url, NSURLRequestReloadIgnoringLocalCacheData, patience);
-        request->setHTTPMethod(method);
-        request->setHTTPShouldHandleCookies(false);
-        if (!body.isNull()) {
-            request->setHTTPBody(body);
-            request->setValue(QStringLiteral("application/octet-stream"), QStringLiteral("Content-Type"));
-        }
-        const auto exchange = std::make_shared<Exchange>();
-        auto answer = exchange->m_promise.get_future();
-        const auto connection = std::make_shared<NSURLConnection>(request, exchange);
-        connection->scheduleInRunLoop(*loop);
-        connection->start();
-        const WorkerPool::Waiting waiting;
-        return answer.get();
-    }
-
-    std::shared_ptr<NSURLRequest>
-    connectionWillSendRequest(const Connection &, const std::shared_ptr<NSURLRequest> &request,
-                              const std::shared_ptr<NSURLResponse> &redirectResponse) override {
-        return redirectResponse ? nullptr : request;
-    }
-    void connectionDidReceiveResponse(const Connection &,
-                                      const std::shared_ptr<NSURLResponse> &response) override {
-        if (const auto http = std::dynamic_pointer_cast<NSHTTPURLResponse>(response))
-            m_answer.status = http->statusCode();
-    }
-    void connectionDidReceiveData(const Connection &connection, QByteArrayView data) override {
-        if (data.size() > largestBody - m_answer.body.size()) {
-            m_answer = {0, {}, QStringLiteral("is too large")};
-            m_promise.set_value(m_answer);
-            connection->cancel();
-        } else {
-            m_answer.body.append(data.data(), data.size());
-        }
-    }
-    void connectionDidFinishLoading(const Connection &) override { m_promise.set_value(m_answer); }
-    void connectionDidFailWithError(const Connection &, const NSError &error) override {
-        m_promise.set_value({0, {}, error.localizedDescription()});
-    }
-
-private:
-    Answer m_answer{0, "", {}};
-    std::promise<Answer> m_promise;
-};
+/// 0 if there is no answer.
+qint64 statusOf(const HTTPExchange::Answer &answer) {
+    return answer.response ? answer.response->statusCode() : 0;
+}
 
 /// Tries again if the server can't be reached or is in trouble, which may pass.
-Exchange::Answer exchange(const QString &method, const QUrl &url, const QByteArray &body = {}) {
+HTTPExchange::Answer exchange(const QString &method, const QUrl &url, const QByteArray &body = {}) {
     for (int attempt = 1;; ++attempt) {
-        Exchange::Answer answer = Exchange::with(method, url, body);
-        if ((answer.status != 0 && answer.status < 500) || attempt == tries)
+        const HTTPExchange::Answer answer = exchangeOnce(method, url, body);
+        if ((answer.response && statusOf(answer) < 500) || attempt == tries)
             return answer;
         std::this_thread::sleep_for(pauseBetweenTries);
     }
 }
 
-QString problemOf(const Exchange::Answer &answer) {
-    return QStringLiteral("the store of documents fails: ") +
-           (answer.status == 0 ? answer.problem : QStringLiteral("status %1").arg(answer.status));
+QString problemOf(const HTTPExchange::Answer &answer) {
+    QString problem = QStringLiteral("is too large");
+    if (answer.response)
+        problem = QStringLiteral("status %1").arg(statusOf(answer));
+    else if (answer.error)
+        problem = answer.error.localizedDescription();
+    return QStringLiteral("the store of documents fails: ") + problem;
 }
 
 QString problemOf(const std::error_code &error) {
@@ -171,8 +136,8 @@ QUrl ClaimStore::url(const QByteArray &name) const {
 QByteArray ClaimStore::put(const QByteArray &body) const {
     QByteArray name = newName();
     if (m_folder.isNull()) {
-        const Exchange::Answer answer = exchange(QStringLiteral("PUT"), url(name), body);
-        if (answer.status < 200 || answer.status >= 300)
+        const HTTPExchange::Answer answer = exchange(QStringLiteral("PUT"), url(name), body);
+        if (statusOf(answer) < 200 || statusOf(answer) >= 300)
             fail(problemOf(answer));
     } else {
         AtomicFile file(path(name), AtomicFile::Existing::Kept);
@@ -188,10 +153,10 @@ QByteArray ClaimStore::put(const QByteArray &body) const {
 QByteArray ClaimStore::get(const QByteArray &name) const {
     checkName(name);
     if (m_folder.isNull()) {
-        const Exchange::Answer answer = exchange(QStringLiteral("GET"), url(name));
-        if (answer.status == 404 || answer.status == 410)
+        const HTTPExchange::Answer answer = exchange(QStringLiteral("GET"), url(name));
+        if (statusOf(answer) == 404 || statusOf(answer) == 410)
             fail(missing());
-        if (answer.status != 200)
+        if (statusOf(answer) != 200)
             fail(problemOf(answer));
         return answer.body;
     }
@@ -223,8 +188,9 @@ QByteArray ClaimStore::get(const QByteArray &name) const {
 void ClaimStore::remove(const QByteArray &name) const {
     checkName(name);
     if (m_folder.isNull()) {
-        const Exchange::Answer answer = exchange(QStringLiteral("DELETE"), url(name));
-        if ((answer.status < 200 || answer.status >= 300) && answer.status != 404 && answer.status != 410)
+        const HTTPExchange::Answer answer = exchange(QStringLiteral("DELETE"), url(name));
+        const qint64 status = statusOf(answer);
+        if ((status < 200 || status >= 300) && status != 404 && status != 410)
             fail(problemOf(answer));
     } else if (::unlink(path(name).constData()) != 0 && errno != ENOENT) {
         fail(problemOf(systemError()));

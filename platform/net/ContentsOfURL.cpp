@@ -4,77 +4,47 @@
 #include "platform/base/NeverDestroyed.h"
 #include "platform/files/FileContents.h"
 #include "platform/files/NSPathUtilities.h"
-#include "platform/net/NSURLConnection.h"
+#include "platform/net/HTTPExchange.h"
 #include "platform/net/TransferLoop.h"
 #include "platform/text/DataURL.h"
-
-#include <future>
 
 using namespace zr;
 
 namespace {
 
 constexpr int mostRedirects = 20;
-constexpr qsizetype mostBytes = qsizetype(1) << 30;
-
-/// A body, nil on failure; or where to look for it instead.
-struct Answer {
-    QByteArray body;
-    QUrl location;
-};
+constexpr qint64 mostBytes = qint64(1) << 30;
 
 bool isHTTP(const QUrl &url) {
     return url.scheme() == u"http" || url.scheme() == u"https";
 }
 
-class Reader : public NSURLConnectionDelegate {
-public:
-    std::future<Answer> answer() { return m_promise.get_future(); }
+bool isMoved(const NSHTTPURLResponse &response) {
+    return response.statusCode() == 308 &&
+           !response.valueForHTTPHeaderField(QStringLiteral("Location")).isEmpty();
+}
 
-    void connectionDidReceiveResponse(const Connection &connection,
-                                      const std::shared_ptr<NSURLResponse> &response) override {
-        const auto http = std::dynamic_pointer_cast<NSHTTPURLResponse>(response);
-        const QString location = http->valueForHTTPHeaderField(QStringLiteral("Location"));
-        if (http->statusCode() == 308 && !location.isEmpty())
-            end(connection, {{}, http->URL().resolved(QUrl(location))});
-        else if (http->statusCode() >= 400)
-            end(connection, {});
-    }
-    void connectionDidReceiveData(const Connection &connection, QByteArrayView data) override {
-        if (data.size() > mostBytes - m_body.size())
-            end(connection, {});
-        else
-            m_body.append(data.data(), data.size());
-    }
-    void connectionDidFinishLoading(const Connection &) override { m_promise.set_value({m_body, {}}); }
-    void connectionDidFailWithError(const Connection &, const NSError &) override { m_promise.set_value({}); }
+bool hasContents(const NSHTTPURLResponse &response) {
+    return response.statusCode() < 400 && !isMoved(response);
+}
 
-private:
-    void end(const Connection &connection, const Answer &answer) {
-        m_promise.set_value(answer);
-        connection->cancel();
-    }
-    std::promise<Answer> m_promise;
-    QByteArray m_body = "";
-};
-
-QByteArray contentsByHTTP(const QUrl &url) {
+QByteArray contentsByHTTP(QUrl url) {
     // Of its own: fetches and their blocks must not hold it up, nor it them.
     static NeverDestroyed<TransferLoop> loop(QStringLiteral("NSDataWithContentsOfURL"));
-    Answer answer{{}, url};
-    for (int hop = 0; hop <= mostRedirects && isHTTP(answer.location); ++hop) {
-        const auto request = std::make_shared<NSMutableURLRequest>(answer.location);
+    for (int hop = 0; hop <= mostRedirects && isHTTP(url); ++hop) {
+        const auto request = std::make_shared<NSMutableURLRequest>(url);
         request->setHTTPShouldHandleCookies(false);
         request->setValue(QStringLiteral("*/*"), QStringLiteral("Accept"));
         request->setValue(QStringLiteral("gzip, deflate, br, zstd"), QStringLiteral("Accept-Encoding"));
-        const auto reader = std::make_shared<Reader>();
-        auto result = reader->answer();
-        const auto connection = std::make_shared<NSURLConnection>(request, reader);
-        connection->scheduleInRunLoop(*loop);
-        connection->start();
-        answer = result.get();
+        const auto [response, body, error] =
+            HTTPExchange{request, std::make_shared<std::atomic<qint64>>(mostBytes), true, hasContents}.wait(
+                *loop);
+        if (!response || !isMoved(*response))
+            return body;
+        const QString location = response->valueForHTTPHeaderField(QStringLiteral("Location"));
+        url = response->URL().resolved(QUrl(location));
     }
-    return answer.body;
+    return {};
 }
 
 } // namespace

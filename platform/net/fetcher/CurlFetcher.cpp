@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/base/NeverDestroyed.h"
+#include "platform/net/HTTPExchange.h"
 #include "platform/net/HTTPHeaderFields.h"
 #include "platform/net/NSHTTPCookie.h"
-#include "platform/net/NSURLConnection.h"
 #include "platform/net/PublicFetcher.h"
 #include "platform/net/TransferLoop.h"
 
@@ -33,60 +33,36 @@ private:
     PublicFetcher::Handler m_handler;
 };
 
-class Delegate : public NSURLConnectionDelegate {
-public:
-    Delegate(std::shared_ptr<Receiver> receiver, std::shared_ptr<std::atomic<qint64>> bytesLeft)
-        : m_receiver(std::move(receiver)), m_bytesLeft(std::move(bytesLeft)) {}
-
-    std::shared_ptr<NSURLRequest>
-    connectionWillSendRequest(const Connection &, const std::shared_ptr<NSURLRequest> &request,
-                              const std::shared_ptr<NSURLResponse> &redirectResponse) override {
-        return redirectResponse ? nullptr : request;
+PublicFetcher::Response responseOf(const HTTPExchange::Answer &answer) {
+    PublicFetcher::Response response;
+    if (answer.error) {
+        response.code = NSURLErrorCode(answer.error.code());
+        response.why = answer.error.userInfo().value(NSLocalizedFailureReasonErrorKey).toString();
+        if (response.why.isEmpty())
+            response.why = answer.error.localizedDescription();
+        return response;
     }
-    void connectionDidReceiveResponse(const Connection &,
-                                      const std::shared_ptr<NSURLResponse> &response) override {
-        const auto http = std::dynamic_pointer_cast<NSHTTPURLResponse>(response);
-        m_response.status = int(http->statusCode());
-        const QVariantMap fields = http->allHeaderFields();
-        for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
-            if (it.key() != u"Set-Cookie")
-                m_response.fields.append({it.key(), it.value().toString()});
-        }
-        // A field for each, as browsers want them.
-        const auto cookies = NSHTTPCookie::cookiesWithResponseHeaderFields(fields, http->URL());
-        for (const NSHTTPCookie &each : cookies) {
-            QNetworkCookie cookie = each.networkCookie();
-            // A cookie for one host names none.
-            if (!cookie.domain().startsWith(u'.'))
-                cookie.setDomain({});
-            m_response.fields.append({QStringLiteral("Set-Cookie"), QString::fromUtf8(cookie.toRawForm())});
-        }
+    response.isTooMuch = !answer.response;
+    if (response.isTooMuch)
+        return response;
+    response.status = int(answer.response->statusCode());
+    response.body = answer.body;
+    const QVariantMap fields = answer.response->allHeaderFields();
+    for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
+        if (it.key() != u"Set-Cookie")
+            response.fields.append({it.key(), it.value().toString()});
     }
-    void connectionDidReceiveData(const Connection &connection, QByteArrayView data) override {
-        if (m_bytesLeft->fetch_sub(data.size()) >= data.size()) {
-            m_response.body.append(data);
-            return;
-        }
-        PublicFetcher::Response tooMuch;
-        tooMuch.isTooMuch = true;
-        m_receiver->end(tooMuch);
-        connection->cancel();
+    // A field for each, as browsers want them.
+    const auto cookies = NSHTTPCookie::cookiesWithResponseHeaderFields(fields, answer.response->URL());
+    for (const NSHTTPCookie &each : cookies) {
+        QNetworkCookie cookie = each.networkCookie();
+        // A cookie for one host names none.
+        if (!cookie.domain().startsWith(u'.'))
+            cookie.setDomain({});
+        response.fields.append({QStringLiteral("Set-Cookie"), QString::fromUtf8(cookie.toRawForm())});
     }
-    void connectionDidFinishLoading(const Connection &) override { m_receiver->end(m_response); }
-    void connectionDidFailWithError(const Connection &, const NSError &error) override {
-        PublicFetcher::Response failed;
-        failed.code = NSURLErrorCode(error.code());
-        failed.why = error.userInfo().value(NSLocalizedFailureReasonErrorKey).toString();
-        if (failed.why.isEmpty())
-            failed.why = error.localizedDescription();
-        m_receiver->end(failed);
-    }
-
-private:
-    const std::shared_ptr<Receiver> m_receiver;
-    const std::shared_ptr<std::atomic<qint64>> m_bytesLeft;
-    PublicFetcher::Response m_response;
-};
+    return response;
+}
 
 class CurlFetch : public PublicFetcher::Fetch {
 public:
@@ -127,11 +103,10 @@ public:
         }
         request->setValue(QStringLiteral("gzip, deflate, br, zstd"), QStringLiteral("Accept-Encoding"));
         const auto receiver = std::make_shared<Receiver>(std::move(handler));
-        const auto connection =
-            std::make_shared<NSURLConnection>(request, std::make_shared<Delegate>(receiver, bytesLeft));
-        connection->scheduleInRunLoop(m_loop);
-        connection->start();
-        return std::make_unique<CurlFetch>(receiver, connection);
+        const auto end = [receiver](const HTTPExchange::Answer &answer) {
+            receiver->end(responseOf(answer));
+        };
+        return std::make_unique<CurlFetch>(receiver, HTTPExchange{request, bytesLeft}.start(m_loop, end));
     }
 
 private:
