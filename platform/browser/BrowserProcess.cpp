@@ -145,7 +145,7 @@ QStringList BrowserProcess::argumentsWithoutNetwork() {
 std::unique_ptr<BrowserProcess> BrowserProcess::start(const QStringList &arguments,
                                                       const QString &temporaryFolder) {
     const QString browser = executable();
-    const QString keeper = libexecFile(QStringLiteral("zrkit-keeper"));
+    const QByteArray keeper = libexecFile("zrkit-keeper", X_OK);
     if (browser.isNull() || keeper.isNull()) {
         NSLog("Cannot start the browser: %@ is not installed",
               browser.isNull() ? QStringLiteral("chromium-headless-shell") : QStringLiteral("zrkit-keeper"));
@@ -166,7 +166,7 @@ std::unique_ptr<BrowserProcess> BrowserProcess::start(const QStringList &argumen
     ChildProcess child;
     if (commands && replies && lifeline)
         child = ChildProcess::start(
-            {QFile::encodeName(keeper),
+            {keeper,
              command,
              browserEnvironment(temporaryFolder),
              {-1, -1, -1, commands.first.get(), replies.second.get(), lifeline.second.get()}});

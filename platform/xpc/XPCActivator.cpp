@@ -2,6 +2,7 @@
 #include "platform/xpc/XPCActivator.h"
 
 #include "platform/base/ChildProcess.h"
+#include "platform/base/LibexecFile.h"
 #include "platform/base/SystemError.h"
 #include "platform/xpc/XPCReactor.h"
 #include "platform/xpc/XPCServiceProcess.h"
@@ -15,7 +16,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/epoll.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 
 using namespace zr;
@@ -65,21 +65,7 @@ bool XPCActivator::isName(const QString &name) {
 }
 
 QByteArray XPCActivator::executable(const QString &name) {
-    QByteArray program(4096, Qt::Uninitialized);
-    const ssize_t length = ::readlink("/proc/self/exe", program.data(), std::size_t(program.size()));
-    program.truncate(std::max<qsizetype>(length, 0));
-    const QByteArray folder = program.left(std::max<qsizetype>(program.lastIndexOf('/'), 0));
-    const QByteArray prefix = folder.left(std::max<qsizetype>(folder.lastIndexOf('/'), 0));
-    const QByteArray file = name.section(QLatin1Char('@'), 0, 0).toLatin1();
-    for (const QByteArray &path : {folder + "/XPCServices/" + file, prefix + "/libexec/zrkit/" + file,
-                                   // For a server, which is among the services itself.
-                                   prefix + "/zrkit/" + file, QByteArray(ZR_SERVICE_FOLDER "/") + file}) {
-        struct stat status {};
-        if (::stat(path.constData(), &status) == 0 && S_ISREG(status.st_mode) &&
-            ::access(path.constData(), X_OK) == 0)
-            return path;
-    }
-    return {};
+    return libexecFile(name.section(QLatin1Char('@'), 0, 0).toLatin1(), X_OK, "/XPCServices");
 }
 
 FileDescriptor XPCActivator::connect(const QString &name, QString *error, pid_t *process) {
