@@ -2,6 +2,7 @@
 #include "service/ZRXPCWorker.h"
 
 #include "ZRKit/Service/ZRConvertHTML.h"
+#include "ZRKit/Values/KitError.h"
 #include "platform/pdf/PDFDocument.h"
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
@@ -35,11 +36,10 @@ void ZRXPCWorker::work() {
     const QVariant networkName = (*this)[QStringLiteral("network")];
     const std::optional<ZRConvertHTML::Network> network = networkNamed(networkName);
     if (!network) {
-        doneWithErrorMessage(QStringLiteral("HTML to PDF converter did fail"),
-                             NSError(QStringLiteral("com.velmora.error"), 101,
-                                     {{NSLocalizedDescriptionKey,
-                                       NSFormat("\"network\" is \"all\", \"public\" or \"none\", not \"%@\"",
-                                                {NSDescription(networkName).left(longestShown)})}}));
+        doneWithErrorMessage(
+            QStringLiteral("HTML to PDF converter did fail"),
+            zr::kitError(101, NSFormat("\"network\" is \"all\", \"public\" or \"none\", not \"%@\"",
+                                       {NSDescription(networkName).left(longestShown)})));
         return;
     }
     // Nobody waits any more for the reply to a task whose connection has gone.

@@ -2,6 +2,7 @@
 #include "ZRKit/Network/ZRFetchOperation.h"
 
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
+#include "ZRKit/Values/KitError.h"
 #include "ZRKit/Values/ZRMacros.h"
 #include "platform/base/NSException.h"
 #include "platform/base/NeverDestroyed.h"
@@ -22,8 +23,6 @@ using namespace zr;
 
 namespace {
 
-const QString errorDomain = QStringLiteral("com.velmora.error");
-
 /// More is not taken at the word of a server alone.
 constexpr qint64 mostReserved = 64 << 20;
 
@@ -40,9 +39,7 @@ QString localized(const char *text) {
 
 /// The text is looked up and filled with the user's name.
 NSError errorWithText(int code, const char *source, const QString &username) {
-    const QString text = NSFormat(localized(source).toUtf8().constData(), {username});
-    return NSError(errorDomain, code,
-                   text.isEmpty() ? QVariantMap() : QVariantMap{{NSLocalizedDescriptionKey, text}});
+    return kitError(code, NSFormat(localized(source).toUtf8().constData(), {username}));
 }
 
 bool isPasswordMethod(const QString &method) {

@@ -10,6 +10,7 @@
 #include "platform/net/HTTPExchange.h"
 #include "platform/net/TransferLoop.h"
 #include "platform/operations/WorkerPool.h"
+#include "platform/values/NSLog.h"
 
 #include <QRandomGenerator>
 #include <algorithm>
@@ -194,6 +195,14 @@ void ClaimStore::remove(const QByteArray &name) const {
             fail(problemOf(answer));
     } else if (::unlink(path(name).constData()) != 0 && errno != ENOENT) {
         fail(problemOf(systemError()));
+    }
+}
+
+void ClaimStore::drop(const QByteArray &name) const {
+    try {
+        remove(name);
+    } catch (const NSException &exception) {
+        NSLog("A stored document is left to its age: %@", exception.reason());
     }
 }
 

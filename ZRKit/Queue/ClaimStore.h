@@ -13,7 +13,7 @@ namespace zr {
 /// its URL (user and password of the URL are used; redirects are not followed, and certificates are verified). A name is
 /// never more than a name, so that no message leads anywhere else.
 ///
-/// All functions may be called on any thread, and block it. They raise an NSException that says what is wrong.
+/// All functions may be called on any thread, and block it. All but drop() raise an NSException that says what is wrong.
 class ClaimStore {
 public:
     /// Raises NSInvalidArgumentException unless the URL can be a store's.
@@ -25,6 +25,8 @@ public:
     QByteArray get(const QByteArray &name) const;
     /// Nothing happens if it isn't there.
     void remove(const QByteArray &name) const;
+    /// Removes a body, or logs why it can't, and leaves it to its age.
+    void drop(const QByteArray &name) const;
     /// Removes bodies that were left behind, of a folder; HTTP servers are not asked what they have.
     /// \return how many there were
     int removeOlderThan(std::chrono::seconds age) const;

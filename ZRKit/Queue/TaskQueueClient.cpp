@@ -3,6 +3,7 @@
 
 #include "ZRKit/Queue/ZRXPCQueue.h"
 #include "ZRKit/Service/Serialization.h"
+#include "ZRKit/Values/KitError.h"
 #include "platform/base/NSException.h"
 #include "platform/broker/BrokerError.h"
 #include "platform/operations/WorkerPool.h"
@@ -28,10 +29,6 @@ std::vector<BrokerAddress> addressesOf(const QList<QUrl> &urls) {
     if (addresses.empty())
         throw NSException(NSInvalidArgumentException, QStringLiteral("there is no broker's URL"));
     return addresses;
-}
-
-NSError errorOf(ZRXPCQueueError code, const QString &text) {
-    return {QStringLiteral("com.velmora.error"), code, {{NSLocalizedDescriptionKey, text}}};
 }
 
 } // namespace
@@ -87,7 +84,7 @@ void TaskQueueClient::publish(const QByteArray &identifier, const QByteArray &bo
     try {
         TaskMessage::setBody(message, body, m_store.get());
     } catch (const NSException &exception) {
-        end(identifier, {}, errorOf(ZRXPCQueueTransferError, exception.reason()));
+        end(identifier, {}, kitError(ZRXPCQueueTransferError, exception.reason()));
         return;
     }
     {
@@ -107,9 +104,9 @@ void TaskQueueClient::publish(const QByteArray &identifier, const QByteArray &bo
         [this, identifier](BrokerClient::Outcome outcome, const QString &problem) {
             if (outcome == BrokerClient::Outcome::Unroutable)
                 end(identifier, {},
-                    errorOf(ZRXPCQueueTransferError, QStringLiteral("the queue of tasks is gone")));
+                    kitError(ZRXPCQueueTransferError, QStringLiteral("the queue of tasks is gone")));
             else if (outcome != BrokerClient::Outcome::Confirmed)
-                end(identifier, {}, errorOf(ZRXPCQueueUnreachableError, problem));
+                end(identifier, {}, kitError(ZRXPCQueueUnreachableError, problem));
         });
 }
 
@@ -128,7 +125,7 @@ void TaskQueueClient::received(const BrokerDelivery &delivery) {
         try {
             reply = TaskMessage::reply(message, self->m_store.get());
         } catch (const NSException &exception) {
-            reply.error = errorOf(ZRXPCQueueTransferError, exception.reason());
+            reply.error = kitError(ZRXPCQueueTransferError, exception.reason());
         }
         // A task that was given up is kept with its document, for people.
         if (reply.error.code() != ZRXPCQueueLostError)
@@ -156,9 +153,9 @@ void TaskQueueClient::tick() {
     }
     for (const QByteArray &identifier : expired)
         end(identifier, {},
-            errorOf(ZRXPCQueueExpiredError, QStringLiteral("no worker has done the task in its time")));
+            kitError(ZRXPCQueueExpiredError, QStringLiteral("no worker has done the task in its time")));
     for (const QByteArray &identifier : unreachable)
-        end(identifier, {}, errorOf(ZRXPCQueueUnreachableError, state.problem));
+        end(identifier, {}, kitError(ZRXPCQueueUnreachableError, state.problem));
 }
 
 void TaskQueueClient::end(const QByteArray &identifier, const QVariant &result, const NSError &error) {
@@ -179,13 +176,7 @@ std::optional<TaskQueueClient::Task> TaskQueueClient::take(const QByteArray &ide
 void TaskQueueClient::removeLater(const QByteArray &claim) {
     if (claim.isEmpty() || !m_store)
         return;
-    WorkerPool::run([store = m_store, claim] {
-        try {
-            store->remove(claim);
-        } catch (const NSException &exception) {
-            NSLog("A stored document is left to its age: %@", exception.reason());
-        }
-    });
+    WorkerPool::run([store = m_store, claim] { store->drop(claim); });
 }
 
 void TaskQueueClient::stop() {
@@ -199,7 +190,7 @@ void TaskQueueClient::stop() {
         removeLater(task.claim);
         if (task.block)
             WorkerPool::run([block = task.block] {
-                block({}, errorOf(ZRXPCQueueUnreachableError, QStringLiteral("the client was closed")));
+                block({}, kitError(ZRXPCQueueUnreachableError, QStringLiteral("the client was closed")));
             });
     }
 }

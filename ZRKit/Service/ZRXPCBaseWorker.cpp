@@ -3,6 +3,7 @@
 
 #include "ZRKit/Service/Serialization.h"
 #include "ZRKit/Service/ZRXPCDelegate.h"
+#include "ZRKit/Values/KitError.h"
 #include "ZRKit/Values/NSDictionary+ZRKit.h"
 #include "ZRKit/Values/NSString+ZRKit.h"
 #include "platform/base/NSException.h"
@@ -96,13 +97,9 @@ void ZRXPCBaseWorker::doneWithResult(const QVariant &result) {
 
 void ZRXPCBaseWorker::doneWithErrorMessage(const QString &message, const NSError &cause) {
     NSLog("!!! XPC Error: %@", message);
-    QVariantMap userInfo;
-    if (!message.isEmpty())
-        userInfo.insert(NSLocalizedDescriptionKey, message);
     // One that can't be archived must not cost the reply.
-    if (cause && !serialize(QVariant::fromValue(cause)).isNull())
-        userInfo.insert(NSUnderlyingErrorKey, QVariant::fromValue(cause));
-    reply(QByteArray(), NSError(QStringLiteral("com.velmora.error"), 101, userInfo));
+    const bool isKept = cause && !serialize(QVariant::fromValue(cause)).isNull();
+    reply(QByteArray(), kitError(101, message, isKept ? cause : NSError()));
 }
 
 /// Calls the block without asking whether there is one: a second reply must not go by in silence.

@@ -3,6 +3,7 @@
 
 #include "ZRKit/Storage/NSFileManager+ZRKit.h"
 #include "ZRKit/Store/NSManagedObjectContext+ZRKit.h"
+#include "ZRKit/Values/KitError.h"
 #include "ZRKit/Values/ZRMacros.h"
 #include "platform/base/NSException.h"
 #include "platform/base/SystemError.h"
@@ -19,11 +20,6 @@
 using namespace zr;
 
 namespace {
-
-NSError kitError(qint64 code, const QString &description) {
-    return {QStringLiteral("com.velmora.error"), code,
-            description.isEmpty() ? QVariantMap() : QVariantMap{{NSLocalizedDescriptionKey, description}}};
-}
 
 /// A system call's failure as the platform's error for a file that is read or written.
 NSError fileError(std::error_code code, const QString &path, bool isWritten) {

@@ -3,6 +3,7 @@
 
 #include "ZRKit/Queue/ZRXPCQueue.h"
 #include "ZRKit/Service/Serialization.h"
+#include "ZRKit/Values/KitError.h"
 #include "platform/base/NSException.h"
 #include "platform/operations/WorkerPool.h"
 #include "platform/values/NSLog.h"
@@ -25,13 +26,6 @@ constexpr auto cleaningInterval = std::chrono::minutes(10);
 const QString bootKey = QStringLiteral("__boot");
 const QString dataKey = QStringLiteral("data");
 const QString networkKey = QStringLiteral("network");
-
-NSError errorOf(qint64 code, const QString &text, const NSError &cause = {}) {
-    QVariantMap userInfo{{NSLocalizedDescriptionKey, text}};
-    if (cause)
-        userInfo.insert(NSUnderlyingErrorKey, QVariant::fromValue(cause));
-    return {QStringLiteral("com.velmora.error"), code, userInfo};
-}
 
 constexpr qint64 failedConversion = 101;
 
@@ -167,7 +161,7 @@ void Worker::work(const std::shared_ptr<Job> &job) {
     try {
         body = TaskMessage::body(deliveryOf(job).message, m_store.get());
     } catch (const NSException &exception) {
-        reply(job, {{}, errorOf(ZRXPCQueueTransferError, exception.reason())});
+        reply(job, {{}, kitError(ZRXPCQueueTransferError, exception.reason())});
         return;
     }
     const QVariant object = unserialize(body);
@@ -181,7 +175,7 @@ void Worker::convert(const std::shared_ptr<Job> &job, const QVariant &object) {
     QVariantMap task = object.toMap();
     const QVariant data = task.value(dataKey);
     if (data.typeId() == QMetaType::QUrl && data.toUrl().isLocalFile()) {
-        reply(job, {{}, errorOf(failedConversion, QStringLiteral("a worker converts no files of its own"))});
+        reply(job, {{}, kitError(failedConversion, QStringLiteral("a worker converts no files of its own"))});
         return;
     }
     if (m_options.network != u"all")
@@ -203,10 +197,10 @@ void Worker::answered(const std::shared_ptr<Job> &job, const Converter::Answer &
         reply(job, {answer.result, {}});
         break;
     case Outcome::Failed:
-        reply(job, {{}, answer.error ? answer.error : errorOf(failedConversion, answer.text())});
+        reply(job, {{}, answer.error ? answer.error : kitError(failedConversion, answer.text())});
         break;
     case Outcome::Late:
-        reply(job, {{}, errorOf(ZRXPCQueueTimeoutError, answer.text())});
+        reply(job, {{}, kitError(ZRXPCQueueTimeoutError, answer.text())});
         break;
     case Outcome::Lost:
         NSLog("Lost at try %@ of %@: %@", QString::number(earlier + 1), QString::number(TaskQueues::tries),
@@ -237,8 +231,8 @@ void Worker::reply(const std::shared_ptr<Job> &job, const TaskMessage::Reply &re
     try {
         message = TaskMessage::withReply(reply, task, m_store.get());
     } catch (const NSException &exception) {
-        message =
-            TaskMessage::withReply({{}, errorOf(ZRXPCQueueTransferError, exception.reason())}, task, nullptr);
+        message = TaskMessage::withReply({{}, kitError(ZRXPCQueueTransferError, exception.reason())}, task,
+                                         nullptr);
     }
     publish(job, task.replyTo, std::move(message), [this, job, outcome] { finish(job, outcome); });
 }
@@ -268,13 +262,7 @@ void Worker::publish(const std::shared_ptr<Job> &job, const QByteArray &queue, B
 void Worker::removeFromStore(const QByteArray &claim) {
     if (claim.isEmpty() || !m_store)
         return;
-    later([this, claim] {
-        try {
-            m_store->remove(claim);
-        } catch (const NSException &exception) {
-            NSLog("A stored document is left to its age: %@", exception.reason());
-        }
-    });
+    later([this, claim] { m_store->drop(claim); });
 }
 
 void Worker::giveUp(const std::shared_ptr<Job> &job, const QString &cause, int tries, const NSError &error) {
@@ -290,7 +278,7 @@ void Worker::giveUp(const std::shared_ptr<Job> &job, const QString &cause, int t
                            died.isEmpty() ? QString::fromUtf8(delivery.queue) : died);
     const QString text = QStringLiteral("the document was given up after %1 tries: %2").arg(tries).arg(cause);
     publish(job, m_queues.dead(), std::move(message), [this, job, text, error] {
-        reply(job, {{}, errorOf(ZRXPCQueueLostError, text, error)});
+        reply(job, {{}, kitError(ZRXPCQueueLostError, text, error)});
     });
 }
 
@@ -329,7 +317,7 @@ void Worker::lostOneTaken(const BrokerDelivery &delivery) {
         return;
     if (delivery.message.headers.value(QStringLiteral("x-first-death-reason")) == u"expired"_s)
         later([this, job] {
-            reply(job, {{}, errorOf(ZRXPCQueueExpiredError, u"no worker has begun the task in its time"_s)});
+            reply(job, {{}, kitError(ZRXPCQueueExpiredError, u"no worker has begun the task in its time"_s)});
         });
     else
         later([this, job] {
