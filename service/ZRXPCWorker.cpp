@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "service/ZRXPCWorker.h"
 
-#include "ZRKit/Service/ZRConvertHTML.h"
+#include "ZRKit/Service/NetworkMode.h"
 #include "ZRKit/Values/KitError.h"
 #include "platform/pdf/PDFDocument.h"
 #include "platform/values/NSLog.h"
@@ -9,32 +9,17 @@
 #include "platform/xpc/NSXPCConnection.h"
 
 #include <QDateTime>
-#include <optional>
 #include <stop_token>
 
 namespace {
 
 constexpr qsizetype longestShown = 100;
 
-/// nothing if the value is none of those that there are.
-std::optional<ZRConvertHTML::Network> networkNamed(const QVariant &value) {
-    if (NSIsNil(value))
-        return ZRConvertHTML::Network::All;
-    if (value.typeId() != QMetaType::QString)
-        return std::nullopt;
-    const QString name = value.toString();
-    if (name == u"all")
-        return ZRConvertHTML::Network::All;
-    if (name == u"public")
-        return ZRConvertHTML::Network::Public;
-    return name == u"none" ? std::optional(ZRConvertHTML::Network::None) : std::nullopt;
-}
-
 } // namespace
 
 void ZRXPCWorker::work() {
     const QVariant networkName = (*this)[QStringLiteral("network")];
-    const std::optional<ZRConvertHTML::Network> network = networkNamed(networkName);
+    const std::optional<zr::NetworkMode> network = zr::networkModeOf(networkName);
     if (!network) {
         doneWithErrorMessage(
             QStringLiteral("HTML to PDF converter did fail"),

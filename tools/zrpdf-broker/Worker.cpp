@@ -2,6 +2,7 @@
 #include "tools/zrpdf-broker/Worker.h"
 
 #include "ZRKit/Queue/ZRXPCQueue.h"
+#include "ZRKit/Service/NetworkMode.h"
 #include "ZRKit/Service/Serialization.h"
 #include "ZRKit/Values/KitError.h"
 #include "platform/base/NSException.h"
@@ -10,7 +11,6 @@
 
 #include <QUuid>
 #include <algorithm>
-#include <array>
 
 using namespace Qt::StringLiterals;
 using namespace zr;
@@ -31,12 +31,9 @@ constexpr qint64 failedConversion = 101;
 
 /// The narrower of what the task asks for and what this worker allows. A word that means nothing is for the service to refuse.
 QVariant narrowed(const QVariant &asked, const QString &most) {
-    static const std::array<QString, 3> modes{QStringLiteral("none"), QStringLiteral("public"),
-                                              QStringLiteral("all")};
-    const auto *const limit = std::find(modes.begin(), modes.end(), most);
-    const auto *const mode =
-        asked.isValid() ? std::find(modes.begin(), modes.end(), asked.toString()) : modes.end() - 1;
-    return mode == modes.end() ? asked : QVariant(*std::min(limit, mode));
+    const std::optional<NetworkMode> mode = networkModeOf(asked);
+    return mode ? networkModeName(narrower(*mode, networkModeNamed(most).value_or(NetworkMode::None)))
+                : asked;
 }
 
 } // namespace

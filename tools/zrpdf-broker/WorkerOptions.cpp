@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-broker/WorkerOptions.h"
 
+#include "ZRKit/Service/NetworkMode.h"
 #include "tools/converter/PlainNumber.h"
 
 #include <algorithm>
@@ -25,9 +26,7 @@ QByteArray setHours(std::chrono::seconds &time, const QByteArray &value) {
 
 QByteArray setNetwork(QString &mode, const QByteArray &value) {
     mode = QString::fromUtf8(value);
-    return value == "all" || value == "public" || value == "none"
-               ? QByteArray()
-               : QByteArray("is none of all, public, none");
+    return networkModeNamed(value) ? QByteArray() : QByteArray("is none of all, public, none");
 }
 
 } // namespace

@@ -103,7 +103,7 @@ void PDFOptions::take(const QByteArray &name, const QByteArray &value) {
         const auto mode = networkModeNamed(value);
         if (!mode)
             throw badOption(name, u"is none of all, public and none"_s);
-        if (*mode > m_limits.network)
+        if (narrower(*mode, m_limits.network) != *mode)
             throw Problem{.kind = Kind::NetworkNotAllowed,
                           .detail = u"The network mode may be %1 at most here."_s.arg(
                               networkModeName(m_limits.network))};

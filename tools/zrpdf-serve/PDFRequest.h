@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Service/NetworkMode.h"
 #include "tools/zrpdf-serve/HTTPMessage.h"
-#include "tools/zrpdf-serve/NetworkMode.h"
 
 #include <QVariantMap>
 #include <chrono>

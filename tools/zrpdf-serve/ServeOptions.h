@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Service/NetworkMode.h"
 #include "tools/zrpdf-broker/BrokerOptions.h"
 #include "tools/zrpdf-serve/ListenAddress.h"
-#include "tools/zrpdf-serve/NetworkMode.h"
 #include "tools/zrpdf-serve/RequestLog.h"
 
 #include <QByteArray>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Options.h"
 
+#include "ZRKit/Service/NetworkMode.h"
 #include "tools/converter/OptionReader.h"
 
 namespace {
@@ -25,8 +26,7 @@ Problem setPath(QByteArray &path, const QByteArray &value) {
 
 Problem setNetwork(Options &options, const QByteArray &value) {
     options.network = QString::fromLatin1(value);
-    const bool good = value == "all" || value == "public" || value == "none";
-    return good ? Problem() : "is not all, public or none";
+    return zr::networkModeNamed(value) ? Problem() : "is not all, public or none";
 }
 
 Problem checkTogether(const Options &options) {

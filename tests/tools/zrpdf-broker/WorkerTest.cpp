@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/broker/BrokerClient.h"
+#include "platform/values/NSNull.h"
 #include "tests/support/Gate.h"
 #include "tests/support/HTTPServer.h"
 #include "tests/support/PDFReader.h"
@@ -102,6 +103,8 @@ TEST_F(WorkerTest, LimitsWhatDocumentsMayReach) {
     EXPECT_TRUE(send(queue, page(server)).get().pdf().startsWith("%PDF-"));
     const QVariant asking = QVariantMap{{u"data"_s, page(server)}, {u"network"_s, u"all"_s}};
     EXPECT_TRUE(queue.performXPCWithObject(asking).isValid());
+    const QVariant silent = QVariantMap{{u"data"_s, page(server)}, {u"network"_s, NSNull()}};
+    EXPECT_TRUE(queue.performXPCWithObject(silent).isValid());
     EXPECT_EQ(server.requests().size(), 0);
     const QVariant wrong = QVariantMap{{u"data"_s, page(server)}, {u"network"_s, u"some"_s}};
     EXPECT_FALSE(queue.performXPCWithObject(wrong).isValid());
