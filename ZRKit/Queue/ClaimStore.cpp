@@ -80,7 +80,7 @@ qint64 statusOf(const HTTPExchange::Answer &answer) {
 /// Tries again if the server can't be reached or is in trouble, which may pass.
 HTTPExchange::Answer exchange(const QString &method, const QUrl &url, const QByteArray &body = {}) {
     for (int attempt = 1;; ++attempt) {
-        const HTTPExchange::Answer answer = exchangeOnce(method, url, body);
+        HTTPExchange::Answer answer = exchangeOnce(method, url, body);
         if ((answer.response && statusOf(answer) < 500) || attempt == tries)
             return answer;
         std::this_thread::sleep_for(pauseBetweenTries);

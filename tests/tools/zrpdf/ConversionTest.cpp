@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "platform/base/FileDescriptor.h"
+#include "platform/base/WriteAll.h"
 #include "platform/pdf/PDFDocument.h"
+#include "tests/support/ProcessTree.h"
 #include "tests/tools/zrpdf/LoopbackServer.h"
 #include "tests/tools/zrpdf/ZrpdfTest.h"
 
@@ -8,6 +11,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
+#include <algorithm>
+#include <array>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -135,9 +141,24 @@ TEST_F(ZrpdfConversion, StandardOutputHoldsThePdfOnly) {
 TEST_F(ZrpdfConversion, PipesGivenAsFilesAreReadAndWritten) {
     ASSERT_EQ(::mkfifo(path("in").constData(), 0600), 0);
     ASSERT_EQ(::mkfifo(path("out").constData(), 0600), 0);
+    // Neither open() waits for a zrpdf that may have failed.
+    const zr::FileDescriptor out(::open(path("out").constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    ASSERT_TRUE(out);
     Child child(setup({"in", "-o", "out"}));
-    put("in", html(tall));
-    const QByteArray pdf = read("out");
+    zr::FileDescriptor in;
+    ASSERT_TRUE(ProcessTree::waitUntil([&] {
+        in.reset(::open(path("in").constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        return bool(in);
+    })) << child.standardError().constData();
+    ASSERT_FALSE(zr::writeAll(in.get(), html(tall)));
+    in.reset();
+    QByteArray pdf;
+    EXPECT_TRUE(ProcessTree::waitUntil([&] {
+        std::array<char, 65536> part{};
+        const ssize_t count = ::read(out.get(), part.data(), part.size());
+        pdf.append(part.data(), std::max<ssize_t>(count, 0));
+        return pdf.trimmed().endsWith("%%EOF");
+    }));
     EXPECT_EQ(child.wait(), 0) << child.standardError().constData();
     EXPECT_NEAR(pageHeightOf(pdf), tall, 0.01);
     struct stat status {};
