@@ -14,7 +14,7 @@ QByteArray zr::libexecFile(const QByteArray &name, int access, const QByteArray 
     for (const QByteArray &place : {folder + beside, prefix + "/libexec/zrkit",
                                     // For a server, which is among the services itself.
                                     prefix + "/zrkit", QByteArray(ZR_LIBEXEC_DIR)}) {
-        const QByteArray path = place + '/' + name;
+        QByteArray path = place + '/' + name;
         struct stat status {};
         if (::stat(path.constData(), &status) == 0 && S_ISREG(status.st_mode) &&
             ::access(path.constData(), access) == 0)
