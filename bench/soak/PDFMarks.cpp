@@ -15,9 +15,8 @@ std::optional<PDFMarks> PDFMarks::of(const QByteArray &pdf) {
     PDFMarks marks;
     marks.pages = document->numPages();
     marks.title = Document::marks(document->info(u"Title"_s));
-    // In the order it is painted: to sort a long page as it is read takes seconds.
     if (const auto page = document->page(0))
-        marks.text = Document::marks(page->text({}, Poppler::Page::RawOrderLayout));
+        marks.text = Document::marks(page->text({}));
     return marks;
 }
 
