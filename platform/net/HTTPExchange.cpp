@@ -51,7 +51,7 @@ private:
 } // namespace
 
 std::shared_ptr<NSURLConnection> HTTPExchange::start(TransferLoop &loop, Handler handler) const {
-    const auto connection =
+    auto connection =
         std::make_shared<NSURLConnection>(request, std::make_shared<Collector>(*this, std::move(handler)));
     connection->scheduleInRunLoop(loop);
     connection->start();
