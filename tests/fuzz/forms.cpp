@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Any bytes are a form or the problem with it: a line with its Content-Type, then the body. Its files stay below the form, and
-// the archive that they make is one.
-#include "platform/documents/WebArchive.h"
+// all of them are in the archive that they make.
+#include "platform/archive/NSPropertyList.h"
 #include "tools/zrpdf-serve/FormData.h"
 #include "tools/zrpdf-serve/Problem.h"
 
@@ -20,7 +20,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
             for (const QString &step : file.name.split(u'/'))
                 if (step.isEmpty() || step == u"." || step == u"..")
                     std::abort();
-        if (!form.files.isEmpty() && !WebArchive::archiveWithPropertyList(form.archive()))
+        if (form.files.isEmpty())
+            return 0;
+        const QVariantMap archive = NSPropertyList::propertyListFromData(form.archive()).toMap();
+        if (!archive.contains(QStringLiteral("WebMainResource")) ||
+            archive.value(QStringLiteral("WebSubresources")).toList().size() + 1 != form.files.size())
             std::abort();
     } catch (const Problem &) {
     }
