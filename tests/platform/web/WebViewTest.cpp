@@ -11,12 +11,15 @@
 #include "tests/support/Gate.h"
 #include "tests/support/HTTPServer.h"
 #include "tests/support/PDFReader.h"
+#include "tests/support/ProcessTree.h"
 
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
+#include <set>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -64,6 +67,36 @@ TEST(WebView, TellsItsDelegateAfterTheCallAndOnce) {
     EXPECT_EQ(loader.delegate.lastError.code(), NSURLErrorZeroByteResource);
     NSRunLoop::mainRunLoop().runUntilDate(0.05);
     EXPECT_EQ(loader.delegate.events.size(), 2);
+}
+
+TEST(WebView, APageServesAHundredDocumentsAndTheNextOneIsMadeWhileItServesTheLast) {
+    const auto renderers = [] {
+        std::set<pid_t> found;
+        for (const ProcessTree::Process &process : ProcessTree::below(::getpid()))
+            if (process.command.find("--type=renderer") != std::string::npos)
+                found.insert(process.pid);
+        return found;
+    };
+    const auto load = [](int number) {
+        auto loader = std::make_unique<Loader>();
+        // A page whose font sizes were changed is not used again.
+        loader->view->preferences().setDefaultFixedFontSize(14);
+        loader->frame()->loadHTMLString(QStringLiteral("<p>%1").arg(number));
+        EXPECT_TRUE(loader->delegate.wait());
+        return loader;
+    };
+    for (int number = 1; number < 100; ++number)
+        load(number);
+    const std::set<pid_t> first = renderers();
+    EXPECT_EQ(first.size(), 1u);
+    {
+        const std::unique_ptr<Loader> last = load(100);
+        EXPECT_TRUE(runUntil([&] { return renderers().size() == 2; }));
+        EXPECT_EQ(last->pdf().text(), u"100"_s);
+    }
+    EXPECT_EQ(load(101)->pdf().text(), u"101"_s);
+    EXPECT_TRUE(runUntil([&] { return renderers().size() == 1; }));
+    EXPECT_NE(renderers(), first);
 }
 
 TEST(WebView, LoadsOneDocumentAfterTheOther) {
