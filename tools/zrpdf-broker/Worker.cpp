@@ -30,10 +30,9 @@ const QString networkKey = QStringLiteral("network");
 constexpr qint64 failedConversion = 101;
 
 /// The narrower of what the task asks for and what this worker allows. A word that means nothing is for the service to refuse.
-QVariant narrowed(const QVariant &asked, const QString &most) {
+QVariant narrowed(const QVariant &asked, NetworkMode most) {
     const std::optional<NetworkMode> mode = networkModeOf(asked);
-    return mode ? networkModeName(narrower(*mode, networkModeNamed(most).value_or(NetworkMode::None)))
-                : asked;
+    return mode ? networkModeName(narrower(*mode, most)) : asked;
 }
 
 } // namespace
@@ -175,7 +174,7 @@ void Worker::convert(const std::shared_ptr<Job> &job, const QVariant &object) {
         reply(job, {{}, kitError(failedConversion, QStringLiteral("a worker converts no files of its own"))});
         return;
     }
-    if (m_options.network != u"all")
+    if (m_options.network != NetworkMode::All)
         task.insert(networkKey, narrowed(task.value(networkKey), m_options.network));
     const qint64 asked = deliveryOf(job).message.headers.value(TaskMessage::timeoutHeader).toLongLong();
     const auto timeout =

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf-broker/WorkerOptions.h"
 
-#include "ZRKit/Service/NetworkMode.h"
 #include "tools/converter/PlainNumber.h"
 
 #include <algorithm>
@@ -24,9 +23,10 @@ QByteArray setHours(std::chrono::seconds &time, const QByteArray &value) {
     return {};
 }
 
-QByteArray setNetwork(QString &mode, const QByteArray &value) {
-    mode = QString::fromUtf8(value);
-    return networkModeNamed(value) ? QByteArray() : QByteArray("is none of all, public, none");
+QByteArray setNetwork(NetworkMode &network, const QByteArray &value) {
+    const auto mode = networkModeNamed(value);
+    network = mode.value_or(network);
+    return mode ? QByteArray() : QByteArray("is none of all, public, none");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Service/NetworkMode.h"
 #include "tools/zrpdf-broker/BrokerOptions.h"
 
 #include <chrono>
@@ -17,7 +18,7 @@ struct WorkerOptions {
     int urgentInstances = 1; ///< for urgent ones, in addition; 0 leaves those to others
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
     std::chrono::seconds storeAge = std::chrono::hours(24);
-    QString network = QStringLiteral("public"); ///< the most that a document may reach
+    NetworkMode network = NetworkMode::Public; ///< the most that a document may reach
     bool verbose = false;
 
     /// Reads the arguments that follow the program's name.

@@ -33,7 +33,7 @@ TEST(WorkerOptions, HaveDefaults) {
     EXPECT_GE(options.instances, 1);
     EXPECT_EQ(options.urgentInstances, 1);
     EXPECT_EQ(options.timeout, std::chrono::seconds(60));
-    EXPECT_EQ(options.network, u"public");
+    EXPECT_EQ(networkModeName(options.network), u"public");
     EXPECT_FALSE(options.verbose);
 }
 
@@ -50,7 +50,7 @@ TEST(WorkerOptions, TakeValuesInBothForms) {
     EXPECT_EQ(options.broker.prefix, u"a.b");
     EXPECT_EQ(options.broker.store, QUrl::fromLocalFile(folder.path()));
     EXPECT_EQ(options.storeAge, std::chrono::hours(2));
-    EXPECT_EQ(options.network, u"none");
+    EXPECT_EQ(networkModeName(options.network), u"none");
     EXPECT_TRUE(options.verbose);
 }
 
