@@ -21,6 +21,8 @@ namespace {
 constexpr qsizetype readSize = 1 << 20;
 /// Buffers above this size are given back once they are empty.
 constexpr qsizetype keptCapacity = 2 * readSize;
+/// The browser ends if a message has more than 100 MiB, its end included.
+constexpr qsizetype longestMessage = (qsizetype(100) << 20) - 1;
 
 QString goneText() {
     return QStringLiteral("The browser has gone");
@@ -98,7 +100,13 @@ void DevToolsPipe::call(DevToolsSession *session, const char *method, const DevT
         message[u"params"] = params.object();
     if (!session->sessionId().isEmpty())
         message[u"sessionId"] = QString::fromLatin1(session->sessionId());
-    m_outgoing += QJsonDocument(message).toJson(QJsonDocument::Compact);
+    const QByteArray text = QJsonDocument(message).toJson(QJsonDocument::Compact);
+    if (text.size() > longestMessage) {
+        if (handler)
+            handler(DevToolsMessage::failure(QStringLiteral("The document is too large for the browser")));
+        return;
+    }
+    m_outgoing += text;
     m_outgoing += '\0';
     m_pending.insert(id, {session, std::move(handler)});
     if (!m_writable.isEnabled())

@@ -16,7 +16,8 @@ class DevToolsSession;
 /// Calls and events over the browser's pipe: JSON messages that end in a NUL byte.
 ///
 /// Lives on the main thread and works from its event loop: replies and events are delivered there, in the order in which
-/// the browser sent them. When the browser is gone, every pending call fails at once, and so does every later one.
+/// the browser sent them. When the browser is gone, every pending call fails at once, and so does every later one. A call
+/// with more than the browser takes fails alone.
 class DevToolsPipe {
 public:
     using ReplyHandler = std::function<void(const DevToolsMessage &)>;

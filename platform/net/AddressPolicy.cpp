@@ -4,11 +4,14 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <ifaddrs.h>
 #include <iterator>
+#include <memory>
 #include <netinet/in.h>
-#include <utility>
+#include <optional>
 
 namespace zr {
 
@@ -99,7 +102,51 @@ Address as(const sockaddr *address) {
     return copy;
 }
 
+/// The address's bytes, four or sixteen in the order of the network; nothing for another family.
+struct AddressBytes {
+    const std::uint8_t *first;
+    std::size_t count;
+};
+
+std::optional<AddressBytes> bytesOf(const sockaddr *address) {
+    const auto at = [&](std::size_t offset, std::size_t count) {
+        return AddressBytes{reinterpret_cast<const std::uint8_t *>(address) + offset, count};
+    };
+    if (address && address->sa_family == AF_INET)
+        return at(offsetof(sockaddr_in, sin_addr), sizeof(in_addr));
+    if (address && address->sa_family == AF_INET6)
+        return at(offsetof(sockaddr_in6, sin6_addr), sizeof(in6_addr));
+    return std::nullopt;
+}
+
+/// Whether an address is an interface's own, or within its network.
+bool isWithin(const AddressBytes &address, const ifaddrs &interface) {
+    const auto own = bytesOf(interface.ifa_addr);
+    if (!own || own->count != address.count)
+        return false;
+    const auto mask = bytesOf(interface.ifa_netmask);
+    const bool hasNetwork = mask && mask->count == own->count && mask->first[0] != 0;
+    bool isSame = true;
+    for (std::size_t index = 0; index < own->count; ++index) {
+        const unsigned counted = hasNetwork ? mask->first[index] : 0xffU;
+        isSame = isSame && ((address.first[index] ^ own->first[index]) & counted) == 0;
+    }
+    return isSame;
+}
+
 } // namespace
+
+bool AddressPolicy::isOfOwnNetworks(const sockaddr *address) {
+    const auto bytes = bytesOf(address);
+    ifaddrs *first = nullptr;
+    if (!bytes || ::getifaddrs(&first) != 0)
+        return true;
+    const std::unique_ptr<ifaddrs, void (*)(ifaddrs *)> interfaces(first, ::freeifaddrs);
+    for (const ifaddrs *each = first; each; each = each->ifa_next)
+        if (isWithin(*bytes, *each))
+            return true;
+    return false;
+}
 
 bool AddressPolicy::isPublicAddress(const sockaddr *address) {
     if (address && address->sa_family == AF_INET)

@@ -18,6 +18,12 @@ namespace zr::AddressPolicy {
 /// \param address  AF_INET or AF_INET6; every other family, and nullptr, is not public
 bool isPublicAddress(const sockaddr *address);
 
+/// Whether it is an address of this machine, or of a network that one of its interfaces is on, whatever kind of address that
+/// is: packets to oneself pass no firewall, and neighbours no router. As it is now; asks the system each time.
+/// \param address  AF_INET or AF_INET6; every other family, and nullptr, counts as such, and so does all if the system
+///                 doesn't say
+bool isOfOwnNetworks(const sockaddr *address);
+
 /// Whether a host's name may lead to the public internet: not "localhost", the names of cloud metadata, or those that are
 /// never in the public name system (RFC 6761, RFC 6762, RFC 8375). Case and a trailing dot don't count. Which
 /// addresses a name has is another question.

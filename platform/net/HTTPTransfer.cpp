@@ -17,6 +17,7 @@ namespace {
 
 constexpr int mostRedirects = 20;
 constexpr int mostRenewals = 3;
+constexpr int mostHeaderLines = 1000;
 /// A longer body that nobody wants is not worth keeping its connection for.
 constexpr qsizetype mostDropped = qsizetype(256) * 1024;
 /// Milliseconds for a look-up and a connection, if strangers say where to. libcurl's own measure is five minutes.
@@ -291,7 +292,8 @@ void HTTPTransfer::setReach() {
 }
 
 bool HTTPTransfer::admits(const sockaddr *address) {
-    if (AddressPolicy::isPublicAddress(address))
+    m_refusedAddress.clear();
+    if (AddressPolicy::isPublicAddress(address) && !AddressPolicy::isOfOwnNetworks(address))
         return true;
     const QString text = AddressPolicy::text(address);
     m_refusedAddress = text.isNull() ? QStringLiteral("What it leads to") : text;
@@ -358,9 +360,31 @@ bool HTTPTransfer::takeHeaderLine(QByteArrayView line) {
     m_lastSign = TransferLoop::Clock::now();
     long status = 0;
     curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    if (!isBearable(line))
+        return false;
     // Interim responses come before the head, trailers behind the body.
     const bool isEnd = (line == "\r\n" || line == "\n") && (status >= 200 || status == 101);
     return !isOver() && (!isEnd || m_attempt.headIsComplete || headIsComplete(status));
+}
+
+/// Takes the answer's header lines together, interim ones too. Fields are looked up in a list, so very many are a burden; and of
+/// codings in codings little can become very much between two of libcurl's looks at anything else.
+bool HTTPTransfer::isBearable(QByteArrayView line) {
+    if (++m_attempt.headerLines > mostHeaderLines) {
+        m_attempt.outcome = failing(NSURLErrorBadServerResponse);
+        return false;
+    }
+    const qsizetype colon = line.indexOf(':');
+    const QString name = colon < 0 ? QString() : QString::fromLatin1(line.first(colon).trimmed());
+    if (HTTPHeaderFields::isSameName(name, QStringLiteral("Content-Encoding")) ||
+        HTTPHeaderFields::isSameName(name, QStringLiteral("Transfer-Encoding")))
+        for (const QByteArray &coding : line.sliced(colon + 1).toByteArray().toLower().split(','))
+            m_attempt.codings += !coding.trimmed().isEmpty() && coding.trimmed() != "chunked" &&
+                                 coding.trimmed() != "identity";
+    if (m_attempt.codings <= 1 || m_loop.reach() == TransferLoop::Reach::Anything)
+        return true;
+    m_attempt.outcome = failing(NSURLErrorCannotDecodeContentData);
+    return false;
 }
 
 /// The head's fields; their cookies go to the shared store if the request says so.

@@ -39,6 +39,8 @@ private:
         NSURLErrorCode failure = NSURLErrorUnknown;
         std::unique_ptr<BodyUnpacker> unpacker;
         qsizetype dropped = 0;
+        int headerLines = 0;
+        int codings = 0;
         curl_off_t uploaded = 0;
         bool trustCancelled = false;
     };
@@ -57,6 +59,7 @@ private:
     void setReach();
     void setSecurity();
     void setCredential();
+    bool isBearable(QByteArrayView line);
     QVariantMap takeFields();
     bool headIsComplete(qint64 status);
     Outcome decide(const std::shared_ptr<NSHTTPURLResponse> &response);

@@ -99,6 +99,10 @@ void WebNetwork::didEnd(const QString &request, const PublicFetcher::Response &r
     if (response.isTooMuch) {
         m_waiting.insert(request, waiting);
         exceed(QStringLiteral("What the document refers to has more than %1 bytes").arg(m_policy.mostBytes));
+    } else if (response.body.size() > m_policy.mostBytesOfAnswer) {
+        m_waiting.insert(request, waiting);
+        exceed(
+            QStringLiteral("A part of the document has more than %1 bytes").arg(m_policy.mostBytesOfAnswer));
     } else if (response.status == 0) {
         refuse(waiting->event, response.code, response.why);
     } else {

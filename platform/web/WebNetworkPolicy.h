@@ -19,6 +19,8 @@ struct WebNetworkPolicy {
     Access access = Access::All;
     int mostRequests = 1000;
     qint64 mostBytes = qint64(100) << 20;
+    /// Of one answer. The browser ends if a message to it has more than 100 MiB, and bytes are sent as Base64.
+    qint64 mostBytesOfAnswer = qint64(64) << 20;
     /// For all that is fetched, from the first request on.
     std::chrono::milliseconds longest = std::chrono::seconds(50);
 

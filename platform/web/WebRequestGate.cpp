@@ -155,7 +155,7 @@ void WebRequestGate::open(const WebSource &source, const std::weak_ptr<Listener>
 void WebRequestGate::requestPaused(const QJsonObject &event) {
     const QJsonValue request = event[u"requestId"];
     const bool isDocument = event[u"resourceType"].toString() == QLatin1StringView("Document");
-    const bool isMain = isDocument && event[u"frameId"].toString() == m_mainFrame;
+    const bool isMain = isMainDocument(event);
     const QString networkId = event[u"networkId"].toString();
     const QString url = event[u"request"][u"url"].toString();
     if (isMain && m_mainRequest.isEmpty())
@@ -231,11 +231,11 @@ void WebRequestGate::networkAnswered(const QJsonObject &event, const PublicFetch
             if (isForBrowser(name))
                 headers.append(headerEntry(name, value));
         }
-        m_session.call("Fetch.fulfillRequest", DevToolsParams()
-                                                   .add("requestId", request)
-                                                   .add("responseCode", response.status)
-                                                   .add("responseHeaders", headers)
-                                                   .add("body", response.body.toBase64()));
+        answer("Fetch.fulfillRequest", request,
+               DevToolsParams()
+                   .add("responseCode", response.status)
+                   .add("responseHeaders", headers)
+                   .add("body", response.body.toBase64()));
     };
     const QByteArray type = fieldOf(response, QLatin1StringView("Content-Type"));
     switch (showingOf(event, response.status, type,
@@ -294,10 +294,17 @@ void WebRequestGate::proceedWithResponse(const QJsonObject &event) {
         proceed(event[u"requestId"]);
         return;
     }
-    m_session.call("Fetch.continueResponse", DevToolsParams()
-                                                 .add("requestId", event[u"requestId"])
-                                                 .add("responseCode", event[u"responseStatusCode"])
-                                                 .add("responseHeaders", kept));
+    answer("Fetch.continueResponse", event[u"requestId"],
+           DevToolsParams().add("responseCode", event[u"responseStatusCode"]).add("responseHeaders", kept));
+}
+
+/// Without a phrase the browser takes only the status codes that it knows, and a request that isn't answered waits for ever.
+void WebRequestGate::answer(const char *method, const QJsonValue &request, DevToolsParams params) {
+    m_session.call(method, params.add("requestId", request).add("responsePhrase", "-"),
+                   [this, request, listener = m_listener](const DevToolsMessage &reply) {
+                       if (reply.isError() && !listener.expired())
+                           refuse(request);
+                   });
 }
 
 void WebRequestGate::refuse(const QJsonValue &request, const char *reason) {
@@ -315,11 +322,11 @@ void WebRequestGate::fulfill(const QJsonValue &request, const QByteArray &conten
         headers.append(field("X-Content-Type-Options", "nosniff"));
         headers.append(field("Content-Security-Policy", decodingPolicy));
     }
-    m_session.call("Fetch.fulfillRequest", DevToolsParams()
-                                               .add("requestId", request)
-                                               .add("responseCode", 200)
-                                               .add("responseHeaders", headers)
-                                               .add("body", body.toBase64()));
+    answer("Fetch.fulfillRequest", request,
+           DevToolsParams()
+               .add("responseCode", 200)
+               .add("responseHeaders", headers)
+               .add("body", body.toBase64()));
 }
 
 void WebRequestGate::requestStarted(const QJsonObject &event) {

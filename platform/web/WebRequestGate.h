@@ -11,6 +11,7 @@
 namespace zr {
 
 class DevToolsMessage;
+class DevToolsParams;
 class DevToolsSession;
 
 /// The gate that all requests of a page pass: it counts them, and decides which are made, which are answered from
@@ -80,6 +81,7 @@ private:
     /// Passes the answer to a request for a document on, without what would have the browser ask for others: it makes
     /// the requests of Speculation-Rules without telling of them.
     void proceedWithResponse(const QJsonObject &event);
+    void answer(const char *method, const QJsonValue &request, DevToolsParams params);
     void refuse(const QJsonValue &request, const char *reason = "Aborted");
     void fulfill(const QJsonValue &request, const QByteArray &contentType, const QByteArray &body);
     void requestStarted(const QJsonObject &event);

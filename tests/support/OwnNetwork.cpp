@@ -52,7 +52,21 @@ void raiseLoopback() {
     ::close(any);
 }
 
-/// Makes every address of the family one of this machine's (rtnetlink(7)).
+/// Has the kernel's network do something (rtnetlink(7)).
+void exchange(const void *request, std::size_t size) {
+    const int netlink = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
+    struct {
+        nlmsghdr head;
+        nlmsgerr error;
+        std::array<char, 256> rest;
+    } reply{};
+    EXPECT_EQ(::send(netlink, request, size, 0), ssize_t(size));
+    EXPECT_GT(::recv(netlink, &reply, sizeof reply, 0), 0);
+    EXPECT_EQ(reply.error.error, 0);
+    ::close(netlink);
+}
+
+/// Makes every address of the family one of this machine's.
 void makeAllLocal(unsigned char family) {
     struct {
         nlmsghdr head;
@@ -71,16 +85,7 @@ void makeAllLocal(unsigned char family) {
     request.attribute.rta_len = RTA_LENGTH(sizeof request.interface);
     request.attribute.rta_type = RTA_OIF;
     request.interface = ::if_nametoindex("lo");
-    const int netlink = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
-    struct {
-        nlmsghdr head;
-        nlmsgerr error;
-        std::array<char, 256> rest;
-    } reply{};
-    EXPECT_EQ(::send(netlink, &request, sizeof request, 0), ssize_t(sizeof request));
-    EXPECT_GT(::recv(netlink, &reply, sizeof reply, 0), 0);
-    EXPECT_EQ(reply.error.error, 0);
-    ::close(netlink);
+    exchange(&request, sizeof request);
 }
 
 /// Has the path show this text, for this process and its children. The file goes at once: the mount keeps it.
@@ -147,6 +152,27 @@ bool OwnNetwork::enter() {
     replace("/etc/resolv.conf", "nameserver 127.0.0.1\noptions timeout:30 attempts:3\n");
     replace("/etc/nsswitch.conf", "hosts: files dns\n");
     return true;
+}
+
+void OwnNetwork::addAddress(const char *address, int bits) {
+    struct {
+        nlmsghdr head;
+        ifaddrmsg message;
+        rtattr attribute;
+        std::array<std::uint8_t, sizeof(in6_addr)> bytes;
+    } request{};
+    const bool isIPv6 = QByteArrayView(address).contains(':');
+    const std::size_t size = isIPv6 ? sizeof(in6_addr) : sizeof(in_addr);
+    request.message.ifa_family = isIPv6 ? AF_INET6 : AF_INET;
+    request.message.ifa_prefixlen = std::uint8_t(bits);
+    request.message.ifa_index = ::if_nametoindex("lo");
+    request.attribute.rta_type = IFA_LOCAL;
+    request.attribute.rta_len = std::uint16_t(RTA_LENGTH(size));
+    EXPECT_EQ(::inet_pton(request.message.ifa_family, address, request.bytes.data()), 1);
+    request.head.nlmsg_len = std::uint32_t(NLMSG_LENGTH(sizeof request.message) + RTA_LENGTH(size));
+    request.head.nlmsg_type = RTM_NEWADDR;
+    request.head.nlmsg_flags = NLM_F_REQUEST | NLM_F_CREATE | NLM_F_ACK;
+    exchange(&request, request.head.nlmsg_len);
 }
 
 int OwnNetwork::listenEverywhere(int port) {

@@ -26,6 +26,9 @@ bool mayEnter();
 /// \return false if mayEnter() is; the process is as it was
 bool enter();
 
+/// Gives the network's interface one more address, IPv4 or IPv6, and with it the network of that many leading bits.
+void addAddress(const char *address, int bits);
+
 /// A socket that listens at a port of all addresses; the caller closes it.
 int listenEverywhere(int port);
 

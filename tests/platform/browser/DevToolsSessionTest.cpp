@@ -214,6 +214,24 @@ TEST(DevToolsSession, LargeMessagesArriveWhole) {
     EXPECT_EQ(read, text);
 }
 
+TEST(DevToolsSession, ACallWithMoreThanTheBrowserTakesFailsAlone) {
+    const std::unique_ptr<BrowserProcess> process = BrowserProcess::start();
+    ASSERT_TRUE(process);
+    DevToolsPipe pipe(process->commandFd(), process->replyFd());
+    DevToolsSession browser(pipe);
+    // The rest of the message is shorter than a KiB.
+    const auto asked = [&](qsizetype size) {
+        return browser.callAndWait("Browser.getVersion", DevToolsParams().add("unknown", QString(size, u'x')));
+    };
+    constexpr qsizetype limit = qsizetype(100) << 20;
+    const DevToolsMessage refused = asked(limit);
+    EXPECT_TRUE(refused.isError());
+    EXPECT_EQ(refused.error(), QStringLiteral("The document is too large for the browser"));
+    EXPECT_FALSE(asked(limit - 1024).isError());
+    EXPECT_TRUE(asked(limit - 1).isError());
+    EXPECT_FALSE(browser.callAndWait("Browser.getVersion").isError());
+}
+
 TEST(DevToolsSession, AKilledBrowserFailsTheCallInHandAtOnce) {
     const std::unique_ptr<BrowserProcess> process = BrowserProcess::start();
     ASSERT_TRUE(process);

@@ -8,6 +8,7 @@
 #include "tests/support/OwnNetwork.h"
 
 #include <QScopeGuard>
+#include <cstring>
 #include <future>
 #include <gtest/gtest.h>
 #include <optional>
@@ -58,8 +59,10 @@ protected:
         static const bool isIn = OwnNetwork::enter();
         ASSERT_TRUE(isIn) << OwnNetwork::needs;
         server.emplace(
-            [](const HTTPServer::Request &request) {
+            [this](const HTTPServer::Request &request) {
                 HTTPServer::Response response{.body = request.headers.value("host"), .keepsConnection = true};
+                if (request.path == "/coded")
+                    response = {.body = "coded", .headers = headers};
                 if (request.path.startsWith("/to?"))
                     response = {.status = 302, .headers = {"Location: " + request.path.mid(4)}};
                 return response;
@@ -69,6 +72,7 @@ protected:
             return QList<QByteArray>{name == "private.test" ? "10.1.2.3" : "93.184.216.34"};
         });
     }
+    QList<QByteArray> headers; ///< of "/coded"; not changed while it is asked for
     std::optional<HTTPServer> server;
     std::optional<NameServer> names;
     static std::unique_ptr<TransferLoop> makeLoop() {
@@ -98,6 +102,54 @@ TEST_F(PublicTransfer, PublicAddressesAreReachedAndOthersAreRefusedBeforeAnythin
     EXPECT_EQ(log.destinations(), (QSet<QByteArray>{"93.184.216.34:80", "127.0.0.1:53"}));
     EXPECT_EQ(loaded(*loop, "http://93.184.216.34/to?ftp://93.184.216.34/").error.code(),
               NSURLErrorRedirectToNonExistentLocation);
+}
+
+TEST_F(PublicTransfer, ThisMachineAndItsNetworksAreNotPublicWhateverTheirAddresses) {
+    OwnNetwork::addAddress("198.41.0.4", 24);
+    OwnNetwork::addAddress("2a02:26f0:4::1", 64);
+    const auto loop = makeLoop();
+    PacketLog log;
+    for (const char *const host : {"198.41.0.4", "198.41.0.9", "2a02:26f0:4::1", "2a02:26f0:4::9"}) {
+        const bool isIPv6 = std::strchr(host, ':');
+        const QByteArray url = QByteArray("http://") + (isIPv6 ? "[" : "") + host + (isIPv6 ? "]/" : "/");
+        EXPECT_EQ(loaded(*loop, url.constData()).reason(),
+                  QLatin1StringView(host) + QStringLiteral(" is not a public address"));
+    }
+    EXPECT_EQ(log.destinations(), QSet<QByteArray>());
+    EXPECT_EQ(loaded(*loop, "http://198.41.1.4/").body, "198.41.1.4");
+    EXPECT_EQ(loaded(*loop, "http://[2a02:26f0:4:1::1]/").body, "[2a02:26f0:4:1::1]");
+}
+
+TEST_F(PublicTransfer, ARefusedAddressIsNoReasonOnceAnotherWasTried) {
+    names.reset();
+    names.emplace([](const QByteArray &, int) { return QList<QByteArray>{"10.1.2.3", "93.184.216.34"}; });
+    const auto loop = makeLoop();
+    const End end = loaded(*loop, "http://both.test:81/");
+    EXPECT_EQ(end.error.code(), NSURLErrorCannotConnectToHost);
+    EXPECT_FALSE(end.reason().contains(u"10.1.2.3")) << end.reason().toStdString();
+}
+
+TEST_F(PublicTransfer, CodingsInCodingsAreNotUnpacked) {
+    const auto loop = makeLoop();
+    for (const char *const codings : {"gzip,gzip", "zstd, br", "identity, gzip, deflate"}) {
+        headers = {QByteArray("Content-Encoding: ") + codings};
+        EXPECT_EQ(loaded(*loop, "http://93.184.216.34/coded").error.code(), NSURLErrorCannotDecodeContentData)
+            << codings;
+    }
+    headers = {"Content-Encoding: gzip", "content-encoding : br"};
+    EXPECT_EQ(loaded(*loop, "http://93.184.216.34/coded").error.code(), NSURLErrorCannotDecodeContentData);
+    headers = {"Transfer-Encoding: gzip", "Content-Encoding: br"};
+    EXPECT_EQ(loaded(*loop, "http://93.184.216.34/coded").error.code(), NSURLErrorCannotDecodeContentData);
+    headers = {"Content-Encoding: identity, identity"};
+    EXPECT_EQ(loaded(*loop, "http://93.184.216.34/coded").body, "coded");
+}
+
+TEST_F(PublicTransfer, VeryManyHeaderLinesEndTheTransfer) {
+    const auto loop = makeLoop();
+    headers = QList<QByteArray>(900, "a: b");
+    EXPECT_EQ(loaded(*loop, "http://93.184.216.34/coded").body, "coded");
+    headers = QList<QByteArray>(1100, "a: b");
+    EXPECT_EQ(loaded(*loop, "http://93.184.216.34/coded").error.code(), NSURLErrorBadServerResponse);
 }
 
 TEST_F(PublicTransfer, AnotherLoopsConnectionIsNotUsed) {

@@ -346,8 +346,11 @@ TEST_F(NetworkReach, NoReferenceLeadsAnywhere) {
          {"http://10.1.2.3", "http://private.test", "http://[::ffff:127.0.0.1]"}) {
         page = referring(QLatin1StringView(address));
         EXPECT_EQ(privateOf(reachedBy(Access::Public, page)), "") << address;
+        EXPECT_TRUE(text.startsWith(u"referring")) << text.toStdString();
         EXPECT_EQ(privateOf(reachedBy(Access::Public, publicUrl(QStringLiteral("/page")))), "") << address;
+        EXPECT_TRUE(text.startsWith(u"referring")) << text.toStdString();
     }
+    EXPECT_EQ(server->count("/page"), 3);
     EXPECT_EQ(shown(reachedBy(Access::None, referring(QStringLiteral("http://93.184.216.34")))), "");
 }
 
