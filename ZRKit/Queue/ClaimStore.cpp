@@ -135,6 +135,8 @@ QUrl ClaimStore::url(const QByteArray &name) const {
 }
 
 QByteArray ClaimStore::put(const QByteArray &body) const {
+    if (body.size() > largestBody)
+        fail(QStringLiteral("the store of documents takes no more than %1 bytes").arg(largestBody));
     QByteArray name = newName();
     if (m_folder.isNull()) {
         const HTTPExchange::Answer answer = exchange(QStringLiteral("PUT"), url(name), body);
@@ -217,7 +219,7 @@ int ClaimStore::removeOlderThan(std::chrono::seconds age) const {
     while (const dirent *const entry = ::readdir(folder.get())) {
         struct stat status {};
         // The folder may hold other things, which are somebody else's.
-        if (isName(QByteArray(entry->d_name)) &&
+        if ((isName(QByteArray(entry->d_name)) || AtomicFile::isHiddenName(entry->d_name)) &&
             ::fstatat(::dirfd(folder.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
             S_ISREG(status.st_mode) && status.st_mtime < oldest &&
             ::unlinkat(::dirfd(folder.get()), entry->d_name, 0) == 0)

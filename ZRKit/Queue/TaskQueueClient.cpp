@@ -7,9 +7,9 @@
 #include "platform/base/NSException.h"
 #include "platform/broker/BrokerError.h"
 #include "platform/operations/WorkerPool.h"
-#include "platform/values/NSLog.h"
 
 #include <QUuid>
+#include <algorithm>
 #include <vector>
 
 using namespace zr;
@@ -17,6 +17,8 @@ using namespace zr;
 namespace {
 
 constexpr int repliesAtATime = 100;
+/// For the clock to end a task whose time has passed, before its message is given up.
+constexpr auto timeToTell = std::chrono::seconds(1);
 
 std::vector<BrokerAddress> addressesOf(const QList<QUrl> &urls) {
     std::vector<BrokerAddress> addresses;
@@ -84,9 +86,10 @@ void TaskQueueClient::publish(const QByteArray &identifier, const QByteArray &bo
     try {
         TaskMessage::setBody(message, body, m_store.get());
     } catch (const NSException &exception) {
-        end(identifier, {}, kitError(ZRXPCQueueTransferError, exception.reason()));
+        end(identifier, kitError(ZRXPCQueueTransferError, exception.reason()));
         return;
     }
+    auto deadline = BrokerClient::Clock::now() + m_configuration.brokerLimit;
     {
         const QByteArray claim = TaskMessage::claim(message);
         const std::lock_guard lock(m_mutex);
@@ -97,17 +100,18 @@ void TaskQueueClient::publish(const QByteArray &identifier, const QByteArray &bo
             removeLater(claim);
         if (task == m_tasks.end())
             return;
+        // What is sent again later than that would begin its time to live anew.
+        if (task->second.deadline)
+            deadline = std::min(deadline, *task->second.deadline + timeToTell);
     }
-    m_broker->publish(
-        m_queues.tasks(sending.isUrgent), std::move(message),
-        BrokerClient::Clock::now() + m_configuration.brokerLimit,
-        [this, identifier](BrokerClient::Outcome outcome, const QString &problem) {
-            if (outcome == BrokerClient::Outcome::Unroutable)
-                end(identifier, {},
-                    kitError(ZRXPCQueueTransferError, QStringLiteral("the queue of tasks is gone")));
-            else if (outcome != BrokerClient::Outcome::Confirmed)
-                end(identifier, {}, kitError(ZRXPCQueueUnreachableError, problem));
-        });
+    m_broker->publish(m_queues.tasks(sending.isUrgent), std::move(message), deadline,
+                      [this, identifier](BrokerClient::Outcome outcome, const QString &problem) {
+                          if (outcome == BrokerClient::Outcome::Unroutable)
+                              end(identifier, kitError(ZRXPCQueueTransferError,
+                                                       QStringLiteral("the queue of tasks is gone")));
+                          else if (outcome != BrokerClient::Outcome::Confirmed)
+                              end(identifier, kitError(ZRXPCQueueUnreachableError, problem));
+                      });
 }
 
 /// A reply for a task that is unknown here came twice, or too late: it is acknowledged, and that is all.
@@ -117,7 +121,9 @@ void TaskQueueClient::received(const BrokerDelivery &delivery) {
     m_broker->acknowledge(delivery);
     const auto self = weak_from_this().lock();
     if (!task || !self) {
-        removeLater(claim);
+        // One that comes again may still be read by whoever got it first.
+        if (delivery.earlierDeliveries == 0)
+            removeLater(claim);
         return;
     }
     WorkerPool::run([self, message = delivery.message, task = *task, claim] {
@@ -152,19 +158,19 @@ void TaskQueueClient::tick() {
                 unreachable.push_back(identifier);
     }
     for (const QByteArray &identifier : expired)
-        end(identifier, {},
+        end(identifier,
             kitError(ZRXPCQueueExpiredError, QStringLiteral("no worker has done the task in its time")));
     for (const QByteArray &identifier : unreachable)
-        end(identifier, {}, kitError(ZRXPCQueueUnreachableError, state.problem));
+        end(identifier, kitError(ZRXPCQueueUnreachableError, state.problem));
 }
 
-void TaskQueueClient::end(const QByteArray &identifier, const QVariant &result, const NSError &error) {
+void TaskQueueClient::end(const QByteArray &identifier, const NSError &error) {
     const std::optional<Task> task = take(identifier);
     if (!task)
         return;
     removeLater(task->claim);
     if (task->block)
-        WorkerPool::run([block = task->block, result, error] { block(result, error); });
+        WorkerPool::run([block = task->block, error] { block({}, error); });
 }
 
 std::optional<TaskQueueClient::Task> TaskQueueClient::take(const QByteArray &identifier) {
@@ -193,9 +199,4 @@ void TaskQueueClient::stop() {
                 block({}, kitError(ZRXPCQueueUnreachableError, QStringLiteral("the client was closed")));
             });
     }
-}
-
-std::size_t TaskQueueClient::waiting() const {
-    const std::lock_guard lock(m_mutex);
-    return m_tasks.size();
 }

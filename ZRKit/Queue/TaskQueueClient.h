@@ -48,9 +48,6 @@ public:
     void send(const QVariant &object, const Sending &sending, const Block &block);
     /// Answers what has no answer yet with an error, and ends. Waits for nothing but the connection's end.
     void stop();
-    /// How many tasks have no answer yet.
-    std::size_t waiting() const;
-    BrokerClient::State brokerState() const { return m_broker->state(); }
 
 private:
     struct Task {
@@ -62,7 +59,7 @@ private:
     void publish(const QByteArray &identifier, const QByteArray &body, const Sending &sending);
     void received(const BrokerDelivery &delivery);
     void tick();
-    void end(const QByteArray &identifier, const QVariant &result, const NSError &error);
+    void end(const QByteArray &identifier, const NSError &error);
     std::optional<Task> take(const QByteArray &identifier);
     void removeLater(const QByteArray &claim);
 

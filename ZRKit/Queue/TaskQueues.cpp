@@ -24,7 +24,9 @@ TaskQueues::TaskQueues(const QString &prefix) : m_prefix(prefix.toUtf8()) {
         return isASCIILetter(unit.unicode()) || isASCIIDigit(unit.unicode()) || unit == u'.' ||
                unit == u'_' || unit == u'-';
     });
-    if (prefix.isEmpty() || m_prefix.size() > longestPrefix || !isName)
+    // Names that begin with "amq." are the broker's own.
+    if (prefix.isEmpty() || prefix == u"amq" || prefix.startsWith(u"amq.") ||
+        m_prefix.size() > longestPrefix || !isName)
         throw NSException(NSInvalidArgumentException,
                           QStringLiteral("\"%1\" can't begin the names of queues").arg(prefix));
 }

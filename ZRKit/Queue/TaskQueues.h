@@ -24,7 +24,8 @@ public:
     /// How often a task is handed out.
     static constexpr int tries = 3;
 
-    /// Raises NSInvalidArgumentException unless the prefix has 1 to 64 of the characters A-Z a-z 0-9 . _ -
+    /// Raises NSInvalidArgumentException unless the prefix has 1 to 64 of the characters A-Z a-z 0-9 . _ - and
+    /// isn't the broker's own "amq"
     explicit TaskQueues(const QString &prefix);
 
     QByteArray tasks(bool urgent) const { return m_prefix + (urgent ? ".tasks.urgent" : ".tasks"); }

@@ -7,15 +7,22 @@
 #include "platform/values/NSLog.h"
 #include "platform/values/NSNull.h"
 
+#include <algorithm>
+
 using namespace zr;
 
 namespace {
+
+/// What RabbitMQ keeps its times in milliseconds in, 32 bits, ends after 49 days.
+constexpr std::chrono::milliseconds longestTime = std::chrono::hours(24 * 49);
 
 std::shared_ptr<TaskQueueClient> makeClient(const ZRXPCQueue::Options &options) {
     using std::chrono::milliseconds;
     if (options.timeToLive < milliseconds(0) || options.brokerLimit <= milliseconds(0) ||
         options.replyExpiry < std::chrono::seconds(1))
         throw NSException(NSInvalidArgumentException, QStringLiteral("a time of the queue is too short"));
+    if (std::max({options.timeToLive, options.brokerLimit, options.replyExpiry}) > longestTime)
+        throw NSException(NSInvalidArgumentException, QStringLiteral("a time of the queue is too long"));
     return std::make_shared<TaskQueueClient>(TaskQueueClient::Configuration{
         options.brokers, options.prefix, options.store, options.brokerLimit, options.replyExpiry});
 }

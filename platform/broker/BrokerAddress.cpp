@@ -59,6 +59,11 @@ BrokerAddress BrokerAddress::fromUrl(const QUrl &url) {
             throw BrokerError(QStringLiteral("a broker's URL knows no parameter \"%1\"").arg(key));
         }
     }
+    if (!address.isSecure &&
+        (query.hasQueryItem(QStringLiteral("cacertfile")) || query.hasQueryItem(QStringLiteral("certfile"))))
+        throw BrokerError(QStringLiteral("certificates are for amqps:// only"));
+    if (address.port == 0)
+        throw BrokerError(QStringLiteral("a broker's port is a number from 1 to 65535"));
     if (address.certificateFile.isEmpty() != address.keyFile.isEmpty())
         throw BrokerError(QStringLiteral("certfile and keyfile go together in a broker's URL"));
     for (const QByteArray *text : {&address.host, &address.user, &address.password, &address.virtualHost,

@@ -29,6 +29,11 @@ public:
     Connection(BrokerClient &client, const BrokerAddress &address, quint64 serial)
         : session(address, client.m_plan.limits), number(serial), m_client(client) {}
 
+    /// Asks whether the broker takes messages, by one that nobody gets. While it takes none, sending a large one would wait until
+    /// the watchdog ends the connection, and what was delivered on it would count as tried.
+    void probe() { m_probe = session.publish({}, {}); }
+    bool takesMessages() const { return m_takesMessages; }
+
     void send(quint64 identifier, const Sending &sending) {
         const quint64 tag = session.publish(sending.queue, sending.message);
         m_sent[tag] = identifier;
@@ -42,6 +47,7 @@ public:
             consumer->handler(std::move(delivery));
     }
     void messagesWereConfirmed(quint64 tag, bool upTo, bool taken) override {
+        m_takesMessages = m_takesMessages || (upTo ? tag >= m_probe : tag == m_probe);
         const auto end = m_sent.upper_bound(tag);
         const auto first = upTo ? m_sent.begin() : m_sent.find(tag);
         if (first == m_sent.end())
@@ -93,6 +99,8 @@ public:
 private:
     BrokerClient &m_client;
     std::map<quint64, quint64> m_sent;
+    quint64 m_probe = 0;
+    bool m_takesMessages = false;
 };
 
 BrokerClient::BrokerClient(Plan plan)
@@ -181,22 +189,26 @@ void BrokerClient::run() {
         while (!m_ending && failures < m_plan.addresses.size() && !connect()) {
             ++failures;
             runCommands();
+            tellConsumingStopped();
             pass();
         }
         if (m_connection) {
-            pause = shortestPause;
+            const auto begun = Clock::now();
             serve();
-        } else {
-            // Many clients that lost the same broker must not come back in one moment.
-            const auto until =
-                Clock::now() + pause / 2 + std::chrono::milliseconds(random() % quint64(pause.count()));
-            while (!m_ending && Clock::now() < until) {
-                wait(until);
-                runCommands();
-                pass();
-            }
-            pause = std::min<std::chrono::milliseconds>(pause * 2, longestPause);
+            // A broker may refuse each time what is sent first.
+            if (Clock::now() - begun > longestPause)
+                pause = shortestPause;
         }
+        // Many clients that lost the same broker must not come back in one moment.
+        const auto until =
+            Clock::now() + pause / 2 + std::chrono::milliseconds(random() % quint64(pause.count()));
+        while (!m_ending && Clock::now() < until) {
+            wait(until);
+            runCommands();
+            tellConsumingStopped();
+            pass();
+        }
+        pause = std::min<std::chrono::milliseconds>(pause * 2, longestPause);
     }
     close();
 }
@@ -212,6 +224,7 @@ bool BrokerClient::connect() {
             for (const Consumer &consumer : m_plan.consumers)
                 connection->channels.push_back(
                     connection->session.consume(consumer.queue, consumer.prefetch));
+        connection->probe();
         m_connection = std::move(connection);
     } catch (const BrokerError &error) {
         m_address = (m_address + 1) % m_plan.addresses.size();
@@ -233,6 +246,8 @@ void BrokerClient::serve() {
         while (!m_ending) {
             runCommands();
             m_connection->session.read(*m_connection);
+            // What came before the broker's answer to a cancellation has been delivered by now.
+            tellConsumingStopped();
             sendWaiting();
             pass();
             // Commands of handlers wake the wait; what the library has read already doesn't.
@@ -263,13 +278,15 @@ void BrokerClient::runCommands() {
             throw;
         }
     }
-    if (!m_isConsuming)
-        for (const auto &done : std::exchange(m_whenConsumingStopped, {}))
-            done();
+}
+
+void BrokerClient::tellConsumingStopped() {
+    for (const auto &done : std::exchange(m_whenConsumingStopped, {}))
+        done();
 }
 
 void BrokerClient::sendWaiting() {
-    if (state().isBlocked)
+    if (state().isBlocked || !m_connection->takesMessages())
         return;
     const auto now = Clock::now();
     for (auto identifier = m_waiting.begin(); identifier != m_waiting.end();) {
@@ -346,6 +363,7 @@ void BrokerClient::close() {
     }
     // Messages among the last commands are ended like the others.
     runCommands();
+    tellConsumingStopped();
     while (!m_sendings.empty())
         finish(m_sendings.begin()->first, Outcome::Closed, closedText);
 }

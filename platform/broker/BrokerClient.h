@@ -97,6 +97,7 @@ private:
     bool connect();
     void serve();
     void runCommands();
+    void tellConsumingStopped();
     void sendWaiting();
     void pass();
     void finish(quint64 identifier, Outcome outcome, const QString &problem);

@@ -162,8 +162,7 @@ BrokerSession::BrokerSession(const BrokerAddress &address, const Limits &limits)
     connect(limits);
     login();
     openChannel(publishChannel);
-    guarded([&] { amqp_confirm_select(m_state.get(), publishChannel); });
-    check(amqp_get_rpc_reply(m_state.get()), "confirmations");
+    call([&] { amqp_confirm_select(m_state.get(), publishChannel); }, "confirmations");
     m_lastChannel = publishChannel;
     m_isSound = true;
 }
@@ -232,42 +231,40 @@ void BrokerSession::login() {
 }
 
 void BrokerSession::openChannel(int channel) {
-    guarded([&] { amqp_channel_open(m_state.get(), amqp_channel_t(channel)); });
-    check(amqp_get_rpc_reply(m_state.get()), "opening a channel");
+    call([&] { amqp_channel_open(m_state.get(), amqp_channel_t(channel)); }, "opening a channel");
 }
 
 void BrokerSession::declareQueue(const QByteArray &name, const QVariantMap &arguments) {
     Table table(arguments);
-    guarded(
-        [&] { amqp_queue_declare(m_state.get(), publishChannel, bytesOf(name), 0, 1, 0, 0, table.get()); });
-    check(amqp_get_rpc_reply(m_state.get()), "declaring a queue");
+    call([&] { amqp_queue_declare(m_state.get(), publishChannel, bytesOf(name), 0, 1, 0, 0, table.get()); },
+         "declaring a queue");
 }
 
 void BrokerSession::deleteQueue(const QByteArray &name) {
-    guarded([&] { amqp_queue_delete(m_state.get(), publishChannel, bytesOf(name), 0, 0); });
-    check(amqp_get_rpc_reply(m_state.get()), "deleting a queue");
+    call([&] { amqp_queue_delete(m_state.get(), publishChannel, bytesOf(name), 0, 0); }, "deleting a queue");
 }
 
 int BrokerSession::consume(const QByteArray &queue, int prefetch) {
     const int channel = ++m_lastChannel;
     openChannel(channel);
     // Per consumer: quorum queues refuse a limit for the whole channel, and the connection with it.
-    guarded([&] { amqp_basic_qos(m_state.get(), amqp_channel_t(channel), 0, quint16(prefetch), 0); });
-    check(amqp_get_rpc_reply(m_state.get()), "the prefetch count");
+    call([&] { amqp_basic_qos(m_state.get(), amqp_channel_t(channel), 0, quint16(prefetch), 0); },
+         "the prefetch count");
     m_queues[channel] = queue;
     const QByteArray tag = "c" + QByteArray::number(channel);
-    guarded([&] {
-        amqp_basic_consume(m_state.get(), amqp_channel_t(channel), bytesOf(queue), bytesOf(tag), 0, 0, 0,
-                           amqp_empty_table);
-    });
-    check(amqp_get_rpc_reply(m_state.get()), "consuming");
+    call(
+        [&] {
+            amqp_basic_consume(m_state.get(), amqp_channel_t(channel), bytesOf(queue), bytesOf(tag), 0, 0, 0,
+                               amqp_empty_table);
+        },
+        "consuming");
     return channel;
 }
 
 void BrokerSession::cancel(int channel) {
     const QByteArray tag = "c" + QByteArray::number(channel);
-    guarded([&] { amqp_basic_cancel(m_state.get(), amqp_channel_t(channel), bytesOf(tag)); });
-    check(amqp_get_rpc_reply(m_state.get()), "cancelling a consumer");
+    call([&] { amqp_basic_cancel(m_state.get(), amqp_channel_t(channel), bytesOf(tag)); },
+         "cancelling a consumer");
 }
 
 void BrokerSession::acknowledge(int channel, quint64 tag) {

@@ -12,7 +12,6 @@
 #include <map>
 #include <memory>
 #include <type_traits>
-#include <vector>
 
 namespace zr {
 
@@ -94,6 +93,12 @@ private:
     template <typename Function>
     auto guarded(Function function) {
         return m_watchdog.call(descriptor(), function);
+    }
+    /// Makes a call that the broker answers, and checks the answer.
+    template <typename Function>
+    void call(Function function, const char *what) {
+        guarded(function);
+        check(amqp_get_rpc_reply(m_state.get()), what);
     }
     void handle(const amqp_frame_t &frame, Listener &listener);
     void handleMethod(int channel, const amqp_method_t &method, Listener &listener);

@@ -22,11 +22,17 @@ bool meansUnsupported(int number) {
            number == EPERM;
 }
 
+constexpr char hiddenPrefix[] = ".atomic-";
+
 QByteArray hiddenName(const QByteArray &suffix) {
-    return ".atomic-" + suffix;
+    return hiddenPrefix + suffix;
 }
 
 } // namespace
+
+bool AtomicFile::isHiddenName(QByteArrayView name) {
+    return name.startsWith(hiddenPrefix);
+}
 
 std::error_code AtomicFile::open() {
     if (m_path.isEmpty() || m_path.endsWith('/'))
@@ -56,7 +62,7 @@ std::error_code AtomicFile::open() {
     const std::error_code error = openNameless();
     if (!error || !meansUnsupported(error.value()))
         return error;
-    return ::faccessat(m_folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0 ? std::error_code() : systemError();
+    return errorUnless(::faccessat(m_folder.get(), ".", W_OK | X_OK, AT_EACCESS));
 }
 
 std::error_code AtomicFile::commit(const QByteArray &content) {
@@ -93,7 +99,7 @@ std::error_code AtomicFile::adoptReplaced() {
     // Another user's file becomes ours if the system says so.
     if (::fchown(m_file.get(), status.st_uid, status.st_gid) != 0 && errno != EPERM)
         return systemError();
-    return ::fchmod(m_file.get(), status.st_mode & 0777) == 0 ? std::error_code() : systemError();
+    return errorUnless(::fchmod(m_file.get(), status.st_mode & 0777));
 }
 
 std::error_code AtomicFile::openNameless() {
@@ -141,8 +147,7 @@ std::error_code AtomicFile::commitNeighbour(const QByteArray &content) {
             return {};
         error = systemError();
         if (flags && (error == std::errc::invalid_argument || error == std::errc::function_not_supported))
-            error = ::linkat(folder, name.constData(), folder, m_name.constData(), 0) == 0 ? std::error_code()
-                                                                                           : systemError();
+            error = errorUnless(::linkat(folder, name.constData(), folder, m_name.constData(), 0));
     }
     ::unlinkat(m_folder.get(), name.constData(), 0);
     return error;

@@ -4,6 +4,7 @@
 #include "platform/base/FileDescriptor.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <system_error>
 
 namespace zr {
@@ -26,6 +27,9 @@ class AtomicFile {
 public:
     /// What happens to a file that has the name already: with Kept, open() or commit() fails with EEXIST.
     enum class Existing { Kept, Replaced };
+
+    /// Whether a file has a name that one of these has until its own; an old one is a dead writer's.
+    static bool isHiddenName(QByteArrayView name);
 
     /// Without a commit() nothing happens.
     AtomicFile(const QByteArray &path, Existing existing) : m_path(path), m_existing(existing) {}

@@ -20,26 +20,25 @@ constexpr auto replyExpiry = std::chrono::minutes(10);
 
 Converter::Answer answerOf(const QVariant &result, const NSError &error) {
     using Outcome = Converter::Outcome;
-    const auto ended = [&](Outcome outcome) {
-        const auto cause = error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();
-        return Converter::Answer{.outcome = outcome,
-                                 .error = error,
-                                 .message = error.localizedDescription(),
-                                 .cause = cause ? cause.localizedDescription() : QString()};
-    };
+    auto answer = Converter::Answer::fromReply(result, error);
     switch (error.isNil() ? 0 : error.code()) {
     case ZRXPCQueueUnreachableError:
-        return ended(Outcome::Unavailable);
     case ZRXPCQueueExpiredError:
+        answer.outcome = Outcome::Unavailable;
+        break;
     case ZRXPCQueueTimeoutError:
-        return ended(Outcome::Late);
+        answer.outcome = Outcome::Late;
+        break;
     case ZRXPCQueueLostError:
-        return ended(Outcome::Lost);
+        answer.outcome = Outcome::Lost;
+        break;
     case ZRXPCQueueTransferError:
-        return ended(Outcome::Failed);
+        answer.outcome = Outcome::Failed;
+        break;
     default:
-        return Converter::Answer::fromReply(result, error);
+        break;
     }
+    return answer;
 }
 
 } // namespace
@@ -84,7 +83,6 @@ public:
     }
 
     void close() {
-        m_client->stop();
         std::set<std::shared_ptr<Errand>> all;
         {
             const std::lock_guard lock(m_mutex);
@@ -93,6 +91,7 @@ public:
         }
         for (const auto &errand : all)
             settle(errand, {.outcome = Outcome::Abandoned});
+        m_client->stop();
         std::unique_lock lock(m_mutex);
         m_told.wait(lock, [&] { return m_telling == 0; });
     }

@@ -5,7 +5,6 @@
 #include "tools/converter/Converter.h"
 #include "tools/zrpdf-broker/BrokerOptions.h"
 
-#include <atomic>
 #include <chrono>
 #include <memory>
 

@@ -53,7 +53,7 @@ void Worker::start() {
     for (const QUrl &url : m_options.broker.brokers)
         plan.addresses.push_back(BrokerAddress::fromUrl(url));
     plan.queues = m_queues.shared();
-    const auto take = [this](BrokerDelivery delivery) { taken(std::move(delivery)); };
+    const auto take = [this](const BrokerDelivery &delivery) { taken(delivery); };
     if (m_options.urgentInstances > 0)
         plan.consumers.push_back({m_queues.tasks(true), m_options.urgentInstances, take});
     plan.consumers.push_back({m_queues.tasks(false), m_options.instances, take});
@@ -66,7 +66,8 @@ void Worker::start() {
         else if (problem != told)
             NSLog("No connection to the broker: %@", problem);
         told = problem;
-        m_watcher(isConnected ? Event::Connected : Event::Disconnected);
+        if (isConnected)
+            m_watcher(Event::Connected);
     };
     const std::lock_guard lock(m_mutex);
     m_broker = std::make_unique<BrokerClient>(std::move(plan));
@@ -113,11 +114,6 @@ void Worker::later(Then step) {
     });
 }
 
-std::size_t Worker::working() const {
-    const std::lock_guard lock(m_mutex);
-    return m_jobs.size();
-}
-
 void Worker::tellIfIdle() {
     {
         const std::lock_guard lock(m_mutex);
@@ -127,7 +123,12 @@ void Worker::tellIfIdle() {
     m_watcher(Event::Idle);
 }
 
-std::shared_ptr<Worker::Job> Worker::admit(const QByteArray &key, const BrokerDelivery &delivery) {
+std::shared_ptr<Worker::Job> Worker::admit(BrokerDelivery delivery, bool isLost) {
+    // A sender that gives no identifier gets its reply all the same.
+    if (delivery.message.messageId.isEmpty())
+        delivery.message.messageId = QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+    const QByteArray key =
+        (isLost ? "lost " : "") + delivery.message.replyTo + ' ' + delivery.message.messageId;
     const std::lock_guard lock(m_mutex);
     if (m_doneSet.contains(key)) {
         m_broker->acknowledge(delivery);
@@ -135,20 +136,20 @@ std::shared_ptr<Worker::Job> Worker::admit(const QByteArray &key, const BrokerDe
     }
     const auto known = m_jobs.find(key);
     if (known != m_jobs.end()) {
-        // It is in work here; its connection was lost in between.
-        known->second->delivery = delivery;
+        // It is in work here. Either its connection was lost in between, or it was sent twice.
+        if (known->second->delivery.session == delivery.session)
+            m_broker->acknowledge(delivery);
+        else
+            known->second->delivery = std::move(delivery);
         return nullptr;
     }
-    auto job = std::make_shared<Job>(Job{key, delivery, BrokerClient::Clock::now()});
+    auto job = std::make_shared<Job>(Job{key, std::move(delivery), BrokerClient::Clock::now()});
     m_jobs.emplace(key, job);
     return job;
 }
 
-void Worker::taken(BrokerDelivery delivery) {
-    // A sender that gives no identifier gets its reply all the same.
-    if (delivery.message.messageId.isEmpty())
-        delivery.message.messageId = QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
-    if (const auto job = admit(delivery.message.messageId, delivery))
+void Worker::taken(const BrokerDelivery &delivery) {
+    if (const auto job = admit(delivery, false))
         later([this, job] { work(job); });
 }
 
@@ -180,8 +181,8 @@ void Worker::convert(const std::shared_ptr<Job> &job, const QVariant &object) {
     const auto timeout =
         asked > 0 ? std::min(m_options.timeout, std::chrono::milliseconds(asked)) : m_options.timeout;
     m_converter.convert({.object = task, .timeout = timeout},
-                        [self = shared_from_this(), job](const Converter::Answer &answer) {
-                            WorkerPool::run([self, job, answer] { self->answered(job, answer); });
+                        [self = shared_from_this(), this, job](const Converter::Answer &answer) {
+                            later([this, job, answer] { answered(job, answer); });
                         });
 }
 
@@ -207,6 +208,8 @@ void Worker::answered(const std::shared_ptr<Job> &job, const Converter::Answer &
             giveUp(job, answer.text(), earlier + 1, answer.error);
         break;
     case Outcome::Unavailable:
+        // It must not come straight back.
+        stop();
         giveBack(job);
         m_watcher(Event::Unavailable);
         break;
@@ -243,8 +246,8 @@ void Worker::publish(const std::shared_ptr<Job> &job, const QByteArray &queue, B
                           if (outcome == Outcome::Unroutable)
                               NSLog("Nobody takes messages of %@ any more", QString::fromUtf8(queue));
                           const bool isTaken = outcome == Outcome::Confirmed;
-                          // A dead task keeps its document.
-                          if (!isTaken && queue != m_queues.dead())
+                          // A dead task keeps its document, and what wasn't confirmed may arrive all the same.
+                          if (outcome == Outcome::Unroutable && queue != m_queues.dead())
                               removeFromStore(claim);
                           if (isTaken || outcome == Outcome::Unroutable) {
                               then();
@@ -279,36 +282,34 @@ void Worker::giveUp(const std::shared_ptr<Job> &job, const QString &cause, int t
 }
 
 void Worker::giveBack(const std::shared_ptr<Job> &job) {
-    const BrokerDelivery delivery = deliveryOf(job);
-    {
-        const std::lock_guard lock(m_mutex);
-        m_jobs.erase(job->key);
-    }
-    m_broker->giveBack(delivery);
+    m_broker->giveBack(release(job, false));
     tellIfIdle();
 }
 
-void Worker::finish(const std::shared_ptr<Job> &job, const QString &outcome) {
-    const BrokerDelivery delivery = deliveryOf(job);
-    {
-        const std::lock_guard lock(m_mutex);
-        m_jobs.erase(job->key);
-        if (m_doneSet.insert(job->key).second)
-            m_done.push_back(job->key);
-        if (m_done.size() > rememberedTasks) {
-            m_doneSet.erase(m_done.front());
-            m_done.pop_front();
-        }
+BrokerDelivery Worker::release(const std::shared_ptr<Job> &job, bool isDone) {
+    const std::lock_guard lock(m_mutex);
+    m_jobs.erase(job->key);
+    if (isDone && m_doneSet.insert(job->key).second)
+        m_done.push_back(job->key);
+    if (m_done.size() > rememberedTasks) {
+        m_doneSet.erase(m_done.front());
+        m_done.pop_front();
     }
+    return job->delivery;
+}
+
+void Worker::finish(const std::shared_ptr<Job> &job, const QString &outcome) {
+    const BrokerDelivery delivery = release(job, true);
     m_broker->acknowledge(delivery);
     const double seconds = std::chrono::duration<double>(BrokerClient::Clock::now() - job->started).count();
-    NSLog("%@ %@ s: %@", QString::fromUtf8(job->key), QString::number(seconds, 'f', 3), outcome);
+    NSLog("%@ %@ s: %@", QString::fromUtf8(delivery.message.messageId), QString::number(seconds, 'f', 3),
+          outcome);
     tellIfIdle();
 }
 
 /// The broker has given a task up, because it was delivered too often or has waited too long.
 void Worker::lostOneTaken(const BrokerDelivery &delivery) {
-    const auto job = admit("lost " + delivery.message.messageId, delivery);
+    const auto job = admit(delivery, true);
     if (!job)
         return;
     if (delivery.message.headers.value(QStringLiteral("x-first-death-reason")) == u"expired"_s)

@@ -29,8 +29,7 @@ namespace zr {
 class Worker : public std::enable_shared_from_this<Worker> {
 public:
     enum class Event {
-        Connected,
-        Disconnected,
+        Connected,   ///< perhaps again
         Idle,        ///< nothing is to be done any more, after stop()
         Unavailable, ///< the conversion service isn't there
     };
@@ -49,22 +48,21 @@ public:
     /// Ends the connection; tasks that are not done go to others. Once it returns, the converter gets no more of them.
     void close();
 
-    /// How many tasks are in work.
-    std::size_t working() const;
-
 private:
     struct Job {
-        QByteArray key;
+        QByteArray key;          ///< who wants the reply, and the task's identifier there
         BrokerDelivery delivery; ///< the latest: it comes again on a new connection
         BrokerClient::Clock::time_point started;
     };
     using Then = std::function<void()>;
 
     /// A new job for a delivery; nil if it is known here, in work or done.
-    std::shared_ptr<Job> admit(const QByteArray &key, const BrokerDelivery &delivery);
+    std::shared_ptr<Job> admit(BrokerDelivery delivery, bool isLost);
+    /// Ends a job that this worker has nothing more to do with. \return its latest delivery
+    BrokerDelivery release(const std::shared_ptr<Job> &job, bool isDone);
     /// Does something that may block, unless the worker is closed.
     void later(Then step);
-    void taken(BrokerDelivery delivery);
+    void taken(const BrokerDelivery &delivery);
     void lostOneTaken(const BrokerDelivery &delivery);
     void tick();
     void work(const std::shared_ptr<Job> &job);

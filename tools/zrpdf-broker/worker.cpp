@@ -9,6 +9,7 @@
 #include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Interrupts.h"
 
+#include <algorithm>
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
 
@@ -20,6 +21,10 @@ int logDescriptor = STDERR_FILENO;
 
 void writeLine(const QByteArray &text) {
     writeAll(logDescriptor, "zrpdf-worker: " + text + '\n');
+}
+
+int print(const QByteArray &text) {
+    return printText(text, "zrpdf-worker", int(ExitCode::UnwritableOutput));
 }
 
 /// The services log to standard error, which leads nowhere from here on unless that is wanted; this program's own lines
@@ -51,9 +56,8 @@ int work(const WorkerOptions &options) {
         });
     });
     worker->start();
-    const auto never = std::chrono::steady_clock::now() + std::chrono::hours(24 * 365);
     while (Interrupts::signal() == 0 && !isUnavailable)
-        events.run(never);
+        events.run(std::chrono::steady_clock::now() + std::chrono::hours(1));
     ::sd_notify(0, "STOPPING=1");
     worker->stop();
     // What is begun is finished, unless the broker can't be told of it.
@@ -73,9 +77,7 @@ int work(const WorkerOptions &options) {
 
 int main(int count, char **values) {
     fillStandardStreams();
-    QList<QByteArray> arguments;
-    for (int index = 1; index < count; ++index)
-        arguments.append(values[index]);
+    const QList<QByteArray> arguments(values + std::min(count, 1), values + count);
     QByteArray problem;
     const WorkerOptions options = WorkerOptions::parse(arguments, &problem);
     if (!problem.isEmpty()) {
@@ -83,11 +85,9 @@ int main(int count, char **values) {
         return int(ExitCode::BadUsage);
     }
     if (options.action == WorkerOptions::Action::Help)
-        return writeAll(STDOUT_FILENO, WorkerOptions::help()) ? int(ExitCode::UnwritableOutput) : 0;
+        return print(WorkerOptions::help());
     if (options.action == WorkerOptions::Action::Version)
-        return writeAll(STDOUT_FILENO, QByteArray("zrpdf-worker " ZR_VERSION "\n"))
-                   ? int(ExitCode::UnwritableOutput)
-                   : 0;
+        return print("zrpdf-worker " ZR_VERSION "\n");
     takeLog(options.verbose);
     if (XPCActivator::executable(ServicePool::defaultService()).isEmpty()) {
         writeLine("the conversion service is not installed");

@@ -108,7 +108,12 @@ TEST_F(ClaimStoreTest, RemovesWhatIsTooOldAndNothingElse) {
     const QDateTime yesterday = QDateTime::currentDateTime().addDays(-1);
     ASSERT_TRUE(aged.setFileTime(yesterday, QFileDevice::FileModificationTime));
     ASSERT_TRUE(other.setFileTime(yesterday, QFileDevice::FileModificationTime));
-    EXPECT_EQ(store.removeOlderThan(std::chrono::hours(1)), 1);
+    // What a writer that was killed had not finished, where files can't be without a name.
+    QFile unfinished(m_folder.filePath(u".atomic-1"_s));
+    ASSERT_TRUE(unfinished.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(unfinished.setFileTime(yesterday, QFileDevice::FileModificationTime));
+    EXPECT_EQ(store.removeOlderThan(std::chrono::hours(1)), 2);
+    EXPECT_FALSE(unfinished.exists());
     EXPECT_EQ(store.get(young), "young");
     EXPECT_FALSE(QFile::exists(path(old)));
     EXPECT_TRUE(other.exists());

@@ -343,7 +343,12 @@ TEST_F(ZRXPCQueueTest, RefusesOptionsThatCannotBeMeant) {
     refused([](auto &options) { options.prefix = u""_s; });
     refused([](auto &options) { options.prefix = u"with blank"_s; });
     refused([](auto &options) { options.prefix = QString(65, u'a'); });
+    refused([](auto &options) { options.prefix = u"amq"_s; });
+    refused([](auto &options) { options.prefix = u"amq.mine"_s; });
     refused([](auto &options) { options.timeToLive = -1ms; });
+    refused([](auto &options) { options.timeToLive = std::chrono::milliseconds::max(); });
+    refused([](auto &options) { options.brokerLimit = std::chrono::milliseconds::max(); });
+    refused([](auto &options) { options.replyExpiry = std::chrono::milliseconds::max(); });
     refused([](auto &options) { options.brokerLimit = 0ms; });
     refused([](auto &options) { options.replyExpiry = 0ms; });
     refused([](auto &options) { options.store = QUrl(u"ftp://host/"_s); });

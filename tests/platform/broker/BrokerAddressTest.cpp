@@ -55,7 +55,8 @@ TEST(BrokerAddress, RefusesWhatCannotBeMeant) {
     for (const char *const url :
          {"", "http://broker.example", "amqp://", "amqp:///host", "broker.example", "amqp://host/a/b",
           "amqp://host/?verify=verify_none", "amqp://host/?heartbeat=0", "amqp://host/?heartbeat=x",
-          "amqps://host/?certfile=a", "amqp://host/#x", "amqp://us%00er@host", "amqp://host/?heartbeat=601"})
+          "amqps://host/?certfile=a", "amqp://host/#x", "amqp://us%00er@host", "amqp://host/?heartbeat=601",
+          "amqp://host/?cacertfile=a", "amqp://host/?certfile=a&keyfile=b", "amqp://host:0"})
         EXPECT_THROW(address(url), BrokerError) << url;
 }
 

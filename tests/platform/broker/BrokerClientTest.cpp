@@ -314,6 +314,31 @@ TEST_F(BrokerClientTest, KnowsWhenTheBrokerTakesNoMessages) {
     EXPECT_EQ(publish(client, "blocked", "after"), Outcome::Confirmed);
 }
 
+TEST_F(BrokerClientTest, KeepsItsConnectionWhileALargeMessageWaitsForTheBrokersMemory) {
+    auto plan = this->plan("large");
+    plan.limits.call = 2s;
+    std::atomic<int> connections = 0;
+    plan.changed = [&](bool isConnected, const QString &) { connections += isConnected; };
+    BrokerClient client(plan);
+    EXPECT_EQ(publish(client, "large", "before"), Outcome::Confirmed);
+    broker->control({u"set_vm_memory_high_watermark"_s, u"0.0000001"_s});
+    std::promise<Outcome> large;
+    BrokerMessage message;
+    message.messageId = "large";
+    message.body = QByteArray(64 << 20, 'x');
+    client.publish("large", message, Clock::now() + 60s,
+                   [&](Outcome outcome, const QString &) { large.set_value(outcome); });
+    EXPECT_TRUE(ProcessTree::waitUntil([&] { return client.state().isBlocked; }));
+    // Time for several more to be cut.
+    EXPECT_EQ(publish(client, "large", "during", 6s), Outcome::Expired);
+    EXPECT_TRUE(client.state().isConnected);
+    // The one that could not know, and the next.
+    EXPECT_LE(connections, 2);
+    broker->control({u"set_vm_memory_high_watermark"_s, u"absolute"_s, u"2GB"_s});
+    EXPECT_EQ(large.get_future().get(), Outcome::Confirmed);
+    EXPECT_LE(connections, 2);
+}
+
 TEST_F(BrokerClientTest, IsNotHeldUpByABrokerThatHasStopped) {
     QUrl url = broker->url();
     url.setQuery(u"heartbeat=1"_s);

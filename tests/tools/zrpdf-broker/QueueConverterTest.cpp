@@ -80,7 +80,7 @@ TEST_F(QueueConverterTest, WaitsNoLongerForWorkersThanItMay) {
     auto options = this->options();
     options.wait = 100ms;
     QueueConverter converter(options);
-    EXPECT_EQ(convert(converter, html(u"<p>nobody"_s), 100ms).get().outcome, Outcome::Late);
+    EXPECT_EQ(convert(converter, html(u"<p>nobody"_s), 100ms).get().outcome, Outcome::Unavailable);
 }
 
 TEST_F(QueueConverterTest, SaysWhenTheBrokerIsOutOfReach) {
@@ -116,7 +116,7 @@ TEST_F(QueueConverterTest, AbandonsWhatThereIsWhenItIsDestroyed) {
         QueueConverter converter(options());
         answer = convert(converter, html(u"<p>1"_s));
     }
-    EXPECT_NE(answer.get().outcome, Outcome::Done);
+    EXPECT_EQ(answer.get().outcome, Outcome::Abandoned);
 }
 
 TEST_F(QueueConverterTest, RefusesOptionsThatCannotBeMeant) {

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "ZRKit/Queue/TaskMessage.h"
+#include "ZRKit/Queue/TaskQueues.h"
+#include "ZRKit/Service/Serialization.h"
 #include "platform/broker/BrokerClient.h"
 #include "platform/values/NSNull.h"
 #include "tests/support/Gate.h"
@@ -155,6 +158,43 @@ TEST_F(WorkerTest, GivesUpADocumentThatEndsItsBrowserEachTime) {
     EXPECT_EQ(delivery.message.headers.value(u"zrpdf-queue"_s).toString(), prefix() + u".tasks"_s);
     EXPECT_FALSE(delivery.message.headers.value(u"zrpdf-cause"_s).toString().isEmpty());
     EXPECT_FALSE(delivery.message.body.isEmpty());
+}
+
+TEST_F(WorkerTest, DoesATaskThatCameTwiceOnceAndKeepsNoPlaceForIt) {
+    Gate held;
+    const HTTPServer server(holding(held));
+    const auto worker = this->worker({u"--instances"_s, u"2"_s});
+    const QByteArray tasks = (prefix() + u".tasks"_s).toUtf8();
+    std::atomic<int> replies = 0;
+    BrokerClient::Plan plan;
+    plan.addresses = {BrokerAddress::fromUrl(broker().url())};
+    for (const char *const name : {".one", ".other"}) {
+        const QByteArray queue = prefix().toUtf8() + name;
+        plan.queues.push_back(TaskQueues::replyQueue(queue, std::chrono::minutes(1)));
+        plan.consumers.push_back({queue, 10, [&](const BrokerDelivery &) { ++replies; }});
+        plan.temporary.push_back(queue);
+    }
+    BrokerClient client(plan);
+    const auto publish = [&](const char *sender) {
+        BrokerMessage message;
+        message.messageId = "1";
+        message.replyTo = prefix().toUtf8() + sender;
+        TaskMessage::setBody(message, serialize(QVariantMap{{u"data"_s, page(server)}}), nullptr);
+        std::promise<BrokerClient::Outcome> outcome;
+        client.publish(tasks, message, BrokerClient::Clock::now() + 60s,
+                       [&](BrokerClient::Outcome told, const QString &) { outcome.set_value(told); });
+        EXPECT_EQ(outcome.get_future().get(), BrokerClient::Outcome::Confirmed);
+    };
+    publish(".one");
+    ASSERT_TRUE(areAsked(1));
+    publish(".one");
+    // The same identifier of another sender is another task. It gets the place that the second copy had.
+    publish(".other");
+    ASSERT_TRUE(areAsked(2));
+    held.open();
+    EXPECT_TRUE(ProcessTree::waitUntil(
+        [&] { return replies == 2 && broker().queues().value(prefix() + u".tasks"_s) == 0; }));
+    EXPECT_EQ(m_asked, 2);
 }
 
 TEST_F(WorkerTest, TellsTheSenderOfADocumentThatEndedItsWorkerEachTime) {
