@@ -94,3 +94,14 @@ QByteArray zr::takeSeconds(std::chrono::milliseconds &time, const QByteArray &va
     time = *read;
     return {};
 }
+
+QByteArray zr::takePath(QByteArray &path, const QByteArray &value) {
+    path = value;
+    return value.isEmpty() ? QByteArray("names nothing") : QByteArray();
+}
+
+QByteArray zr::takeNetwork(NetworkMode &mode, const QByteArray &value) {
+    const auto named = networkModeNamed(value);
+    mode = named.value_or(mode);
+    return named ? QByteArray() : QByteArray("is not all, public or none");
+}

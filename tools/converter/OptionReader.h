@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Service/NetworkMode.h"
+
 #include <QByteArray>
 #include <QList>
 #include <chrono>
@@ -37,5 +39,7 @@ QByteArray readOptions(const std::vector<CommandOption> &table, const QList<QByt
 /// Take a value; what is wrong with it, or nothing.
 QByteArray takeCount(int &count, const QByteArray &value, int least, int most);
 QByteArray takeSeconds(std::chrono::milliseconds &time, const QByteArray &value, std::chrono::seconds most);
+QByteArray takePath(QByteArray &path, const QByteArray &value);
+QByteArray takeNetwork(NetworkMode &mode, const QByteArray &value);
 
 } // namespace zr

@@ -114,7 +114,8 @@ void ServicePool::send(std::size_t index) {
     instance.errand = std::move(m_waiting.front());
     m_waiting.pop_front();
     instance.activity = Activity::Working;
-    instance.deadline = Clock::now() + instance.errand->task.timeout;
+    if (!instance.errand->deadline)
+        instance.errand->deadline = Clock::now() + instance.errand->task.timeout;
     instance.hangUp = std::stop_source();
     --instance.errand->triesLeft;
     instance.client->performXPCAsyncWithObject(
@@ -174,7 +175,7 @@ Converter::Answer ServicePool::loss(const Instance &instance, const NSXPCService
 
 void ServicePool::endOverdue() {
     for (Instance &instance : m_instances) {
-        if (instance.activity != Activity::Working || Clock::now() < instance.deadline)
+        if (instance.activity != Activity::Working || Clock::now() < *instance.errand->deadline)
             continue;
         const double seconds = double(instance.errand->task.timeout.count()) / 1000;
         const pid_t process = instance.monitor ? instance.monitor->processIdentifier() : 0;
@@ -212,7 +213,7 @@ ServicePool::Clock::time_point ServicePool::nextDeadline() const {
     Clock::time_point next = Clock::now() + std::chrono::hours(1);
     for (const Instance &instance : m_instances)
         if (instance.activity == Activity::Working)
-            next = std::min(next, instance.deadline);
+            next = std::min(next, *instance.errand->deadline);
     return next;
 }
 

@@ -9,6 +9,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -51,6 +52,7 @@ private:
         Task task;
         Handler handler;
         int triesLeft = 0;
+        std::optional<Clock::time_point> deadline = {}; ///< once it has had its turn
         std::unique_ptr<GiveUp> giveUp = {};
     };
     enum class Activity {
@@ -66,7 +68,6 @@ private:
         std::uint64_t round = 0; ///< tells a task from those before it
         std::shared_ptr<Errand> errand;
         std::stop_source hangUp = std::stop_source(std::nostopstate);
-        Clock::time_point deadline;
     };
 
     void run();

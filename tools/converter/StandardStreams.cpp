@@ -2,6 +2,7 @@
 #include "tools/converter/StandardStreams.h"
 
 #include "platform/base/FileDescriptor.h"
+#include "platform/base/WriteAll.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -20,4 +21,12 @@ int zr::takeStandardError(bool logs) {
         ::dup2(nowhere.get(), STDERR_FILENO);
     }
     return own;
+}
+
+int zr::printText(const QByteArray &text, const QByteArray &program, int failure, int standardError) {
+    const auto error = writeAll(STDOUT_FILENO, text);
+    if (!error)
+        return 0;
+    writeAll(standardError, program + ": standard output: " + error.message().c_str() + '\n');
+    return failure;
 }

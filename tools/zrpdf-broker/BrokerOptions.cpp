@@ -41,10 +41,6 @@ QByteArray addBrokers(QList<QUrl> &brokers, const QByteArray &path) {
     return {};
 }
 
-QByteArray unusable(const QByteArray &reason) {
-    return reason.isEmpty() ? QByteArray() : "is not usable: " + reason;
-}
-
 template <typename Check>
 QByteArray reasonOf(Check check) {
     try {
@@ -59,17 +55,26 @@ QByteArray reasonOf(Check check) {
 
 std::vector<CommandOption> BrokerOptions::table() {
     using Value = const QByteArray &;
-    return {{0, "broker", [this](Value value) { return unusable(addBroker(brokers, value)); }},
-            {0, "broker-file", [this](Value value) { return unusable(addBrokers(brokers, value)); }},
+    constexpr auto once = CommandOption::Rule::Once;
+    return {{0, "broker", [this](Value value) { return given(addBroker(brokers, value)); }},
+            {0, "broker-file", [this](Value value) { return given(addBrokers(brokers, value)); }},
             {0, "prefix",
              [this](Value value) {
                  prefix = QString::fromUtf8(value);
-                 return unusable(reasonOf([&] { TaskQueues{prefix}; }));
-             }},
-            {0, "store", [this](Value value) {
+                 return given(reasonOf([&] { TaskQueues{prefix}; }));
+             },
+             once},
+            {0, "store",
+             [this](Value value) {
                  store = QUrl(QString::fromUtf8(value), QUrl::StrictMode);
-                 return unusable(reasonOf([&] { ClaimStore{store}; }));
-             }}};
+                 return given(reasonOf([&] { ClaimStore{store}; }));
+             },
+             once}};
+}
+
+QByteArray BrokerOptions::given(const QByteArray &problem) {
+    isWanted = true;
+    return problem.isEmpty() ? QByteArray() : "is not usable: " + problem;
 }
 
 QByteArray BrokerOptions::problem() const {

@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <openssl/crypto.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace zr;

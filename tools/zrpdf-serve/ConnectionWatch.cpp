@@ -16,11 +16,15 @@ namespace {
 /// How late a limit may be noticed.
 constexpr int tick = 250;
 
+std::uint64_t eventFor(int descriptor, std::uint32_t watch) {
+    return std::uint64_t(watch) << 32U | std::uint32_t(descriptor);
+}
+
 } // namespace
 
 ConnectionWatch::ConnectionWatch()
     : m_epoll(::epoll_create1(EPOLL_CLOEXEC)), m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    epoll_event event{.events = EPOLLIN, .data = {.fd = m_wake.get()}};
+    epoll_event event{.events = EPOLLIN, .data = {.u64 = eventFor(m_wake.get(), 0)}};
     ::epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, m_wake.get(), &event);
     m_thread = std::thread([this] { run(); });
 }
@@ -49,8 +53,8 @@ void ConnectionWatch::setLimit(int descriptor, std::chrono::milliseconds time) {
 
 void ConnectionWatch::watchHangUp(int descriptor, const std::stop_source &gone) {
     const std::lock_guard lock(m_mutex);
-    m_connections[descriptor] = {.limit = {}, .gone = gone};
-    epoll_event event{.events = EPOLLRDHUP | EPOLLONESHOT, .data = {.fd = descriptor}};
+    m_connections[descriptor] = {.limit = {}, .gone = gone, .watch = ++m_watches};
+    epoll_event event{.events = EPOLLRDHUP | EPOLLONESHOT, .data = {.u64 = eventFor(descriptor, m_watches)}};
     ::epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, descriptor, &event);
 }
 
@@ -81,12 +85,14 @@ void ConnectionWatch::run() {
         {
             const std::lock_guard lock(m_mutex);
             for (int index = 0; index < count; ++index) {
-                const int descriptor = events[std::size_t(index)].data.fd;
+                const std::uint64_t data = events[std::size_t(index)].data.u64;
+                const int descriptor = int(data & 0xffffffffU);
                 std::uint64_t times = 0;
                 if (descriptor == m_wake.get())
                     (void)!::read(descriptor, &times, sizeof times);
                 else if (const auto found = m_connections.find(descriptor);
-                         found != m_connections.end() && found->second.gone)
+                         found != m_connections.end() && found->second.gone &&
+                         found->second.watch == data >> 32U)
                     gone.push_back(*found->second.gone);
             }
             const auto now = Clock::now();

@@ -4,6 +4,7 @@
 #include "platform/base/FileDescriptor.h"
 
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -37,6 +38,7 @@ private:
     struct Connection {
         std::optional<Clock::time_point> limit;
         std::optional<std::stop_source> gone;
+        std::uint32_t watch = 0; ///< tells it from earlier ones of the same number
     };
 
     void run();
@@ -46,6 +48,7 @@ private:
     const FileDescriptor m_wake;
     std::mutex m_mutex;
     std::map<int, Connection> m_connections;
+    std::uint32_t m_watches = 0;
     bool m_isOver = false;
     std::thread m_thread;
 };

@@ -12,7 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using Kind = Problem::Kind;
 using Outcome = Converter::Outcome;
 
@@ -52,7 +51,8 @@ Conversions::~Conversions() {
 /// says 503 out of service, and the others get its load on top of theirs.
 Problem Conversions::full() const {
     const Converter::State state = m_converter.state();
-    const double wait = m_usualSeconds * double(state.waiting) / std::max(state.instances, 1);
+    // What takes so long with so many under way brings so many to their end in that time.
+    const double wait = m_usualSeconds * double(state.waiting) / std::max(m_inFlight.load(), 1);
     const int seconds = std::clamp(int(std::ceil(wait)), 1, longestRetry);
     return {.kind = Kind::QueueFull,
             .detail =
@@ -74,12 +74,16 @@ void Conversions::convert(HTTPRequest request, Reply reply) {
         fail(request.id, full(), reply);
         return;
     }
-    m_threads.start(
-        [this, request = std::move(request), reply = std::move(reply)] { start(request, reply); });
+    m_threads.start([this, request = std::move(request), reply = std::move(reply), began = Clock::now()] {
+        start(request, began, reply);
+    });
 }
 
-void Conversions::start(const HTTPRequest &request, const Reply &reply) {
-    const auto began = Clock::now();
+void Conversions::start(const HTTPRequest &request, Clock::time_point began, const Reply &reply) {
+    if (request.abandoned.stop_requested()) {
+        end(request.id, {.outcome = Outcome::Abandoned}, 0, reply);
+        return;
+    }
     try {
         PDFRequest asked = PDFRequest::read(request, m_limits);
         m_converter.convert(

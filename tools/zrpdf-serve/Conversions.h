@@ -10,6 +10,7 @@
 
 #include <QThreadPool>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -34,8 +35,10 @@ public:
     int inFlight() const { return m_inFlight; }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     Problem full() const;
-    void start(const HTTPRequest &request, const Reply &reply);
+    void start(const HTTPRequest &request, Clock::time_point began, const Reply &reply);
     void end(const QByteArray &requestID, const Converter::Answer &answer, double seconds,
              const Reply &reply);
     void fail(const QByteArray &requestID, const Problem &problem, const Reply &reply);
@@ -46,7 +49,7 @@ private:
     const PDFRequest::Limits m_limits;
     const int m_capacity;
     std::atomic<int> m_inFlight = 0;
-    /// What a conversion takes, the last ones counting most; in seconds.
+    /// What a conversion takes, waiting included, the last ones counting most; in seconds.
     std::atomic<double> m_usualSeconds = 0;
     QThreadPool m_threads;
 };

@@ -15,6 +15,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype longestName = 1024;
+constexpr qsizetype mostFields = 64;
 
 Problem badForm(const QString &detail) {
     return {.kind = Problem::Kind::BadForm, .detail = detail};
@@ -50,6 +51,11 @@ QString pathOf(const QByteArray &given) {
     return steps.join(u'/');
 }
 
+/// Whether it can be the page itself, and isn't a part of it that is called like it.
+bool isPage(const FormData::File &file) {
+    return !file.type.endsWith("/css") && !file.type.endsWith("javascript");
+}
+
 /// What a client that doesn't know a file's type would say; the file's name tells more.
 bool tellsNothing(const WebMIMEPart &part) {
     return !part.isTyped || part.type == "application/octet-stream";
@@ -82,8 +88,13 @@ QVariant resource(const FormData::File &file) {
 FormData FormData::read(const QByteArray &contentType, const QByteArray &body) {
     FormData form;
     if (!contentType.trimmed().toLower().startsWith("multipart/")) {
-        for (const QByteArray &pair : body.split('&')) {
+        for (qsizetype start = 0; start < body.size();) {
+            const qsizetype next = body.indexOf('&', start);
+            const QByteArray pair = body.mid(start, next < 0 ? -1 : next - start);
+            start = next < 0 ? body.size() : next + 1;
             const qsizetype equals = pair.indexOf('=');
+            if (!pair.isEmpty() && form.fields.size() == mostFields)
+                throw badForm(u"The form has more than %1 fields."_s.arg(mostFields));
             if (!pair.isEmpty())
                 form.fields.append({decodedComponent(equals < 0 ? pair : pair.left(equals)),
                                     equals < 0 ? QByteArray() : decodedComponent(pair.mid(equals + 1))});
@@ -129,7 +140,9 @@ const FormData::File &FormData::page() const {
     const auto find = [&](auto condition) { return std::find_if(files.begin(), files.end(), condition); };
     auto found = find([](const File &file) { return file.name == u"index.html"; });
     if (found == files.end())
-        found = find([](const File &file) { return file.isCalledIndex || file.name.startsWith(u"index."); });
+        found = find([](const File &file) {
+            return file.isCalledIndex || (file.name.startsWith(u"index.") && isPage(file));
+        });
     return found == files.end() ? files.front() : *found;
 }
 

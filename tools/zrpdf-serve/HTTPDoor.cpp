@@ -103,8 +103,11 @@ void HTTPDoor::abandonAll() {
 }
 
 void HTTPDoor::stop() {
-    for (const auto &entrance : m_entrances)
+    for (const auto &entrance : m_entrances) {
+        // Otherwise the library closes the socket, whose number may be another's when its owner does.
+        MHD_quiesce_daemon(entrance->daemon);
         MHD_stop_daemon(entrance->daemon);
+    }
     m_entrances.clear();
 }
 
@@ -181,7 +184,10 @@ MHD_Result HTTPDoor::work(Exchange &exchange) {
     MHD_suspend_connection(exchange.connection);
     HTTPRequest request = exchange.request;
     exchange.request.body = QByteArray();
-    m_handler.handle(std::move(request), [&exchange](HTTPAnswer answer) {
+    m_handler.handle(std::move(request), [this, &exchange](HTTPAnswer answer) {
+        // Whoever takes their answers slowly leaves less room for the bodies of others.
+        exchange.held += answer.body.size();
+        m_bodies += answer.body.size();
         exchange.answer = std::move(answer);
         MHD_resume_connection(exchange.connection);
     });

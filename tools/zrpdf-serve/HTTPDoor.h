@@ -20,8 +20,8 @@ namespace zr {
 /// Takes requests on listening sockets, whole, and sends what they are answered.
 ///
 /// Connections are served on one thread for each socket, which only moves bytes. A connection has a time for the head of its
-/// next request and, beyond that, must send and take bodies at a low rate at least. All bodies that are held at once have a
-/// limit together.
+/// next request and, beyond that, must send and take bodies at a low rate at least. All bodies that are held at once, those of
+/// answers too, have a limit together, beyond which no more come in.
 class HTTPDoor {
 public:
     struct Limits {
@@ -49,7 +49,7 @@ public:
     bool waitUntilIdle(std::chrono::milliseconds time);
     /// Requests that are worked on are given up.
     void abandonAll();
-    /// Ends all connections. No request may be worked on.
+    /// Ends all connections. No request may be worked on: the library then ends the process.
     void stop();
 
 private:

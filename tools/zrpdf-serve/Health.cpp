@@ -14,19 +14,32 @@ constexpr auto freshness = std::chrono::seconds(5);
 constexpr auto freshnessOfFaults = std::chrono::seconds(1);
 /// Waiting for a turn included. A browser may have to be started first.
 constexpr auto patience = std::chrono::seconds(15);
+const QString stoppingText = u"The server is stopping."_s;
 
 } // namespace
 
-Health::Health(Converter &converter) : m_converter(converter), m_thread([this] { run(); }) {
+Health::Health(Converter &converter, std::chrono::milliseconds longest)
+    : m_converter(converter), m_longest(longest), m_thread([this] { run(); }) {
 }
 
 Health::~Health() {
+    beginStop();
     {
         const std::lock_guard lock(m_mutex);
         m_isOver = true;
     }
     m_changed.notify_all();
     m_thread.join();
+}
+
+void Health::beginStop() {
+    std::stop_source enough(std::nostopstate);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isStopping = true;
+        enough = m_enough;
+    }
+    enough.request_stop();
 }
 
 void Health::noteSuccess() {
@@ -39,7 +52,9 @@ void Health::check(const std::function<void(const QString &)> &tell) {
     {
         const std::lock_guard lock(m_mutex);
         const auto now = Clock::now();
-        if (m_worked && now < *m_worked + freshness && (!m_failed || *m_failed < *m_worked))
+        if (m_isStopping)
+            known = stoppingText;
+        else if (m_worked && now < *m_worked + freshness && (!m_failed || *m_failed < *m_worked))
             known = QString();
         else if (m_failed && now < *m_failed + freshnessOfFaults && (!m_worked || *m_worked < *m_failed))
             known = m_fault;
@@ -56,14 +71,20 @@ void Health::run() {
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_isOver || !m_asking.empty(); });
-        QString fault = u"The server is stopping."_s;
-        if (!m_isOver) {
+        QString fault;
+        if (!m_isStopping) {
+            m_enough = std::stop_source();
+            const std::stop_token enough = m_enough.get_token();
             lock.unlock();
-            fault = tryOut();
+            const std::optional<QString> found = tryOut(enough);
             lock.lock();
-            (fault.isNull() ? m_worked : m_failed) = Clock::now();
-            m_fault = fault;
+            if (found)
+                (found->isNull() ? m_worked : m_failed) = Clock::now();
+            fault = found.value_or(QString());
         }
+        if (m_isStopping)
+            fault = stoppingText;
+        m_fault = fault;
         const auto asking = std::exchange(m_asking, {});
         lock.unlock();
         for (const auto &tell : asking)
@@ -74,17 +95,27 @@ void Health::run() {
     }
 }
 
-/// Converts a tiny document; nil if that works.
-QString Health::tryOut() {
-    std::stop_source enough;
+/// Whether documents that take long keep all instances from trying, but they do come.
+bool Health::isOnlyBusy() {
+    const Converter::State state = m_converter.state();
+    const std::lock_guard lock(m_mutex);
+    return state.working >= state.instances && m_worked && Clock::now() < *m_worked + m_longest + patience;
+}
+
+/// Converts a tiny document; nil if that works, nothing if it can't be told yet.
+std::optional<QString> Health::tryOut(const std::stop_token &enough) {
+    std::stop_source abandoned;
+    const std::stop_callback stop(enough, [&] { abandoned.request_stop(); });
     const auto promise = std::make_shared<std::promise<Converter::Answer>>();
     auto answer = promise->get_future();
     m_converter.convert({.object = {{u"data"_s, u"<!DOCTYPE html><p>works</p>"_s}, {u"network"_s, u"none"_s}},
                          .timeout = patience,
-                         .abandoned = enough.get_token()},
+                         .abandoned = abandoned.get_token()},
                         [promise](const Converter::Answer &given) { promise->set_value(given); });
     if (answer.wait_for(patience) != std::future_status::ready) {
-        enough.request_stop();
+        abandoned.request_stop();
+        if (isOnlyBusy())
+            return std::nullopt;
         const Converter::State state = m_converter.state();
         return u"A tiny document had not been converted after %1 s. %2 of %3 instances are working, and %4 documents wait."_s
             .arg(patience.count())
@@ -94,7 +125,7 @@ QString Health::tryOut() {
     }
     const Converter::Answer given = answer.get();
     if (given.outcome == Converter::Outcome::Done)
-        return {};
+        return QString();
     return u"A tiny document could not be converted: "_s +
            (given.outcome == Converter::Outcome::Abandoned ? u"it was abandoned"_s : given.text());
 }

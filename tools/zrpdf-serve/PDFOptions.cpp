@@ -54,8 +54,8 @@ QByteArray fieldValue(const QByteArray &value) {
 
 } // namespace
 
-void PDFOptions::takeQuery(const HTTPFields &query) {
-    for (const auto &[name, value] : query)
+void PDFOptions::take(const HTTPFields &fields) {
+    for (const auto &[name, value] : fields)
         take(name, value);
 }
 
@@ -68,11 +68,6 @@ void PDFOptions::takeHeader(const HTTPFields &header) {
         if (name.startsWith(headerPrefix))
             take(name.mid(qstrlen(headerPrefix)), fieldValue(value));
     }
-}
-
-void PDFOptions::takeForm(const HTTPFields &fields) {
-    for (const auto &[name, value] : fields)
-        take(name, value);
 }
 
 void PDFOptions::take(const QByteArray &name, const QByteArray &value) {
@@ -102,7 +97,7 @@ void PDFOptions::take(const QByteArray &name, const QByteArray &value) {
     } else if (name == "network") {
         const auto mode = networkModeNamed(value);
         if (!mode)
-            throw badOption(name, u"is none of all, public and none"_s);
+            throw badOption(name, u"is not all, public or none"_s);
         if (narrower(*mode, m_limits.network) != *mode)
             throw Problem{.kind = Kind::NetworkNotAllowed,
                           .detail = u"The network mode may be %1 at most here."_s.arg(

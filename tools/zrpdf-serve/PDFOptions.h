@@ -19,9 +19,8 @@ public:
         : timeout(limits.timeout), network(limits.network), m_limits(limits) {}
 
     /// Take what is given. Throw Problem for what is unknown, wrong, given before, or more than is allowed.
-    void takeQuery(const HTTPFields &query);
+    void take(const HTTPFields &fields);
     void takeHeader(const HTTPFields &header);
-    void takeForm(const HTTPFields &fields);
 
     QString title;   ///< null if it wasn't given
     QString creator; ///< null if it wasn't given

@@ -87,21 +87,21 @@ void PDFRequest::checkHead(const HTTPRequest &head, const Limits &limits) {
         throw Problem{.kind = Kind::BadRequest, .detail = u"There are two fields Content-Type."_s};
     checkType(contentTypeOf(head).type);
     PDFOptions options(limits);
-    options.takeQuery(head.query);
+    options.take(head.query);
     options.takeHeader(head.header);
 }
 
 PDFRequest PDFRequest::read(const HTTPRequest &request, const Limits &limits) {
     const ContentType content = contentTypeOf(request);
     PDFOptions options(limits);
-    options.takeQuery(request.query);
+    options.take(request.query);
     options.takeHeader(request.header);
     FormData form;
     const bool isForm = FormData::isForm(content.type) && !request.body.isEmpty();
     if (isForm) {
         form = FormData::read(content.field, request.body);
         try {
-            options.takeForm(form.fields);
+            options.take(form.fields);
         } catch (Problem problem) {
             // Some clients call everything a form that they aren't told the type of.
             if (problem.kind == Kind::UnknownOption)

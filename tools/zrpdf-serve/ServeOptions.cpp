@@ -40,23 +40,14 @@ Problem addAddress(std::vector<ListenAddress> &addresses, const QByteArray &valu
     return problem;
 }
 
-Problem setPath(QByteArray &path, const QByteArray &value) {
-    path = value;
-    return value.isEmpty() ? Problem("names nothing") : Problem();
-}
-
-Problem setNetwork(NetworkMode &network, const QByteArray &value) {
-    const auto mode = networkModeNamed(value);
-    network = mode.value_or(network);
-    return mode ? Problem() : Problem("is none of all, public and none");
-}
-
 Problem setForm(RequestLog::Form &form, const QByteArray &value) {
     form = value == "json" ? RequestLog::Form::JSON : RequestLog::Form::Lines;
     return value == "json" || value == "lines" ? Problem() : Problem("is neither lines nor json");
 }
 
 Problem checkTogether(const ServeOptions &options) {
+    if (options.broker.isWanted && options.broker.brokers.isEmpty())
+        return options.broker.problem();
     const bool isRemote = std::any_of(options.addresses.begin(), options.addresses.end(),
                                       [](const ListenAddress &address) { return !address.isLocal(); });
     if (isRemote && !options.allowsRemote)
@@ -73,28 +64,26 @@ int ServeOptions::defaultInstances() {
 
 ServeOptions ServeOptions::parse(const QList<QByteArray> &arguments, QByteArray *problem) {
     using Value = const QByteArray &;
-    using Rule = CommandOption::Rule;
+    constexpr auto once = CommandOption::Rule::Once;
+    constexpr auto last = CommandOption::Rule::Last;
     ServeOptions o;
     std::vector<CommandOption> table{
         {0, "listen", [&](Value v) { return addAddress(o.addresses, v); }},
         {0, "allow-remote", [&] { o.allowsRemote = true; }},
-        {0, "token-file", [&](Value v) { return setPath(o.tokenFile, v); }},
-        {0, "instances", [&](Value v) { return takeCount(o.instances, v, 1, mostInstances); }},
-        {0, "queue", [&](Value v) { return takeCount(o.queue, v, 0, longestQueue); }},
-        {'t', "timeout", [&](Value v) { return takeSeconds(o.timeout, v, longestTime); }},
-        {0, "grace", [&](Value v) { return takeSeconds(o.grace, v, longestTime); }},
-        {0, "max-body", [&](Value v) { return setSize(o.maxBody, v); }},
-        {0, "network", [&](Value v) { return setNetwork(o.network, v); }},
-        {0, "log", [&](Value v) { return setForm(o.logForm, v); }},
+        {0, "token-file", [&](Value v) { return takePath(o.tokenFile, v); }, once},
+        {0, "instances", [&](Value v) { return takeCount(o.instances, v, 1, mostInstances); }, once},
+        {0, "queue", [&](Value v) { return takeCount(o.queue, v, 0, longestQueue); }, once},
+        {'t', "timeout", [&](Value v) { return takeSeconds(o.timeout, v, longestTime); }, once},
+        {0, "grace", [&](Value v) { return takeSeconds(o.grace, v, longestTime); }, once},
+        {0, "max-body", [&](Value v) { return setSize(o.maxBody, v); }, once},
+        {0, "network", [&](Value v) { return takeNetwork(o.network, v); }, once},
+        {0, "log", [&](Value v) { return setForm(o.logForm, v); }, once},
         {'v', "verbose", [&] { o.verbose = true; }},
-        {'h', "help", [&] { o.action = Action::Help; }, Rule::Last},
-        {'V', "version", [&] { o.action = Action::Version; }, Rule::Last},
+        {'h', "help", [&] { o.action = Action::Help; }, last},
+        {'V', "version", [&] { o.action = Action::Version; }, last},
     };
     const auto brokerTable = o.broker.table();
     table.insert(table.end(), brokerTable.begin(), brokerTable.end());
-    for (CommandOption &option : table)
-        if (option.rule == Rule::MayRepeat && option.name != "listen" && !option.name.startsWith("broker"))
-            option.rule = Rule::Once;
     *problem = readOptions(table, arguments,
                            [](Value input) { return "there is nothing to do with \"" + input + '"'; });
     if (o.action != Action::Serve)

@@ -59,8 +59,14 @@ bool hasDoubtfulLength(const HTTPRequest &head) {
 
 Server::Server(const ServeOptions &options, std::optional<BearerToken> token, Converter &converter,
                RequestLog &log)
-    : m_options(options), m_token(std::move(token)), m_converter(converter), m_log(log), m_health(converter),
+    : m_options(options), m_token(std::move(token)), m_converter(converter), m_log(log),
+      m_health(converter, options.timeout),
       m_conversions(converter, m_metrics, m_health, {options.timeout, options.network}, options.queue) {
+}
+
+void Server::beginStop() {
+    m_isStopping = true;
+    m_health.beginStop();
 }
 
 const Server::Route *Server::routeOf(const QByteArray &path) {
@@ -97,13 +103,17 @@ std::optional<Problem> Server::problemWith(const HTTPRequest &head) const {
                                        : QByteArray("Bearer realm=\"zrpdf\", error=\"invalid_token\"")}}};
     if (!route)
         return Problem{.kind = Kind::NotFound, .detail = u"There is nothing at this path."_s};
-    if (!QByteArray(route->allowed).split(',').contains(head.method) &&
-        !QByteArray(route->allowed).contains(", " + head.method))
+    if (!QString::fromLatin1(route->allowed).split(u", "_s).contains(QString::fromLatin1(head.method)))
         return Problem{.kind = Kind::MethodNotAllowed,
                        .detail = u"This path knows the methods %1."_s.arg(QLatin1StringView(route->allowed)),
                        .header = {{"Allow", route->allowed}}};
-    if (!isForPDF || head.method == "OPTIONS")
-        return {};
+    if (!isForPDF || head.method == "OPTIONS") {
+        const bool hasBody =
+            head.field("content-length").toLongLong() != 0 || head.count("transfer-encoding") > 0;
+        return hasBody ? std::optional(Problem{.kind = Kind::BadRequest,
+                                               .detail = u"This request has a body, and takes none."_s})
+                       : std::nullopt;
+    }
     if (m_isStopping)
         return Problem{
             .kind = Kind::Stopping, .detail = u"The server is stopping."_s, .header = {{"Retry-After", "1"}}};
@@ -139,7 +149,8 @@ HTTPAnswer Server::refuseBody(const HTTPRequest &head, bool isTooLong) {
                   : Problem{.kind = Kind::UploadsFull,
                             .detail = u"Too many large bodies are being sent at once."_s,
                             .header = {{"Retry-After", "1"}}};
-    m_metrics.failed(problem.code());
+    if (head.path == "/v1/pdf")
+        m_metrics.failed(problem.code());
     return answerTo(head, problem);
 }
 

@@ -21,7 +21,7 @@ public:
            RequestLog &log);
 
     /// From here on new requests are turned away.
-    void beginStop() { m_isStopping = true; }
+    void beginStop();
 
     std::optional<HTTPAnswer> refuse(HTTPRequest &head) override;
     HTTPAnswer refuseBody(const HTTPRequest &head, bool isTooLong) override;

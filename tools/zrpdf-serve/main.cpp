@@ -119,7 +119,11 @@ int serve(const ServeOptions &options, std::optional<BearerToken> token, std::ve
         if (std::chrono::steady_clock::now() >= limit || StopSignal::wait(std::chrono::milliseconds(0))) {
             log.write(u"giving up what has not finished"_s);
             door.abandonAll();
-            door.waitUntilIdle(std::chrono::seconds(5));
+            if (!door.waitUntilIdle(std::chrono::seconds(5))) {
+                log.write(u"stopped with requests that nobody answers"_s);
+                XPCActivator::shared().stop();
+                ::_exit(Stopped);
+            }
             break;
         }
     door.stop();
@@ -136,12 +140,10 @@ int main(int count, char **values) {
     const ServeOptions options = ServeOptions::parse(arguments, &problem);
     if (!problem.isEmpty())
         return complain(problem + " (see zrpdf serve --help)", BadUsage);
-    if (options.action != ServeOptions::Action::Serve) {
-        const auto failure = writeAll(STDOUT_FILENO, options.action == ServeOptions::Action::Help
-                                                         ? ServeOptions::help()
-                                                         : QByteArray("zrpdf-serve " ZR_VERSION "\n"));
-        return failure ? complain(failure.message().c_str(), CannotListen) : Stopped;
-    }
+    if (options.action != ServeOptions::Action::Serve)
+        return printText(options.action == ServeOptions::Action::Help ? ServeOptions::help()
+                                                                      : "zrpdf-serve " ZR_VERSION "\n",
+                         "zrpdf serve", CannotListen);
 
     const QByteArray tokenFile =
         options.tokenFile.isNull() ? BearerToken::credentialFile() : options.tokenFile;

@@ -8,7 +8,9 @@
 #include <csignal>
 #include <future>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -199,6 +201,20 @@ TEST_F(ServicePoolTest, ADocumentWhoseServiceIsLostIsTriedAgainSoManyTimes) {
     EXPECT_EQ(one.get().outcome, Outcome::Lost);
     EXPECT_EQ(m_asked, 3);
     EXPECT_EQ(convert(pool, u"<p>x"_s).get().outcome, Outcome::Done);
+}
+
+TEST_F(ServicePoolTest, ADocumentThatIsTriedAgainHasNoMoreTimeThanOthers) {
+    ServicePool pool({.tries = 100});
+    auto answer = convert(pool, endless(), seconds(3));
+    // Each try would be lost before its own time was up.
+    const std::jthread killer([](const std::stop_token &stop) {
+        while (!stop.stop_requested()) {
+            ::poll(nullptr, 0, 1000);
+            for (const pid_t service : services())
+                ::kill(service, SIGKILL);
+        }
+    });
+    EXPECT_EQ(answer.get().outcome, Outcome::Late);
 }
 
 TEST_F(ServicePoolTest, ALostBrowserIsALossToo) {

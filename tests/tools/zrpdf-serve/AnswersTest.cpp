@@ -6,6 +6,8 @@
 #include "tests/support/LoopbackServers.h"
 
 #include <QJsonDocument>
+#include <cmath>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -223,13 +225,45 @@ TEST_F(Answers, PathsKnowTheirMethods) {
     EXPECT_EQ(ask("GET /v1/pdf").status, 405);
     EXPECT_EQ(ask("GET /v1/pdf").header.value("allow"), "POST, OPTIONS");
     EXPECT_EQ(ask("PUT /v1/pdf").code(), "method-not-allowed");
-    EXPECT_EQ(ask("OST /v1/pdf").code(), "method-not-allowed");
+    for (const char *method : {"OST", "O", "OPTION", "OPTIONS,", "post", "POST,"})
+        EXPECT_EQ(ask(QByteArray(method) + " /v1/pdf").code(), "method-not-allowed") << method;
+    EXPECT_EQ(ask("HEA /health").code(), "method-not-allowed");
     EXPECT_EQ(ask("POST /health").header.value("allow"), "GET, HEAD, OPTIONS");
     EXPECT_EQ(ask("OPTIONS /v1/pdf").status, 204);
     EXPECT_EQ(ask("OPTIONS /v1/pdf").header.value("allow"), "POST, OPTIONS");
     EXPECT_EQ(ask("HEAD /openapi.json", false).status, 200);
     for (const char *path : {"/", "/v1", "/v1/pdf/", "/v1/PDF", "//v1/pdf", "/v1/../v1/pdf", "*"})
         EXPECT_EQ(ask(QByteArray("GET ") + path).code(), "not-found") << path;
+}
+
+TEST_F(Answers, ABodyWhereNoneIsTakenIsNotKept) {
+    start();
+    for (const char *request : {"GET /health", "GET /metrics", "GET /openapi.json", "OPTIONS /v1/pdf"}) {
+        HTTPConnection connection = connect();
+        connection.send(QByteArray(request) + " HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\n\r\n12345");
+        EXPECT_EQ(connection.answer().code(), "bad-request") << request;
+        connection.send(QByteArray(request) +
+                        " HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n1\r\nx\r\n0\r\n\r\n");
+        EXPECT_EQ(connection.answer().code(), "bad-request") << request;
+    }
+    HTTPConnection connection = connect();
+    connection.send("GET /openapi.json HTTP/1.1\r\nHost: x\r\nContent-Length: 0\r\n\r\n");
+    EXPECT_EQ(connection.answer().status, 200);
+}
+
+TEST_F(Answers, RetryingIsForWhenThereIsRoomAgain) {
+    ScriptedServer slow(&silence);
+    start({"--queue", "20"});
+    // What a conversion takes is known then.
+    ASSERT_TRUE(post("<p>x").isPDF());
+    std::vector<HTTPConnection> all;
+    for (int i = 0; i < 21; ++i)
+        all.push_back(connect());
+    for (HTTPConnection &each : all)
+        each.post("/v1/pdf", "<img src='" + slow.url().toEncoded() + "'>");
+    ASSERT_TRUE(waitForMetric("zrpdf_queue_length", 20));
+    const double usual = metric("zrpdf_conversion_seconds_sum");
+    EXPECT_LE(post("<p>x").header.value("retry-after").toInt(), int(std::ceil(usual)));
 }
 
 TEST_F(Answers, HealthIsAConversionThatWorks) {

@@ -77,6 +77,16 @@ TEST(FormData, ThePageIsIndexHtmlThenWhatIsCalledIndexThenTheFirst) {
         u"index.html"_s);
 }
 
+TEST(FormData, StylesAndScriptsThatAreCalledLikeThePageAreNotThePage) {
+    const QByteArray page = part(R"(name="f"; filename="main.html")", "page");
+    for (const char *name : {"index.css", "index.js", "index.mjs"})
+        EXPECT_EQ(read(page + part(("name=\"g\"; filename=\"" + QByteArray(name) + "\"").constData(), "part"))
+                      .page()
+                      .name,
+                  u"main.html"_s)
+            << name;
+}
+
 TEST(FormData, NamesArePathsBelowThePage) {
     const FormData form = read(part(R"(name="img/./a b.png")", "x") + part("name=\"\xC3\xA4.png\"", "y") +
                                part(R"(name="50%25.png")", "z") + part(R"(name="say %22hi%22.png")", "q") +
@@ -140,6 +150,14 @@ TEST(FormData, FieldsOfAnAddressedFormAreDecoded) {
     EXPECT_TRUE(form.files.isEmpty());
     const HTTPFields wanted{{"url", "http://a/?b=c"}, {"title", "a b+"}, {"tagged", QByteArray()}, {"", "x"}};
     EXPECT_EQ(form.fields, wanted);
+}
+
+TEST(FormData, AnAddressedFormHasSoManyFieldsAndNoMore) {
+    const QByteArray type = "application/x-www-form-urlencoded";
+    EXPECT_EQ(FormData::read(type, QByteArray("a=b&").repeated(64)).fields.size(), 64);
+    EXPECT_EQ(FormData::read(type, QByteArray(1 << 20, '&')).fields.size(), 0);
+    EXPECT_THROW(FormData::read(type, QByteArray("a=b&").repeated(65)), Problem);
+    EXPECT_THROW(FormData::read(type, QByteArray("a&").repeated(1 << 20)), Problem);
 }
 
 TEST(FormData, TheArchiveHasEveryFileUnderItsName) {

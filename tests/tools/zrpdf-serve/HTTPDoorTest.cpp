@@ -119,6 +119,24 @@ TEST_F(Door, AClientThatDoesNotReadItsAnswerIsCut) {
     EXPECT_LT(answer.body.size(), echo.body.size());
 }
 
+TEST_F(Door, AnswersThatAreNotTakenLeaveLessRoomForBodies) {
+    echo.body = QByteArray(4 << 20, 'x');
+    open({.allBodies = (4 << 20) + (1 << 19)});
+    HTTPConnection slow = connect(), other = connect();
+    ASSERT_TRUE(slow.post("/", "x"));
+    ASSERT_TRUE(ProcessTree::waitUntil([&] {
+        int there = 0;
+        return ::ioctl(slow.descriptor(), FIONREAD, &there) == 0 && there > 0;
+    }));
+    const QByteArray body(1 << 20, 'y');
+    ASSERT_TRUE(other.post("/", body));
+    EXPECT_EQ(other.answer().status, 503);
+    EXPECT_EQ(slow.answer().body.size(), echo.body.size());
+    ASSERT_TRUE(ProcessTree::waitUntil([&] { return echo.answered == 2; }));
+    ASSERT_TRUE(other.post("/", body));
+    EXPECT_EQ(other.answer().status, 200);
+}
+
 TEST_F(Door, AllBodiesTogetherHaveALimit) {
     open({.allBodies = 100'000});
     HTTPConnection first = connect(), second = connect(), asking = connect();

@@ -4,6 +4,7 @@
 #include "tools/zrpdf-serve/Problem.h"
 
 #include <QFile>
+#include <QTemporaryFile>
 #include <gtest/gtest.h>
 
 using namespace zr;
@@ -101,8 +102,7 @@ TEST(ServeOptions, WrongValuesAreNamed) {
         EXPECT_EQ(problemOf({"--timeout", wrong}),
                   "the value of option --timeout is not a number of seconds from 0.001 to 86400")
             << wrong;
-    EXPECT_EQ(problemOf({"--network", "ALL"}),
-              "the value of option --network is none of all, public and none");
+    EXPECT_EQ(problemOf({"--network", "ALL"}), "the value of option --network is not all, public or none");
     EXPECT_EQ(problemOf({"--log", "xml"}), "the value of option --log is neither lines nor json");
     EXPECT_EQ(problemOf({"--token-file", ""}), "the value of option --token-file names nothing");
 }
@@ -153,18 +153,6 @@ TEST(ServeOptions, HelpAndVersionWinOverEverythingElse) {
     EXPECT_EQ(parse({"-V"}).options.action, ServeOptions::Action::Version);
 }
 
-TEST(ServeOptions, ABrokersOptionsAreThoseOfAllPrograms) {
-    const Parsed parsed =
-        parse({"--broker", "amqp://a/", "--broker=amqps://b/", "--queue", "3", "--prefix", "p"});
-    EXPECT_EQ(parsed.problem.toStdString(), "");
-    EXPECT_EQ(parsed.options.broker.brokers.size(), 2);
-    EXPECT_EQ(parsed.options.broker.prefix, QStringLiteral("p"));
-    EXPECT_EQ(parsed.options.queue, 3);
-    EXPECT_NE(problemOf({"--broker", "http://a/"}), "");
-    EXPECT_NE(problemOf({"--broker"}), "");
-    EXPECT_NE(problemOf({"--broker-file", "/nowhere"}), "");
-}
-
 TEST(ServeOptions, TheManualPageAndTheGuideKnowTheSameOptionsAndCodes) {
     const auto file = [](const char *name) {
         QFile reader(QStringLiteral(ZR_SOURCE_DIR "/") + QLatin1String(name));
@@ -206,4 +194,17 @@ TEST(ServeOptions, ABrokersWorkersConvertIfOneIsNamed) {
     EXPECT_NE(problemOf({"--broker", "http://host"}), "");
     EXPECT_NE(problemOf({"--broker", "amqp://host", "--prefix", "a b"}), "");
     EXPECT_NE(problemOf({"--store", "ftp://host/"}), "");
+    EXPECT_NE(problemOf({"--broker"}), "");
+    EXPECT_NE(problemOf({"--broker-file", "/nowhere"}), "");
+}
+
+TEST(ServeOptions, WhoNamesNoBrokerButWhatBelongsToOneIsToldSo) {
+    const std::string none = "no broker; --broker or --broker-file names one";
+    EXPECT_EQ(problemOf({"--prefix", "mine"}), none);
+    EXPECT_EQ(problemOf({"--store", "http://host/"}), none);
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    ASSERT_GT(file.write("# nothing yet\n\n"), 0);
+    ASSERT_TRUE(file.flush());
+    EXPECT_EQ(problemOf({"--broker-file", file.fileName().toUtf8()}), none);
 }

@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class Trouble : public ServeTest {
@@ -133,6 +135,47 @@ TEST_F(Trouble, AStopFinishesWhatHasBegunAndTurnsNewRequestsAway) {
     EXPECT_TRUE(begun.answer().isPDF());
     EXPECT_TRUE(waiting.answer().isPDF());
     EXPECT_EQ(server().wait(), 0);
+}
+
+TEST_F(Trouble, AStopAnswersThoseWhoAskForHealth) {
+    ScriptedServer slow(&silence);
+    start();
+    HTTPConnection begun = connect();
+    begun.post("/v1/pdf", endless(slow));
+    ASSERT_TRUE(isAskedFor(slow, 1));
+    // Its tiny document waits for the only instance.
+    HTTPConnection asking = connect();
+    asking.get("/health");
+    ASSERT_TRUE(waitForMetric("zrpdf_queue_length", 1));
+    HTTPConnection kept = connect();
+    kept.get("/none");
+    ASSERT_EQ(kept.answer().status, 404);
+    server().kill(SIGTERM);
+    const Answer answer = asking.answer();
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_EQ(answer.code(), "unhealthy");
+    EXPECT_EQ(answer.problem().value(u"detail"_s).toString(), u"The server is stopping."_s);
+    kept.get("/health");
+    EXPECT_EQ(kept.answer().code(), "unhealthy");
+    server().kill(SIGTERM);
+    EXPECT_EQ(server().wait(std::chrono::seconds(20)), 0);
+}
+
+TEST_F(Trouble, AServerThatIsBusyForLongIsHealthy) {
+    ScriptedServer slow(&silence);
+    start();
+    ASSERT_TRUE(post("<p>x").isPDF());
+    HTTPConnection begun = connect();
+    begun.post("/v1/pdf", endless(slow));
+    ASSERT_TRUE(isAskedFor(slow, 1));
+    // What the real one has shown holds for a few seconds; then a tiny one is tried, for longer than people wait.
+    ASSERT_TRUE(ProcessTree::waitUntil([&] {
+        HTTPConnection asking = connect();
+        asking.get("/health");
+        return asking.answer().status != 200 || metric("zrpdf_queue_length") == 1;
+    }));
+    EXPECT_EQ(get("/health").status, 200);
+    EXPECT_EQ(metric("zrpdf_conversions_total"), 1);
 }
 
 TEST_F(Trouble, ASecondSignalEndsItAtOnce) {
