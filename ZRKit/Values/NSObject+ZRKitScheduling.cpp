@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <limits>
 
 namespace ZRKit {
 

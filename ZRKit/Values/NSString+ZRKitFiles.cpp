@@ -5,7 +5,6 @@
 #include "platform/files/FileContents.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/text/UTF8.h"
-#include "platform/values/NSNull.h"
 
 using namespace zr;
 

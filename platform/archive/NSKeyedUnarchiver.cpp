@@ -10,7 +10,6 @@
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 
-#include <QDateTime>
 #include <QHash>
 #include <QStringDecoder>
 #include <QUrl>

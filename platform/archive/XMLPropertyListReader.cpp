@@ -4,7 +4,6 @@
 #include "platform/archive/NSPropertyList.h"
 
 #include <QDateTime>
-#include <QTimeZone>
 
 using namespace zr;
 

@@ -25,11 +25,6 @@ namespace {
 
 constexpr size_t PieceSize = 128 << 10;
 
-/// The error of a call that answers -1 if it fails.
-std::error_code outcome(ssize_t result) {
-    return result < 0 ? systemError() : std::error_code();
-}
-
 /// Reads until the piece is full or the file ends; -1 if the file can't be read.
 ssize_t readPiece(int file, char *piece, size_t size = PieceSize) {
     size_t done = 0;
@@ -59,7 +54,7 @@ std::error_code copyBytes(int from, int to, off_t size) {
     while (size > 0) {
         const ssize_t count = readPiece(from, piece.get(), size_t(std::min<off_t>(size, PieceSize)));
         if (count <= 0)
-            return outcome(count);
+            return errorUnless(count);
         if (const std::error_code error = writeAll(to, {piece.get(), count}))
             return error;
         size -= count;
@@ -79,7 +74,8 @@ std::error_code copyContent(int from, int to) {
     for (off_t end = 0;;) {
         const off_t start = ::lseek(from, end, SEEK_DATA);
         if (start < 0) // nothing but a hole is left
-            return errno == ENXIO ? outcome(::ftruncate(to, std::max(end, status.st_size))) : systemError();
+            return errno == ENXIO ? errorUnless(::ftruncate(to, std::max(end, status.st_size)))
+                                  : systemError();
         end = ::lseek(from, start, SEEK_HOLE);
         if (end < 0 || ::lseek(from, start, SEEK_SET) < 0 || ::lseek(to, start, SEEK_SET) < 0)
             return systemError();
@@ -107,7 +103,7 @@ std::error_code adopt(int from, int to) {
     if (::fchmod(to, status.st_mode & 01777) != 0)
         return systemError();
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-    return outcome(::futimens(to, times.data()));
+    return errorUnless(::futimens(to, times.data()));
 }
 
 std::error_code copyFile(int fromFolder, const QByteArray &from, int toFolder, const QByteArray &to) {
@@ -141,10 +137,10 @@ std::error_code copyLeaf(int fromFolder, const QByteArray &from, mode_t mode, in
         return copyFile(fromFolder, from, toFolder, to);
     case S_IFLNK:
         if (const auto target = linkTarget(fromFolder, from))
-            return outcome(::symlinkat(target->constData(), toFolder, to.constData()));
+            return errorUnless(::symlinkat(target->constData(), toFolder, to.constData()));
         return systemError();
     case S_IFIFO:
-        return outcome(::mkfifoat(toFolder, to.constData(), mode & 07777));
+        return errorUnless(::mkfifoat(toFolder, to.constData(), mode & 07777));
     default:
         return systemError(ENOTSUP);
     }
@@ -268,10 +264,10 @@ std::error_code removeItem(const QByteArray &path, bool evenReadOnly) {
     if (::lstat(path.constData(), &status) != 0)
         return systemError();
     if (!S_ISDIR(status.st_mode))
-        return outcome(::unlink(path.constData()));
+        return errorUnless(::unlink(path.constData()));
     if (const std::error_code error = emptyFolder(path, evenReadOnly))
         return error;
-    return outcome(::rmdir(path.constData()));
+    return errorUnless(::rmdir(path.constData()));
 }
 
 /// The path without slashes at its end, which would have the system follow a link. Refused, as the system refuses them
@@ -307,7 +303,7 @@ std::error_code renameNew(const QByteArray &from, const QByteArray &to) {
     struct stat status {};
     if (::lstat(to.constData(), &status) == 0)
         return systemError(EEXIST);
-    return outcome(::rename(from.constData(), to.constData()));
+    return errorUnless(::rename(from.constData(), to.constData()));
 }
 
 bool areEqualFiles(const QByteArray &one, const QByteArray &other) {

@@ -6,7 +6,6 @@
 #include "platform/files/FileTree.h"
 #include "platform/files/NSPathUtilities.h"
 
-#include <QTimeZone>
 #include <array>
 #include <fcntl.h>
 #include <filesystem>
@@ -20,10 +19,6 @@
 using namespace zr;
 
 namespace {
-
-std::error_code outcome(int result) {
-    return result < 0 ? systemError() : std::error_code();
-}
 
 /// Runs the work on the path's bytes; a path that can't name anything gives the error of a missing file.
 template <typename Work>
@@ -101,7 +96,7 @@ std::error_code NSFileManager::createDirectoryAtPath(const QString &path,
                                                      bool withIntermediateDirectories) const {
     return withPath(path, [&](const QByteArray &bytes) {
         if (!withIntermediateDirectories)
-            return outcome(::mkdir(bytes.constData(), 0777));
+            return errorUnless(::mkdir(bytes.constData(), 0777));
         std::error_code error;
         std::filesystem::create_directories(bytes.constData(), error);
         return error;
@@ -177,7 +172,7 @@ std::error_code NSFileManager::setModificationDate(const QDateTime &date, const 
     const std::array<timespec, 2> times{timespec{0, UTIME_OMIT},
                                         timespec{time_t((time - part) / 1000), long(part * 1'000'000)}};
     return withPath(path, [&](const QByteArray &bytes) {
-        return outcome(::utimensat(AT_FDCWD, bytes.constData(), times.data(), 0));
+        return errorUnless(::utimensat(AT_FDCWD, bytes.constData(), times.data(), 0));
     });
 }
 
@@ -207,8 +202,8 @@ std::error_code NSFileManager::setExtendedAttribute(const QString &name, const Q
     if (attribute.isNull())
         return systemError(EINVAL);
     return withPath(path, [&](const QByteArray &bytes) {
-        return outcome(value.isNull() ? ::removexattr(bytes.constData(), attribute.constData())
-                                      : ::setxattr(bytes.constData(), attribute.constData(),
-                                                   value.constData(), size_t(value.size()), 0));
+        return errorUnless(value.isNull() ? ::removexattr(bytes.constData(), attribute.constData())
+                                          : ::setxattr(bytes.constData(), attribute.constData(),
+                                                       value.constData(), size_t(value.size()), 0));
     });
 }

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <memory>
-#include <vector>
 #include <zimg.h>
 
 namespace {

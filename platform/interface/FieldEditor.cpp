@@ -11,8 +11,6 @@
 #include <QScopeGuard>
 #include <QSignalBlocker>
 #include <QTextBlock>
-#include <algorithm>
-#include <utility>
 
 using namespace zr;
 

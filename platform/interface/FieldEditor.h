@@ -4,8 +4,6 @@
 #include "platform/interface/NSTextView.h"
 #include "platform/text/NSTextAlignment.h"
 
-#include <memory>
-
 class QKeyEvent;
 
 namespace zr {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/interface/NSWindowController.h"
 
-#include "platform/interface/NSNib.h"
 #include "platform/interface/NSResponder.h"
 #include "platform/interface/NSWindow.h"
 #include "platform/interface/NibLoading.h"

@@ -9,7 +9,6 @@
 #include "platform/values/NSLog.h"
 
 #include <QCoreApplication>
-#include <functional>
 #include <mutex>
 #include <unistd.h>
 

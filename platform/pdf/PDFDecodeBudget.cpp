@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <qpdf/Pl_Flate.hh>

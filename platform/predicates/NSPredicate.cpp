@@ -20,10 +20,6 @@ using NSObjectRuntime::className;
 using NSObjectRuntime::compare;
 using NSObjectRuntime::isEqual;
 
-bool isAbsent(const QVariant &value) {
-    return NSIsNull(value) || kindOf(value) == ValueKind::Nil;
-}
-
 bool isCollection(const QVariant &value) {
     const ValueKind kind = kindOf(value);
     return kind == ValueKind::Array || kind == ValueKind::Set || kind == ValueKind::Dictionary;

@@ -2,6 +2,7 @@
 #include "platform/predicates/PredicateFunctions.h"
 
 #include "platform/base/NSException.h"
+#include "platform/values/Coercion.h"
 #include "platform/values/NSDecimalNumber.h"
 #include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
@@ -30,10 +31,6 @@ using NSObjectRuntime::doubleValue;
 
 enum class Sign { Plus, Minus, Times, Over, Modulo, Power };
 
-bool isAbsent(const QVariant &value) {
-    return NSIsNull(value) || kindOf(value) == ValueKind::Nil;
-}
-
 void requireNumber(const QVariant &value) {
     const ValueKind kind = kindOf(value);
     if (kind != ValueKind::Number && kind != ValueKind::Decimal)
@@ -44,21 +41,10 @@ void requireNumber(const QVariant &value) {
 
 /// A number as a signed 64-bit integer, where it is an integer that fits.
 std::optional<qint64> wholeOf(const QVariant &value) {
-    constexpr auto Largest = quint64(std::numeric_limits<qint64>::max());
-    switch (value.typeId()) {
-    case QMetaType::Float:
-    case QMetaType::Double:
+    if (kindOf(value) != ValueKind::Number)
         return {};
-    case QMetaType::ULong:
-    case QMetaType::ULongLong:
-        if (value.toULongLong() > Largest)
-            return {};
-        break;
-    default:
-        if (kindOf(value) != ValueKind::Number)
-            return {};
-    }
-    return value.toLongLong();
+    const Number number = numberOf(value);
+    return number.sort == Number::Signed ? std::optional(number.whole) : std::nullopt;
 }
 
 /// What two integers give, where that is an integer that fits.
@@ -133,13 +119,7 @@ std::optional<QVariant> decimalResult(Sign sign, const NSDecimalNumber &a, const
 }
 
 NSDecimalNumber decimalOf(const QVariant &value) {
-    if (kindOf(value) == ValueKind::Decimal)
-        return held<NSDecimalNumber>(value);
-    if (const std::optional<qint64> whole = wholeOf(value))
-        return NSDecimalNumber(*whole);
-    return value.typeId() == QMetaType::ULongLong
-               ? NSDecimalNumber(value.toULongLong())
-               : NSDecimalNumber::decimalNumberWithDouble(doubleValue(value));
+    return kindOf(value) == ValueKind::Decimal ? held<NSDecimalNumber>(value) : decimalOf(numberOf(value));
 }
 
 QVariant calculated(Sign sign, const QVariant &a, const QVariant &b) {
@@ -182,7 +162,8 @@ QVariant real(const QVariantList &arguments) {
 template <auto function>
 QVariant rounded(const QVariantList &arguments) {
     const QVariant &value = arguments.at(0);
-    return wholeOf(value) || value.typeId() == QMetaType::ULongLong ? value : real<function>(arguments);
+    const bool isInteger = kindOf(value) == ValueKind::Number && numberOf(value).sort != Number::Real;
+    return isInteger ? value : real<function>(arguments);
 }
 
 QVariant magnitude(const QVariantList &arguments) {

@@ -11,10 +11,8 @@
 #include "platform/values/ValueKind.h"
 
 #include <QDateTime>
-#include <QUrl>
 #include <QUuid>
 #include <bit>
-#include <cmath>
 #include <limits>
 
 using namespace zr;
@@ -61,12 +59,7 @@ QVariant integerValue(const NSAttributeDescription &attribute, const QVariant &v
 }
 
 NSDecimalNumber decimalValue(const QVariant &value, ValueKind kind) {
-    if (kind == ValueKind::Decimal)
-        return held<NSDecimalNumber>(value);
-    const Number number = numberOf(value);
-    return number.sort == Number::Signed     ? NSDecimalNumber(number.whole)
-           : number.sort == Number::Unsigned ? NSDecimalNumber(number.large)
-                                             : NSDecimalNumber::decimalNumberWithDouble(number.real);
+    return kind == ValueKind::Decimal ? held<NSDecimalNumber>(value) : decimalOf(numberOf(value));
 }
 
 QVariant numericValue(const NSAttributeDescription &attribute, const QVariant &value, ValueKind kind) {

@@ -2,7 +2,6 @@
 #include "platform/store/ModelMapping.h"
 
 #include "platform/store/StoreFailure.h"
-#include "platform/values/NSNull.h"
 
 #include <set>
 

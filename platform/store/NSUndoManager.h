@@ -4,7 +4,6 @@
 #include <QObject>
 #include <QString>
 #include <functional>
-#include <memory>
 #include <vector>
 
 /// What can be undone, and done again: groups of steps, the latest first.

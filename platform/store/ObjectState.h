@@ -5,7 +5,6 @@
 #include "platform/store/NSManagedObject.h"
 #include "platform/store/ObjectSource.h"
 
-#include <QHash>
 #include <QList>
 #include <QSet>
 #include <atomic>

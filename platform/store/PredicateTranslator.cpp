@@ -7,8 +7,6 @@
 #include "platform/values/NSNull.h"
 #include "platform/values/ValueKind.h"
 
-#include <QUrl>
-#include <QUuid>
 #include <algorithm>
 #include <cmath>
 

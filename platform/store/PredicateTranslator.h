@@ -5,7 +5,6 @@
 #include "platform/predicates/NSCompoundPredicate.h"
 #include "platform/store/StoreQuery.h"
 
-#include <QHash>
 #include <QMap>
 #include <QStringList>
 #include <optional>

@@ -4,7 +4,6 @@
 #include "platform/store/NSManagedObjectModel.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QMap>
 #include <QSet>
 #include <memory>

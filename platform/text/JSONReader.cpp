@@ -9,7 +9,6 @@
 #include <QVariantMap>
 #include <charconv>
 #include <cmath>
-#include <limits>
 #include <vector>
 
 namespace zr {

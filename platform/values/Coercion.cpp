@@ -95,6 +95,12 @@ float floatValue(const QVariant &value) {
         [](double seconds) { return float(seconds); });
 }
 
+NSDecimalNumber decimalOf(const Number &number) {
+    return number.sort == Number::Signed     ? NSDecimalNumber(number.whole)
+           : number.sort == Number::Unsigned ? NSDecimalNumber(number.large)
+                                             : NSDecimalNumber::decimalNumberWithDouble(number.real);
+}
+
 Number numberOf(const QVariant &value) {
     switch (value.typeId()) {
     case QMetaType::Float:

@@ -3,6 +3,8 @@
 
 #include <QVariant>
 
+class NSDecimalNumber;
+
 namespace zr {
 
 // Numbers out of loosely typed values: of numbers and decimals by value, of strings by the number that they
@@ -32,5 +34,7 @@ struct Number {
 
 /// The value must be a number.
 Number numberOf(const QVariant &value);
+/// The same number; of a floating-point one, what its shortest text says.
+NSDecimalNumber decimalOf(const Number &number);
 
 } // namespace zr

@@ -35,11 +35,6 @@ bool isOperator(const QString &key) {
     return key.startsWith(QLatin1Char('@'));
 }
 
-bool isAbsent(const QVariant &value) {
-    const ValueKind kind = kindOf(value);
-    return kind == ValueKind::Nil || kind == ValueKind::Null;
-}
-
 // ---- What every value has
 
 QVariant numberForKey(const QVariant &value, const QString &key) {
@@ -139,12 +134,9 @@ NSDecimalNumber decimalOf(const QVariant &given) {
     const QVariant &value = plain(given, made);
     if (kindOf(value) == ValueKind::Decimal)
         return held<NSDecimalNumber>(value);
-    const Number number = kindOf(value) == ValueKind::Number
-                              ? numberOf(value)
-                              : Number{Number::Real, 0, 0, NSObjectRuntime::doubleValue(value)};
-    return number.sort == Number::Signed     ? NSDecimalNumber(number.whole)
-           : number.sort == Number::Unsigned ? NSDecimalNumber(number.large)
-                                             : NSDecimalNumber::decimalNumberWithDouble(number.real);
+    return zr::decimalOf(kindOf(value) == ValueKind::Number
+                             ? numberOf(value)
+                             : Number{Number::Real, 0, 0, NSObjectRuntime::doubleValue(value)});
 }
 
 QVariant sumOf(const Values &values) {
@@ -154,9 +146,9 @@ QVariant sumOf(const Values &values) {
     for (const QVariant &given : values) {
         QVariant made;
         const QVariant &value = plain(given, made);
-        const ValueKind kind = kindOf(value);
-        if (kind == ValueKind::Nil || kind == ValueKind::Null)
+        if (isAbsent(value))
             continue;
+        const ValueKind kind = kindOf(value);
         allIntegers &= kind == ValueKind::Number && numberOf(value).sort != Number::Real;
         anyDecimal |= kind == ValueKind::Decimal;
         real += NSObjectRuntime::doubleValue(value);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/base/NSError.h"
-#include "platform/values/NSNull.h"
 #include "platform/values/NSObjectRuntime.h"
-#include "platform/values/NSSet.h"
 #include "platform/values/NumberText.h"
 #include "platform/values/ValueKind.h"
 

@@ -31,6 +31,12 @@ enum class ValueKind {
 /// holds; numbers and texts in one are Other until plain() takes them out.
 ValueKind kindOf(const QVariant &value);
 
+/// Whether it is nil or the null marker.
+inline bool isAbsent(const QVariant &value) {
+    const ValueKind kind = kindOf(value);
+    return kind == ValueKind::Nil || kind == ValueKind::Null;
+}
+
 /// The value, or what a QJsonValue holds, which is then made in `made`.
 const QVariant &plain(const QVariant &value, QVariant &made);
 

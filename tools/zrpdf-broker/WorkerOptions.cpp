@@ -23,12 +23,6 @@ QByteArray setHours(std::chrono::seconds &time, const QByteArray &value) {
     return {};
 }
 
-QByteArray setNetwork(NetworkMode &network, const QByteArray &value) {
-    const auto mode = networkModeNamed(value);
-    network = mode.value_or(network);
-    return mode ? QByteArray() : QByteArray("is none of all, public, none");
-}
-
 } // namespace
 
 WorkerOptions WorkerOptions::parse(const QList<QByteArray> &arguments, QByteArray *problem) {
@@ -41,7 +35,7 @@ WorkerOptions WorkerOptions::parse(const QList<QByteArray> &arguments, QByteArra
         {0, "urgent", [&](Value v) { return takeCount(o.urgentInstances, v, 0, mostInstances); }},
         {'t', "timeout", [&](Value v) { return takeSeconds(o.timeout, v, longestTimeout); }},
         {0, "store-age", [&](Value v) { return setHours(o.storeAge, v); }},
-        {0, "network", [&](Value v) { return setNetwork(o.network, v); }},
+        {0, "network", [&](Value v) { return takeNetwork(o.network, v); }},
         {'v', "verbose", [&] { o.verbose = true; }},
         {'h', "help", [&] { o.action = Action::Help; }, last},
         {'V', "version", [&] { o.action = Action::Version; }, last},

@@ -5,8 +5,6 @@
 #include "platform/base/SystemError.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>

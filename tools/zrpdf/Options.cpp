@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zrpdf/Options.h"
 
-#include "ZRKit/Service/NetworkMode.h"
-#include "tools/converter/OptionReader.h"
-
 namespace {
 
 using Problem = QByteArray;
@@ -17,16 +14,6 @@ Problem setText(QString &text, const QByteArray &value) {
     if (text.isNull())
         text = QStringLiteral("");
     return text.contains(QChar::ReplacementCharacter) ? Problem("is not UTF-8") : Problem();
-}
-
-Problem setPath(QByteArray &path, const QByteArray &value) {
-    path = value;
-    return value.isEmpty() ? Problem("names nothing") : Problem();
-}
-
-Problem setNetwork(Options &options, const QByteArray &value) {
-    options.network = QString::fromLatin1(value);
-    return zr::networkModeNamed(value) ? Problem() : "is not all, public or none";
 }
 
 Problem checkTogether(const Options &options) {
@@ -59,14 +46,14 @@ Options Options::parse(const QList<QByteArray> &arguments, QByteArray *problem,
     constexpr auto last = zr::CommandOption::Rule::Last;
     Options o;
     std::vector<zr::CommandOption> table{
-        {'o', "output", [&](Value v) { return setPath(o.output, v); }},
-        {'d', "directory", [&](Value v) { return setPath(o.folder, v); }},
+        {'o', "output", [&](Value v) { return zr::takePath(o.output, v); }},
+        {'d', "directory", [&](Value v) { return zr::takePath(o.folder, v); }},
         {'f', "force", [&] { o.force = true; }},
         {0, "title", [&](Value v) { return setText(o.title, v); }},
         {0, "creator", [&](Value v) { return setText(o.creator, v); }},
         {0, "type", [&](Value v) { return v.isEmpty() ? Problem("names nothing") : setText(o.type, v); }},
         {0, "tagged", [&] { o.tagged = true; }},
-        {0, "network", [&](Value v) { return setNetwork(o, v); }},
+        {0, "network", [&](Value v) { return zr::takeNetwork(o.network.emplace(), v); }},
         {'j', "jobs", [&](Value v) { return zr::takeCount(o.jobs, v, 1, mostJobs); }},
         {'t', "timeout", [&](Value v) { return zr::takeSeconds(o.timeout, v, longestTimeout); }},
         {0, "boot", [&] { o.action = Action::Boot; }},

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QString>
 #include <chrono>
+#include <optional>
 
 /// What the command line asks for. Paths and inputs are bytes, as the system has them.
 struct Options {
@@ -14,12 +15,12 @@ struct Options {
 
     Action action = Action::Convert;
     QList<QByteArray> inputs;
-    QByteArray output; ///< null if it wasn't given, "-" for standard output
-    QByteArray folder; ///< null if it wasn't given
-    QString title;     ///< null if it wasn't given
-    QString creator;   ///< null if it wasn't given
-    QString type;      ///< null if it wasn't given
-    QString network;   ///< null if it wasn't given
+    QByteArray output;                      ///< null if it wasn't given, "-" for standard output
+    QByteArray folder;                      ///< null if it wasn't given
+    QString title;                          ///< null if it wasn't given
+    QString creator;                        ///< null if it wasn't given
+    QString type;                           ///< null if it wasn't given
+    std::optional<zr::NetworkMode> network; ///< nothing if it wasn't given
     int jobs = 1;
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
     bool tagged = false;

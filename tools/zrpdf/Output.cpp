@@ -6,7 +6,6 @@
 #include "platform/base/WriteAll.h"
 #include "tools/zrpdf/Interrupts.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tools/zrpdf/ExitCode.h"
 #include "tools/zrpdf/Input.h"
 #include "tools/zrpdf/Options.h"
 #include "tools/zrpdf/Progress.h"

@@ -167,7 +167,8 @@ QVariantMap Runner::task(const QVariant &data) const {
     set(QStringLiteral("utiType"), m_options.type);
     set(QStringLiteral("pdfTitle"), m_options.title);
     set(QStringLiteral("pdfCreator"), m_options.creator);
-    set(QStringLiteral("network"), m_options.network);
+    if (m_options.network)
+        task.insert(QStringLiteral("network"), zr::networkModeName(*m_options.network));
     if (m_options.tagged)
         task.insert(QStringLiteral("tagged"), true);
     return task;

@@ -2,18 +2,12 @@
 #include "platform/base/SystemError.h"
 #include "platform/base/WriteAll.h"
 #include "platform/xpc/XPCActivator.h"
-#include "tools/converter/Events.h"
 #include "tools/converter/ServicePool.h"
 #include "tools/converter/StandardStreams.h"
-#include "tools/zrpdf/ExitCode.h"
-#include "tools/zrpdf/Interrupts.h"
-#include "tools/zrpdf/Options.h"
-#include "tools/zrpdf/Plan.h"
-#include "tools/zrpdf/Reporter.h"
-#include "tools/zrpdf/Runner.h"
+#include "tools/zrpdf/CommandLineProgram.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -23,21 +17,6 @@ namespace {
 [[noreturn]] void leave(int status) {
     zr::XPCActivator::shared().stop();
     ::_exit(status);
-}
-
-int print(const QByteArray &text, int standardError) {
-    const auto failure = zr::writeAll(STDOUT_FILENO, text);
-    if (!failure)
-        return int(ExitCode::Success);
-    zr::writeAll(standardError, QByteArray("zrpdf: standard output: ") + failure.message().c_str() + '\n');
-    return int(ExitCode::UnwritableOutput);
-}
-
-int finish(ExitCode code, Reporter &reporter) {
-    if (code != ExitCode::Interrupted)
-        return int(code);
-    reporter.line("interrupted");
-    return int(ExitCode::Interrupted) + Interrupts::signal();
 }
 
 /// The program that the arguments are for, if it isn't this one. Servers are programs of their own, because each library
@@ -71,9 +50,7 @@ void become(const QString &program, char **arguments) {
 
 int main(int count, char **values) {
     zr::fillStandardStreams();
-    QList<QByteArray> arguments;
-    for (int index = 1; index < count; ++index)
-        arguments.append(values[index]);
+    const QList<QByteArray> arguments(values + std::min(count, 1), values + count);
     if (const QString program = programFor(arguments); !program.isNull()) {
         const bool isVerb = program != QLatin1StringView("zrpdf-broker");
         // The verb stands where the program's own name is expected.
@@ -83,32 +60,14 @@ int main(int count, char **values) {
     }
     QByteArray problem;
     const Options options = Options::parse(arguments, &problem);
-    const auto complain = [](const QByteArray &text, ExitCode code) {
-        zr::writeAll(STDERR_FILENO, "zrpdf: " + text + '\n');
-        leave(int(code));
+    const CommandLineProgram program{
+        .help = Options::help(),
+        .helpHint = "zrpdf --help",
+        .makeConverter =
+            [](int instances) {
+                return std::make_unique<zr::ServicePool>(zr::ServicePool::Options{.instances = instances});
+            },
+        .leave = leave,
     };
-    if (!problem.isEmpty())
-        complain(problem + " (see zrpdf --help)", ExitCode::BadUsage);
-    if (options.action == Options::Action::Help)
-        leave(print(Options::help(), STDERR_FILENO));
-    if (options.action == Options::Action::Version)
-        leave(print("zrpdf " ZR_VERSION "\n", STDERR_FILENO));
-
-    const Plan plan = Plan::make(options);
-    if (!plan.problem.isEmpty())
-        complain(plan.problem, plan.problemCode);
-
-    zr::Events events;
-    Interrupts::install(events.descriptor());
-    const int standardError = zr::takeStandardError(options.verbose);
-    Reporter reporter(options, standardError, qsizetype(plan.entries.size()));
-    Runner runner(options, plan, reporter, events, [](int instances) {
-        return std::make_unique<zr::ServicePool>(zr::ServicePool::Options{.instances = instances});
-    });
-    if (options.action == Options::Action::Boot) {
-        QByteArray answer;
-        const ExitCode code = runner.boot(&answer);
-        leave(code == ExitCode::Success ? print(answer + '\n', standardError) : finish(code, reporter));
-    }
-    leave(finish(runner.run(), reporter));
+    leave(program.run(options, problem));
 }

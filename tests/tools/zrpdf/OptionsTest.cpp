@@ -27,7 +27,7 @@ TEST(ZrpdfOptions, DefaultsAreOneInstanceAMinuteAndNothingElse) {
     EXPECT_TRUE(options.title.isNull());
     EXPECT_TRUE(options.creator.isNull());
     EXPECT_TRUE(options.type.isNull());
-    EXPECT_TRUE(options.network.isNull());
+    EXPECT_FALSE(options.network);
     EXPECT_EQ(options.jobs, 1);
     EXPECT_EQ(options.timeout, std::chrono::seconds(60));
     EXPECT_FALSE(options.tagged || options.force || options.json || options.quiet || options.verbose);
@@ -147,8 +147,10 @@ TEST(ZrpdfOptions, EachWrongUseHasItsSentence) {
 
 TEST(ZrpdfOptions, ThereAreThreeNetworkModes) {
     for (const char *const mode : {"all", "public", "none"}) {
-        EXPECT_EQ(parse({"--network", mode, "a"}).network, QLatin1StringView(mode));
-        EXPECT_EQ(parse({QByteArray("--network=") + mode, "a"}).network, QLatin1StringView(mode));
+        const auto named = zr::networkModeNamed(mode);
+        ASSERT_TRUE(named);
+        EXPECT_EQ(parse({"--network", mode, "a"}).network, named);
+        EXPECT_EQ(parse({QByteArray("--network=") + mode, "a"}).network, named);
     }
 }
 

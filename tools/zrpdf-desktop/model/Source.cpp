@@ -6,7 +6,6 @@
 #include "tools/zrpdf/Input.h"
 
 #include <QMimeData>
-#include <algorithm>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
