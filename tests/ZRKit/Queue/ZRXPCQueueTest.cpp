@@ -199,6 +199,13 @@ TEST_F(ZRXPCQueueTest, AnswersWithAnErrorWhenATasksTimeHasPassed) {
     auto options = this->options();
     options.timeToLive = 1s;
     ZRXPCQueue queue(options);
+    // What is sent before there is a connection may never get to the broker.
+    EXPECT_TRUE(ProcessTree::waitUntil([&] {
+        const QStringList names = broker->queues().keys();
+        return std::any_of(names.begin(), names.end(), [&](const QString &name) {
+            return name.startsWith(options.prefix + u".replies."_s);
+        });
+    }));
     const Answer answer = perform(queue, u"nobody"_s);
     EXPECT_EQ(answer.error.code(), ZRXPCQueueExpiredError) << text(answer.error);
     // It is with the lost ones, whose workers tell a sender that waits. Its time begins a little later for the broker.

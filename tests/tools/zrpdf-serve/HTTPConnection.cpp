@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <algorithm>
 #include <array>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -69,10 +70,15 @@ bool HTTPConnection::readMore(std::chrono::steady_clock::time_point until) {
 
 HTTPConnection::Answer HTTPConnection::answer(bool hasBody, std::chrono::milliseconds time) {
     const auto until = std::chrono::steady_clock::now() + time;
+    // A connection that ends is an answer of its own; one that says nothing isn't.
+    const auto none = [&] {
+        EXPECT_LT(std::chrono::steady_clock::now(), until) << "no answer in time";
+        return Answer();
+    };
     qsizetype end = -1;
     while ((end = m_read.indexOf("\r\n\r\n")) < 0)
         if (!readMore(until))
-            return {};
+            return none();
     Answer answer;
     for (const QByteArray &line : m_read.left(end).split('\n')) {
         const qsizetype colon = line.indexOf(':');
@@ -87,7 +93,7 @@ HTTPConnection::Answer HTTPConnection::answer(bool hasBody, std::chrono::millise
     const qsizetype size = hasBody ? answer.header.value("content-length").toLongLong() : 0;
     while (m_read.size() < size)
         if (!readMore(until))
-            return {};
+            return none();
     answer.body = m_read.left(size);
     m_read.remove(0, size);
     return answer;
