@@ -221,7 +221,8 @@ TEST(DevToolsSession, ACallWithMoreThanTheBrowserTakesFailsAlone) {
     DevToolsSession browser(pipe);
     // The rest of the message is shorter than a KiB.
     const auto asked = [&](qsizetype size) {
-        return browser.callAndWait("Browser.getVersion", DevToolsParams().add("unknown", QString(size, u'x')));
+        return browser.callAndWait("Browser.getVersion",
+                                   DevToolsParams().add("unknown", QString(size, u'x')));
     };
     constexpr qsizetype limit = qsizetype(100) << 20;
     const DevToolsMessage refused = asked(limit);
