@@ -107,6 +107,7 @@ void WebEngine::browserGone() {
 
 void WebEngine::endBrowser() {
     m_isHealthy = false;
+    m_isSpent = false;
     failLentPages(goneText());
     m_ready.reset();
     // A page that ends fails its calls, and their handlers look for it here: it must be gone by then.
@@ -197,6 +198,10 @@ void WebEngine::takeBack(std::unique_ptr<WebPage> page) {
     std::erase(m_lent, page.get());
     if (!m_pipe || !m_pipe->isOpen())
         return;
+    if (m_isSpent) {
+        QTimer::singleShot(0, [this] { replaceIfSpent(); });
+        return;
+    }
     if (!page->isReusable() || page->loads() >= maxLoads || m_ready) {
         discard(*page);
         // Whoever asked for the last document is served first; a page that is asked for is made at once.
@@ -300,11 +305,17 @@ void WebEngine::pageFailed(const QString &why) {
         failRequests(why);
     // A browser that has lost the process from which it makes others lives on and makes no page any more: another one takes
     // its place. This is a call of its pipe, which goes later.
-    QTimer::singleShot(0, [this] {
-        endBrowser();
-        if (!m_requests.empty())
-            start();
-        if (!m_pipe)
-            failRequests(QStringLiteral("The browser cannot be started"));
-    });
+    m_isSpent = true;
+    QTimer::singleShot(0, [this] { replaceIfSpent(); });
+}
+
+void WebEngine::replaceIfSpent() {
+    // A document that has a page may keep it to its end, unless another one waits.
+    if (!m_isSpent || (!m_lent.empty() && m_requests.empty()))
+        return;
+    endBrowser();
+    if (!m_requests.empty())
+        start();
+    if (!m_pipe)
+        failRequests(QStringLiteral("The browser cannot be started"));
 }

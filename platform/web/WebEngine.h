@@ -66,6 +66,7 @@ private:
     /// A page is blank, and ours; or it can't be had.
     void endWork(WebPage *page, bool isReady);
     void pageFailed(const QString &why);
+    void replaceIfSpent();
     void pageReady(std::unique_ptr<WebPage> page);
     void discard(const WebPage &page);
     void makePageIfNone();
@@ -88,6 +89,7 @@ private:
     int m_failures = 0; ///< pages and browsers in a row that could not be made
     int m_lastNumber = 0;
     bool m_isHealthy = false; ///< the browser has made a page
+    bool m_isSpent = false;   ///< and makes no more
     quint64 m_uses = 0;       ///< requests for pages so far
     bool m_isWatched = false; ///< endIfIdle() waits
 };

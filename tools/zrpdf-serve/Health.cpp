@@ -74,7 +74,7 @@ void Health::run() {
         QString fault;
         if (!m_isStopping) {
             m_enough = std::stop_source();
-            const std::stop_token enough = m_enough.get_token();
+            const std::stop_source enough = m_enough;
             lock.unlock();
             const std::optional<QString> found = tryOut(enough);
             lock.lock();
@@ -96,27 +96,25 @@ void Health::run() {
 }
 
 /// Whether documents that take long keep all instances from trying, but they do come.
-bool Health::isOnlyBusy() {
-    const Converter::State state = m_converter.state();
+bool Health::isOnlyBusy(const Converter::State &state) {
     const std::lock_guard lock(m_mutex);
-    return state.working >= state.instances && m_worked && Clock::now() < *m_worked + m_longest + patience;
+    return state.working >= state.instances && state.waiting > 0 && m_worked &&
+           Clock::now() < *m_worked + m_longest + patience;
 }
 
 /// Converts a tiny document; nil if that works, nothing if it can't be told yet.
-std::optional<QString> Health::tryOut(const std::stop_token &enough) {
-    std::stop_source abandoned;
-    const std::stop_callback stop(enough, [&] { abandoned.request_stop(); });
+std::optional<QString> Health::tryOut(const std::stop_source &enough) {
     const auto promise = std::make_shared<std::promise<Converter::Answer>>();
     auto answer = promise->get_future();
     m_converter.convert({.object = {{u"data"_s, u"<!DOCTYPE html><p>works</p>"_s}, {u"network"_s, u"none"_s}},
                          .timeout = patience,
-                         .abandoned = abandoned.get_token()},
+                         .abandoned = enough.get_token()},
                         [promise](const Converter::Answer &given) { promise->set_value(given); });
     if (answer.wait_for(patience) != std::future_status::ready) {
-        abandoned.request_stop();
-        if (isOnlyBusy())
-            return std::nullopt;
         const Converter::State state = m_converter.state();
+        enough.request_stop();
+        if (isOnlyBusy(state))
+            return std::nullopt;
         return u"A tiny document had not been converted after %1 s. %2 of %3 instances are working, and %4 documents wait."_s
             .arg(patience.count())
             .arg(state.working)

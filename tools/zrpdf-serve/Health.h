@@ -36,8 +36,8 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void run();
-    std::optional<QString> tryOut(const std::stop_token &enough);
-    bool isOnlyBusy();
+    std::optional<QString> tryOut(const std::stop_source &enough);
+    bool isOnlyBusy(const Converter::State &state);
 
     Converter &m_converter;
     const std::chrono::milliseconds m_longest;

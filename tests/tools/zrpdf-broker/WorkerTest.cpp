@@ -185,6 +185,7 @@ TEST_F(WorkerTest, DoesATaskThatCameTwiceOnceAndKeepsNoPlaceForIt) {
                        [&](BrokerClient::Outcome told, const QString &) { outcome.set_value(told); });
         EXPECT_EQ(outcome.get_future().get(), BrokerClient::Outcome::Confirmed);
     };
+    ASSERT_TRUE(ProcessTree::waitUntil([&] { return broker().queues().contains(QString::fromUtf8(tasks)); }));
     publish(".one");
     ASSERT_TRUE(areAsked(1));
     publish(".one");
