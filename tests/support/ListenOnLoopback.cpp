@@ -1,20 +1,56 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/ListenOnLoopback.h"
 
+#include "platform/base/FileDescriptor.h"
+
+#include <atomic>
 #include <netinet/in.h>
 #include <stdexcept>
 #include <sys/socket.h>
+#include <unistd.h>
 
-int listenOnLoopback(int *port) {
-    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+namespace {
+
+/// \param port  0 for any; then the one that was found
+bool listenAt(int descriptor, int *port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(uint16_t(*port));
     socklen_t size = sizeof address;
     auto *generic = reinterpret_cast<sockaddr *>(&address);
-    if (listener < 0 || ::bind(listener, generic, size) != 0 || ::listen(listener, 64) != 0 ||
-        ::getsockname(listener, generic, &size) != 0)
-        throw std::runtime_error("cannot listen on loopback");
+    if (descriptor < 0 || ::bind(descriptor, generic, size) != 0 || ::listen(descriptor, 64) != 0 ||
+        ::getsockname(descriptor, generic, &size) != 0)
+        return false;
     *port = ntohs(address.sin_port);
+    return true;
+}
+
+int newSocket() {
+    return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+}
+
+} // namespace
+
+int listenOnLoopback(int *port) {
+    const int listener = newSocket();
+    *port = 0;
+    if (!listenAt(listener, port))
+        throw std::runtime_error("cannot listen on loopback");
     return listener;
+}
+
+int freePort() {
+    // Below the ports that the system gives to clients, and a few for each process.
+    constexpr int first = 10'000;
+    constexpr int count = 20'000;
+    constexpr int ofEach = 16;
+    static std::atomic<int> used{0};
+    for (int attempt = 0; attempt < count; ++attempt) {
+        int port = first + (int(::getpid()) % count * ofEach + used++) % count;
+        const zr::FileDescriptor listener(newSocket());
+        if (listenAt(listener.get(), &port))
+            return port;
+    }
+    throw std::runtime_error("no port is free");
 }

@@ -121,30 +121,20 @@ NginxServer::NginxServer() : m_large(1 << 20, Qt::Uninitialized) {
                     output);
     if (m_process.waitUntilItEnds() != 0)
         throw std::runtime_error("openssl: " + m_process.said().toStdString());
-    // Between finding a free port and using it, somebody else may take it: then the next is tried.
-    for (int attempt = 0;; ++attempt) {
-        for (int *port : {&m_port, &m_securePort})
-            ::close(listenOnLoopback(port));
-        QByteArray text = configuration;
-        text.replace("%FOLDER%", m_folder.path().toUtf8())
-            .replace("%PORT%", QByteArray::number(m_port))
-            .replace("%SECURE%", QByteArray::number(m_securePort))
-            // Root's server would change its user, which may not enter the test's folder.
-            .replace("%USER%", ::geteuid() == 0 ? "user root;" : "");
-        write(folder.filePath(QStringLiteral("nginx.conf")), text);
-        m_process.start(QStringLiteral("/usr/sbin/nginx"),
-                        {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-e"),
-                         QStringLiteral("stderr"), QStringLiteral("-c"),
-                         folder.filePath(QStringLiteral("nginx.conf"))},
-                        output);
-        try {
-            waitUntilItAccepts(m_process, m_securePort);
-            return;
-        } catch (const std::runtime_error &) {
-            if (attempt == 4)
-                throw;
-        }
-    }
+    m_port = freePort();
+    m_securePort = freePort();
+    QByteArray text = configuration;
+    text.replace("%FOLDER%", m_folder.path().toUtf8())
+        .replace("%PORT%", QByteArray::number(m_port))
+        .replace("%SECURE%", QByteArray::number(m_securePort))
+        // Root's server would change its user, which may not enter the test's folder.
+        .replace("%USER%", ::geteuid() == 0 ? "user root;" : "");
+    write(folder.filePath(QStringLiteral("nginx.conf")), text);
+    m_process.start(QStringLiteral("/usr/sbin/nginx"),
+                    {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-e"), QStringLiteral("stderr"),
+                     QStringLiteral("-c"), folder.filePath(QStringLiteral("nginx.conf"))},
+                    output);
+    waitUntilItAccepts(m_process, m_securePort);
 }
 
 QUrl NginxServer::url(const QString &path) const {
@@ -170,21 +160,13 @@ QStringList NginxServer::stored() const {
 }
 
 HttpbinServer::HttpbinServer() {
-    for (int attempt = 0;; ++attempt) {
-        ::close(listenOnLoopback(&m_port));
-        m_process.start(
-            QStringLiteral("/usr/bin/python3"),
-            {QStringLiteral("-c"),
-             QStringLiteral("from httpbin import app; app.run('127.0.0.1', %1, threaded=True)").arg(m_port)},
-            m_folder.filePath(QStringLiteral("output")));
-        try {
-            waitUntilItAccepts(m_process, m_port);
-            return;
-        } catch (const std::runtime_error &) {
-            if (attempt == 4)
-                throw;
-        }
-    }
+    m_port = freePort();
+    m_process.start(
+        QStringLiteral("/usr/bin/python3"),
+        {QStringLiteral("-c"),
+         QStringLiteral("from httpbin import app; app.run('127.0.0.1', %1, threaded=True)").arg(m_port)},
+        m_folder.filePath(QStringLiteral("output")));
+    waitUntilItAccepts(m_process, m_port);
 }
 
 QUrl HttpbinServer::url(const QString &path) const {

@@ -19,12 +19,6 @@ namespace {
 
 const QString programs = QStringLiteral("/usr/lib/rabbitmq/bin/");
 
-int freePort() {
-    int port = 0;
-    ::close(listenOnLoopback(&port));
-    return port;
-}
-
 void write(const QString &path, const QByteArray &content) {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())

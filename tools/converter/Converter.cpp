@@ -6,6 +6,14 @@
 using namespace Qt::StringLiterals;
 using namespace zr;
 
+Converter::Task Converter::Task::trial(NetworkMode network, std::chrono::milliseconds timeout,
+                                       std::stop_token abandoned) {
+    return {
+        .object = {{u"data"_s, u"<!DOCTYPE html><p>works</p>"_s}, {u"network"_s, networkModeName(network)}},
+        .timeout = timeout,
+        .abandoned = std::move(abandoned)};
+}
+
 Converter::Answer Converter::Answer::fromReply(const QVariant &result, const NSError &error) {
     if (error) {
         const auto cause = error.userInfo().value(NSUnderlyingErrorKey).value<NSError>();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ZRKit/Service/NetworkMode.h"
 #include "platform/base/NSError.h"
 
 #include <QByteArray>
@@ -24,6 +25,11 @@ public:
         std::chrono::milliseconds timeout = std::chrono::seconds(60);
         /// When a stop is requested nobody wants the result any more.
         std::stop_token abandoned = {};
+
+        /// A tiny document: if it can't be converted, no document can.
+        /// \param network  that of the usual documents, whose browser is then tried
+        static Task trial(NetworkMode network, std::chrono::milliseconds timeout,
+                          std::stop_token abandoned = {});
     };
 
     enum class Outcome {

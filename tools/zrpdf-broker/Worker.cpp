@@ -22,6 +22,7 @@ constexpr int lostOnesAtATime = 10;
 /// A result that can't be handed in for so long is given up; the broker has given the task to others.
 constexpr auto patience = std::chrono::minutes(10);
 constexpr auto cleaningInterval = std::chrono::minutes(10);
+constexpr auto patienceInTrials = std::chrono::seconds(15);
 
 const QString bootKey = QStringLiteral("__boot");
 const QString dataKey = QStringLiteral("data");
@@ -49,6 +50,31 @@ Worker::~Worker() {
 }
 
 void Worker::start() {
+    tryOut([this](bool works) {
+        if (works)
+            connect();
+        else
+            m_watcher(Event::Unavailable);
+    });
+}
+
+void Worker::tryOut(const std::function<void(bool works)> &then, int trials) {
+    m_converter.convert(Converter::Task::trial(m_options.network, patienceInTrials),
+                        [self = shared_from_this(), this, then, trials](const Converter::Answer &answer) {
+                            later([this, then, trials, answer] {
+                                using Outcome = Converter::Outcome;
+                                // On a machine that is merely slow, conversions still work.
+                                if (answer.outcome == Outcome::Done || answer.outcome == Outcome::Late)
+                                    then(true);
+                                else if (trials > 1 && answer.outcome != Outcome::Unavailable)
+                                    tryOut(then, trials - 1);
+                                else
+                                    then(false);
+                            });
+                        });
+}
+
+void Worker::connect() {
     BrokerClient::Plan plan;
     for (const QUrl &url : m_options.broker.brokers)
         plan.addresses.push_back(BrokerAddress::fromUrl(url));
@@ -70,7 +96,8 @@ void Worker::start() {
             m_watcher(Event::Connected);
     };
     const std::lock_guard lock(m_mutex);
-    m_broker = std::make_unique<BrokerClient>(std::move(plan));
+    if (!m_isStopping && !m_isClosed)
+        m_broker = std::make_unique<BrokerClient>(std::move(plan));
 }
 
 void Worker::stop() {
@@ -79,13 +106,17 @@ void Worker::stop() {
         if (std::exchange(m_isStopping, true))
             return;
     }
-    m_broker->stopConsuming([this] {
+    const auto stopped = [this] {
         {
             const std::lock_guard lock(m_mutex);
             m_hasStopped = true;
         }
         tellIfIdle();
-    });
+    };
+    if (m_broker)
+        m_broker->stopConsuming(stopped);
+    else
+        stopped();
 }
 
 void Worker::close() {
@@ -202,16 +233,17 @@ void Worker::answered(const std::shared_ptr<Job> &job, const Converter::Answer &
     case Outcome::Lost:
         NSLog("Lost at try %@ of %@: %@", QString::number(earlier + 1), QString::number(TaskQueues::tries),
               answer.text());
-        if (earlier + 1 < TaskQueues::tries)
-            giveBack(job);
-        else
-            giveUp(job, answer.text(), earlier + 1, answer.error);
+        tryOut([this, job, answer, earlier](bool works) {
+            if (!works)
+                giveBackAndEnd(job);
+            else if (earlier + 1 < TaskQueues::tries)
+                giveBack(job);
+            else
+                giveUp(job, answer.text(), earlier + 1, answer.error);
+        });
         break;
     case Outcome::Unavailable:
-        // It must not come straight back.
-        stop();
-        giveBack(job);
-        m_watcher(Event::Unavailable);
+        giveBackAndEnd(job);
         break;
     case Outcome::Abandoned:
         giveBack(job);
@@ -284,6 +316,13 @@ void Worker::giveUp(const std::shared_ptr<Job> &job, const QString &cause, int t
 void Worker::giveBack(const std::shared_ptr<Job> &job) {
     m_broker->giveBack(release(job, false));
     tellIfIdle();
+}
+
+void Worker::giveBackAndEnd(const std::shared_ptr<Job> &job) {
+    // It must not come straight back.
+    stop();
+    giveBack(job);
+    m_watcher(Event::Unavailable);
 }
 
 BrokerDelivery Worker::release(const std::shared_ptr<Job> &job, bool isDone) {

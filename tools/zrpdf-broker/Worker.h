@@ -25,18 +25,20 @@ namespace zr {
 /// a task even if a worker dies before it has begun it.
 ///
 /// A task whose browser or service dies is given back, twice. The third time it is given up: it goes to the dead tasks with
-/// the cause, and its sender gets an error. Any thread.
+/// the cause, and its sender gets an error. So that a service that never works costs no task its tries, a tiny document has to
+/// be converted before the first task is taken, and after each loss. Any thread.
 class Worker : public std::enable_shared_from_this<Worker> {
 public:
     enum class Event {
         Connected,   ///< perhaps again
         Idle,        ///< nothing is to be done any more, after stop()
-        Unavailable, ///< the conversion service isn't there
+        Unavailable, ///< the conversion service isn't there, or can convert nothing
     };
     /// Told on any thread; must not block.
     using Watcher = std::function<void(Event event)>;
 
-    /// Made with std::make_shared; start() begins the work, close() comes before the end. The converter lives longer.
+    /// Made with std::make_shared; start() begins the work once a trial has shown that the converter works, close() comes
+    /// before the end. The converter lives longer.
     Worker(const WorkerOptions &options, Converter &converter, Watcher watcher);
     ~Worker();
     Worker(const Worker &) = delete;
@@ -62,6 +64,9 @@ private:
     BrokerDelivery release(const std::shared_ptr<Job> &job, bool isDone);
     /// Does something that may block, unless the worker is closed.
     void later(Then step);
+    /// Finds out whether any document can be converted.
+    void tryOut(const std::function<void(bool works)> &then, int trials = 3);
+    void connect();
     void taken(const BrokerDelivery &delivery);
     void lostOneTaken(const BrokerDelivery &delivery);
     void tick();
@@ -71,6 +76,7 @@ private:
     void reply(const std::shared_ptr<Job> &job, const TaskMessage::Reply &reply);
     void giveUp(const std::shared_ptr<Job> &job, const QString &cause, int tries, const NSError &error);
     void giveBack(const std::shared_ptr<Job> &job);
+    void giveBackAndEnd(const std::shared_ptr<Job> &job);
     void finish(const std::shared_ptr<Job> &job, const QString &outcome);
     void publish(const std::shared_ptr<Job> &job, const QByteArray &queue, BrokerMessage message,
                  const Then &then);

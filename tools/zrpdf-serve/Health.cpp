@@ -18,8 +18,8 @@ const QString stoppingText = u"The server is stopping."_s;
 
 } // namespace
 
-Health::Health(Converter &converter, std::chrono::milliseconds longest)
-    : m_converter(converter), m_longest(longest), m_thread([this] { run(); }) {
+Health::Health(Converter &converter, NetworkMode network, std::chrono::milliseconds longest)
+    : m_converter(converter), m_network(network), m_longest(longest), m_thread([this] { run(); }) {
 }
 
 Health::~Health() {
@@ -106,9 +106,7 @@ bool Health::isOnlyBusy(const Converter::State &state) {
 std::optional<QString> Health::tryOut(const std::stop_source &enough) {
     const auto promise = std::make_shared<std::promise<Converter::Answer>>();
     auto answer = promise->get_future();
-    m_converter.convert({.object = {{u"data"_s, u"<!DOCTYPE html><p>works</p>"_s}, {u"network"_s, u"none"_s}},
-                         .timeout = patience,
-                         .abandoned = enough.get_token()},
+    m_converter.convert(Converter::Task::trial(m_network, patience, enough.get_token()),
                         [promise](const Converter::Answer &given) { promise->set_value(given); });
     if (answer.wait_for(patience) != std::future_status::ready) {
         const Converter::State state = m_converter.state();

@@ -19,8 +19,9 @@ namespace zr {
 /// time for all who ask. Any thread.
 class Health {
 public:
+    /// \param network  what documents may reach
     /// \param longest  what a document may take; a converter that is busy for so long is not broken
-    Health(Converter &converter, std::chrono::milliseconds longest);
+    Health(Converter &converter, NetworkMode network, std::chrono::milliseconds longest);
     ~Health();
     Health(const Health &) = delete;
     Health &operator=(const Health &) = delete;
@@ -40,6 +41,7 @@ private:
     bool isOnlyBusy(const Converter::State &state);
 
     Converter &m_converter;
+    const NetworkMode m_network;
     const std::chrono::milliseconds m_longest;
     std::mutex m_mutex;
     std::condition_variable m_changed;

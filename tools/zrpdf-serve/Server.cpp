@@ -60,7 +60,7 @@ bool hasDoubtfulLength(const HTTPRequest &head) {
 Server::Server(const ServeOptions &options, std::optional<BearerToken> token, Converter &converter,
                RequestLog &log)
     : m_options(options), m_token(std::move(token)), m_converter(converter), m_log(log),
-      m_health(converter, options.timeout),
+      m_health(converter, options.network, options.timeout),
       m_conversions(converter, m_metrics, m_health, {options.timeout, options.network}, options.queue) {
 }
 
@@ -196,8 +196,9 @@ QByteArray Server::metricsText() const {
 
 void Server::finished(const HTTPRequest &head, const HTTPAnswer *answer, qsizetype bodySize, double seconds,
                       bool isComplete) {
+    const qsizetype sent = answer && head.method != "HEAD" ? answer->body.size() : 0;
     if (answer)
-        m_metrics.answered(answer->status, bodySize, answer->body.size());
+        m_metrics.answered(answer->status, bodySize, sent);
     const bool hasCode = answer && !answer->code.isEmpty();
     m_log.write(answer ? u"request"_s : u"request without an answer"_s,
                 {{"id", QString::fromLatin1(head.id)},
@@ -206,7 +207,7 @@ void Server::finished(const HTTPRequest &head, const HTTPAnswer *answer, qsizety
                  {"status", answer ? QVariant(answer->status) : QVariant()},
                  {"code", hasCode ? QVariant(QString::fromLatin1(answer->code)) : QVariant()},
                  {"received", bodySize},
-                 {"sent", answer ? answer->body.size() : 0},
+                 {"sent", sent},
                  {"seconds", seconds},
                  {"closed_by_client", isComplete ? QVariant() : QVariant(true)}});
 }

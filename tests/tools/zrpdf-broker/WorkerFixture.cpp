@@ -27,9 +27,10 @@ QString WorkerFixture::prefix() const {
     return QString::fromLatin1(testing::UnitTest::GetInstance()->current_test_info()->name());
 }
 
-std::unique_ptr<ServerProcess> WorkerFixture::worker(const QStringList &options) const {
+std::unique_ptr<ServerProcess> WorkerFixture::worker(const QStringList &options,
+                                                     const QString &program) const {
     auto process = std::make_unique<ServerProcess>();
-    process->start(QStringLiteral(ZR_BINARY_DIR "/libexec/zrkit/zrpdf-worker"),
+    process->start(program,
                    QStringList{u"--broker"_s, broker().url().toString(), u"--prefix"_s, prefix(),
                                u"--instances"_s, u"1"_s, u"--urgent"_s, u"0"_s, u"--network"_s, u"all"_s} +
                        options,

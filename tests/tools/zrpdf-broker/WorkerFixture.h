@@ -14,6 +14,7 @@
 class WorkerFixture : public testing::Test {
 protected:
     static RabbitMQ &broker();
+    static inline const QString workerProgram = QStringLiteral(ZR_BINARY_DIR "/libexec/zrkit/zrpdf-worker");
 
     struct Answer {
         QVariant result;
@@ -22,7 +23,8 @@ protected:
     };
 
     /// A worker of one instance for usual tasks and none for urgent ones, unless told otherwise.
-    std::unique_ptr<ServerProcess> worker(const QStringList &options = {}) const;
+    std::unique_ptr<ServerProcess> worker(const QStringList &options = {},
+                                          const QString &program = workerProgram) const;
     ZRXPCQueue::Options options() const;
     static std::future<Answer> send(ZRXPCQueue &queue, const QVariant &data);
     static QVariant html(const QString &body) {

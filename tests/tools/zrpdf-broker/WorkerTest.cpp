@@ -60,6 +60,27 @@ protected:
     std::atomic<int> m_asked{0};
 };
 
+/// A worker's program whose service can be made to end at once whenever it is started.
+class BrittleWorker {
+public:
+    explicit BrittleWorker(const QString &folder) : m_folder(folder) {
+        const QString services = folder + u"/XPCServices"_s;
+        EXPECT_TRUE(QDir().mkpath(services) &&
+                    QFile::copy(QStringLiteral(ZR_BINARY_DIR "/libexec/zrkit/zrpdf-worker"), program()));
+        QFile service(services + u"/com.velmora.zrpdf"_s);
+        EXPECT_TRUE(service.open(QIODevice::WriteOnly) &&
+                    service.write("#!/bin/sh\n[ -e '" + m_folder.toUtf8() +
+                                  "/broken' ] || exec " ZR_BINARY_DIR
+                                  "/libexec/zrkit/com.velmora.zrpdf \"$@\"\n") > 0 &&
+                    service.setPermissions(QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+    }
+    QString program() const { return m_folder + u"/zrpdf-worker"_s; }
+    void breakService() const { EXPECT_TRUE(QFile(m_folder + u"/broken"_s).open(QIODevice::WriteOnly)); }
+
+private:
+    const QString m_folder;
+};
+
 /// Ends all browsers below a process by SIGKILL.
 void killBrowsers(pid_t root) {
     for (const ProcessTree::Process &process : ProcessTree::below(root))
@@ -298,6 +319,38 @@ TEST_F(WorkerTest, LeavesNothingBehindWhenItIsKilled) {
     EXPECT_FALSE(processes.empty());
     worker->end(SIGKILL);
     EXPECT_TRUE(ProcessTree::waitUntil([&] { return ProcessTree::alive(processes).empty(); }));
+}
+
+TEST_F(WorkerTest, TakesNothingWhileItsServiceDoesNotWork) {
+    const BrittleWorker brittle(m_folder.filePath(u"brittle"_s));
+    brittle.breakService();
+    const auto broken = worker({}, brittle.program());
+    ZRXPCQueue queue(options());
+    auto answer = send(queue, html(u"<p>good"_s));
+    EXPECT_EQ(broken->waitUntilItEnds(), 6);
+    EXPECT_TRUE(broken->said().contains("the conversion service can't be started"))
+        << broken->said().toStdString();
+    EXPECT_FALSE(broken->said().contains("Lost at try")) << broken->said().toStdString();
+    const auto sound = worker();
+    EXPECT_TRUE(answer.get().pdf().startsWith("%PDF-"));
+}
+
+TEST_F(WorkerTest, LeavesToOthersWhatItsBrokenServiceCannotDo) {
+    const BrittleWorker brittle(m_folder.filePath(u"brittle"_s));
+    const auto broken = worker({}, brittle.program());
+    ZRXPCQueue queue(options());
+    EXPECT_TRUE(send(queue, html(u"<p>before"_s)).get().pdf().startsWith("%PDF-"));
+    brittle.breakService();
+    for (const ProcessTree::Process &process : ProcessTree::below(broken->processIdentifier()))
+        ::kill(process.pid, SIGKILL);
+    std::vector<std::future<Answer>> answers;
+    for (int index = 0; index < 5; ++index)
+        answers.push_back(send(queue, html(u"<p>good"_s)));
+    EXPECT_EQ(broken->waitUntilItEnds(), 6);
+    EXPECT_EQ(broken->said().count("Lost at try 1 of 3"), 1) << broken->said().toStdString();
+    const auto sound = worker();
+    for (auto &answer : answers)
+        EXPECT_TRUE(answer.get().pdf().startsWith("%PDF-"));
 }
 
 TEST_F(WorkerTest, EndsWithTwoForBadUsage) {

@@ -236,6 +236,15 @@ TEST_F(Answers, PathsKnowTheirMethods) {
         EXPECT_EQ(ask(QByteArray("GET ") + path).code(), "not-found") << path;
 }
 
+TEST_F(Answers, WhatAHeadLeavesOutIsNotCounted) {
+    start();
+    HTTPConnection connection = connect();
+    connection.send("HEAD /openapi.json HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_EQ(connection.answer(false).status, 200);
+    connection.get("/metrics");
+    EXPECT_TRUE(connection.answer().body.contains("\nzrpdf_http_response_bytes_total 0\n"));
+}
+
 TEST_F(Answers, ABodyWhereNoneIsTakenIsNotKept) {
     start();
     for (const char *request : {"GET /health", "GET /metrics", "GET /openapi.json", "OPTIONS /v1/pdf"}) {

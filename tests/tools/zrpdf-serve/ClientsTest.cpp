@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/support/ListenOnLoopback.h"
 #include "tests/support/ProcessTree.h"
 #include "tests/support/ServerProcess.h"
 #include "tests/tools/zrpdf-serve/ServeTest.h"

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/tools/zrpdf-serve/ServeTest.h"
 
-#include "tests/support/ListenOnLoopback.h"
 #include "tests/support/ProcessTree.h"
 
 #include <csignal>
@@ -78,12 +77,6 @@ double ServeTest::metric(const QByteArray &name) const {
 
 bool ServeTest::waitForMetric(const QByteArray &name, double value) const {
     return ProcessTree::waitUntil([&] { return metric(name) == value; });
-}
-
-int ServeTest::freePort() {
-    int port = 0;
-    ::close(listenOnLoopback(&port));
-    return port;
 }
 
 pid_t ServeTest::processWith(const std::string &text) const {

@@ -36,8 +36,6 @@ protected:
     double metric(const QByteArray &name) const;
     bool waitForMetric(const QByteArray &name, double value) const;
 
-    /// A port that was free a moment ago.
-    static int freePort();
     /// A process below the server whose command line has the text; 0 if there is none.
     pid_t processWith(const std::string &text) const;
     static QByteArray textOf(const QByteArray &pdf);
