@@ -19,6 +19,7 @@ constexpr int makingDelay = 10;
 constexpr int maxFailures = 3;
 
 std::chrono::milliseconds idlePatience = std::chrono::minutes(1);
+int mostDocuments = 5000;
 
 bool prepared = false;
 
@@ -46,6 +47,10 @@ WebEngine &WebEngine::withoutNetwork() {
 
 void WebEngine::setIdlePatience(std::chrono::milliseconds patience) {
     idlePatience = patience;
+}
+
+void WebEngine::setMostDocuments(int count) {
+    mostDocuments = count;
 }
 
 std::unique_ptr<BrowserProcess> WebEngine::startProcess() const {
@@ -108,6 +113,7 @@ void WebEngine::browserGone() {
 void WebEngine::endBrowser() {
     m_isHealthy = false;
     m_isSpent = false;
+    m_documents = 0;
     failLentPages(goneText());
     m_ready.reset();
     // A page that ends fails its calls, and their handlers look for it here: it must be gone by then.
@@ -198,7 +204,10 @@ void WebEngine::takeBack(std::unique_ptr<WebPage> page) {
     std::erase(m_lent, page.get());
     if (!m_pipe || !m_pipe->isOpen())
         return;
+    m_isSpent = m_isSpent || (++m_documents >= mostDocuments && m_lent.empty());
     if (m_isSpent) {
+        // Nobody is to get it meanwhile.
+        m_ready.reset();
         QTimer::singleShot(0, [this] { replaceIfSpent(); });
         return;
     }
@@ -313,8 +322,9 @@ void WebEngine::replaceIfSpent() {
     // A document that has a page may keep it to its end, unless another one waits.
     if (!m_isSpent || (!m_lent.empty() && m_requests.empty()))
         return;
+    const bool wasHealthy = m_isHealthy;
     endBrowser();
-    if (!m_requests.empty())
+    if (wasHealthy || !m_requests.empty())
         start();
     if (!m_pipe)
         failRequests(QStringLiteral("The browser cannot be started"));

@@ -20,7 +20,8 @@ namespace zr {
 ///
 /// A page serves one document after the other as long as they are self-contained; what has met the network or files, or
 /// has failed, is thrown away together with its browser context, its cookies, cache and process. One blank page is kept
-/// ready, and replaced if its process dies. Main thread only.
+/// ready, and replaced if its process dies. A browser keeps a little of every document; after some thousands another one takes
+/// its place. Main thread only.
 class WebEngine {
 public:
     /// Starts the browser, unless it is running. May be called before there is a QCoreApplication, and should be the
@@ -31,6 +32,8 @@ public:
     static WebEngine &withoutNetwork();
     /// How long one of the two may be unused before it is ended.
     static void setIdlePatience(std::chrono::milliseconds patience);
+    /// How many documents a browser serves.
+    static void setMostDocuments(int count);
     /// There is a QCoreApplication now.
     static void applicationStarted();
 
@@ -89,7 +92,8 @@ private:
     int m_failures = 0; ///< pages and browsers in a row that could not be made
     int m_lastNumber = 0;
     bool m_isHealthy = false; ///< the browser has made a page
-    bool m_isSpent = false;   ///< and makes no more
+    bool m_isSpent = false;   ///< and makes no more, or is to make no more
+    int m_documents = 0;      ///< that the browser has served
     quint64 m_uses = 0;       ///< requests for pages so far
     bool m_isWatched = false; ///< endIfIdle() waits
 };

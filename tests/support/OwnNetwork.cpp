@@ -95,6 +95,8 @@ void replace(const char *path, const QByteArray &text) {
     EXPECT_EQ(::write(descriptor, text.constData(), size_t(text.size())), text.size());
     EXPECT_EQ(::fchmod(descriptor, 0644), 0);
     ::close(descriptor);
+    // Nothing can be mounted on what was mounted before, whose file is gone.
+    ::umount2(path, MNT_DETACH);
     EXPECT_EQ(::mount(file.constData(), path, nullptr, MS_BIND, nullptr), 0);
     ::unlink(file.constData());
 }

@@ -15,7 +15,7 @@ namespace {
 using Kind = Problem::Kind;
 using Outcome = Converter::Outcome;
 
-constexpr int threads = 2;
+constexpr int readAtOnce = 2;
 constexpr int longestRetry = 60;
 
 Problem problemOf(const Converter::Answer &answer) {
@@ -40,11 +40,11 @@ Conversions::Conversions(Converter &converter, Metrics &metrics, Health &health,
                          const PDFRequest::Limits &limits, int queue)
     : m_converter(converter), m_metrics(metrics), m_health(health), m_limits(limits),
       m_capacity(converter.state().instances + queue) {
-    m_threads.setMaxThreadCount(threads);
+    m_reading.setMaxConcurrentOperationCount(readAtOnce);
 }
 
 Conversions::~Conversions() {
-    m_threads.waitForDone();
+    m_reading.waitUntilAllOperationsAreFinished();
 }
 
 /// It is the server that has no room, for whoever asks. Still the answer is 429 and not 503: a balancer takes a server that
@@ -74,9 +74,8 @@ void Conversions::convert(HTTPRequest request, Reply reply) {
         fail(request.id, full(), reply);
         return;
     }
-    m_threads.start([this, request = std::move(request), reply = std::move(reply), began = Clock::now()] {
-        start(request, began, reply);
-    });
+    m_reading.addOperationWithBlock([this, request = std::move(request), reply = std::move(reply),
+                                     began = Clock::now()] { start(request, began, reply); });
 }
 
 void Conversions::start(const HTTPRequest &request, Clock::time_point began, const Reply &reply) {

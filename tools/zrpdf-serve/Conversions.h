@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/operations/NSOperationQueue.h"
 #include "tools/converter/Converter.h"
 #include "tools/zrpdf-serve/HTTPMessage.h"
 #include "tools/zrpdf-serve/Health.h"
@@ -8,7 +9,6 @@
 #include "tools/zrpdf-serve/PDFRequest.h"
 #include "tools/zrpdf-serve/Problem.h"
 
-#include <QThreadPool>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -16,8 +16,8 @@
 
 namespace zr {
 
-/// Has requests for PDFs converted, as long as there is room for them. Any thread; bodies are taken apart on threads of
-/// its own, which the door's threads don't wait for.
+/// Has requests for PDFs converted, as long as there is room for them. Any thread; bodies are taken apart on other
+/// threads, which the door's threads don't wait for.
 class Conversions {
 public:
     using Reply = std::function<void(HTTPAnswer)>;
@@ -51,7 +51,7 @@ private:
     std::atomic<int> m_inFlight = 0;
     /// What a conversion takes, waiting included, the last ones counting most; in seconds.
     std::atomic<double> m_usualSeconds = 0;
-    QThreadPool m_threads;
+    NSOperationQueue m_reading;
 };
 
 } // namespace zr

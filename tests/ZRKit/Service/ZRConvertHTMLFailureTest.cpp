@@ -10,6 +10,7 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QScopeGuard>
 #include <arpa/inet.h>
 #include <csignal>
 #include <gtest/gtest.h>
@@ -212,6 +213,25 @@ TEST(ZRConvertHTMLFailure, WhoDiesBetweenTasksIsReplacedQuietly) {
                   QStringList{QStringLiteral("didFinishLoadForFrame <WebFrame: main, about:blank>")});
         EXPECT_NE(victim(), old);
     }
+}
+
+TEST(ZRConvertHTMLFailure, ABrowserThatHasServedItsTimeIsReplacedQuietly) {
+    WebEngine::shared().shutDown();
+    WebEngine::setMostDocuments(3);
+    const auto restored = qScopeGuard([] { WebEngine::setMostDocuments(5000); });
+    const LogCapture log;
+    QList<pid_t> browsers;
+    for (int i = 1; i <= 8; ++i) {
+        const QString text = QStringLiteral("document %1").arg(i);
+        EXPECT_EQ(Conversion(html(QStringLiteral("<p>") + text)).reader.text(), text);
+        BrowserProcess *const browser = WebEngine::shared().process();
+        ASSERT_TRUE(browser);
+        if (!browsers.contains(browser->browserPid()))
+            browsers.append(browser->browserPid());
+    }
+    EXPECT_EQ(browsers.size(), 3);
+    for (const QString &line : log.lines())
+        EXPECT_EQ(line, QStringLiteral("didFinishLoadForFrame <WebFrame: main, about:blank>"));
 }
 
 TEST(ZRConvertHTMLFailure, AFailureToPrintHasItsErrorToo) {

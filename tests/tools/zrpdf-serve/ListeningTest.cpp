@@ -181,9 +181,11 @@ TEST_F(Listening, SystemdsCredentialIsTheToken) {
 TEST_F(Listening, SystemdsSocketIsServed) {
     const int port = freePort();
     Child::Setup wanted = serveSetup({"--instances", "1"});
-    wanted.command = QList<QByteArray>{"/usr/bin/systemd-socket-activate", "-l", path("s.sock"), "-l",
-                                       "127.0.0.1:" + QByteArray::number(port)} +
-                     wanted.command;
+    wanted.command =
+        QList<QByteArray>{
+            "/usr/bin/systemd-socket-activate",     "-E", "TSAN_OPTIONS", "-l", path("s.sock"), "-l",
+            "127.0.0.1:" + QByteArray::number(port)} +
+        wanted.command;
     Child activator(wanted);
     ASSERT_TRUE(activator.readUntil([&] { return activator.standardError().count("Listening on") == 2; }));
     HTTPConnection local(path("s.sock"));
@@ -201,9 +203,9 @@ TEST_F(Listening, SystemdsSocketIsServed) {
 TEST_F(Listening, ASocketThatOtherMachinesReachIsNotServedWithoutAToken) {
     Child::Setup wanted = serveSetup({});
     const int port = freePort();
-    wanted.command =
-        QList<QByteArray>{"/usr/bin/systemd-socket-activate", "-l", "0.0.0.0:" + QByteArray::number(port)} +
-        wanted.command;
+    wanted.command = QList<QByteArray>{"/usr/bin/systemd-socket-activate", "-E", "TSAN_OPTIONS", "-l",
+                                       "0.0.0.0:" + QByteArray::number(port)} +
+                     wanted.command;
     Child activator(wanted);
     ASSERT_TRUE(activator.readUntil([&] { return activator.standardError().contains("Listening on"); }));
     const HTTPConnection knock(port);
