@@ -12,7 +12,7 @@ using namespace zr;
 namespace {
 
 /// Documents that one page serves at most.
-constexpr int maxLoads = 100;
+constexpr int maxLoads = 1000;
 /// Milliseconds after a task before a page is made for the next one.
 constexpr int makingDelay = 10;
 /// Pages in a row that may fail to be made before those who wait for one are told.
