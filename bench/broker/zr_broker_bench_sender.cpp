@@ -2,12 +2,12 @@
 // The sender's side of bench/broker/run:
 //
 //     zr_broker_bench_sender send JOURNAL COUNT POISON-URL POISON-EVERY OUTSTANDING STORE PREFIX BROKER...
-//     zr_broker_bench_sender cost COUNT PREFIX BROKER...
+//     zr_broker_bench_sender cost COUNT FILE PREFIX BROKER...
 //     zr_broker_bench_sender carry COUNT BYTES PREFIX BROKER...
 //
-// The first sends the documents that the journal doesn't have yet, and writes a line for each answer. The second converts one
-// small document again and again, by a worker and by a service of its own in turn, and prints both medians and throughputs. The third has
-// tasks answered at once, and prints how many a second the brokers carry.
+// The first sends the documents that the journal doesn't have yet, and writes a line for each answer. The second converts
+// the file, or without one a small document, again and again, by a worker and by a service of its own in turn, and prints both
+// medians and throughputs. The third has tasks answered at once, and prints how many a second the brokers carry.
 #include "ZRKit/Queue/TaskMessage.h"
 #include "ZRKit/Queue/TaskQueues.h"
 #include "ZRKit/Queue/ZRXPCQueue.h"
@@ -122,40 +122,51 @@ Converter::Answer convert(Converter &converter, const QString &text) {
     return answer.get_future().get();
 }
 
-/// How many documents a second, if there is always another one waiting.
-double throughput(Converter &converter, int count) {
+/// How many documents a second, if there is always another one waiting; 0 if one can't be converted.
+double throughput(Converter &converter, const QString &text, int count) {
     const auto start = Clock::now();
     std::mutex mutex;
     std::condition_variable changed;
     int open = 0;
+    bool isSound = true;
     for (int number = 0; number < count; ++number) {
         {
             std::unique_lock lock(mutex);
             changed.wait(lock, [&] { return open < 8; });
             ++open;
         }
-        converter.convert({.object = {{u"data"_s, document(1, {}, 0)}}}, [&](const Converter::Answer &) {
+        converter.convert({.object = {{u"data"_s, text}}}, [&](const Converter::Answer &answer) {
             const std::lock_guard lock(mutex);
+            isSound = isSound && answer.outcome == Converter::Outcome::Done;
             --open;
             changed.notify_all();
         });
     }
     std::unique_lock lock(mutex);
     changed.wait(lock, [&] { return open == 0; });
-    return count / std::chrono::duration<double>(Clock::now() - start).count();
+    return isSound ? count / std::chrono::duration<double>(Clock::now() - start).count() : 0;
 }
 
 int cost(const QStringList &arguments) {
     const int count = arguments[0].toInt();
     QueueConverter::Options options;
-    options.broker.prefix = arguments[1];
-    options.broker.brokers = urls(arguments.mid(2));
+    QString text = document(1, {}, 0);
+    if (!arguments[1].isEmpty()) {
+        QFile file(arguments[1]);
+        if (!file.open(QIODevice::ReadOnly)) {
+            std::fprintf(stderr, "%s: %s\n", qUtf8Printable(arguments[1]),
+                         qUtf8Printable(file.errorString()));
+            return 1;
+        }
+        text = QString::fromUtf8(file.readAll());
+    }
+    options.broker.prefix = arguments[2];
+    options.broker.brokers = urls(arguments.mid(3));
     options.instances = 8;
     QueueConverter queue(options);
     ServicePool pool({.instances = 4});
     std::vector<double> direct;
     std::vector<double> queued;
-    const QString text = document(1, {}, 0);
     constexpr int warming = 20;
     for (int round = 0; round < count + warming; ++round)
         for (const bool isQueued : {false, true}) {
@@ -172,8 +183,8 @@ int cost(const QStringList &arguments) {
     std::vector<double> directRate;
     std::vector<double> queuedRate;
     for (int round = 0; round < 5; ++round) {
-        directRate.push_back(throughput(pool, count / 2));
-        queuedRate.push_back(throughput(queue, count / 2));
+        directRate.push_back(throughput(pool, text, count / 2));
+        queuedRate.push_back(throughput(queue, text, count / 2));
     }
     std::printf(
         "{\"direct_ms\": %.3f, \"queued_ms\": %.3f, \"direct_per_s\": %.2f, \"queued_per_s\": %.2f}\n",
@@ -244,7 +255,7 @@ int main(int count, char **values) {
     const QByteArray verb = count > 1 ? values[1] : "";
     if (verb == "send" && arguments.size() >= 8)
         return send(arguments);
-    if (verb == "cost" && arguments.size() >= 3)
+    if (verb == "cost" && arguments.size() >= 4)
         return cost(arguments);
     if (verb == "carry" && arguments.size() >= 4)
         return carry(arguments);
