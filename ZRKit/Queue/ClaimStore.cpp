@@ -31,7 +31,9 @@ constexpr qsizetype nameLength = 64;
 constexpr qint64 largestBody = qint64(1) << 30;
 constexpr int tries = 3;
 constexpr auto pauseBetweenTries = std::chrono::milliseconds(500);
-constexpr double patience = 60;
+/// Seconds in which a server says nothing.
+constexpr double longestSilence = 60;
+using Deadline = std::chrono::steady_clock::time_point;
 
 [[noreturn]] void fail(const QString &reason) {
     throw NSException(NSGenericException, reason);
@@ -58,10 +60,11 @@ QString missing() {
     return QStringLiteral("the document's claim is not in the store any more");
 }
 
-HTTPExchange::Answer exchangeOnce(const QString &method, const QUrl &url, const QByteArray &body) {
+HTTPExchange::Answer exchangeOnce(const QString &method, const QUrl &url, const QByteArray &body,
+                                  Deadline deadline) {
     static NeverDestroyed<TransferLoop> loop(QStringLiteral("ClaimStore"));
     const auto request =
-        std::make_shared<NSMutableURLRequest>(url, NSURLRequestReloadIgnoringLocalCacheData, patience);
+        std::make_shared<NSMutableURLRequest>(url, NSURLRequestReloadIgnoringLocalCacheData, longestSilence);
     request->setHTTPMethod(method);
     request->setHTTPShouldHandleCookies(false);
     if (!body.isNull()) {
@@ -69,7 +72,7 @@ HTTPExchange::Answer exchangeOnce(const QString &method, const QUrl &url, const 
         request->setValue(QStringLiteral("application/octet-stream"), QStringLiteral("Content-Type"));
     }
     const WorkerPool::Waiting waiting;
-    return HTTPExchange{request, std::make_shared<std::atomic<qint64>>(largestBody)}.wait(*loop);
+    return HTTPExchange{request, std::make_shared<std::atomic<qint64>>(largestBody)}.wait(*loop, deadline);
 }
 
 /// 0 if there is no answer.
@@ -78,10 +81,13 @@ qint64 statusOf(const HTTPExchange::Answer &answer) {
 }
 
 /// Tries again if the server can't be reached or is in trouble, which may pass.
-HTTPExchange::Answer exchange(const QString &method, const QUrl &url, const QByteArray &body = {}) {
+HTTPExchange::Answer exchange(std::chrono::milliseconds patience, const QString &method, const QUrl &url,
+                              const QByteArray &body = {}) {
+    const Deadline deadline = std::chrono::steady_clock::now() + patience;
     for (int attempt = 1;; ++attempt) {
-        HTTPExchange::Answer answer = exchangeOnce(method, url, body);
-        if ((answer.response && statusOf(answer) < 500) || attempt == tries)
+        HTTPExchange::Answer answer = exchangeOnce(method, url, body, deadline);
+        if ((answer.response && statusOf(answer) < 500) || attempt == tries ||
+            std::chrono::steady_clock::now() + pauseBetweenTries > deadline)
             return answer;
         std::this_thread::sleep_for(pauseBetweenTries);
     }
@@ -102,7 +108,8 @@ QString problemOf(const std::error_code &error) {
 
 } // namespace
 
-ClaimStore::ClaimStore(const QUrl &url) : m_url(url) {
+ClaimStore::ClaimStore(const QUrl &url, std::chrono::milliseconds patience)
+    : m_url(url), m_patience(patience) {
     const auto refuse = [&](const char *why) {
         throw NSException(NSInvalidArgumentException, QString::fromLatin1(why));
     };
@@ -139,7 +146,7 @@ QByteArray ClaimStore::put(const QByteArray &body) const {
         fail(QStringLiteral("the store of documents takes no more than %1 bytes").arg(largestBody));
     QByteArray name = newName();
     if (m_folder.isNull()) {
-        const HTTPExchange::Answer answer = exchange(QStringLiteral("PUT"), url(name), body);
+        const HTTPExchange::Answer answer = exchange(m_patience, QStringLiteral("PUT"), url(name), body);
         if (statusOf(answer) < 200 || statusOf(answer) >= 300)
             fail(problemOf(answer));
     } else {
@@ -156,7 +163,7 @@ QByteArray ClaimStore::put(const QByteArray &body) const {
 QByteArray ClaimStore::get(const QByteArray &name) const {
     checkName(name);
     if (m_folder.isNull()) {
-        const HTTPExchange::Answer answer = exchange(QStringLiteral("GET"), url(name));
+        const HTTPExchange::Answer answer = exchange(m_patience, QStringLiteral("GET"), url(name));
         if (statusOf(answer) == 404 || statusOf(answer) == 410)
             fail(missing());
         if (statusOf(answer) != 200)
@@ -191,7 +198,7 @@ QByteArray ClaimStore::get(const QByteArray &name) const {
 void ClaimStore::remove(const QByteArray &name) const {
     checkName(name);
     if (m_folder.isNull()) {
-        const HTTPExchange::Answer answer = exchange(QStringLiteral("DELETE"), url(name));
+        const HTTPExchange::Answer answer = exchange(m_patience, QStringLiteral("DELETE"), url(name));
         const qint64 status = statusOf(answer);
         if ((status < 200 || status >= 300) && status != 404 && status != 410)
             fail(problemOf(answer));

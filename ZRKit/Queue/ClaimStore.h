@@ -17,7 +17,8 @@ namespace zr {
 class ClaimStore {
 public:
     /// Raises NSInvalidArgumentException unless the URL can be a store's.
-    explicit ClaimStore(const QUrl &url);
+    /// \param patience  what one call may take with an HTTP server, all its tries together
+    explicit ClaimStore(const QUrl &url, std::chrono::milliseconds patience = std::chrono::minutes(4));
 
     /// \return the body's name
     QByteArray put(const QByteArray &body) const;
@@ -36,6 +37,7 @@ private:
     QUrl url(const QByteArray &name) const;
 
     QUrl m_url;
+    std::chrono::milliseconds m_patience;
     QByteArray m_folder; ///< null for HTTP
 };
 

@@ -245,8 +245,12 @@ int soak(const SoakOptions &options) {
     QObject::connect(&clock, &QTimer::timeout, &clock, [&] {
         constexpr double megabyte = 1 << 20;
         serviceMemory.add(calmFeeder.converted(), double(ProcessTree::memory(calm)) / megabyte);
-        browserMemory.add(calmFeeder.converted(),
-                          double(ProcessTree::memory(ProcessTree::below(calm))) / megabyte);
+        // What a renderer has is the document's that is in work.
+        std::vector<ProcessTree::Process> browser = ProcessTree::below(calm);
+        std::erase_if(browser, [](const ProcessTree::Process &process) {
+            return process.command.find("--type=renderer") != std::string::npos;
+        });
+        browserMemory.add(calmFeeder.converted(), double(ProcessTree::memory(browser)) / megabyte);
         if (options.isShown)
             std::fprintf(options.messages, "\r\x1b[K%d converted, %d harms, %d wrong, %d unexplained, %.0f s",
                          ledger.converted(), harm.count(), ledger.wrong(), ledger.unexplained(),

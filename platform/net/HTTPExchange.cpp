@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/net/HTTPExchange.h"
 
+#include "platform/net/NSURLError.h"
+
 #include <future>
 #include <utility>
 
@@ -58,8 +60,14 @@ std::shared_ptr<NSURLConnection> HTTPExchange::start(TransferLoop &loop, Handler
     return connection;
 }
 
-HTTPExchange::Answer HTTPExchange::wait(TransferLoop &loop) const {
+HTTPExchange::Answer HTTPExchange::wait(TransferLoop &loop,
+                                        std::optional<std::chrono::steady_clock::time_point> deadline) const {
     const auto promise = std::make_shared<std::promise<Answer>>();
-    start(loop, [promise](const Answer &answer) { promise->set_value(answer); });
-    return promise->get_future().get();
+    std::future<Answer> answer = promise->get_future();
+    const auto connection = start(loop, [promise](const Answer &given) { promise->set_value(given); });
+    if (deadline && answer.wait_until(*deadline) == std::future_status::timeout) {
+        connection->cancel();
+        return {{}, {}, NSURLErrorWithCode(NSURLErrorTimedOut, request->URL())};
+    }
+    return answer.get();
 }

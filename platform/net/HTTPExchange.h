@@ -3,7 +3,9 @@
 
 #include "platform/net/NSURLConnection.h"
 
+#include <chrono>
 #include <functional>
+#include <optional>
 
 namespace zr {
 
@@ -26,8 +28,9 @@ struct HTTPExchange {
 
     /// Calls the handler once, on the loop's thread, unless the connection is cancelled before.
     std::shared_ptr<NSURLConnection> start(TransferLoop &loop, Handler handler) const;
-    /// Blocks the thread until the answer is there.
-    Answer wait(TransferLoop &loop) const;
+    /// Blocks the thread until the answer is there, or it is too late for one, which is the error NSURLErrorTimedOut.
+    Answer wait(TransferLoop &loop,
+                std::optional<std::chrono::steady_clock::time_point> deadline = std::nullopt) const;
 };
 
 } // namespace zr

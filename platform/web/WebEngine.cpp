@@ -112,9 +112,9 @@ void WebEngine::browserGone() {
 
 void WebEngine::endBrowser() {
     m_isHealthy = false;
+    failLentPages(goneText());
     m_isSpent = false;
     m_documents = 0;
-    failLentPages(goneText());
     m_ready.reset();
     // A page that ends fails its calls, and their handlers look for it here: it must be gone by then.
     std::exchange(m_inWork, {}).clear();
@@ -319,8 +319,8 @@ void WebEngine::pageFailed(const QString &why) {
 }
 
 void WebEngine::replaceIfSpent() {
-    // A document that has a page may keep it to its end, unless another one waits.
-    if (!m_isSpent || (!m_lent.empty() && m_requests.empty()))
+    // A document that has a page may keep it to its end, unless another one waits that can get none.
+    if (!m_isSpent || (!m_lent.empty() && (m_requests.empty() || m_isHealthy)))
         return;
     const bool wasHealthy = m_isHealthy;
     endBrowser();

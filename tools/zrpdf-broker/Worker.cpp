@@ -64,12 +64,14 @@ void Worker::tryOut(const std::function<void(bool works)> &then, int trials) {
                             later([this, then, trials, answer] {
                                 using Outcome = Converter::Outcome;
                                 // On a machine that is merely slow, conversions still work.
-                                if (answer.outcome == Outcome::Done || answer.outcome == Outcome::Late)
+                                if (answer.outcome == Outcome::Done || answer.outcome == Outcome::Late) {
                                     then(true);
-                                else if (trials > 1 && answer.outcome != Outcome::Unavailable)
+                                } else if (trials > 1 && answer.outcome != Outcome::Unavailable) {
                                     tryOut(then, trials - 1);
-                                else
+                                } else {
+                                    NSLog("A tiny document could not be converted: %@", answer.text());
                                     then(false);
+                                }
                             });
                         });
 }

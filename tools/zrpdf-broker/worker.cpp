@@ -63,9 +63,11 @@ int work(const WorkerOptions &options) {
     // What is begun is finished, unless the broker can't be told of it.
     constexpr auto grace = std::chrono::seconds(30);
     const auto until = std::chrono::steady_clock::now() + options.timeout + grace;
-    while (!isIdle && !isUnavailable && std::chrono::steady_clock::now() < until)
+    while (!isIdle && std::chrono::steady_clock::now() < until)
         events.run(until);
     worker->close();
+    // What was told last.
+    events.run(std::chrono::steady_clock::now());
     if (isUnavailable) {
         writeLine("the conversion service can't be started");
         return int(ExitCode::LostService);

@@ -162,6 +162,17 @@ TEST_F(ClaimStoreTest, SaysWhatAServerAnswers) {
     EXPECT_EQ(opened.get(opened.put("body")), "body");
 }
 
+TEST_F(ClaimStoreTest, WaitsForNoServerLongerThanItIsTo) {
+    ScriptedServer server([](int, const QByteArray &) {
+        return ScriptedServer::Answer{"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nslow", false};
+    });
+    const ClaimStore store(server.url(u"/"_s), std::chrono::milliseconds(300));
+    const QString late = u"the store of documents fails: The request timed out."_s;
+    EXPECT_EQ(reasonOf([&] { store.get(stranger); }), late);
+    EXPECT_EQ(reasonOf([&] { store.put("body"); }), late);
+    EXPECT_EQ(server.requests().size(), 2);
+}
+
 TEST_F(ClaimStoreTest, TriesAServerInTroubleAgain) {
     ScriptedServer server([](int number, const QByteArray &) {
         return ScriptedServer::Answer{
