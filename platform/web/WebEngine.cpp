@@ -11,15 +11,13 @@ using namespace zr;
 
 namespace {
 
-/// Documents that one page serves at most.
-constexpr int maxLoads = 1000;
 /// Milliseconds after a task before a page is made for the next one.
 constexpr int makingDelay = 10;
 /// Pages in a row that may fail to be made before those who wait for one are told.
 constexpr int maxFailures = 3;
 
 std::chrono::milliseconds idlePatience = std::chrono::minutes(1);
-int mostDocuments = 5000;
+WebEngine::Endurance endurance;
 
 bool prepared = false;
 
@@ -49,8 +47,8 @@ void WebEngine::setIdlePatience(std::chrono::milliseconds patience) {
     idlePatience = patience;
 }
 
-void WebEngine::setMostDocuments(int count) {
-    mostDocuments = count;
+void WebEngine::setEndurance(const Endurance &most) {
+    endurance = most;
 }
 
 std::unique_ptr<BrowserProcess> WebEngine::startProcess() const {
@@ -190,7 +188,7 @@ void WebEngine::serve() {
         m_requests.pop_front();
         m_ready->setFailureHandler({});
         m_lent.push_back(m_ready.get());
-        const bool isLastLoad = m_ready->loads() + 1 >= maxLoads;
+        const bool isLastLoad = m_ready->loads() + 1 >= endurance.ofPage;
         request.handler(std::move(m_ready), {});
         // The document after this one finds its page made.
         if (isLastLoad)
@@ -204,14 +202,14 @@ void WebEngine::takeBack(std::unique_ptr<WebPage> page) {
     std::erase(m_lent, page.get());
     if (!m_pipe || !m_pipe->isOpen())
         return;
-    m_isSpent = m_isSpent || (++m_documents >= mostDocuments && m_lent.empty());
+    m_isSpent = m_isSpent || (++m_documents >= endurance.ofBrowser && m_lent.empty());
     if (m_isSpent) {
         // Nobody is to get it meanwhile.
         m_ready.reset();
         QTimer::singleShot(0, [this] { replaceIfSpent(); });
         return;
     }
-    if (!page->isReusable() || page->loads() >= maxLoads || m_ready) {
+    if (!page->isReusable() || page->loads() >= endurance.ofPage || m_ready) {
         discard(*page);
         // Whoever asked for the last document is served first; a page that is asked for is made at once.
         QTimer::singleShot(makingDelay, [this] { makePageIfNone(); });

@@ -32,8 +32,12 @@ public:
     static WebEngine &withoutNetwork();
     /// How long one of the two may be unused before it is ended.
     static void setIdlePatience(std::chrono::milliseconds patience);
-    /// How many documents a browser serves.
-    static void setMostDocuments(int count);
+    /// How many documents are served before another page, or another browser, takes the place.
+    struct Endurance {
+        int ofPage = 1000;
+        int ofBrowser = 5000;
+    };
+    static void setEndurance(const Endurance &most);
     /// There is a QCoreApplication now.
     static void applicationStarted();
 

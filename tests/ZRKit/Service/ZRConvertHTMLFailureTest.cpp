@@ -219,8 +219,8 @@ TEST(ZRConvertHTMLFailure, ABrowserThatHasServedItsTimeIsReplacedQuietly) {
     // What is said once in a process is said then.
     ASSERT_FALSE(Conversion(html(QStringLiteral("<p>before"))).failed());
     WebEngine::shared().shutDown();
-    WebEngine::setMostDocuments(3);
-    const auto restored = qScopeGuard([] { WebEngine::setMostDocuments(5000); });
+    WebEngine::setEndurance({.ofBrowser = 3});
+    const auto restored = qScopeGuard([] { WebEngine::setEndurance({}); });
     const LogCapture log;
     QList<pid_t> browsers;
     for (int i = 1; i <= 8; ++i) {

@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -233,13 +234,15 @@ TEST(ZRConvertHTMLIsolation, ARendererThatFailedIsReplaced) {
 }
 
 TEST(ZRConvertHTMLIsolation, ARendererServesABoundedNumberOfDocuments) {
+    WebEngine::setEndurance({.ofPage = 10});
+    const auto restored = qScopeGuard([] { WebEngine::setEndurance({}); });
     startWithANewPage();
     const std::set<pid_t> first = renderers();
     ASSERT_FALSE(first.empty());
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < 5; ++i)
         expectPlainConversion();
     EXPECT_EQ(renderers(), first);
-    for (int i = 0; i < 60; ++i)
+    for (int i = 0; i < 6; ++i)
         expectPlainConversion();
     EXPECT_TRUE(endSoon(first));
 }
