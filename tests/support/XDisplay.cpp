@@ -26,12 +26,19 @@ XDisplay::XDisplay() {
     m_server.start(QStringLiteral("Xvfb"),
                    {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
                     QStringLiteral("0"), QStringLiteral("1280x1024x24"), QStringLiteral("-nolisten"),
-                    QStringLiteral("tcp")},
+                    QStringLiteral("tcp"), QStringLiteral("-noreset")},
                    m_folder.filePath(QStringLiteral("server")));
     waitFor(m_server, [](const QByteArray &said) { return !displayNumber(said).isEmpty(); });
     qputenv("DISPLAY", ":" + displayNumber(m_server.said()));
     qputenv("QT_QPA_PLATFORM", "xcb");
     qunsetenv("WAYLAND_DISPLAY");
+    // The first key from a program changes the keyboard, upon which the window manager gives up its keys for a moment and may miss
+    // one. So it comes before there is a window manager.
+    ServerProcess keyboard;
+    keyboard.start(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("shift")},
+                   m_folder.filePath(QStringLiteral("keyboard")));
+    if (keyboard.waitUntilItEnds() != 0)
+        throw std::runtime_error("xdotool: " + keyboard.said().toStdString());
     // Programs would start a message bus for the display, which outlives them.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     // The window manager leaves files where the user's programs have theirs.
