@@ -98,14 +98,17 @@ void WebEngine::browserGone() {
     }
     // The pipe is on the stack: it goes later.
     QTimer::singleShot(0, [this, wasHealthy] {
-        if (!m_pipe || m_pipe->isOpen())
-            return;
-        endBrowser();
-        if (wasHealthy || !m_requests.empty())
-            start();
-        if (!m_pipe)
-            failRequests(QStringLiteral("The browser cannot be started"));
+        if (m_pipe && !m_pipe->isOpen())
+            replaceBrowser(wasHealthy);
     });
+}
+
+void WebEngine::replaceBrowser(bool wasHealthy) {
+    endBrowser();
+    if (wasHealthy || !m_requests.empty())
+        start();
+    if (!m_pipe)
+        failRequests(QStringLiteral("The browser cannot be started"));
 }
 
 void WebEngine::endBrowser() {
@@ -318,12 +321,6 @@ void WebEngine::pageFailed(const QString &why) {
 
 void WebEngine::replaceIfSpent() {
     // A document that has a page may keep it to its end, unless another one waits that can get none.
-    if (!m_isSpent || (!m_lent.empty() && (m_requests.empty() || m_isHealthy)))
-        return;
-    const bool wasHealthy = m_isHealthy;
-    endBrowser();
-    if (wasHealthy || !m_requests.empty())
-        start();
-    if (!m_pipe)
-        failRequests(QStringLiteral("The browser cannot be started"));
+    if (m_isSpent && (m_lent.empty() || (!m_requests.empty() && !m_isHealthy)))
+        replaceBrowser(m_isHealthy);
 }

@@ -74,6 +74,8 @@ private:
     void endWork(WebPage *page, bool isReady);
     void pageFailed(const QString &why);
     void replaceIfSpent();
+    /// Another browser takes the place of one that worked, or for which somebody waits.
+    void replaceBrowser(bool wasHealthy);
     void pageReady(std::unique_ptr<WebPage> page);
     void discard(const WebPage &page);
     void makePageIfNone();

@@ -6,11 +6,10 @@
 using namespace Qt::StringLiterals;
 using namespace zr;
 
-Converter::Task Converter::Task::trial(NetworkMode network, std::chrono::milliseconds timeout,
-                                       std::stop_token abandoned) {
+Converter::Task Converter::Task::trial(NetworkMode network, std::stop_token abandoned) {
     return {
         .object = {{u"data"_s, u"<!DOCTYPE html><p>works</p>"_s}, {u"network"_s, networkModeName(network)}},
-        .timeout = timeout,
+        .timeout = trialTime,
         .abandoned = std::move(abandoned)};
 }
 

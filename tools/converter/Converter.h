@@ -28,8 +28,9 @@ public:
 
         /// A tiny document: if it can't be converted, no document can.
         /// \param network  that of the usual documents, whose browser is then tried
-        static Task trial(NetworkMode network, std::chrono::milliseconds timeout,
-                          std::stop_token abandoned = {});
+        static Task trial(NetworkMode network, std::stop_token abandoned = {});
+        /// What it may take. A browser may have to be started first.
+        static constexpr std::chrono::seconds trialTime{15};
     };
 
     enum class Outcome {

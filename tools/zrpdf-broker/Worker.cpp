@@ -22,7 +22,6 @@ constexpr int lostOnesAtATime = 10;
 /// A result that can't be handed in for so long is given up; the broker has given the task to others.
 constexpr auto patience = std::chrono::minutes(10);
 constexpr auto cleaningInterval = std::chrono::minutes(10);
-constexpr auto patienceInTrials = std::chrono::seconds(15);
 
 const QString bootKey = QStringLiteral("__boot");
 const QString dataKey = QStringLiteral("data");
@@ -59,7 +58,7 @@ void Worker::start() {
 }
 
 void Worker::tryOut(const std::function<void(bool works)> &then, int trials) {
-    m_converter.convert(Converter::Task::trial(m_options.network, patienceInTrials),
+    m_converter.convert(Converter::Task::trial(m_options.network),
                         [self = shared_from_this(), this, then, trials](const Converter::Answer &answer) {
                             later([this, then, trials, answer] {
                                 using Outcome = Converter::Outcome;

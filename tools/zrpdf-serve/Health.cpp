@@ -12,8 +12,8 @@ namespace {
 /// How long an answer holds.
 constexpr auto freshness = std::chrono::seconds(5);
 constexpr auto freshnessOfFaults = std::chrono::seconds(1);
-/// Waiting for a turn included. A browser may have to be started first.
-constexpr auto patience = std::chrono::seconds(15);
+/// Waiting for a turn included.
+constexpr auto patience = Converter::Task::trialTime;
 const QString stoppingText = u"The server is stopping."_s;
 
 } // namespace
@@ -106,7 +106,7 @@ bool Health::isOnlyBusy(const Converter::State &state) {
 std::optional<QString> Health::tryOut(const std::stop_source &enough) {
     const auto promise = std::make_shared<std::promise<Converter::Answer>>();
     auto answer = promise->get_future();
-    m_converter.convert(Converter::Task::trial(m_network, patience, enough.get_token()),
+    m_converter.convert(Converter::Task::trial(m_network, enough.get_token()),
                         [promise](const Converter::Answer &given) { promise->set_value(given); });
     if (answer.wait_for(patience) != std::future_status::ready) {
         const Converter::State state = m_converter.state();
